@@ -1,0 +1,25 @@
+// Interpolation in tables with rising abscissae.
+#pragma once
+
+#include <span>
+
+namespace kovin {
+
+enum class Interpolated : int { done = 1, too_few_points = -1, extrapolated = -2, not_rising = -3 };
+
+/// Linear, continued beyond the ends by the two outermost points; one point gives its y.
+Interpolated LinearInterpolation(std::span<const double> x, std::span<const double> y, double at, double& result);
+
+/// Linear in ln y; beyond the ends the logarithmic line goes on unless it would grow, then the outer y stands; a y
+/// that is not positive gives 0 there.
+Interpolated LogarithmicInterpolation(std::span<const double> x, std::span<const double> y, double at, double& result);
+
+/// As LogarithmicInterpolation with the rules of absorption tables: between a positive and a non-positive y the latter
+/// counts as 1e-10 of the former, two non-positive ones are joined linearly, beyond the table nothing grows.
+[[nodiscard]] double LogarithmicInterpolationolateFromTable(double at, std::span<const double> x,
+                                                            std::span<const double> y);
+
+/// Abscissae strictly rising?
+[[nodiscard]] bool rises(std::span<const double> x);
+
+}  // namespace kovin

@@ -1,0 +1,38 @@
+// Text files by lines: whole in memory, CR dropped, comment convention of all keyed files.
+//
+// A line whose first character is one of > < * ! / \ is a comment.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kovin {
+
+/// The contents of a file as bytes; nothing if it cannot be opened or read, or is larger than 64 MB.
+[[nodiscard]] std::optional<std::string> read_whole_file(const std::filesystem::path& file);
+
+/// Writes `text` to `file` through a temporary beside it, so that a failure leaves the old file. @return success
+[[nodiscard]] bool write_whole_file(const std::filesystem::path& file, std::string_view text);
+
+/// Reads a text line by line.
+class LineReader {
+public:
+    LineReader(std::string text, std::size_t limit) : text_(std::move(text)), limit_(limit) {}
+    /// Next line without its end, cut to the limit; false at the end. A last line without end counts.
+    [[nodiscard]] bool ReadLine(std::string& line);
+    /// Next line that is no comment; the text behind the comment sign goes to `comments` if it is given.
+    [[nodiscard]] bool ReadNonCommentLine(std::string& line, std::vector<std::string>* comments = nullptr);
+    /// The same, and with something else than blanks on it.
+    [[nodiscard]] bool ReadNonEmptyNonCommentLine(std::string& line, std::vector<std::string>* comments = nullptr);
+    [[nodiscard]] int line_number() const { return line_number_; }  ///< of the last line read, from 1
+private:
+    std::string text_;
+    std::size_t position_ = 0;
+    std::size_t limit_;
+    int line_number_ = 0;
+};
+
+}  // namespace kovin

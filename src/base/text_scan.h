@@ -1,0 +1,44 @@
+// Text taken apart: comparison without regard to (ASCII) case, blanks, numbers in keyed lines.
+//
+// Nothing here depends on the locale, nothing reads outside the text it is given.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kovin {
+
+[[nodiscard]] std::string lower_case(std::string_view text);  ///< ASCII letters only
+[[nodiscard]] bool equal_ignoring_case(std::string_view a, std::string_view b);
+[[nodiscard]] bool starts_with_ignoring_case(std::string_view text, std::string_view start);
+/// Position of `pattern` in `text` without regard to case, npos if there is none.
+[[nodiscard]] std::size_t find_ignoring_case(std::string_view text, std::string_view pattern, std::size_t from = 0);
+[[nodiscard]] std::string_view trimmed(std::string_view text);  ///< without white space at both ends
+
+/// A number found in a text.
+struct NumberScan {
+    double value = 0.0;
+    bool found = false;   ///< a number stands in the text
+    bool finite = true;   ///< false if it is beyond the range of a double (1e999)
+    std::size_t end = 0;  ///< position behind the number
+};
+/// The first number in `text` at or behind `from`: skips to the first digit, sign or point that really starts a
+/// number (a lone hyphen or point is passed over).
+[[nodiscard]] NumberScan next_number(std::string_view text, std::size_t from = 0);
+
+/// A number that must begin right here, white space apart; `found` is false if anything else stands here
+/// (so "nan", "inf", "abc" are not numbers).
+[[nodiscard]] NumberScan number_here(std::string_view text, std::size_t from = 0);
+
+/// All numbers that stand one after the other, parted by white space only, from the first number of `text` on; at
+/// most `most`. Stops at the first token that is no number; `finite` is false if any was out of range.
+struct NumberList {
+    std::vector<double> values;
+    bool finite = true;
+    std::size_t end = 0;  ///< position behind the last number
+};
+[[nodiscard]] NumberList number_list(std::string_view text, std::size_t most);
+
+}  // namespace kovin

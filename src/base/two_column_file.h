@@ -1,0 +1,38 @@
+// Two-column input files of every kind: spectrum, filter, absorption, generation, grading, optical capture.
+//
+// A line that begins with two numbers is a row; any other line is passed over.
+#pragma once
+
+#include "base/surroundings.h"
+
+#include <string>
+#include <vector>
+
+namespace kovin {
+
+/// Rows of a two-column file and the lines above them that were no rows.
+struct TwoColumns {
+    std::vector<double> x, y;
+    std::vector<std::string> heading;  ///< lines that were no rows, comment lines included
+};
+
+/// @return 0 nothing changed, 1 sorted, 2 duplicates merged (geometric mean; mean if one is negative), 3 both
+[[nodiscard]] int XYRemoveXDuplicatesAndSortX(std::vector<double>& x, std::vector<double>& y, int direction);
+
+/// Completes a bare name with the folder of its kind; an empty name stays empty.
+[[nodiscard]] std::filesystem::path MakeFullPath(const Folders& folders, std::string_view name, FileKind kind);
+
+/// Rows of a file of `kind`; positions of a generation file come back in m.
+/// @param direction  +1 rising x wanted, -1 falling, 0 any order
+/// @param warn       true: tell the user when rows had to be sorted or merged
+/// @return number of rows, or -1 (reported; `rows` is then empty). At most 2500 rows, 2000 of a generation file.
+[[nodiscard]] int ReadKOVINFile(Surroundings& surroundings, std::string_view path, FileKind kind, int direction,
+                                bool warn, TwoColumns& rows);
+
+/// Number of rows a file holds, counted up to one more than the reader takes; -1 when there is none (reported).
+[[nodiscard]] int CountLinesInFile(Surroundings& surroundings, std::string_view path, FileKind kind);
+
+/// Negative values become 0.
+void MakeNonNegative(std::vector<double>& y);
+
+}  // namespace kovin
