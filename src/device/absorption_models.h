@@ -1,0 +1,38 @@
+// Absorption coefficient of a pure material: from models and from files.
+#pragma once
+
+#include "base/surroundings.h"
+#include "device/cell.h"
+
+#include <span>
+#include <vector>
+
+namespace kovin {
+
+/// Absorption models that are computed (the square-root law 63, the step 62, the background 61); others are held only.
+[[nodiscard]] bool absorption_model_is_computed(int number);
+
+/// alpha [1/cm] of one model at wavelength lambda [nm]. @pre absorption_model_is_computed(model.number)
+[[nodiscard]] double AbsorptionContributionOfModel(const Model& model, double lambda);
+
+/// Sum of the models that are on [1/cm].
+[[nodiscard]] double CalculateAbsorptionFromModel(const AbsorptionModelSet& set, double lambda);
+
+/// A and B of alpha = (A + B/hv) sqrt(hv - Eg) [per m], for readers that know no other law.
+void ExtractBestAandBFromAbsorptionModel(const AbsorptionModelSet& set, double& A, double& B);
+
+/// Absorption of one pure material as a table: wavelengths [nm] rising, alpha [1/m].
+struct AbsorptionTable {
+    std::vector<double> lambda, alpha;
+};
+/// Reads an absorption file: alpha in 1/cm, or in 1/m if a heading line names "1/m"; warns about values that look like
+/// the wrong unit. @return false if there is nothing usable (reported)
+[[nodiscard]] bool read_absorption_file(Surroundings& surroundings, std::string_view name, AbsorptionTable& table);
+
+/// alpha [1/m] of a layer's pure material A or B at the wavelengths given: from its file (tables interpolate
+/// logarithmically) or from its models.
+/// @return false if the file could not be read (reported)
+[[nodiscard]] bool DetermineLayerAlpha(Surroundings& surroundings, const Absorption& absorption, bool material_B,
+                                       std::span<const double> lambda, std::span<double> alpha);
+
+}  // namespace kovin

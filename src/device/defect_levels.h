@@ -1,0 +1,53 @@
+// Defects as discrete energies, and the Fermi level of a neutral bulk with defects.
+#pragma once
+
+#include "device/cell.h"
+
+#include <span>
+#include <vector>
+
+namespace kovin {
+
+/// Discrete energies of a distribution and the steps between them [eV].
+struct EnergyTable {
+    std::vector<double> energy;  ///< n values; one for a single level
+    std::vector<double> step;    ///< n values; step[m] leads from energy m to m + 1; 0 for a single level
+};
+[[nodiscard]] EnergyTable bereken_energie_as(EnergyDistribution distribution, double Ekar, double Et, int n,
+                                             double widthtail, double widthgauss);
+
+/// Ratio of peak density to total density [1/eV]: 1 single, 1/W uniform and tails, 1/(sqrt(pi) W) Gaussian.
+[[nodiscard]] double peak_to_total(EnergyDistribution distribution, double Ekar);
+
+/// Density at energy E over the peak density, for a distribution of width W about E0.
+[[nodiscard]] double distribution_weight(EnergyDistribution distribution, double E, double E0, double W);
+
+/// Energy of a bulk level above the valence band [eV]. @param ratio Nv/Nc
+[[nodiscard]] double level_above_EV(EnergyReference reference, double E, double Eg, double kT, double ratio);
+
+/// A defect level as the neutrality sum sees it: energies from EV, any consistent unit of density.
+struct NeutralityLevel {
+    DefectType type = DefectType::neutral;
+    EnergyDistribution distribution = EnergyDistribution::single;
+    double Et = 0.0;            ///< above EV [eV]
+    double Ekar = 0.1;          ///< [eV]
+    double Nt = 0.0;            ///< total density
+    double cn = 0.0, cp = 0.0;  ///< capture coefficients, any common unit
+};
+struct NeutralBulk {
+    double Nc = 0.0, Nv = 0.0, Nd = 0.0, Na = 0.0, Eg = 0.0, kT = 0.0;
+    std::vector<NeutralityLevel> levels;
+    int discretisations = 7;
+    double widthtail = 7.0, widthgauss = 6.0;
+};
+struct NeutralFermiLevel {
+    int type = 0;                   ///< -1 n-type, +1 p-type, 0 intrinsic
+    double doping = 0.0;            ///< |Q + Nd - Na|
+    double EcEf = 0.0, EfEv = 0.0;  ///< [eV]
+};
+/// Charge held in defects at carrier densities n, p, in elementary charges; `derivative` with respect to the Fermi
+/// level.
+[[nodiscard]] double NChargedInDefects(const NeutralBulk& bulk, double n, double p, double& derivative);
+[[nodiscard]] NeutralFermiLevel CalculateNeutralBulkEquilibriumFermiLevel(const NeutralBulk& bulk);
+
+}  // namespace kovin

@@ -1,0 +1,34 @@
+// The eighteen parametric models: table, keywords, number conversions.
+#pragma once
+
+#include "device/cell.h"
+#include "device/model.h"
+
+#include <span>
+#include <string_view>
+
+namespace kovin {
+
+/// The rows in their order, with default values.
+[[nodiscard]] std::span<const Model> ActualModelParameters();
+
+/// Row of a model number; the square-root law (63) for a number outside the table.
+[[nodiscard]] const Model& model_of_number(int number);
+
+/// Position of an absorption model in an AbsorptionModelSet; 2 for a number outside 61 to 66.
+[[nodiscard]] int AbsorptionModelNumberToAbsorptionIndex(int number);
+
+/// Number of the absorption model that a text names, case ignored, anywhere in it; -1 if none.
+[[nodiscard]] int AbsorptionModelKeywordToNumber(std::string_view text);
+
+/// The six models of a material from the table, all off but `number` (-1: none on).
+[[nodiscard]] AbsorptionModelSet default_absorption_models(int material, double Eg, int number);
+
+enum class WhichMaterial : int { none = -1, A = 0, B = 1, both = 2 };
+void SetDefaultAbsorptionModel(Absorption& absorption, double Eg_A, double Eg_B, WhichMaterial which, int number);
+
+/// Writes the band gap into the fifth value of the models of a material.
+void WriteEgInAbsorptionModel(AbsorptionModelSet& set, double Eg);
+void WriteEgInAllAbsorptionModels(CellParameters& cell);
+
+}  // namespace kovin

@@ -1,0 +1,20 @@
+// Every quantity of the cell at the mesh points.
+#pragma once
+
+#include "device/calculation_set.h"
+#include "device/mesh.h"
+
+#include <span>
+
+namespace kovin {
+
+/// Fills mesh.y and set3.on from the profiles, scaled for the solver: Nc, Nv by (T/300)^1.5/N0 (once), velocities by
+/// (T/300)^0.5/v0, mobilities to diffusion constants by (T/300)^0.5 kT/D0, K_rad by x0^2 N0/D0, Auger by x0^2 N0^2/D0,
+/// doping by 1/N0; then Wn, Wp, Gn, Gp.
+void Full_x_Dependence(CalculationParameters& set3, Mesh& mesh);
+
+/// Density of a defect level at the points of its layer in units of N0, times `weight`; `Nt` holds the layer's points.
+void Full_Nt_x_Dependence(const CalculationParameters& set3, const Mesh& mesh, const BulkRecombinationParameters& level,
+                          double weight, std::span<double> Nt);
+
+}  // namespace kovin
