@@ -1,0 +1,26 @@
+// Solving one bias point, and walking from one voltage to another.
+//
+// A point that does not converge is a result: `iterations` of the state is -1 and the functions return false.
+#pragma once
+
+#include "solver/problem.h"
+#include "solver/state.h"
+
+namespace kovin {
+
+/// The outer iteration of Poisson's and the two continuity equations at the present bias, from the state as it stands.
+/// @return converged
+bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, CalculationVariables& cv);
+
+/// Equilibrium: first estimate, then Poisson's equation alone. @return converged
+bool equilibrium(const Problem& problem, Workspace& work, CalculationVariables& cv);
+
+/// Solves at the present bias; refuses a state that has failed before. @return converged
+bool onder_belichting(const Problem& problem, Workspace& work, CalculationVariables& cv);
+
+/// From Vfrom to Vto [V, internal sign] in npoints - 1 equal steps; the state at Vfrom is taken as it stands. Steps
+/// below 1e-9 V do nothing. @return converged, at the voltage that `cv` then holds
+bool volgende_iv_punt(const Problem& problem, Workspace& work, CalculationVariables& cv, double Vfrom, double Vto,
+                      int npoints);
+
+}  // namespace kovin

@@ -1,0 +1,81 @@
+// What the equations need beside the state: the device in solver units, the geometry, the defect rates, the light.
+#pragma once
+
+#include "base/monitor.h"
+#include "device/calculation_set.h"
+#include "device/mesh.h"
+
+#include <span>
+#include <vector>
+
+namespace kovin {
+
+/// Factors of the discrete equations that depend on mesh and material only. One value a mesh point; see residuals.
+struct Discretisation {
+    // Poisson: inner rows (and interface rows, by layer end)
+    std::vector<double> psi_charge;           ///< H^2/(4 Lambda)
+    std::vector<double> psi_left, psi_right;  ///< coupling to i - 1 and i + 1
+    // continuity: inner rows
+    std::vector<double> n_source, p_source;  ///< (H/2)(H/2)/(W D_mean): factor of -(R - G) exp(-+psi)
+    std::vector<double> n_left, n_right;     ///< coupling to i - 1 and i + 1
+    std::vector<double> p_left, p_right;
+    // boundary rows of a layer: k = first or last point
+    std::vector<double> n_C, p_C;  ///< 2 h/(D[k] + D[m])
+    // currents: 0.5 (D[i] + D[i-1]) W[i-1]/h of the interval (i - 1, i), in mA/cm2
+    std::vector<double> n_current, p_current;
+    // interfaces
+    struct Interface {
+        double left = 0.0, right = 0.0;  ///< a eps/h, b eps/h of the displacement row
+        double charge_l = 0.0, charge_l1 = 0.0, charge_f = 0.0, charge_f1 = 0.0;  ///< factors of the half-cell charges
+        double row_scale = 1.0;                                                   ///< (h[f] + h[l-1])/(eps[f] + eps[l])
+        double vn = 0.0, vp = 0.0;                                                ///< thermionic velocities
+        double n_ratio = 1.0, p_ratio = 1.0;                                      ///< N0[j] W[l]/(N0[j+1] W[f])
+    };
+    std::vector<Interface> interfaces;
+    bool half_cells = true;
+};
+
+/// One discrete energy of a bulk defect at the points of its layer.
+struct DefectEnergy {
+    std::size_t first = 0;       ///< mesh index of the first value
+    std::vector<double> Nt;      ///< density times weight of the energy [N0]
+    std::vector<double> cn, cp;  ///< capture coefficients
+    std::vector<double> en, ep;  ///< thermal emission rates
+    double charge = 0.0;         ///< charge when empty: 1 donor, 0 acceptor; see `charged`
+    double charged = 0.0;        ///< 0 for a neutral defect, 1 otherwise
+    int layer = 0, defect = 0;   ///< from 0
+    double energy = 0.0;         ///< [eV] against the reference of the defect
+};
+
+/// All discrete energies of the device, in the order layer, defect, energy.
+struct BulkDefects {
+    std::vector<DefectEnergy> energies;
+};
+
+/// Work space of one calculation; sized once, then only written.
+struct Workspace {
+    std::vector<double> res, sub, main, super, delta, t, rho_total, extra;
+    std::vector<double> psi_old, Fn_old, Fp_old;  ///< state of the pass before
+    void resize(std::size_t points, std::size_t layers);
+};
+
+/// Links to what one solve reads; made afresh for each call of the upper floors.
+struct Problem {
+    const CalculationParameters& set3;
+    const Discretisation& grid;
+    const BulkDefects& defects;
+    std::span<const double> G;         ///< generation at the mesh points [D0 N0/x0^2]
+    const Monitor* monitor = nullptr;  ///< asked for a stop between two passes
+};
+
+/// Everything of a Problem that is computed from calculation set and mesh.
+struct SolverMemory {
+    Discretisation grid;
+    BulkDefects defects;
+    Workspace work;
+};
+
+/// Fills geometry, defect rates and work space. @pre Full_x_Dependence has run on this mesh
+void prepare_solver(const CalculationParameters& set3, const Mesh& mesh, SolverMemory& memory);
+
+}  // namespace kovin

@@ -1,0 +1,59 @@
+// One complete numerical state of the device at one bias.
+//
+// The unknowns are psi and the two quasi-Fermi levels, all in kT/q:
+//
+//     n = Wn exp(psi) exp(Fn),   p = Wp exp(-psi) exp(-Fp)          in units of N0 of the layer
+//
+// The equations are written in the Slotboom variables exp(Fn) and exp(-Fp). Their differences are formed from the
+// differences of Fn and Fp, so that no digits are lost where a level hardly moves or where the variables are huge.
+// psi[0] = 0 at the left contact; V is the voltage of the left contact against the right one.
+#pragma once
+
+#include "device/mesh.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace kovin {
+
+/// Charge and recombination at every mesh point with their derivatives to psi, u = exp(Fn) and v = exp(-Fp).
+struct DcTerms {
+    std::vector<double> rho, drho_dpsi, drho_du, drho_dv;  ///< defect charge [N0 of the layer]
+    std::vector<double> rec, drec_dpsi, drec_du, drec_dv;  ///< net recombination [D0 N0/x0^2]
+    void resize(std::size_t n)
+    {
+        for (auto* a : {&rho, &drho_dpsi, &drho_du, &drho_dv, &rec, &drec_dpsi, &drec_du, &drec_dv}) a->assign(n, 0.0);
+    }
+    void clear()
+    {
+        for (auto* a : {&rho, &drho_dpsi, &drho_du, &drho_dv, &rec, &drec_dpsi, &drec_du, &drec_dv})
+            std::fill(a->begin(), a->end(), 0.0);
+    }
+};
+
+/// All arrays have one value a mesh point; a quantity of the interval (i - 1, i) stands at i.
+struct CalculationVariables {
+    Mesh mesh;
+    std::vector<double> psi, Fn, Fp;      ///< [kT/q], [kT], [kT]
+    std::vector<double> epsi, empsi;      ///< exp(psi), exp(-psi)
+    std::vector<double> expFn, expmFp;    ///< u = exp(Fn), v = exp(-Fp)
+    std::vector<double> du, dv;           ///< u[i] - u[i-1], v[i] - v[i-1], without cancellation; 0 at i = 0
+    std::vector<double> P;                ///< exp(Fn - Fp) - 1
+    std::vector<double> Bn_plus, Bn_min;  ///< Bern of +-((Gn + psi)[i] - (Gn + psi)[i-1]); 0 at i = 0
+    std::vector<double> Bp_plus, Bp_min;  ///< the same with Gp
+    DcTerms terms_total;
+    double V = 0.0;                                                      ///< [V]
+    double V_kT = 0.0;                                                   ///< V/kT
+    double max_delta_psi = 0.0, max_delta_Fn = 0.0, max_delta_Fp = 0.0;  ///< last updates [kT]
+    double J_median = 0.0;                                               ///< total current density [mA/cm2]
+    double J_spread = 0.0;                                               ///< largest deviation from it along x [mA/cm2]
+    bool J_constant = false;                                             ///< the spread is within the tolerance
+    int iterations = 0;                     ///< outer passes of the last solve; -1 marks a failed state
+    int its_psi = 0, its_u = 0, its_v = 0;  ///< inner iterations of the last pass
+
+    /// Sizes all arrays for the mesh; zero state.
+    void resize();
+    [[nodiscard]] bool failed() const { return iterations == -1; }
+};
+
+}  // namespace kovin
