@@ -20,7 +20,8 @@ namespace kovin {
 /// Reads a text line by line.
 class LineReader {
 public:
-    LineReader(std::string text, std::size_t limit) : text_(std::move(text)), limit_(limit) {}
+    /// A byte order mark at the start of `text` is dropped.
+    LineReader(std::string text, std::size_t limit);
     /// Next line without its end, cut to the limit; false at the end. A last line without end counts.
     [[nodiscard]] bool ReadLine(std::string& line);
     /// Next line that is no comment; the text behind the comment sign goes to `comments` if it is given.

@@ -25,7 +25,11 @@ struct NumberScan {
     std::size_t end = 0;  ///< position behind the number
 };
 /// The first number in `text` at or behind `from`: skips to the first digit, sign or point that really starts a
-/// number (a lone hyphen or point is passed over).
+/// number. Passed over are a lone hyphen or point, words with the digits in them ("m2"), units in brackets
+/// ("[Ohm.m2]", "[m^-3]") and what only begins like a number ("1d5", "0x10", "1.2.3").
+///
+/// A number is [+-] digits with at most one point, then e or E with an exponent; letters may follow ("300K"). What
+/// is too small for a double is 0.
 [[nodiscard]] NumberScan next_number(std::string_view text, std::size_t from = 0);
 
 /// A number that must begin right here, white space apart; `found` is false if anything else stands here

@@ -1,0 +1,189 @@
+#include "base/text_scan.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+
+namespace kovin {
+
+namespace {
+
+// The classes of the C locale; <cctype> would ask the locale in force.
+constexpr bool is_blank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+constexpr bool is_digit(char c) { return c >= '0' && c <= '9'; }
+constexpr char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+constexpr bool is_letter(char c) { return lower(c) >= 'a' && lower(c) <= 'z'; }
+
+/// The character at `i`, or 0 behind the end.
+constexpr char at(std::string_view text, std::size_t i) { return i < text.size() ? text[i] : '\0'; }
+
+std::size_t skip_digits(std::string_view text, std::size_t i)
+{
+    while (is_digit(at(text, i))) ++i;
+    return i;
+}
+
+/// The character at `i` belongs to a word that began before it; a point does if the word goes on behind it.
+bool is_word_part(std::string_view text, std::size_t i)
+{
+    const auto in_word = [&](std::size_t k) { return is_letter(at(text, k)) || is_digit(at(text, k)); };
+    return in_word(i) || at(text, i) == '_' || (at(text, i) == '.' && in_word(i + 1));
+}
+
+/// Something goes on behind a number in a way that shows that it was none: "1d5", "0x10", "1.2.3", "2e5e3".
+bool is_continued(std::string_view text, std::size_t end)
+{
+    if (at(text, end) == '.') return true;
+    std::size_t i = end;
+    while (is_letter(at(text, i))) ++i;
+    if (i == end) return false;
+    if (is_digit(at(text, i))) return true;
+    const char letter = lower(text[end]);
+    const bool sign = at(text, i) == '-' || at(text, i) == '+';
+    return i == end + 1 && (letter == 'd' || letter == 'e') && sign && is_digit(at(text, i + 1));
+}
+
+/// True if a number that is out of range is too large, false if it is too small.
+///
+/// `digits` is the number without its sign: the power of ten of its first digit that is not 0 decides.
+bool is_too_large(std::string_view digits)
+{
+    long power = 0;
+    bool behind_point = false, significant = false;
+    std::size_t i = 0;
+    for (; i < digits.size() && (is_digit(digits[i]) || digits[i] == '.'); ++i) {
+        if (digits[i] == '.') {
+            behind_point = true;
+            continue;
+        }
+        significant = significant || digits[i] != '0';
+        if (significant && !behind_point) ++power;
+        if (!significant && behind_point) --power;
+    }
+    if (i >= digits.size()) return power > 0;
+    const bool negative = at(digits, i + 1) == '-';
+    i += (negative || at(digits, i + 1) == '+') ? 2 : 1;
+    long exponent = 0;
+    for (; i < digits.size(); ++i) exponent = std::min(10 * exponent + (digits[i] - '0'), 1000000000L);
+    return power + (negative ? -exponent : exponent) > 0;
+}
+
+/// The number that begins exactly at `start`: sign, digits with or without a point, exponent.
+NumberScan number_at(std::string_view text, std::size_t start)
+{
+    const bool has_sign = at(text, start) == '-' || at(text, start) == '+';
+    const std::size_t first = start + (has_sign ? 1 : 0);
+    std::size_t end = skip_digits(text, first);
+    std::size_t digits = end - first;
+    if (at(text, end) == '.') {
+        const std::size_t behind = skip_digits(text, end + 1);
+        digits += behind - end - 1;
+        end = behind;
+    }
+    if (digits == 0) return {};
+    if (lower(at(text, end)) == 'e') {
+        const std::size_t sign = (at(text, end + 1) == '-' || at(text, end + 1) == '+') ? 1 : 0;
+        const std::size_t behind = skip_digits(text, end + 1 + sign);
+        if (behind > end + 1 + sign) end = behind;
+    }
+    if (is_continued(text, end)) return {};
+
+    NumberScan number{.value = 0.0, .found = true, .finite = true, .end = end};
+    const std::string_view unsigned_text = text.substr(first, end - first);
+    const auto done = std::from_chars(unsigned_text.data(), unsigned_text.data() + unsigned_text.size(), number.value);
+    if (done.ec == std::errc::result_out_of_range) {
+        number.finite = !is_too_large(unsigned_text);
+        number.value = number.finite ? 0.0 : HUGE_VAL;
+    }
+    if (text[start] == '-') number.value = -number.value;
+    return number;
+}
+
+}  // namespace
+
+std::string lower_case(std::string_view text)
+{
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(), lower);
+    return result;
+}
+
+bool equal_ignoring_case(std::string_view a, std::string_view b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return lower(x) == lower(y); });
+}
+
+bool starts_with_ignoring_case(std::string_view text, std::string_view start)
+{
+    return equal_ignoring_case(text.substr(0, start.size()), start);
+}
+
+std::size_t find_ignoring_case(std::string_view text, std::string_view pattern, std::size_t from)
+{
+    if (from > text.size()) return std::string_view::npos;
+    const auto found = std::search(text.begin() + static_cast<std::ptrdiff_t>(from), text.end(), pattern.begin(),
+                                   pattern.end(), [](char x, char y) { return lower(x) == lower(y); });
+    if (found == text.end() && !pattern.empty()) return std::string_view::npos;
+    return static_cast<std::size_t>(found - text.begin());
+}
+
+std::string_view trimmed(std::string_view text)
+{
+    while (!text.empty() && is_blank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && is_blank(text.back())) text.remove_suffix(1);
+    return text;
+}
+
+NumberScan next_number(std::string_view text, std::size_t from)
+{
+    std::size_t i = from;
+    while (i < text.size()) {
+        const char c = text[i];
+        if (c == '[') {
+            const std::size_t close = text.find(']', i);
+            i = close == std::string_view::npos ? i + 1 : close + 1;
+            continue;
+        }
+        // A word is passed over whole: the 2 of "m2" and the .5 of "AM1.5G" start no number.
+        if (is_letter(c) || c == '_') {
+            while (is_word_part(text, i)) ++i;
+            continue;
+        }
+        if (is_digit(c) || c == '-' || c == '+' || c == '.') {
+            const NumberScan number = number_at(text, i);
+            if (number.found) return number;
+            // Of something like a number the rest must not be taken for one: "1d-5" does not hold -5.
+            if (is_digit(c) || is_digit(at(text, i + 1)))
+                while (i < text.size() && !is_blank(text[i])) ++i;
+            else
+                ++i;
+            continue;
+        }
+        ++i;
+    }
+    NumberScan none;
+    none.end = text.size();
+    return none;
+}
+
+NumberScan number_here(std::string_view text, std::size_t from)
+{
+    std::size_t i = from;
+    while (is_blank(at(text, i))) ++i;
+    return i < text.size() ? number_at(text, i) : NumberScan{};
+}
+
+NumberList number_list(std::string_view text, std::size_t most)
+{
+    NumberList list;
+    if (most == 0) return list;
+    for (NumberScan number = next_number(text); number.found; number = number_here(text, list.end)) {
+        list.values.push_back(number.value);
+        list.finite = list.finite && number.finite;
+        list.end = number.end;
+        if (list.values.size() == most || !is_blank(at(text, list.end))) break;
+    }
+    return list;
+}
+
+}  // namespace kovin
