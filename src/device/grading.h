@@ -1,7 +1,7 @@
 // The laws of a graded quantity.
 #pragma once
 
-#include "base/surroundings.h"
+#include "device/cell.h"
 #include "device/profile.h"
 
 #include <span>
@@ -17,7 +17,13 @@ namespace kovin {
 /// @pre law_is_computed(profile.law)
 void interpolation(Profile& profile, std::span<const double> x, std::span<double> result, bool storeEnds);
 
+/// The same without keeping anything.
+void evaluate_profile(const Profile& profile, std::span<const double> x, std::span<double> result);
+
 /// Left and right values from the pure values, for a layer whose composition runs from y_left to y_right.
 void RecalculateLeftRightValues(Profile& profile, double y_left, double y_right);
+
+/// Ends of every profile of a layer, its composition first. A profile whose law is not computed keeps its ends.
+void recalculate_ends(LayerParameters& layer);
 
 }  // namespace kovin
