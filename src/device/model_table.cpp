@@ -1,0 +1,130 @@
+#include "device/model_table.h"
+
+#include "base/text_scan.h"
+
+#include <utility>
+
+namespace kovin {
+
+namespace {
+
+constexpr double default_flux = 6.242e16;  // photons/(cm2 s): 10 mA/cm2
+constexpr int first_absorption = 61;
+constexpr int square_root_index = 2;
+
+Model row(ModelClass model_class, int number, const char* name, int parameters, std::array<double, 5> values,
+          int points = 41, bool on = false)
+{
+    return {.model_class = model_class,
+            .number = number,
+            .name = name,
+            .parameters = parameters,
+            .points = points,
+            .values = values,
+            .on = on};
+}
+
+/// The order is that of the lists of the user: power before flux for the last two spectra.
+const std::array<Model, 18>& table()
+{
+    using enum ModelClass;
+    static const std::array<Model, 18> models{
+        // total generation [1/(cm2 s)], then positions and widths [um]
+        row(generation, 21, "Constant generation G", 1, {default_flux, 1, 1, 1, 1}, 11),
+        row(generation, 22, "Generation G(x) exponentially decaying from left", 2, {default_flux, 1, 1, 1, 1}),
+        row(generation, 23, "Generation G(x) exponentially decaying from right", 2, {default_flux, 1, 1, 1, 1}),
+        row(generation, 24, "Rectangular generation profile G(x)", 3, {default_flux, 1, 1, 1, 1}),
+        row(generation, 25, "Gaussian generation profile G(x)", 3, {default_flux, 1, 0.2, 1, 1}),
+        row(generation, 26, "Rectangular G(x) with exponential tails", 4, {default_flux, 1, 0.2, 0.1, 1}),
+        row(generation, 27, "Rectangular G(x) with gaussian tails", 4, {default_flux, 1, 0.2, 0.1, 1}),
+        // photons/(cm2 s) or suns, then wavelengths [nm]; the black body has its temperature [K] second
+        row(spectrum, 41, "White spectrum, constant photon flux", 3, {default_flux, 400, 800, 1, 1}),
+        row(spectrum, 42, "White spectrum, constant photon power", 3, {1, 400, 800, 1, 1}),
+        row(spectrum, 43, "Black body spectrum", 4, {1, 6000, 300, 4000, 1}, 101),
+        row(spectrum, 45, "Monochromatic spectrum, constant power", 3, {1, 600, 10, 1, 1}),
+        row(spectrum, 44, "Monochromatic spectrum, constant flux", 3, {default_flux, 600, 10, 1, 1}),
+        // coefficients [1/cm], energies [eV]; the fifth value is the gap of the material
+        row(absorption, 61, "constant background alpha", 1, {1, 1, 1, 1, 1}),
+        row(absorption, 62, "constant alpha for hv > Eg", 1, {1e5, 1, 1, 1, 1}),
+        row(absorption, 63, "sqrt(hv-Eg) law (KOVIN traditional)", 2, {1e5, 0, 1, 1, 1}, 41, true),
+        row(absorption, 64, "power law 1", 4, {1e5, 0, -1.2, 1, 1}),
+        row(absorption, 65, "power law 2", 4, {1e5, 0, -1.5, 2, 1}),
+        row(absorption, 66, "sub bandgap tail", 1, {0.1, 1, 1, 1, 1}),
+    };
+    return models;
+}
+
+bool is_absorption_number(int number)
+{
+    return number >= first_absorption && number < first_absorption + max_absorption_models;
+}
+
+}  // namespace
+
+std::span<const Model> ActualModelParameters() { return table(); }
+
+const Model& model_of_number(int number)
+{
+    const Model* square_root = nullptr;
+    for (const Model& model : table()) {
+        if (model.number == number) return model;
+        if (model.number == first_absorption + square_root_index) square_root = &model;
+    }
+    return *square_root;
+}
+
+int AbsorptionModelNumberToAbsorptionIndex(int number)
+{
+    return is_absorption_number(number) ? number - first_absorption : square_root_index;
+}
+
+int AbsorptionModelKeywordToNumber(std::string_view text)
+{
+    constexpr std::pair<std::string_view, int> words[] = {{"constant background alpha", 61},
+                                                          {"constant alpha for hv > Eg", 62},
+                                                          {"sqrt(hv-Eg) law", 63},
+                                                          {"power law 1", 64},
+                                                          {"power law 2", 65},
+                                                          {"sub bandgap tail", 66}};
+    for (const auto& [word, number] : words)
+        if (find_ignoring_case(text, word) != std::string_view::npos) return number;
+    return -1;
+}
+
+AbsorptionModelSet default_absorption_models(int material, double Eg, int number)
+{
+    AbsorptionModelSet set;
+    set.material = material;
+    for (std::size_t i = 0; i < set.models.size(); ++i) {
+        const int own_number = first_absorption + static_cast<int>(i);
+        set.models[i] = model_of_number(own_number);
+        set.models[i].on = own_number == number;
+    }
+    WriteEgInAbsorptionModel(set, Eg);
+    return set;
+}
+
+void SetDefaultAbsorptionModel(Absorption& absorption, double Eg_A, double Eg_B, WhichMaterial which, int number)
+{
+    if (which == WhichMaterial::A || which == WhichMaterial::both)
+        absorption.model_A = default_absorption_models(0, Eg_A, number);
+    if (which == WhichMaterial::B || which == WhichMaterial::both)
+        absorption.model_B = default_absorption_models(1, Eg_B, number);
+}
+
+void WriteEgInAbsorptionModel(AbsorptionModelSet& set, double Eg)
+{
+    set.Eg = Eg;
+    // The tail has no edge of its own: its second and third value are found while it is computed.
+    for (std::size_t i = 0; i + 1 < set.models.size(); ++i) set.models[i].values[4] = Eg;
+}
+
+void WriteEgInAllAbsorptionModels(CellParameters& cell)
+{
+    for (LayerParameters& layer : cell.layer) {
+        WriteEgInAbsorptionModel(layer.material.absorption.model_A, layer.material.Eg.pure_A);
+        WriteEgInAbsorptionModel(layer.material.absorption.model_B, layer.material.Eg.pure_B);
+    }
+}
+
+}  // namespace kovin
