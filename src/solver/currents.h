@@ -8,11 +8,6 @@
 
 namespace kovin {
 
-/// Current densities at the mesh points [mA/cm2].
-struct CurrentProfile {
-    std::vector<double> j_n, j_p, j_tot;
-};
-
 /// Fills the profile and the current fields of the state (median, spread, constancy).
 void extraheer_stroom(const Problem& problem, CalculationVariables& cv, CurrentProfile& profile);
 
@@ -30,6 +25,6 @@ void extract_recombination(const Problem& problem, const CalculationVariables& c
 struct Occupation {
     std::vector<double> f, one_minus_f;
 };
-[[nodiscard]] Occupation occupation(const Problem& problem, const CalculationVariables& cv, const DefectEnergy& level);
+[[nodiscard]] Occupation occupation(const CalculationVariables& cv, const DefectEnergy& level);
 
 }  // namespace kovin

@@ -4,14 +4,11 @@
 #include "device/calculation_set.h"
 #include "device/mesh.h"
 
-#include <span>
-
 namespace kovin {
 
-/// Makes the mesh of a cell and fills the arrays of `set3` on it.
-/// @param alpha_300  absorption of each layer at 300 nm, times x0; empty in the dark or with a given G(x)
-/// @param refine     each interval of the mesh is cut into that many equal parts (1: as it is), within the limit of
-///                   1000 points: serves to show how far a result depends on the mesh
-void DefineKOVINMesh(CalculationParameters& set3, Mesh& mesh, std::span<const double> alpha_300 = {}, int refine = 1);
+/// Makes the mesh of a cell and fills the arrays of `set3` on it (Full_x_Dependence).
+/// @param refine  each interval of the mesh is cut into that many equal parts (1: as it is), as far as the limit of
+///                1000 points allows: serves to show how far a result depends on the mesh
+void DefineKOVINMesh(CalculationParameters& set3, Mesh& mesh, int refine = 1);
 
 }  // namespace kovin

@@ -4,7 +4,9 @@
 #include "base/monitor.h"
 #include "device/calculation_set.h"
 #include "device/mesh.h"
+#include "solver/state.h"
 
+#include <array>
 #include <span>
 #include <vector>
 
@@ -32,7 +34,6 @@ struct Discretisation {
         double n_ratio = 1.0, p_ratio = 1.0;                                      ///< N0[j] W[l]/(N0[j+1] W[f])
     };
     std::vector<Interface> interfaces;
-    bool half_cells = true;
 };
 
 /// One discrete energy of a bulk defect at the points of its layer.
@@ -50,12 +51,17 @@ struct DefectEnergy {
 /// All discrete energies of the device, in the order layer, defect, energy.
 struct BulkDefects {
     std::vector<DefectEnergy> energies;
+    std::array<bool, max_layers> band_to_band{};  ///< the layer has radiative or Auger recombination
 };
 
 /// Work space of one calculation; sized once, then only written.
 struct Workspace {
-    std::vector<double> res, sub, main, super, delta, t, rho_total, extra;
-    std::vector<double> psi_old, Fn_old, Fp_old;  ///< state of the pass before
+    std::vector<double> res, sub, main, super, delta, t;  ///< one equation and its solution
+    std::vector<double> extra, E;                         ///< elements outside the band, by interface
+    std::vector<double> rho_total;
+    std::vector<double> psi_before, Fn_before, Fp_before;  ///< state of the outer pass before
+    std::vector<double> sorted;                            ///< of the median
+    CurrentProfile currents;
     void resize(std::size_t points, std::size_t layers);
 };
 

@@ -31,12 +31,19 @@ struct DcTerms {
     }
 };
 
+/// Current densities at the mesh points [mA/cm2], positive from left to right.
+struct CurrentProfile {
+    std::vector<double> j_n, j_p, j_tot;
+};
+
 /// All arrays have one value a mesh point; a quantity of the interval (i - 1, i) stands at i.
 struct CalculationVariables {
     Mesh mesh;
     std::vector<double> psi, Fn, Fp;      ///< [kT/q], [kT], [kT]
     std::vector<double> epsi, empsi;      ///< exp(psi), exp(-psi)
+    std::vector<double> bn, bp;           ///< Wn exp(psi), Wp exp(-psi): n/u and p/v
     std::vector<double> expFn, expmFp;    ///< u = exp(Fn), v = exp(-Fp)
+    std::vector<double> n, p;             ///< carrier densities [N0 of the layer]
     std::vector<double> du, dv;           ///< u[i] - u[i-1], v[i] - v[i-1], without cancellation; 0 at i = 0
     std::vector<double> P;                ///< exp(Fn - Fp) - 1
     std::vector<double> Bn_plus, Bn_min;  ///< Bern of +-((Gn + psi)[i] - (Gn + psi)[i-1]); 0 at i = 0

@@ -1,0 +1,78 @@
+#include "solver/bulk_defects.h"
+
+#include "device/defect_levels.h"
+#include "device/on_mesh.h"
+
+#include <cmath>
+
+namespace kovin {
+
+namespace {
+
+std::size_t at(int i) { return static_cast<std::size_t>(i); }
+
+/// Weight of energy m in the trapezoid rule over the energies of a distribution; 1 for a single level.
+double trapezoid_weight(const EnergyTable& table, std::size_t m)
+{
+    const std::size_t n = table.energy.size();
+    if (n < 2) return 1.0;
+    const double before = m > 0 ? table.step[m - 1] : 0.0, after = m + 1 < n ? table.step[m] : 0.0;
+    return 0.5 * (std::fabs(before) + std::fabs(after));
+}
+
+/// Rates of one discrete energy E of a defect with a single level.
+/// Source: Shockley, Read, Phys. Rev. 87 (1952) 835.
+DefectEnergy defect_energy(const CalculationParameters& set3, const Mesh& mesh,
+                           const BulkRecombinationParameters& level, std::size_t layer, double E, double weight)
+{
+    const OnMesh& on = set3.on;
+    const std::size_t first = at(mesh.first[layer]), count = at(mesh.n_in_layer[layer]);
+    DefectEnergy r;
+    r.first = first;
+    r.layer = static_cast<int>(layer);
+    r.defect = level.defect;
+    r.energy = E;
+    for (auto* v : {&r.Nt, &r.cn, &r.cp, &r.en, &r.ep}) v->assign(count, 0.0);
+    r.charged = level.aard == LevelType::neutral ? 0.0 : 1.0;
+    r.charge = level.aard == LevelType::plus_zero ? 1.0 : 0.0;
+    Full_Nt_x_Dependence(set3, mesh, level, weight, r.Nt);
+    for (std::size_t k = 0; k < count; ++k) {
+        const std::size_t i = first + k;
+        const double above_EV = level_above_EV(level.reference, E, on.Eg[i], set3.kT, on.Nv[i] / on.Nc[i]);
+        r.cn[k] = on.vth_n[i] * level.sigma_n;
+        r.cp[k] = on.vth_p[i] * level.sigma_p;
+        r.en[k] = on.Nc[i] * r.cn[k] * std::exp(-(on.Eg[i] - above_EV) / set3.kT);
+        r.ep[k] = on.Nv[i] * r.cp[k] * std::exp(-above_EV / set3.kT);
+    }
+    return r;
+}
+
+}  // namespace
+
+void define_defects(const CalculationParameters& set3, const Mesh& mesh, BulkDefects& defects)
+{
+    defects = BulkDefects{};
+    const ConvergenceParameters& settings = set3.convergence;
+    for (std::size_t j = 0; j < at(mesh.nlayers); ++j) {
+        const LayerParameters& layer = set3.layer[j];
+        for (std::size_t d = 0; d < at(layer.srhteller); ++d) {
+            const BulkRecombinationParameters& level = layer.srh[d][0];
+            // A defect that captures nothing neither recombines nor has a defined charge.
+            if (level.sigma_n <= 0.0 && level.sigma_p <= 0.0) continue;
+            const EnergyDistribution kind = level.energy_distribution;
+            const EnergyTable table = bereken_energie_as(kind, level.Ekar, level.Et, settings.defectdiscretisations,
+                                                         settings.widthtail, settings.widthgauss);
+            const double peak = peak_to_total(kind, level.Ekar);
+            for (std::size_t m = 0; m < table.energy.size(); ++m) {
+                const double E = table.energy[m];
+                const double weight =
+                    peak * distribution_weight(kind, E, level.Et, level.Ekar) * trapezoid_weight(table, m);
+                defects.energies.push_back(defect_energy(set3, mesh, level, j, E, weight));
+            }
+        }
+        for (std::size_t i = at(mesh.first[j]); i <= at(mesh.last[j]); ++i)
+            if (set3.on.K_rad[i] != 0.0 || set3.on.Cn[i] != 0.0 || set3.on.Cp[i] != 0.0) defects.band_to_band[j] = true;
+    }
+}
+
+}  // namespace kovin

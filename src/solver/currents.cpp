@@ -1,0 +1,100 @@
+#include "solver/currents.h"
+
+#include "solver/bulk_terms.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kovin {
+
+namespace {
+
+std::size_t at(int i) { return static_cast<std::size_t>(i); }
+
+/// Currents of the intervals, each at the left point of its interval; then the node values of one layer: the mean of
+/// the two intervals beside a point, the only interval at the two ends.
+void currents_of_layer(const Problem& problem, const CalculationVariables& cv, std::size_t first, std::size_t last,
+                       CurrentProfile& c)
+{
+    const Discretisation& g = problem.grid;
+    for (std::size_t i = first; i < last; ++i) {
+        c.j_n[i] = g.n_current[i + 1] * cv.epsi[i] * cv.Bn_min[i + 1] * cv.du[i + 1];
+        c.j_p[i] = -g.p_current[i + 1] * cv.empsi[i] * cv.Bp_plus[i + 1] * cv.dv[i + 1];
+    }
+    for (auto* j : {&c.j_n, &c.j_p}) {
+        (*j)[last] = (*j)[last - 1];
+        for (std::size_t i = last - 1; i > first; --i) (*j)[i] = 0.5 * ((*j)[i] + (*j)[i - 1]);
+    }
+    for (std::size_t i = first; i <= last; ++i) c.j_tot[i] = c.j_n[i] + c.j_p[i];
+}
+
+double median_of(std::vector<double> values)
+{
+    const auto half = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), half, values.end());
+    if (values.size() % 2 == 1) return *half;
+    return 0.5 * (*half + *std::max_element(values.begin(), half));
+}
+
+void clear(std::vector<double>& v, std::size_t n) { v.assign(n, 0.0); }
+
+}  // namespace
+
+void extraheer_stroom(const Problem& problem, CalculationVariables& cv, CurrentProfile& profile)
+{
+    const std::size_t N = cv.psi.size();
+    for (auto* j : {&profile.j_n, &profile.j_p, &profile.j_tot}) j->resize(N);
+    for (std::size_t j = 0; j < at(cv.mesh.nlayers); ++j)
+        currents_of_layer(problem, cv, at(cv.mesh.first[j]), at(cv.mesh.last[j]), profile);
+    cv.J_median = median_of(profile.j_tot);
+    cv.J_spread = 0.0;
+    for (const double J : profile.j_tot) cv.J_spread = std::max(cv.J_spread, std::fabs(J - cv.J_median));
+    const ConvergenceParameters& settings = problem.set3.convergence;
+    cv.J_constant = 10.0 * cv.J_spread <=
+                    std::max(settings.uniform_abs_tol, settings.uniform_rel_tol * std::fabs(10.0 * cv.J_median));
+}
+
+void extract_recombination(const Problem& problem, const CalculationVariables& cv, RecombinationProfile& profile)
+{
+    const std::size_t N = cv.psi.size();
+    const OnMesh& on = problem.set3.on;
+    DcTerms defects;
+    defects.resize(N);
+    for (const DefectEnergy& level : problem.defects.energies) rdcbijdrage_een_niveau(level, cv, defects);
+    profile.SRH = std::move(defects.rec);
+    for (auto* v : {&profile.radiative, &profile.auger, &profile.total}) clear(*v, N);
+    for (std::size_t i = 0; i < N; ++i) {
+        const double excess = cv.P[i] * on.Wn[i] * on.Wp[i];
+        profile.radiative[i] = excess * on.K_rad[i];
+        profile.auger[i] = excess * (cv.n[i] * on.Cn[i] + cv.p[i] * on.Cp[i]);
+        profile.total[i] = profile.SRH[i] + profile.radiative[i] + profile.auger[i];
+    }
+}
+
+double integrated_current(const CalculationParameters& set3, const Mesh& mesh, std::span<const double> rate)
+{
+    double sum = 0.0;
+    for (std::size_t j = 0; j < at(mesh.nlayers); ++j) {
+        const double scale = 0.1 * set3.scale.current(static_cast<int>(j));
+        for (std::size_t i = at(mesh.first[j]); i <= at(mesh.last[j]); ++i) {
+            const double box = 0.5 * (mesh.h[i] + (i > 0 ? mesh.h[i - 1] : 0.0));
+            sum += scale * rate[i] * box;
+        }
+    }
+    return sum;
+}
+
+Occupation occupation(const CalculationVariables& cv, const DefectEnergy& level)
+{
+    Occupation o;
+    for (std::size_t k = 0; k < level.Nt.size(); ++k) {
+        const std::size_t i = level.first + k;
+        const double A = level.ep[k] + level.cn[k] * cv.n[i];
+        const double B = level.en[k] + level.cp[k] * cv.p[i];
+        o.f.push_back(A / (A + B));
+        o.one_minus_f.push_back(B / (A + B));
+    }
+    return o;
+}
+
+}  // namespace kovin

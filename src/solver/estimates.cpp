@@ -1,0 +1,99 @@
+#include "solver/estimates.h"
+
+#include "solver/bernoulli.h"
+
+#include <cmath>
+
+namespace kovin {
+
+namespace {
+
+void update_P(CalculationVariables& cv)
+{
+    for (std::size_t i = 0; i < cv.P.size(); ++i) cv.P[i] = std::expm1(cv.Fn[i] - cv.Fp[i]);
+}
+
+}  // namespace
+
+void update_psivar(const CalculationParameters& set3, CalculationVariables& cv)
+{
+    const std::size_t N = cv.psi.size();
+    const OnMesh& on = set3.on;
+    for (std::size_t i = 0; i < N; ++i) {
+        cv.epsi[i] = std::exp(cv.psi[i]);
+        cv.empsi[i] = 1.0 / cv.epsi[i];
+        cv.bn[i] = on.Wn[i] * cv.epsi[i];
+        cv.bp[i] = on.Wp[i] * cv.empsi[i];
+        cv.n[i] = cv.bn[i] * cv.expFn[i];
+        cv.p[i] = cv.bp[i] * cv.expmFp[i];
+    }
+    // Where both band terms stay constant along an interval, one pair serves electrons and holes.
+    for (std::size_t i = 1; i < N; ++i) {
+        const double step = cv.psi[i] - cv.psi[i - 1];
+        const double dGn = on.Gn[i] - on.Gn[i - 1];
+        const double dGp = on.Gp[i] - on.Gp[i - 1];
+        const BernoulliPair n = bernoulli_pair(step + dGn);
+        const BernoulliPair p = dGp == dGn ? n : bernoulli_pair(step + dGp);
+        cv.Bn_plus[i] = n.plus;
+        cv.Bn_min[i] = n.minus;
+        cv.Bp_plus[i] = p.plus;
+        cv.Bp_min[i] = p.minus;
+    }
+}
+
+void update_Fn(CalculationVariables& cv)
+{
+    const std::size_t N = cv.Fn.size();
+    for (std::size_t i = 0; i < N; ++i) {
+        cv.expFn[i] = std::exp(cv.Fn[i]);
+        cv.n[i] = cv.bn[i] * cv.expFn[i];
+    }
+    for (std::size_t i = 1; i < N; ++i) cv.du[i] = cv.expFn[i - 1] * std::expm1(cv.Fn[i] - cv.Fn[i - 1]);
+    update_P(cv);
+}
+
+void update_Fp(CalculationVariables& cv)
+{
+    const std::size_t N = cv.Fp.size();
+    for (std::size_t i = 0; i < N; ++i) {
+        cv.expmFp[i] = std::exp(-cv.Fp[i]);
+        cv.p[i] = cv.bp[i] * cv.expmFp[i];
+    }
+    for (std::size_t i = 1; i < N; ++i) cv.dv[i] = cv.expmFp[i - 1] * std::expm1(cv.Fp[i - 1] - cv.Fp[i]);
+    update_P(cv);
+}
+
+void eerste_schatting(const CalculationParameters& set3, CalculationVariables& cv)
+{
+    cv.V = cv.V_kT = 0.0;
+    const auto& x = cv.mesh.x;
+    const double right = (set3.phi_left - set3.phi_right) / set3.kT;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        cv.psi[i] = right * (x[i] - x.front()) / (x.back() - x.front());
+        cv.Fn[i] = cv.Fp[i] = 0.0;
+    }
+    cv.psi.back() = right;
+    update_psivar(set3, cv);
+    update_Fn(cv);
+    update_Fp(cv);
+}
+
+void volgende_schatting(const CalculationParameters& set3, CalculationVariables& cv, double V, double dV)
+{
+    cv.V = V;
+    cv.V_kT = V / set3.kT;
+    const auto& x = cv.mesh.x;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const double t = dV / set3.kT * (x[i] - x.front()) / (x.back() - x.front());
+        cv.psi[i] -= t;
+        cv.Fn[i] += t;
+        cv.Fp[i] += t;
+    }
+    cv.psi.front() = 0.0;
+    cv.psi.back() = (set3.phi_left - set3.phi_right - V) / set3.kT;
+    update_psivar(set3, cv);
+    update_Fn(cv);
+    update_Fp(cv);
+}
+
+}  // namespace kovin

@@ -1,0 +1,98 @@
+#include "solver/mesh_first.h"
+
+#include "device/on_mesh.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kovin {
+
+namespace {
+
+constexpr int points_min = 40;
+constexpr int points_max = 100;
+constexpr double smallest_step_m = 1e-10;
+
+/// Positions of the points of one layer, from 0 to d [x0].
+std::vector<double> layer_points(double d, double screening, double x0, int budget)
+{
+    double step = std::min(screening, smallest_step_m / x0);
+    const double wanted = std::min(d / points_max / 2.0, screening);
+    const double count = std::min(d / wanted, 1e6);  // cut before the conversion: a tiny length gives a huge count
+    const int n = std::min(std::clamp(static_cast<int>(count), points_min, points_max), budget);
+    step = std::min(step, 0.8 * d / n);
+
+    // Intervals grow from `step` at both ends to a maximum in the middle.
+    const double a = std::exp(2.25 * std::pow(std::log(d / step / (n - 1)), 0.23));
+    const double m = n - 2;
+    std::vector<double> interval(static_cast<std::size_t>(n - 1));
+    double sum = 0.0;
+    for (std::size_t k = 0; k < interval.size(); ++k) {
+        const double left = static_cast<double>(k), right = m - left;
+        interval[k] = step * std::exp(4.0 * a * right * right * left * left / (m * m * m * m));
+        sum += interval[k];
+    }
+    // Fit the sum to the thickness; the end intervals keep their width where there is something to stretch.
+    const double even = step * (n - 1);
+    if (sum <= even)
+        for (double& h : interval) h *= d / sum;
+    else
+        for (double& h : interval) h = step + (h - step) * (d - even) / (sum - even);
+
+    std::vector<double> X(static_cast<std::size_t>(n));
+    for (std::size_t k = 0; k < interval.size(); ++k) X[k + 1] = X[k] + interval[k];
+    X.back() = d;
+    return X;
+}
+
+/// Each interval cut into `parts`.
+std::vector<double> refined(const std::vector<double>& X, int parts)
+{
+    std::vector<double> fine{X.front()};
+    for (std::size_t i = 1; i < X.size(); ++i)
+        for (int k = 1; k <= parts; ++k) fine.push_back(X[i - 1] + (X[i] - X[i - 1]) * k / parts);
+    return fine;
+}
+
+}  // namespace
+
+void DefineKOVINMesh(CalculationParameters& set3, Mesh& mesh, int refine)
+{
+    const double x0 = set3.scale.x0;
+    std::vector<std::vector<double>> X;
+    int budget = max_mesh_points;
+    for (std::size_t j = 0; j < static_cast<std::size_t>(set3.layers); ++j) {
+        const Profile& gap = set3.layer[j].material.Eg;
+        const double screening = std::min(set3.debye_left[j] / std::sqrt(gap.left / set3.kT),
+                                          set3.debye_right[j] / std::sqrt(gap.right / set3.kT));
+        X.push_back(layer_points(set3.d[j], screening, x0, budget / (set3.layers - static_cast<int>(j))));
+        budget -= static_cast<int>(X.back().size());
+    }
+    int total = max_mesh_points - budget;
+    while (refine > 1 && (total - set3.layers) * refine + set3.layers > max_mesh_points) --refine;
+    if (refine > 1)
+        for (auto& layer : X) layer = refined(layer, refine);
+
+    total = 0;
+    for (const auto& layer : X) total += static_cast<int>(layer.size());
+    mesh = Mesh{};
+    mesh.nlayers = set3.layers;
+    mesh.resize(total);
+    std::size_t i = 0;
+    double start = 0.0;
+    for (std::size_t j = 0; j < X.size(); ++j) {
+        mesh.first[j] = static_cast<int>(i);
+        mesh.n_in_layer[j] = static_cast<int>(X[j].size());
+        for (const double x : X[j]) mesh.x[i++] = start + x;
+        mesh.last[j] = static_cast<int>(i) - 1;
+        start = mesh.x[i - 1];
+    }
+    for (i = 0; i < mesh.x.size(); ++i) {
+        mesh.h[i] = i + 1 < mesh.x.size() ? mesh.x[i + 1] - mesh.x[i] : 0.0;
+        mesh.x_m[i] = mesh.x[i] * x0;
+        mesh.x_um[i] = mesh.x_m[i] * 1e6;
+    }
+    Full_x_Dependence(set3, mesh);
+}
+
+}  // namespace kovin

@@ -1,0 +1,72 @@
+#include "solver/newton_steps.h"
+
+#include "solver/estimates.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kovin {
+
+double MaximumAbsoluteValue(std::span<const double> x)
+{
+    double largest = 0.0;
+    for (const double value : x) {
+        const double size = std::fabs(value);
+        if (!(size <= largest)) largest = size;  // takes over NaN, and then keeps it
+        if (std::isnan(largest)) break;
+    }
+    return largest;
+}
+
+double clamp_at(const ConvergenceParameters& settings, double final_clamp, int k)
+{
+    if (k >= settings.clamp_ramp_iterations) return final_clamp;
+    return settings.clamp_start + k * (final_clamp - settings.clamp_start) / settings.clamp_ramp_iterations;
+}
+
+double ApplyClamping(std::span<double> delta, const ConvergenceParameters& settings, double L)
+{
+    double m = MaximumAbsoluteValue(delta);
+    if (settings.clamp_mode == 0 || m <= L) return m;
+    const auto clip = [&](double limit) {
+        for (double& step : delta) step = std::clamp(step, -limit, limit);
+    };
+    if (settings.clamp_mode == 2) {
+        clip(L);
+        return L;
+    }
+    if (m > 5.0 * L) {
+        clip(5.0 * L);
+        m = 5.0 * L;
+    }
+    if (settings.clamp_mode == 4)
+        for (double& step : delta) step /= 1.0 + (m - L) / m / L * std::fabs(step);
+    else
+        for (double& step : delta) step *= L / m;
+    return L;
+}
+
+bool clamping_u_or_v(const ConvergenceParameters& settings, Carrier carrier, int k, std::span<double> delta,
+                     CalculationVariables& cv)
+{
+    const bool electrons = carrier == Carrier::electrons;
+    const double s = electrons ? 1.0 : -1.0;
+    const double clamp = clamp_at(settings, electrons ? settings.clamp_n : settings.clamp_p, k);
+    const double lowest = std::exp(-10.0 * clamp);
+    auto& F = electrons ? cv.Fn : cv.Fp;
+    const auto& w = electrons ? cv.expFn : cv.expmFp;
+    for (std::size_t i = 0; i < delta.size(); ++i) {
+        const double relative = delta[i] / w[i];
+        delta[i] = 1.0 + relative > lowest ? s * std::log1p(relative) : -s * 10.0 * clamp;
+    }
+    const double largest = ApplyClamping(delta, settings, clamp);
+    for (std::size_t i = 0; i < delta.size(); ++i) F[i] += delta[i];
+    (electrons ? cv.max_delta_Fn : cv.max_delta_Fp) = largest;
+    if (electrons)
+        update_Fn(cv);
+    else
+        update_Fp(cv);
+    return !(largest <= (electrons ? settings.termination_Fn : settings.termination_Fp));
+}
+
+}  // namespace kovin

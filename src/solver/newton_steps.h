@@ -1,0 +1,27 @@
+// From a raw Newton step to the step that is made: clamps on psi and on the quasi-Fermi levels.
+#pragma once
+
+#include "device/numerical_settings.h"
+#include "solver/residuals.h"
+#include "solver/state.h"
+
+#include <span>
+
+namespace kovin {
+
+/// Largest |x[i]|; NaN if any element is.
+[[nodiscard]] double MaximumAbsoluteValue(std::span<const double> x);
+
+/// Limit of a step at inner iteration k: falls linearly from clamp_start to `final_clamp` [kT].
+[[nodiscard]] double clamp_at(const ConvergenceParameters& settings, double final_clamp, int k);
+
+/// Limits `delta` to `limit` in the way of clamp_mode. @return the largest element afterwards
+double ApplyClamping(std::span<double> delta, const ConvergenceParameters& settings, double limit);
+
+/// Turns `delta`, a step in u or v, into a clamped step of Fn or Fp and makes it. The density falls at most by
+/// exp(-10 clamp) in one step, so the logarithm never sees a number that is not positive.
+/// @return true if the step was larger than the termination: not yet converged
+bool clamping_u_or_v(const ConvergenceParameters& settings, Carrier carrier, int k, std::span<double> delta,
+                     CalculationVariables& cv);
+
+}  // namespace kovin

@@ -1,0 +1,121 @@
+#include "solver/outer_iteration.h"
+
+#include "solver/bulk_terms.h"
+#include "solver/currents.h"
+#include "solver/estimates.h"
+#include "solver/gummel.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kovin {
+
+namespace {
+
+/// Currents of the two passes before, for the test beyond the minimum number of passes [A/m2].
+struct CurrentTest {
+    double J1 = 0.0, J2 = 0.0;
+};
+
+double current_A_m2(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    extraheer_stroom(problem, cv, work.currents);
+    return 10.0 * cv.J_median;
+}
+
+/// The mean of this pass and the pass before: ends an oscillation between two states.
+void AverageDynamicVariables(const Problem& problem, const Workspace& work, CalculationVariables& cv)
+{
+    for (std::size_t i = 0; i < cv.psi.size(); ++i) {
+        cv.psi[i] = 0.5 * (cv.psi[i] + work.psi_before[i]);
+        cv.Fn[i] = 0.5 * (cv.Fn[i] + work.Fn_before[i]);
+        cv.Fp[i] = 0.5 * (cv.Fp[i] + work.Fp_before[i]);
+    }
+    update_psivar(problem.set3, cv);
+    update_Fn(cv);
+    update_Fp(cv);
+    totale_rdcbijdrage(problem, cv);
+}
+
+/// Has the current settled, and is it constant along the device?
+bool current_has_settled(const Problem& problem, Workspace& work, CalculationVariables& cv, CurrentTest& test)
+{
+    const ConvergenceParameters& settings = problem.set3.convergence;
+    double J = current_A_m2(problem, work, cv);
+    const double tol = std::max(settings.current_abs_tol, settings.current_rel_tol * std::fabs(J));
+    if (std::fabs(J - test.J1) < tol && cv.J_constant) return true;
+    const double last = std::fabs(J - test.J1), one_before = std::fabs(J - test.J2);
+    if (last > one_before && one_before < 1e10 * tol && settings.recalculate_mesh == 0) {
+        AverageDynamicVariables(problem, work, cv);
+        J = current_A_m2(problem, work, cv);
+    }
+    test = {J, test.J1};
+    work.psi_before = cv.psi;
+    work.Fn_before = cv.Fn;
+    work.Fp_before = cv.Fp;
+    return false;
+}
+
+bool failed(CalculationVariables& cv)
+{
+    cv.iterations = -1;
+    return false;
+}
+
+}  // namespace
+
+bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    const ConvergenceParameters& settings = problem.set3.convergence;
+    const int min_outer = std::max(2, static_cast<int>(0.2 * settings.maxiter));
+    cv.max_delta_psi = cv.max_delta_Fn = cv.max_delta_Fp = 1e30;
+    work.psi_before = cv.psi;
+    work.Fn_before = cv.Fn;
+    work.Fp_before = cv.Fp;
+    CurrentTest test;
+    for (int it = 1;; ++it) {
+        cv.iterations = it;
+        if (problem.monitor != nullptr && problem.monitor->stopRequested()) return failed(cv);
+        if (!dc_Gummel_iteration_psi(problem, work, cv, settings.maxiter_psi)) return failed(cv);
+        if (!dc_Gummel_iteration_u_or_v(problem, work, cv, Carrier::electrons)) return failed(cv);
+        if (!dc_Gummel_iteration_u_or_v(problem, work, cv, Carrier::holes)) return failed(cv);
+        const bool moved = cv.its_psi >= 1 || cv.its_u >= 1 || cv.its_v >= 1;
+        if (it >= settings.maxiter) return failed(cv);
+        // A solve normally ends here as soon as nothing moves; the test of the current is for long fights.
+        if (it <= min_outer ? !moved : current_has_settled(problem, work, cv, test)) break;
+    }
+    totale_rdcbijdrage(problem, cv);
+    extraheer_stroom(problem, cv, work.currents);
+    return true;
+}
+
+bool equilibrium(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    eerste_schatting(problem.set3, cv);
+    const bool converged = dc_Gummel_iteration_psi(problem, work, cv, problem.set3.convergence.maxiter_psi_equilibrium);
+    cv.iterations = cv.its_psi;
+    totale_rdcbijdrage(problem, cv);
+    extraheer_stroom(problem, cv, work.currents);
+    return converged;
+}
+
+bool onder_belichting(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    return !cv.failed() && dc_Gummel_iteration_all(problem, work, cv);
+}
+
+bool volgende_iv_punt(const Problem& problem, Workspace& work, CalculationVariables& cv, double Vfrom, double Vto,
+                      int npoints)
+{
+    if (cv.failed()) return false;
+    if (std::fabs(Vto - Vfrom) < 1e-9) return true;
+    const int steps = std::max(npoints, 2) - 1;  // a count below two acts as one step
+    const double dV = (Vto - Vfrom) / steps;
+    for (int k = 1; k <= steps; ++k) {
+        volgende_schatting(problem.set3, cv, Vfrom + k * (Vto - Vfrom) / steps, dV);
+        if (!dc_Gummel_iteration_all(problem, work, cv)) return false;
+    }
+    return true;
+}
+
+}  // namespace kovin
