@@ -9,7 +9,8 @@
 
 namespace kovin {
 
-/// Absorption models that are computed (the square-root law 63, the step 62, the background 61); others are held only.
+/// Absorption models that are computed: background 61, step 62, square root 63, power laws 64 and 65; the tail 66 is
+/// held only.
 [[nodiscard]] bool absorption_model_is_computed(int number);
 
 /// alpha [1/cm] of one model at wavelength lambda [nm]. @pre absorption_model_is_computed(model.number)
