@@ -114,21 +114,29 @@ bool read_absorption_file(Surroundings& surroundings, std::string_view name, Abs
     return true;
 }
 
+bool load_absorption(Surroundings& surroundings, const Absorption& absorption, bool material_B,
+                     MaterialAbsorption& material)
+{
+    material.from_file = material_B ? absorption.pure_B_from_file : absorption.pure_A_from_file;
+    material.models = material_B ? absorption.model_B : absorption.model_A;
+    return !material.from_file ||
+           read_absorption_file(surroundings, material_B ? absorption.file_B : absorption.file_A, material.table);
+}
+
+double alpha_at(const MaterialAbsorption& material, double lambda)
+{
+    if (material.from_file)
+        return LogarithmicInterpolationolateFromTable(lambda, material.table.lambda, material.table.alpha);
+    return per_cm_to_per_m * CalculateAbsorptionFromModel(material.models, lambda);
+}
+
 bool DetermineLayerAlpha(Surroundings& surroundings, const Absorption& absorption, bool material_B,
                          std::span<const double> lambda, std::span<double> alpha)
 {
     assert(lambda.size() == alpha.size());
-    if (material_B ? absorption.pure_B_from_file : absorption.pure_A_from_file) {
-        AbsorptionTable table;
-        if (!read_absorption_file(surroundings, material_B ? absorption.file_B : absorption.file_A, table))
-            return false;
-        for (std::size_t k = 0; k < lambda.size(); ++k)
-            alpha[k] = LogarithmicInterpolationolateFromTable(lambda[k], table.lambda, table.alpha);
-        return true;
-    }
-    const AbsorptionModelSet& set = material_B ? absorption.model_B : absorption.model_A;
-    for (std::size_t k = 0; k < lambda.size(); ++k)
-        alpha[k] = per_cm_to_per_m * CalculateAbsorptionFromModel(set, lambda[k]);
+    MaterialAbsorption material;
+    if (!load_absorption(surroundings, absorption, material_B, material)) return false;
+    for (std::size_t k = 0; k < lambda.size(); ++k) alpha[k] = alpha_at(material, lambda[k]);
     return true;
 }
 

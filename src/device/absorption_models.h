@@ -30,8 +30,20 @@ struct AbsorptionTable {
 /// the wrong unit. @return false if there is nothing usable (reported)
 [[nodiscard]] bool read_absorption_file(Surroundings& surroundings, std::string_view name, AbsorptionTable& table);
 
-/// alpha [1/m] of a layer's pure material A or B at the wavelengths given: from its file (tables interpolate
-/// logarithmically) or from its models.
+/// Absorption of one pure material, ready to be evaluated: its table if it comes from a file, else its models.
+struct MaterialAbsorption {
+    bool from_file = false;
+    AbsorptionTable table;
+    AbsorptionModelSet models;
+};
+/// Takes material A or B of a layer, with its file. @return false if the file could not be read (reported)
+[[nodiscard]] bool load_absorption(Surroundings& surroundings, const Absorption& absorption, bool material_B,
+                                   MaterialAbsorption& material);
+
+/// alpha [1/m] at wavelength lambda [nm]; tables are interpolated logarithmically.
+[[nodiscard]] double alpha_at(const MaterialAbsorption& material, double lambda);
+
+/// alpha [1/m] of a layer's pure material A or B at the wavelengths given.
 /// @return false if the file could not be read (reported)
 [[nodiscard]] bool DetermineLayerAlpha(Surroundings& surroundings, const Absorption& absorption, bool material_B,
                                        std::span<const double> lambda, std::span<double> alpha);

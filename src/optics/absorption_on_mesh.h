@@ -1,0 +1,19 @@
+// Absorption at the mesh points for all wavelengths of the spectrum.
+#pragma once
+
+#include "base/surroundings.h"
+#include "device/calculation_set.h"
+#include "device/mesh.h"
+#include "optics/generation_parameters.h"
+
+namespace kovin {
+
+/// Fills gp.absorption for the compositions on the mesh; each distinct composition of a layer is interpolated once.
+/// A composition between the pure materials: alpha_A^(1-y) alpha_B^y, each at the wavelength that stands to its own
+/// edge as the wanted one stands to the edge at y.
+/// @param set3  its layers give the absorption data; @param mesh  with its compositions
+/// @return false if an absorption file cannot be used (reported)
+[[nodiscard]] bool bepaal_alfa(Surroundings& surroundings, const CalculationParameters& set3, const Mesh& mesh,
+                               GenerationParameters& gp);
+
+}  // namespace kovin

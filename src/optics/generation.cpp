@@ -1,0 +1,113 @@
+#include "optics/generation.h"
+
+#include "base/two_column_file.h"
+
+#include <algorithm>
+#include <span>
+
+namespace kovin {
+
+namespace {
+
+/// Rows of the generation file: positions [m], G [1/(m3 s)] as they stand in the file, not negative.
+bool GetGenerationFromFile(Surroundings& surroundings, const WorkPoint& wp, TwoColumns& rows)
+{
+    if (!wp.generationFromFile) {
+        KOVINErrorMessage(surroundings.report, "Generation",
+                          "The generation model \"" + wp.generationModel.name + "\" is not supported yet.");
+        return false;
+    }
+    if (wp.generationFile.empty()) {
+        KOVINErrorMessage(surroundings.report, "Error trying to read the generation file G(x)",
+                          "The work point asks for a generation file and names none.");
+        return false;
+    }
+    const int count = ReadKOVINFile(surroundings, wp.generationFile, FileKind::generation, 1, false, rows);
+    if (count < 1) return false;
+    if (count > max_generation_points) {
+        KOVINErrorMessage(surroundings.report, "Error trying to read the generation file G(x)",
+                          "The generation file '" + wp.generationFile + "' contains too many " + std::to_string(count) +
+                              " (> " + std::to_string(max_generation_points) + ") points.");
+        return false;
+    }
+    MakeNonNegative(rows.y);
+    return true;
+}
+
+/// Linear between rows, 0 outside; of rows with equal positions the lower one counts. A file that ends at the back of
+/// the cell reaches the last mesh point whatever the rounding of the two.
+double value_at(const TwoColumns& rows, double x)
+{
+    if (!rows.x.empty() && x > rows.x.back() && x <= rows.x.back() * (1 + 1e-9)) return rows.y.back();
+    if (rows.x.empty() || x < rows.x.front() || x > rows.x.back()) return 0.0;
+    const auto above = std::lower_bound(rows.x.begin(), rows.x.end(), x);
+    const auto i = static_cast<std::size_t>(above - rows.x.begin());
+    if (*above == x) return rows.y[i];
+    return rows.y[i - 1] + (x - rows.x[i - 1]) * (rows.y[i] - rows.y[i - 1]) / (rows.x[i] - rows.x[i - 1]);
+}
+
+/// G [1/(m3 s)] of one unit of gp.generation in layer j.
+double generation_unit(const Scale& scale, std::size_t j) { return scale.D0 * scale.N0[j] / (scale.x0 * scale.x0); }
+
+std::size_t first_of(const Mesh& mesh, std::size_t j) { return static_cast<std::size_t>(mesh.first[j]); }
+std::size_t end_of(const Mesh& mesh, std::size_t j)
+{
+    return static_cast<std::size_t>(mesh.first[j]) + static_cast<std::size_t>(mesh.n_in_layer[j]);
+}
+
+/// Sum of values over the half intervals on both sides of each x.
+double half_interval_sum(std::span<const double> x, std::span<const double> values)
+{
+    double sum = 0.0;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const double right = x[std::min(i + 1, x.size() - 1)];
+        const double left = x[i > 0 ? i - 1 : 0];
+        sum += values[i] * (right - left) * 0.5;
+    }
+    return sum;
+}
+
+constexpr double A_m2_to_mA_cm2 = 0.1;
+
+}  // namespace
+
+bool CalculateGenerationFromFileOrFromModel(Surroundings& surroundings, const WorkPoint& wp,
+                                            const CalculationParameters& set3, const Mesh& mesh,
+                                            GenerationParameters& gp)
+{
+    TwoColumns rows;
+    if (!wp.dark && !GetGenerationFromFile(surroundings, wp, rows)) return false;
+    gp.generation.assign(static_cast<std::size_t>(mesh.N), 0.0);
+    if (wp.dark) return true;
+    for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j) {
+        const double factor = wp.attenuation / 100.0 / generation_unit(set3.scale, j);
+        for (std::size_t i = first_of(mesh, j); i < end_of(mesh, j); ++i)
+            gp.generation[i] = factor * value_at(rows, mesh.x_m[i]);
+    }
+    return true;
+}
+
+bool CalculateIdealCurrentFromGenerationFileOrModel(Surroundings& surroundings, WorkPoint& wp)
+{
+    TwoColumns rows;
+    if (!GetGenerationFromFile(surroundings, wp, rows)) return false;
+    wp.idealCurrent = half_interval_sum(rows.x, rows.y) * elementary_charge * A_m2_to_mA_cm2;
+    return true;
+}
+
+void ExtractGeneration(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp,
+                       std::vector<double>& G)
+{
+    G = gp.generation;
+    for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j)
+        for (std::size_t i = first_of(mesh, j); i < end_of(mesh, j); ++i) G[i] *= generation_unit(set3.scale, j);
+    gp.total_mA_cm2 = half_interval_sum(mesh.x_m, G) * elementary_charge * A_m2_to_mA_cm2;
+}
+
+void update_generation_current(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp)
+{
+    std::vector<double> G;
+    ExtractGeneration(set3, mesh, gp, G);
+}
+
+}  // namespace kovin

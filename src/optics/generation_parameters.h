@@ -1,0 +1,35 @@
+// The light of a calculation: spectrum, filters, absorption, and the generation that they give on the mesh.
+#pragma once
+
+#include <array>
+#include <vector>
+
+#include "base/constants.h"
+
+namespace kovin {
+
+/// Absorption at the wavelengths of the spectrum, once per distinct composition; points refer to it by index. The
+/// points of a uniform layer share one entry.
+struct AbsorptionOnMesh {
+    std::vector<std::vector<double>> alpha;  ///< [1/m], one list of n values per composition
+    std::vector<int> of_point;               ///< index into alpha, one a mesh point
+};
+
+/// `generatieparameters`. Wavelength arrays hold n values, generation one value a mesh point.
+struct GenerationParameters {
+    int n = 0;               ///< wavelengths
+    double intensity = 1.0;  ///< 10^-ND of the neutral filter
+    int side = 1;            ///< light enters at: +1 right contact, -1 left
+    bool cutOff = false;
+    double lambdaLow = 200.0, lambdaHigh = 2000.0;  ///< cut-off [nm]
+    double Rfront = 0.0;                            ///< internal reflection of the front, for light from inside
+    std::vector<double> lambda;                     ///< [nm], rising
+    std::vector<double> spectrum;                   ///< power of each wavelength interval [W/m2]
+    std::vector<double> rightFilter, leftFilter;    ///< transmission on the light side, reflection on the other
+    std::vector<double> incomingFlux_us;            ///< photons through the light-side contact [1/(m2 s)]
+    AbsorptionOnMesh absorption;
+    std::vector<double> generation;  ///< G(x) [D0 N0/x0^2]
+    double total_mA_cm2 = 0.0;       ///< generation current on the mesh, by ExtractGeneration
+};
+
+}  // namespace kovin

@@ -1,0 +1,23 @@
+// The spectrum of a work point: wavelengths and the power of each wavelength interval.
+#pragma once
+
+#include "base/surroundings.h"
+#include "device/work_point.h"
+#include "optics/generation_parameters.h"
+
+#include <vector>
+
+namespace kovin {
+
+/// Fills wavelengths and spectrum of `gp` from the spectrum file of `wp` (two dark rows when it is dark), with its
+/// intensity, side, cut-off and internal reflection, and the three powers of `wp`.
+/// @return false when there is no usable spectrum (reported); a parametric spectrum is not computed yet (reported)
+[[nodiscard]] bool bepaal_spectrum(Surroundings& surroundings, WorkPoint& wp, GenerationParameters& gp);
+
+/// Adds those of three wavelengths that lie inside the table and more than 0.0001 nm off its rows. The spectrum holds
+/// powers of intervals: it is interpolated as a density, so that the sum stays that of the same density.
+/// @param lambda,spectrum  n rows each, made rising
+void SpectrumInterpolation(std::vector<double>& lambda, std::vector<double>& spectrum,
+                           const std::array<double, 3>& added);
+
+}  // namespace kovin
