@@ -1,0 +1,60 @@
+#include "results/curve_files.h"
+
+#include "results/columns.h"
+#include "results/header.h"
+
+namespace kovin {
+
+namespace {
+
+constexpr NumberFormat voltage{NumberFormat::fixed_point, 10, 6};
+constexpr NumberFormat current{NumberFormat::with_exponent, 16, 8};
+
+// Interface and bulk terms are stored in A/m2.
+constexpr Column<IvCurve> iv_columns[] = {
+    {"    v(V)", " ", voltage, [](const IvCurve& c, std::size_t i) { return c.iv_as[i]; }},
+    {"jtot(mA/cm2)", "  ", current, [](const IvCurve& c, std::size_t i) { return c.ivcurrent[i]; }},
+    {"j_total_rec(mA/cm2)", "      ", current, [](const IvCurve& c, std::size_t i) { return c.TotalRec[i]; }},
+    {"j_total_gen(mA/cm2)", "  ", current, [](const IvCurve& c, std::size_t i) { return c.TotalGen[i]; }},
+    {"   jbulk(mA/cm2)", "  ", current, [](const IvCurve& c, std::size_t i) { return 0.1 * c.ivbulk[i]; }},
+    {"jifr(mA/cm2)", "  ", current, [](const IvCurve& c, std::size_t i) { return 0.1 * c.ivifr[i]; }},
+    {"jminor_left(mA/cm2)", "  ", current, [](const IvCurve& c, std::size_t i) { return c.ivleftcontact[i]; }},
+    {"jminor_right(mA/cm2)", "  ", current, [](const IvCurve& c, std::size_t i) { return c.ivrightcontact[i]; }},
+    {"j_SRH(mA/cm2)", "  ", current, [](const IvCurve& c, std::size_t i) { return 0.1 * c.recSRH[i]; }},
+    {"j_Radiative(mA/cm2)", "  ", current, [](const IvCurve& c, std::size_t i) { return 0.1 * c.recRadiative[i]; }},
+    {"j_Auger(mA/cm2)", "  ", current, [](const IvCurve& c, std::size_t i) { return 0.1 * c.recAuger[i]; }},
+};
+
+void write_characteristics(std::string& out, const IVCharacteristics& r)
+{
+    const auto line = [&out](bool valid, const std::string& text, bool extrapolated) {
+        if (valid) out += text + (extrapolated ? "\textrapolated\n" : "\n");
+    };
+    out += "solar cell parameters deduced from calculated IV-curve:\n\n";
+    line(r.VocValid, "Voc =\t" + fixed(r.Voc, 12, 6) + "\tVolt", r.VocExtrapolated);
+    line(r.JscValid, "Jsc =\t" + fixed(r.Jsc, 14, 8) + "\tmA/cm2", r.JscExtrapolated);
+    line(r.FFValid, "FF =\t" + fixed(r.FF, 10, 4) + "\t%", r.FFExtrapolated);
+    line(r.etaValid, (r.etaIsCollection ? "collection efficiency =\t" : "eta =\t") + fixed(r.eta, 10, 4) + "\t%",
+         r.etaExtrapolated);
+    const bool power = r.FFValid || r.etaValid;
+    line(power, "V_MPP =\t" + fixed(r.Vmpp, 12, 6) + "\tVolt", r.FFExtrapolated);
+    line(power, "J_MPP =\t" + fixed(r.Jmpp, 14, 8) + "\tmA/cm2", r.FFExtrapolated);
+}
+
+}  // namespace
+
+std::string iv_naar_file(const std::string& version, std::span<const DataListElement> results)
+{
+    std::string out;
+    for (const DataListElement& element : results) {
+        if (element.iv.points() == 0) continue;
+        out += WriteOutputHeader(version, element.run, OutputKind::iv);
+        write_table<IvCurve>(out, iv_columns, element.iv, element.iv.points());
+        out += '\n';
+        write_characteristics(out, element.characteristics);
+        out += '\n';
+    }
+    return out;
+}
+
+}  // namespace kovin

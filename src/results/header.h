@@ -1,0 +1,21 @@
+// The lines that every result file begins with: program, problem, light, working point, sign conventions.
+#pragma once
+
+#include "results/result_list.h"
+
+#include <string>
+
+namespace kovin {
+
+/// Kind of a result file; the numbers are those of the first title line.
+enum class OutputKind : int { energy_bands = 0, generation = 1, iv = 3, occupation = 7 };
+
+/// The header of one block. @param version  text of the first line
+/// @param fromCurrent  the block shows the present working point instead of a run of the result list
+[[nodiscard]] std::string WriteOutputHeader(const std::string& version, const RunRecord& run, OutputKind kind,
+                                            bool fromCurrent = false);
+
+/// Start of a calculation as the headers print it: month, day, year.
+[[nodiscard]] std::string start_text(const DateTime& t);
+
+}  // namespace kovin

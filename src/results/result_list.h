@@ -1,0 +1,50 @@
+// What a run leaves behind: one element of the result list with its curves and the conditions they belong to.
+#pragma once
+
+#include "base/clock.h"
+#include "device/work_point.h"
+#include "results/iv_characteristics.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace kovin {
+
+/// Conditions of one run as the headers of result files tell them.
+struct RunRecord {
+    int number = 0;       ///< of the single shot, from 1
+    std::string started;  ///< start of the calculation: "7-11-2026 at 9:05:00", month first
+    std::filesystem::path problem_file;
+    DateTime problem_date;
+    std::filesystem::path spectrum_file, generation_file;  ///< as found on the disk
+    DateTime spectrum_date, generation_date;
+    WorkPoint wp;  ///< internal sign
+    Polarity polarity;
+    bool references_allowed = true;
+    int voltage_reference = -1;  ///< contact the voltage is applied to: -1 left, +1 right
+    int reference_system = 1;    ///< 1: current positive when entering that contact
+};
+
+/// An I-V curve; all columns have one value a calculated point.
+struct IvCurve {
+    std::vector<double> iv_as;                             ///< voltage on the axis, user sign [V]
+    std::vector<double> ivcurrent;                         ///< total current, user sign [mA/cm2]
+    std::vector<double> TotalRec, TotalGen;                ///< [mA/cm2]
+    std::vector<double> ivleftcontact, ivrightcontact;     ///< minority currents at the contacts [mA/cm2]
+    std::vector<double> ivifr, ivbulk;                     ///< recombination at interfaces, in the bulk [A/m2]
+    std::vector<double> recSRH, recRadiative, recAuger;    ///< parts of ivbulk [A/m2]
+    std::string left_contact_label, right_contact_label;  ///< which carrier is the minority there
+    [[nodiscard]] std::size_t points() const { return iv_as.size(); }
+};
+
+struct DataListElement {
+    RunRecord run;
+    ActionList actions;  ///< as asked for, internal sign
+    IvCurve iv;
+    int IV_done = 0;
+    bool IV_cut = false;  ///< a point failed: the curve ends before it
+    IVCharacteristics characteristics;
+};
+
+}  // namespace kovin
