@@ -1,0 +1,167 @@
+#include "base/two_column_file.h"
+
+#include "base/constants.h"
+#include "base/line_file.h"
+#include "base/text_scan.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace kovin {
+
+namespace {
+
+constexpr std::size_t line_limit = 255;
+
+/// The two numbers at the start of a line, or the one number of a value list; both finite.
+bool is_row(std::string_view line, FileKind kind, double& x, double& y)
+{
+    const NumberScan first = number_here(line);
+    if (!first.found || !first.finite) return false;
+    x = first.value;
+    y = 0.0;
+    if (kind == FileKind::value_list) return true;
+    if (first.end >= line.size() || !trimmed(line.substr(first.end, 1)).empty()) return false;
+    const NumberScan second = number_here(line, first.end);
+    y = second.value;
+    return second.found && second.finite;
+}
+
+int row_limit(FileKind kind) { return kind == FileKind::generation ? max_generation_rows : MAX_NUMBER_OF_INPUT_POINTS; }
+
+/// Strictly monotonic in the wanted direction?
+bool is_ordered(const std::vector<double>& x, int direction)
+{
+    return std::adjacent_find(x.begin(), x.end(),
+                              [=](double a, double b) { return direction < 0 ? a <= b : a >= b; }) == x.end();
+}
+
+/// The file's bytes; a fault is reported under the titles of ReadKOVINFile.
+std::optional<std::string> open_for_reading(Surroundings& surroundings, const std::filesystem::path& file)
+{
+    std::optional<std::string> text = read_whole_file(file);
+    if (text) return text;
+    std::error_code error;
+    if (std::filesystem::exists(file, error))
+        KOVINErrorMessage(surroundings.report, "From Function ReadKOVINFile()",
+                          "Function ReadKOVINFile(): Error occured during reading file: " + file.string() + " !");
+    else
+        KOVINErrorMessage(surroundings.report, "From Function ReadKOVINFile()",
+                          "File was not found.\nError occured during opening file:\n" + file.string());
+    return text;
+}
+
+/// Sorts and merges, and says so where that is wanted.
+void put_in_order(Report& report, const std::filesystem::path& file, int direction, bool warn, TwoColumns& rows)
+{
+    if (rows.x.size() < 2 || direction == 0 || is_ordered(rows.x, direction)) return;
+    const int changed = XYRemoveXDuplicatesAndSortX(rows.x, rows.y, direction);
+    if (changed == 0 || !warn || report.InterpolationWarningMessageMode != 1) return;
+    static constexpr const char* what[] = {
+        "File data not sorted to increasing lambda or x or y\ndata sorted internally",
+        "File data contain duplicate values of lambda or x or y\nduplicates eliminated internally",
+        "File data not sorted and contain duplicate values of lambda or x or y\n"
+        "data sorted and duplicates eliminated internally"};
+    KOVINErrorMessage(report, "interpolation issue in input file",
+                      "file: " + file.string() + '\n' + what[changed - 1] +
+                          ", but input file not modified\nConsider checking and editing this input file");
+}
+
+}  // namespace
+
+int XYRemoveXDuplicatesAndSortX(std::vector<double>& x, std::vector<double>& y, int direction)
+{
+    const std::size_t n = std::min(x.size(), y.size());
+    std::vector<std::size_t> order(n);
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    const auto before = [&](std::size_t i, std::size_t j) { return direction < 0 ? x[i] > x[j] : x[i] < x[j]; };
+    const bool sorted = !std::is_sorted(order.begin(), order.end(), before);
+    std::stable_sort(order.begin(), order.end(), before);
+
+    std::vector<double> new_x, new_y;
+    new_x.reserve(n);
+    new_y.reserve(n);
+    for (const std::size_t i : order) {
+        if (new_x.empty() || new_x.back() != x[i]) {
+            new_x.push_back(x[i]);
+            new_y.push_back(y[i]);
+            continue;
+        }
+        const double y1 = new_y.back(), y2 = y[i];
+        new_y.back() = y1 < 0.0 || y2 < 0.0 ? 0.5 * (y1 + y2) : std::sqrt(y1 * y2);
+    }
+    const bool merged = new_x.size() < n;
+    x = std::move(new_x);
+    y = std::move(new_y);
+    return (sorted ? 1 : 0) + (merged ? 2 : 0);
+}
+
+std::filesystem::path MakeFullPath(const Folders& folders, std::string_view name, FileKind kind)
+{
+    return trimmed(name).empty() ? std::filesystem::path{} : CheckKOVINPaths(folders, name, kind);
+}
+
+int ReadKOVINFile(Surroundings& surroundings, std::string_view path, FileKind kind, int direction, bool warn,
+                  TwoColumns& rows)
+{
+    rows = {};
+    const std::filesystem::path file = MakeFullPath(surroundings.folders, path, kind);
+    std::optional<std::string> text = open_for_reading(surroundings, file);
+    if (!text) return -1;
+
+    const auto limit = static_cast<std::size_t>(row_limit(kind));
+    const double x_unit = kind == FileKind::generation ? 1e-6 : 1.0;  // positions of a generation file are in um
+    LineReader reader(std::move(*text), line_limit);
+    for (std::string line; rows.x.size() < limit && reader.ReadLine(line);) {
+        double x = 0.0, y = 0.0;
+        if (is_row(line, kind, x, y)) {
+            rows.x.push_back(x * x_unit);
+            rows.y.push_back(y);
+        } else if (rows.x.empty()) {
+            rows.heading.push_back(line);
+        }
+    }
+    if (rows.x.empty()) {
+        rows = {};
+        KOVINErrorMessage(surroundings.report,
+                          "Function ReadKOVINFile(): End of file occured during reading file: " + file.string() + " !",
+                          "File contains no useful information.");
+        return -1;
+    }
+    put_in_order(surroundings.report, file, direction, warn, rows);
+    return static_cast<int>(rows.x.size());
+}
+
+int CountLinesInFile(Surroundings& surroundings, std::string_view path, FileKind kind)
+{
+    const auto fault = [&](const std::string& text) {
+        KOVINErrorMessage(surroundings.report, "Error in Function CountLinesInFile()", text);
+        return -1;
+    };
+    const std::filesystem::path file = MakeFullPath(surroundings.folders, path, kind);
+    if (file.empty()) return fault("File name called to open is empty");
+    std::optional<std::string> text = read_whole_file(file);
+    if (!text) return fault("Error occured during opening file: " + file.string());
+
+    const int limit = row_limit(kind) + 1;
+    int count = 0;
+    LineReader reader(std::move(*text), line_limit);
+    for (std::string line; count < limit && reader.ReadLine(line);) {
+        double x = 0.0, y = 0.0;
+        const bool useful = kind == FileKind::file_list ? find_ignoring_case(line, "file:") != std::string::npos
+                                                        : is_row(line, kind, x, y);
+        if (useful) ++count;
+    }
+    if (count == 0)
+        return fault("End of file occured during reading file: " + file.string() + "\n(filetype " +
+                     std::to_string(static_cast<int>(kind)) + ')');
+    return count;
+}
+
+void MakeNonNegative(std::vector<double>& y)
+{
+    for (double& value : y) value = std::max(value, 0.0);
+}
+
+}  // namespace kovin
