@@ -1,6 +1,7 @@
 #include "solver/currents.h"
 
 #include "solver/bulk_terms.h"
+#include "solver/residuals.h"
 
 #include <algorithm>
 #include <cmath>
@@ -36,8 +37,6 @@ double median_of(std::vector<double> values)
     return 0.5 * (*half + *std::max_element(values.begin(), half));
 }
 
-void clear(std::vector<double>& v, std::size_t n) { v.assign(n, 0.0); }
-
 }  // namespace
 
 void extraheer_stroom(const Problem& problem, CalculationVariables& cv, CurrentProfile& profile)
@@ -54,6 +53,18 @@ void extraheer_stroom(const Problem& problem, CalculationVariables& cv, CurrentP
                     std::max(settings.uniform_abs_tol, settings.uniform_rel_tol * std::fabs(10.0 * cv.J_median));
 }
 
+ContactCurrents contact_currents(const Problem& problem, const CalculationVariables& cv)
+{
+    const CalculationParameters& set3 = problem.set3;
+    const double left = 0.1 * set3.scale.current(0);
+    const double right = 0.1 * set3.scale.current(set3.layers - 1);
+    const double n_right = std::exp(cv.V_kT) * std::expm1(cv.Fn.back() - cv.V_kT);
+    const double p_right = std::exp(-cv.V_kT) * std::expm1(cv.V_kT - cv.Fp.back());
+    return {left * cv.bn.front() * set3.Sn_left * std::expm1(cv.Fn.front()),
+            -left * cv.bp.front() * set3.Sp_left * std::expm1(-cv.Fp.front()),
+            -right * cv.bn.back() * set3.Sn_right * n_right, right * cv.bp.back() * set3.Sp_right * p_right};
+}
+
 void extract_recombination(const Problem& problem, const CalculationVariables& cv, RecombinationProfile& profile)
 {
     const std::size_t N = cv.psi.size();
@@ -62,7 +73,7 @@ void extract_recombination(const Problem& problem, const CalculationVariables& c
     defects.resize(N);
     for (const DefectEnergy& level : problem.defects.energies) rdcbijdrage_een_niveau(level, cv, defects);
     profile.SRH = std::move(defects.rec);
-    for (auto* v : {&profile.radiative, &profile.auger, &profile.total}) clear(*v, N);
+    for (auto* v : {&profile.radiative, &profile.auger, &profile.total}) v->assign(N, 0.0);
     for (std::size_t i = 0; i < N; ++i) {
         const double excess = cv.P[i] * on.Wn[i] * on.Wp[i];
         profile.radiative[i] = excess * on.K_rad[i];
@@ -73,13 +84,17 @@ void extract_recombination(const Problem& problem, const CalculationVariables& c
 
 double integrated_current(const CalculationParameters& set3, const Mesh& mesh, std::span<const double> rate)
 {
+    const bool half_cells = set3.convergence.interfacial_half_cells != 0;
     double sum = 0.0;
     for (std::size_t j = 0; j < at(mesh.nlayers); ++j) {
-        const double scale = 0.1 * set3.scale.current(static_cast<int>(j));
-        for (std::size_t i = at(mesh.first[j]); i <= at(mesh.last[j]); ++i) {
-            const double box = 0.5 * (mesh.h[i] + (i > 0 ? mesh.h[i - 1] : 0.0));
-            sum += scale * rate[i] * box;
-        }
+        const std::size_t first = at(mesh.first[j]), last = at(mesh.last[j]);
+        const double h_first = mesh.h[first], h_last = mesh.h[last - 1];
+        double layer = 0.0;
+        for (std::size_t i = first + 1; i < last; ++i) layer += rate[i] * 0.5 * (mesh.h[i - 1] + mesh.h[i]);
+        if (half_cells)
+            layer += h_first * (own_half_cell * rate[first] + neighbour_half_cell * rate[first + 1]) +
+                     h_last * (own_half_cell * rate[last] + neighbour_half_cell * rate[last - 1]);
+        sum += 0.1 * set3.scale.current(static_cast<int>(j)) * layer;
     }
     return sum;
 }

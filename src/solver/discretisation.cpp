@@ -1,6 +1,7 @@
 // Geometry and material factors of the box scheme; see residuals for the equations they stand in.
 #include "solver/bulk_defects.h"
 #include "solver/problem.h"
+#include "solver/residuals.h"
 
 namespace kovin {
 
@@ -70,10 +71,10 @@ Discretisation::Interface interface_factors(const CalculationParameters& set3, c
     r.right = row * b * eps[f] / hf;
     if (set3.convergence.interfacial_half_cells != 0) {
         const double c = row * set3.scale.x0 * set3.scale.x0 * elementary_charge / (set3.kT * vacuum_permittivity);
-        r.charge_l = c * 0.375 * N_left * hl;
-        r.charge_l1 = c * 0.125 * N_left * hl * eps[l] / eps[l - 1];
-        r.charge_f = c * 0.375 * N_right * hf;
-        r.charge_f1 = c * 0.125 * N_right * hf * eps[f] / eps[f + 1];
+        r.charge_l = c * own_half_cell * N_left * hl;
+        r.charge_l1 = c * neighbour_half_cell * N_left * hl * eps[l] / eps[l - 1];
+        r.charge_f = c * own_half_cell * N_right * hf;
+        r.charge_f1 = c * neighbour_half_cell * N_right * hf * eps[f] / eps[f + 1];
     }
     r.vn = set3.vn_if[j];
     r.vp = set3.vp_if[j];

@@ -21,6 +21,9 @@ namespace kovin {
 
 enum class Carrier { electrons, holes };
 
+/// Share of the rate of a boundary half cell that the boundary point and its inner neighbour carry.
+inline constexpr double own_half_cell = 0.375, neighbour_half_cell = 0.125;
+
 /// Tridiagonal matrix by its diagonals, N values each.
 struct Tridiagonal {
     std::span<double> sub, main, super;

@@ -59,9 +59,6 @@ View view_of(const Problem& problem, const CalculationVariables& cv, Carrier car
             &Discretisation::Interface::p_ratio};
 }
 
-// Share of a half cell's rate that the boundary point and its inner neighbour carry.
-constexpr double own = 0.375, neighbour = 0.125;
-
 }  // namespace
 
 void calculate_dc_residue(const Problem& problem, const CalculationVariables& cv, Carrier carrier,
@@ -71,7 +68,7 @@ void calculate_dc_residue(const Problem& problem, const CalculationVariables& cv
     const auto& rec = cv.terms_total.rec;
     const auto G = problem.G;
     const auto half_cell = [&](std::size_t k, std::size_t m) {
-        return -w.factor[k] * w.source[k] * (neighbour * (rec[m] - G[m]) + own * (rec[k] - G[k]));
+        return -w.factor[k] * w.source[k] * (neighbour_half_cell * (rec[m] - G[m]) + own_half_cell * (rec[k] - G[k]));
     };
     for (std::size_t j = 0; j < at(cv.mesh.nlayers); ++j) {
         const std::size_t first = at(cv.mesh.first[j]), last = at(cv.mesh.last[j]);
@@ -105,11 +102,11 @@ void calculate_dc_jacobian(const Problem& problem, const CalculationVariables& c
         }
         const double rate_first = w.factor[first] * w.source[first], rate_last = w.factor[last] * w.source[last];
         jac.sub[first] = 0.0;
-        jac.main[first] = w.B_right[first + 1] + rate_first * own * w.drec[first];
-        jac.super[first] = -w.B_right[first + 1] + rate_first * neighbour * w.drec[first + 1];
+        jac.main[first] = w.B_right[first + 1] + rate_first * own_half_cell * w.drec[first];
+        jac.super[first] = -w.B_right[first + 1] + rate_first * neighbour_half_cell * w.drec[first + 1];
         jac.super[last] = 0.0;
-        jac.main[last] = w.B_left[last] + rate_last * own * w.drec[last];
-        jac.sub[last] = -w.B_left[last] + rate_last * neighbour * w.drec[last - 1];
+        jac.main[last] = w.B_left[last] + rate_last * own_half_cell * w.drec[last];
+        jac.sub[last] = -w.B_left[last] + rate_last * neighbour_half_cell * w.drec[last - 1];
     }
     for (std::size_t j = 0; j < problem.grid.interfaces.size(); ++j) {
         const auto& r = problem.grid.interfaces[j];

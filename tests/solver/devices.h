@@ -1,0 +1,187 @@
+// Devices for the tests of the solver: built in code, in SI units, and solved without files.
+#pragma once
+
+#include "device/cell_defaults.h"
+#include "device/contacts.h"
+#include "device/parameterset3.h"
+#include "solver/currents.h"
+#include "solver/mesh_first.h"
+#include "solver/outer_iteration.h"
+#include "solver/problem.h"
+#include "solver/state.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace kovin::testing {
+
+inline void set_uniform(Profile& p, double value) { p.pure_A = p.pure_B = p.left = p.right = value; }
+
+struct LayerSketch {
+    double d, Eg, chi, eps, Nc, Nv, mu_n, mu_p, Nd, Na;  ///< m, eV, eV, -, m^-3, m^-3, m2/Vs, m2/Vs, m^-3, m^-3
+};
+
+inline LayerParameters& add_layer(CellParameters& cell, const LayerSketch& s)
+{
+    LayerParameters& layer = cell.layer[static_cast<std::size_t>(cell.layers++)];
+    layer.is_new = false;
+    MaterialParameters& m = layer.material;
+    m.d = s.d;
+    set_uniform(m.Eg, s.Eg);
+    set_uniform(m.chi, s.chi);
+    set_uniform(m.eps, s.eps);
+    set_uniform(m.Nc, s.Nc);
+    set_uniform(m.Nv, s.Nv);
+    set_uniform(m.mu_n, s.mu_n);
+    set_uniform(m.mu_p, s.mu_p);
+    set_uniform(m.Nd, s.Nd);
+    set_uniform(m.Na, s.Na);
+    UpdateThicknessInProfiles_Layer(layer);
+    return layer;
+}
+
+inline BulkRecombinationParameters& add_defect(LayerParameters& layer, DefectType type, double Nt, double Et,
+                                               double sigma_n, double sigma_p)
+{
+    BulkRecombinationParameters& level = layer.srh[static_cast<std::size_t>(layer.srhteller++)][0];
+    level.defectType = type;
+    level.aard = type == DefectType::donor      ? LevelType::plus_zero
+                 : type == DefectType::acceptor ? LevelType::zero_minus
+                                                : LevelType::neutral;
+    level.Et = Et;
+    level.sigma_n = sigma_n;
+    level.sigma_p = sigma_p;
+    set_uniform(level.Nt, Nt);
+    return level;
+}
+
+/// Silicon-like p-n junction, the p side (1 um) at the left, the n side (2 um) at the right, 1e16 cm-3 each.
+inline CellParameters silicon_junction()
+{
+    CellParameters cell;
+    InitialiseCellDefinition(cell);
+    const LayerSketch si{1e-6, 1.12, 4.05, 11.9, 2.8e25, 1.04e25, 0.1, 0.04, 0.0, 1e22};
+    LayerSketch n = si;
+    n.d = 2e-6;
+    std::swap(n.Nd, n.Na);
+    for (const LayerSketch& s : {si, n}) add_defect(add_layer(cell, s), DefectType::neutral, 1e20, 0.56, 1e-19, 1e-19);
+    for (ContactParameters* c : {&cell.left, &cell.right}) c->Sn = c->Sp = 1e5;
+    return cell;
+}
+
+/// CIGS 3 um / CdS 0.05 um / ZnO 0.2 um with one charged level a layer; light from the right.
+inline CellParameters thin_film_cell()
+{
+    CellParameters cell;
+    InitialiseCellDefinition(cell);
+    add_defect(add_layer(cell, {3e-6, 1.15, 4.5, 13.6, 2.2e24, 1.8e25, 1e-2, 2.5e-3, 0.0, 2e22}), DefectType::donor,
+               1e20, 0.575, 5e-17, 1e-19);
+    add_defect(add_layer(cell, {5e-8, 2.4, 4.2, 10.0, 2.2e24, 1.8e25, 1e-2, 2.5e-3, 1.1e24, 0.0}), DefectType::acceptor,
+               1e24, 1.2, 1e-21, 1e-16);
+    add_defect(add_layer(cell, {2e-7, 3.3, 4.4, 9.0, 2.2e24, 1.8e25, 1e-2, 2.5e-3, 1e24, 0.0}), DefectType::donor, 1e23,
+               1.65, 1e-16, 1e-19);
+    for (ContactParameters* c : {&cell.left, &cell.right}) c->Sn = c->Sp = 1e5;
+    return cell;
+}
+
+/// A cell turned round: layers in reverse order, contacts exchanged.
+inline CellParameters mirrored(const CellParameters& cell)
+{
+    CellParameters image = cell;
+    const auto n = static_cast<std::size_t>(cell.layers);
+    for (std::size_t j = 0; j < n; ++j) {
+        image.layer[j] = cell.layer[n - 1 - j];
+        image.layer[j].layernumber = static_cast<int>(j);
+        for (auto& defect : image.layer[j].srh)
+            for (auto& level : defect) level.layer = static_cast<int>(j);
+    }
+    std::swap(image.left, image.right);
+    UpdateThicknessInProfiles_Cell(image);
+    return image;
+}
+
+/// One device with its mesh, equations and running state.
+class Device {
+public:
+    using Settings = std::function<void(ConvergenceParameters&)>;
+
+    explicit Device(const CellParameters& cell, double T = 300.0, const Settings& settings = {}, int refine = 1,
+                    double D0_factor = 1.0)
+    {
+        input.cell.cell = cell;
+        if (settings) settings(input.convergence);
+        check_contacts(input.cell, T, input.convergence);
+        parameterset1_to_3(input, T, set3);
+        if (D0_factor != 1.0) rescale(D0_factor);
+        DefineKOVINMesh(set3, cv.mesh, refine);
+        cv.resize();
+        prepare_solver(set3, cv.mesh, memory);
+        G.assign(static_cast<std::size_t>(cv.mesh.N), 0.0);
+    }
+
+    [[nodiscard]] Problem problem() const { return {set3, memory.grid, memory.defects, G, nullptr}; }
+    bool solve_equilibrium() { return equilibrium(problem(), memory.work, cv); }
+    bool solve() { return onder_belichting(problem(), memory.work, cv); }
+    bool go_to(double V, int steps = 1) { return volgende_iv_punt(problem(), memory.work, cv, cv.V, V, steps + 1); }
+
+    /// Generation G_SI(x) [m^-3 s^-1], x in m from the left contact.
+    void illuminate(const std::function<double(double)>& G_SI)
+    {
+        for (std::size_t j = 0; j < layers(); ++j)
+            for (std::size_t i = first(j); i <= last(j); ++i)
+                G[i] = G_SI(cv.mesh.x_m[i]) * set3.scale.x0 * set3.scale.x0 / (set3.scale.D0 * set3.scale.N0[j]);
+    }
+    /// Exponential light of `J` mA/cm2 in all, from the right unless `from_left`, over the decay length [m].
+    void illuminate_exponentially(double J, double decay, bool from_left = false)
+    {
+        const double d = set3.scale.x0;
+        illuminate([=](double x) {
+            const double depth = from_left ? x : d - x;
+            return 10.0 * J / elementary_charge / decay * std::exp(-depth / decay) / -std::expm1(-d / decay);
+        });
+    }
+
+    /// Contact minority currents plus bulk recombination minus generation [mA/cm2]; equals J for a p side at the left.
+    [[nodiscard]] double recombination_minus_generation(bool p_left)
+    {
+        const ContactCurrents c = contact_currents(problem(), cv);
+        const double at_left = p_left ? c.j_n_left : -c.j_p_left;
+        const double at_right = p_left ? c.j_p_right : -c.j_n_right;
+        return at_left + at_right + integrated_current(set3, cv.mesh, cv.terms_total.rec) -
+               integrated_current(set3, cv.mesh, G);
+    }
+
+    [[nodiscard]] std::size_t layers() const { return static_cast<std::size_t>(cv.mesh.nlayers); }
+    [[nodiscard]] std::size_t first(std::size_t j) const { return static_cast<std::size_t>(cv.mesh.first[j]); }
+    [[nodiscard]] std::size_t last(std::size_t j) const { return static_cast<std::size_t>(cv.mesh.last[j]); }
+
+    InputParameters input;
+    CalculationParameters set3;
+    CalculationVariables cv;
+    SolverMemory memory;
+    std::vector<double> G;
+
+private:
+    /// Another diffusion scale: everything that is measured in v0 follows.
+    void rescale(double factor)
+    {
+        Scale& s = set3.scale;
+        s.D0 *= factor;
+        s.v0 *= factor;
+        s.t0 /= factor;
+        for (double* v : {&set3.Sn_left, &set3.Sp_left, &set3.Sn_right, &set3.Sp_right}) *v /= factor;
+        for (auto* v : {&set3.vn_if, &set3.vp_if})
+            for (double& velocity : *v) velocity /= factor;
+    }
+};
+
+/// Terminations of psi, Fn and Fp [kT].
+inline Device::Settings terminations(double value)
+{
+    return [value](ConvergenceParameters& c) { c.termination_psi = c.termination_Fn = c.termination_Fp = value; };
+}
+
+}  // namespace kovin::testing

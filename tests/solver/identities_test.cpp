@@ -1,0 +1,120 @@
+// What any solution must obey, whatever the device: no current in the dark at 0 V, the same current at every point,
+// recombination minus generation equal to the current, the image of a mirrored cell, independence of the scales.
+#include "solver/devices.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace kovin::testing {
+namespace {
+
+struct Case {
+    const char* name;
+    CellParameters cell;
+    double T, J_light, decay;
+};
+
+std::vector<Case> cases()
+{
+    return {{"silicon junction", silicon_junction(), 300.0, 33.0, 1e-6},
+            {"thin-film cell", thin_film_cell(), 300.0, 33.0, 0.5e-6},
+            {"thin-film cell, 350 K", thin_film_cell(), 350.0, 33.0, 0.5e-6}};
+}
+
+TEST(Identities, NoCurrentInTheDarkAtZeroVolt)
+{
+    for (const Case& c : cases()) {
+        Device device(c.cell, c.T);
+        ASSERT_TRUE(device.solve_equilibrium()) << c.name;
+        ASSERT_TRUE(device.solve()) << c.name;
+        EXPECT_LT(std::fabs(device.cv.J_median), 1e-20) << c.name;
+        EXPECT_LT(device.cv.J_spread, 1e-20) << c.name;
+    }
+}
+
+// The exit of the iteration bounds the identity: 1e-3 kT by default, 1e-6 kT when asked for.
+TEST(Identities, CurrentIsConstantAndEqualsRecombinationMinusGeneration)
+{
+    struct Row {
+        double termination, tolerance;
+    };
+    for (const Row& row : {Row{1e-3, 2e-5}, Row{1e-6, 1e-6}})
+        for (const Case& c : cases()) {
+            Device device(c.cell, c.T, terminations(row.termination));
+            ASSERT_TRUE(device.solve_equilibrium()) << c.name;
+            device.illuminate_exponentially(c.J_light, c.decay);
+            ASSERT_TRUE(device.solve()) << c.name;
+            for (const double V : {0.0, 0.2, 0.4, 0.5, 0.6}) {
+                ASSERT_TRUE(device.go_to(V)) << c.name << " at " << V;
+                const double J = device.cv.J_median;
+                const double scale = std::max(std::fabs(J), c.J_light);
+                EXPECT_NEAR(device.recombination_minus_generation(true), J, row.tolerance * scale)
+                    << c.name << " at " << V << " V, termination " << row.termination;
+                EXPECT_LT(device.cv.J_spread, 10.0 * row.tolerance * scale) << c.name << " at " << V;
+                const double psi_end = (device.set3.phi_left - device.set3.phi_right - V) / device.set3.kT;
+                EXPECT_EQ(device.cv.psi.back(), psi_end) << c.name;
+                EXPECT_EQ(device.cv.psi.front(), 0.0) << c.name;
+            }
+        }
+}
+
+TEST(Identities, MirroredCellCarriesTheOppositeCurrent)
+{
+    struct Row {
+        double termination, tolerance;
+    };
+    for (const Row& row : {Row{1e-3, 1e-5}, Row{1e-6, 1e-7}})
+        for (const Case& c : cases()) {
+            Device device(c.cell, c.T, terminations(row.termination));
+            Device image(mirrored(c.cell), c.T, terminations(row.termination));
+            for (Device* d : {&device, &image}) {
+                ASSERT_TRUE(d->solve_equilibrium()) << c.name;
+                d->illuminate_exponentially(c.J_light, c.decay, d == &image);
+                ASSERT_TRUE(d->solve()) << c.name;
+            }
+            for (const double V : {0.0, 0.3, 0.6}) {
+                ASSERT_TRUE(device.go_to(V, 2) && image.go_to(-V, 2)) << c.name;
+                const double scale = std::max(std::fabs(device.cv.J_median), c.J_light);
+                EXPECT_NEAR(image.cv.J_median, -device.cv.J_median, row.tolerance * scale) << c.name << " at " << V;
+            }
+        }
+}
+
+TEST(Identities, ResultDoesNotDependOnTheDiffusionScale)
+{
+    for (const Case& c : cases()) {
+        double J[2];
+        for (int k = 0; k < 2; ++k) {
+            Device device(c.cell, c.T, terminations(1e-6), 1, k == 0 ? 1.0 : 7.0);
+            ASSERT_TRUE(device.solve_equilibrium()) << c.name;
+            device.illuminate_exponentially(c.J_light, c.decay);
+            ASSERT_TRUE(device.solve() && device.go_to(0.5, 3)) << c.name;
+            J[k] = device.cv.J_median;
+        }
+        EXPECT_NEAR(J[1] / J[0], 1.0, 1e-8) << c.name;
+    }
+}
+
+TEST(Identities, TwoThreadsGiveTheSameBitsAsTwoRuns)
+{
+    const auto run = [](double& J) {
+        Device device(thin_film_cell());
+        device.solve_equilibrium();
+        device.illuminate_exponentially(33.0, 0.5e-6);
+        device.solve();
+        device.go_to(0.6, 6);
+        J = device.cv.J_median;
+    };
+    double alone = 0.0, first = 0.0, second = 0.0;
+    run(alone);
+    std::thread a(run, std::ref(first)), b(run, std::ref(second));
+    a.join();
+    b.join();
+    EXPECT_EQ(first, alone);
+    EXPECT_EQ(second, alone);
+    EXPECT_NE(alone, 0.0);
+}
+
+}  // namespace
+}  // namespace kovin::testing
