@@ -1,0 +1,122 @@
+// Work functions and barriers of contacts against the layers they touch.
+#include "device/contacts.h"
+
+#include "support/uniform_layer.h"
+
+#include <gtest/gtest.h>
+
+namespace kovin {
+namespace {
+
+using test::add_defect;
+using test::LayerFigures;
+using test::set_layer;
+
+TEST(Contacts, FlatBandWorkFunctionsOfKnownLayers)
+{
+    // Outer layers of the sample cells; the work functions come from an independent program on the same data.
+    struct Row {
+        const char* what;
+        int side;
+        LayerFigures figures;
+        DefectType type;
+        EnergyDistribution distribution;
+        double Et, Nt;
+        double Fi_m;
+        int majority;
+    };
+    constexpr auto single = EnergyDistribution::single;
+    const Row rows[] = {
+        {"ZnO, Gaussian donors below mid gap stay neutral",
+         +1,
+         {.Eg = 3.3, .chi = 4.4, .Nc = 2.2e24, .Nv = 1.8e25, .Nd = 1e24},
+         DefectType::donor,
+         EnergyDistribution::gauss,
+         1.65,
+         1e23,
+         4.4204,
+         -1},
+        {"p+ silicon", -1, {.Eg = 1.124, .Na = 1e24}, DefectType::neutral, single, 0.562, 1e18, 5.0851, +1},
+        {"n+ silicon", +1, {.Eg = 1.124, .Nd = 1e24}, DefectType::neutral, single, 0.562, 1e18, 4.1369, -1},
+        {"spiro-OMeTAD",
+         -1,
+         {.Eg = 3.0, .chi = 2.3, .Nc = 2.2e24, .Nv = 1.8e25, .Na = 2e24},
+         DefectType::neutral,
+         single,
+         1.5,
+         1e21,
+         5.2431,
+         +1},
+        {"TiO2",
+         +1,
+         {.Eg = 3.2, .chi = 4.0, .Nc = 1e24, .Nv = 1.8e25, .Nd = 1e23},
+         DefectType::neutral,
+         single,
+         1.6,
+         1e21,
+         4.0596,
+         -1},
+    };
+    for (const Row& r : rows) {
+        LayerParameters layer;
+        set_layer(layer, 0, r.figures);
+        add_defect(layer, r.type, r.distribution, r.Et, r.Nt, 0.1414);
+        for (const int with_defects : {1, 0}) {
+            ConvergenceParameters settings;
+            settings.flatband_with_defects = with_defects;
+            ContactParameters contact;
+            CheckContactsWithActualLayerParameters(r.side, contact, layer, 300.0, settings);
+            EXPECT_NEAR(contact.Fi_m, r.Fi_m, 1e-3) << r.what;
+            EXPECT_EQ(contact.majority_type, r.majority) << r.what;
+            EXPECT_EQ(contact.excess_barrier, 0.0) << r.what;
+        }
+    }
+}
+
+TEST(Contacts, FigureGivenByTheUserFixesTheOtherTwo)
+{
+    LayerParameters layer;
+    ConvergenceParameters settings;
+    for (const double Na : {1e22, 0.0}) {  // p-type, then n-type
+        set_layer(layer, 0, {.Na = Na, .Nd = 1e22 - Na});
+        ContactParameters flat;
+        CheckContactsWithActualLayerParameters(-1, flat, layer, 350.0, settings);
+        const double direction = Na > 0.0 ? -1.0 : 1.0;  // a barrier lowers the work function at a p-type layer
+
+        ContactParameters given;
+        given.flatband = false;
+        given.Fi_m = flat.Fi_m + 0.2 * direction;
+        CheckContactsWithActualLayerParameters(-1, given, layer, 350.0, settings);
+        EXPECT_NEAR(given.excess_barrier, 0.2, 1e-12);
+        EXPECT_NEAR(given.barrier, flat.barrier + 0.2, 1e-12);
+        EXPECT_EQ(given.majority_type, flat.majority_type);
+
+        for (const ContactEntry which : {ContactEntry::excess_barrier, ContactEntry::barrier}) {
+            ContactParameters other = given;
+            other.Fi_m = 1.0;
+            if (which == ContactEntry::barrier) other.excess_barrier = 9.0;
+            if (which == ContactEntry::excess_barrier) other.barrier = 9.0;
+            CheckContactsWithActualLayerParameters(-1, other, layer, 350.0, settings, which);
+            EXPECT_NEAR(other.Fi_m, given.Fi_m, 1e-12);
+            EXPECT_NEAR(other.barrier, given.barrier, 1e-12);
+            EXPECT_NEAR(other.excess_barrier, given.excess_barrier, 1e-12);
+        }
+    }
+}
+
+TEST(Contacts, IntrinsicLayerChangesNothing)
+{
+    LayerParameters layer;
+    set_layer(layer, 0, {.Na = 1e20, .Nd = 1e20});
+    ContactParameters contact;
+    contact.Fi_m = 4.321;
+    for (const int with_defects : {1, 0}) {
+        ConvergenceParameters settings;
+        settings.flatband_with_defects = with_defects;
+        CheckContactsWithActualLayerParameters(+1, contact, layer, 300.0, settings);
+        EXPECT_EQ(contact.Fi_m, 4.321);
+    }
+}
+
+}  // namespace
+}  // namespace kovin

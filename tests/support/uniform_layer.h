@@ -1,0 +1,62 @@
+// Uniform layers for tests: figures as in a definition file, SI units.
+#pragma once
+
+#include "device/cell_defaults.h"
+#include "device/grading.h"
+
+namespace kovin::test {
+
+/// A quantity that is the same everywhere in its layer.
+inline void set_uniform(Profile& profile, double value)
+{
+    profile.law = Law::uniform;
+    profile.pure_A = profile.pure_B = profile.left = profile.right = value;
+}
+
+struct LayerFigures {
+    double d = 1e-6;                             ///< [m]
+    double Eg = 1.12, chi = 4.05, eps = 11.7;    ///< [eV], [eV]
+    double Nc = 2.86e25, Nv = 3.1e25;            ///< [m^-3]
+    double Na = 0.0, Nd = 0.0;                   ///< [m^-3]
+    double mu_n = 0.1, mu_p = 0.04, v_th = 1e5;  ///< [m2/Vs], [m/s]
+};
+
+inline void set_layer(LayerParameters& layer, int number, const LayerFigures& f)
+{
+    InitialiseLayerParameters(layer, number, false);
+    MaterialParameters& m = layer.material;
+    m.d = f.d;
+    set_uniform(m.Eg, f.Eg);
+    set_uniform(m.chi, f.chi);
+    set_uniform(m.eps, f.eps);
+    set_uniform(m.Nc, f.Nc);
+    set_uniform(m.Nv, f.Nv);
+    set_uniform(m.Na, f.Na);
+    set_uniform(m.Nd, f.Nd);
+    set_uniform(m.mu_n, f.mu_n);
+    set_uniform(m.mu_p, f.mu_p);
+    set_uniform(m.v_th_n, f.v_th);
+    set_uniform(m.v_th_p, f.v_th);
+    UpdateThicknessInProfiles_Layer(layer);
+}
+
+/// Adds a defect with one level.
+inline BulkRecombinationParameters& add_defect(LayerParameters& layer, DefectType type, EnergyDistribution distribution,
+                                               double Et, double Nt, double Ekar = 0.1)
+{
+    BulkRecombinationParameters& level = layer.srh[static_cast<std::size_t>(layer.srhteller)][0];
+    InitialiseBulkRecombinationParameters(level, layer.layernumber, layer.srhteller, 0);
+    ++layer.srhteller;
+    level.defectType = type;
+    level.aard = type == DefectType::donor      ? LevelType::plus_zero
+                 : type == DefectType::acceptor ? LevelType::zero_minus
+                                                : LevelType::neutral;
+    level.energy_distribution = distribution;
+    level.Et = Et;
+    level.Ekar = Ekar;
+    level.Nt.dependence = Dependence::uniform;
+    set_uniform(level.Nt, Nt);
+    return level;
+}
+
+}  // namespace kovin::test
