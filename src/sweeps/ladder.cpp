@@ -1,0 +1,225 @@
+#include "sweeps/ladder.h"
+
+#include "base/text_format.h"
+#include "device/contacts.h"
+#include "device/model_table.h"
+#include "device/parameterset3.h"
+#include "device/unit_systems.h"
+#include "optics/absorption_on_mesh.h"
+#include "optics/filters.h"
+#include "optics/fluxes.h"
+#include "optics/generation.h"
+#include "optics/incoming_flux.h"
+#include "optics/spectrum.h"
+#include "results/header.h"
+#include "solver/mesh_first.h"
+#include "solver/outer_iteration.h"
+#include "sweeps/iv.h"
+#include "sweeps/starting_point.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kovin {
+
+namespace {
+
+/// The running records from the panel: the polarity is applied here and nowhere else.
+void read_panel(Simulation& s)
+{
+    const CellParameters& cell = s.zonnecel.cell;
+    s.polarity = polarity_of(cell.voltage_reference, cell.reference_system,
+                             s.problem.input.convergence.allow_references != 0);
+    s.wp = s.panel.workPoint;
+    s.wp.V *= s.polarity.V;
+    s.actie = s.panel.actions;
+    for (double* V : {&s.actie.IV_startV, &s.actie.IV_stopV, &s.actie.CV_startV, &s.actie.CV_stopV})
+        *V *= s.polarity.V;
+}
+
+/// Cell, light and first mesh in solver units. @return false if an input file cannot be used (reported)
+bool prepare_problem(Surroundings& surroundings, Simulation& s)
+{
+    WriteEgInAllAbsorptionModels(s.zonnecel.cell);
+    InputParameters& set1 = s.problem.input;
+    set1.cell = parameterset2_to_1(s.zonnecel);
+    check_contacts(set1.cell, s.wp.T, set1.convergence);
+
+    const bool from_spectrum = !s.wp.generationSpecified;
+    s.light = {};
+    if (from_spectrum) {
+        if (!bepaal_spectrum(surroundings, s.wp, s.light)) return false;
+        if (!BerekenFilterSpectra(surroundings, set1.cell.cell, s.light)) return false;
+    }
+    parameterset1_to_3(set1, s.wp.T, s.set3);
+    DefineKOVINMesh(s.set3, s.currentCalcVars.mesh, s.mesh_refinement);
+    s.currentCalcVars.resize();
+    prepare_solver(s.set3, s.currentCalcVars.mesh, s.memory);
+    s.light.generation.assign(static_cast<std::size_t>(s.currentCalcVars.mesh.N), 0.0);
+    // In the dark nothing is absorbed that anyone asks for.
+    return !from_spectrum || s.wp.dark || bepaal_alfa(surroundings, s.set3, s.currentCalcVars.mesh, s.light);
+}
+
+/// Generation of the run. @return false if there is no input for it (reported)
+bool generation_of_run(Surroundings& surroundings, Simulation& s)
+{
+    const Mesh& mesh = s.currentCalcVars.mesh;
+    if (s.wp.generationSpecified) {
+        if (!s.wp.dark && !CalculateIdealCurrentFromGenerationFileOrModel(surroundings, s.wp)) return false;
+        if (!CalculateGenerationFromFileOrFromModel(surroundings, s.wp, s.set3, mesh, s.light)) return false;
+    }
+    else if (!s.wp.dark) {
+        CalculateIncomingFluxes(s.light, photons_per_nm_W, FluxMode::work_point);
+        CalculateFluxesAndGeneration(s.set3, mesh, s.light);
+    }
+    update_generation_current(s.set3, mesh, s.light);
+    return true;
+}
+
+/// Tells how a rung ended and keeps it in its flag. @return the flag
+bool CheckConvergenceFailure(Surroundings& surroundings, const Simulation& s, bool converged, bool& flag,
+                             const std::string& name)
+{
+    flag = converged;
+    const std::string volt = "V = " + fixed(s.currentCalcVars.V * s.polarity.V, 0, 3) + " Volt";
+    if (converged) {
+        surroundings.monitor.post({.text = name + ' ' + volt});
+    }
+    else if (!surroundings.monitor.stopRequested()) {
+        KOVINErrorMessage(surroundings.report, "Calculating " + name + "...",
+                          "Convergence failure calculating for " + volt);
+        surroundings.monitor.post({.status = 2, .text = "No " + name + " calculated (convergence failure)"});
+    }
+    return flag;
+}
+
+bool calculate_equilibrium(Surroundings& surroundings, Simulation& s)
+{
+    surroundings.monitor.post({.status = 1, .text = "calculating equilibrium ..."});
+    const bool converged =
+        equilibrium(s.solver_problem(&surroundings.monitor), s.memory.work, s.currentCalcVars);
+    s.evenwichtcv = s.currentCalcVars;
+    s.failures.equilibrium = !converged;
+    return CheckConvergenceFailure(surroundings, s, converged, s.equiberekend, "equilibrium");
+}
+
+/// On a fixed mesh the light comes up in steps, logarithmically from 1e-10 to 1.
+bool light_up(const Monitor& monitor, Simulation& s)
+{
+    const int n = std::max(s.panel.workPoint.numberOfPoints, 2);
+    const bool ramp = s.set3.convergence.recalculate_mesh == 0;
+    const std::vector<double> G = s.light.generation;
+    bool converged = true;
+    for (int i = ramp ? 0 : n - 1; i < n && converged; ++i) {
+        const double factor = i == n - 1 ? 1.0 : 1e-10 * std::pow(1e-10, -static_cast<double>(i) / (n - 1));
+        for (std::size_t k = 0; k < G.size(); ++k) s.light.generation[k] = factor * G[k];
+        converged = onder_belichting(s.solver_problem(&monitor), s.memory.work, s.currentCalcVars);
+    }
+    s.light.generation = G;
+    return converged;
+}
+
+bool calculate_short_circuit(Surroundings& surroundings, Simulation& s)
+{
+    if (s.wp.dark) {
+        s.kortsluitcv = s.evenwichtcv;
+        s.JShortCircuit = 0.0;
+        s.failures.short_circuit = false;
+        return true;
+    }
+    surroundings.monitor.post({.status = 1, .text = "calculating short circuit ..."});
+    s.currentCalcVars = s.evenwichtcv;
+    const bool converged = light_up(surroundings.monitor, s);
+    s.failures.short_circuit = !converged;
+    s.JShortCircuit = converged ? s.currentCalcVars.J_median : 0.0;
+    if (converged) s.kortsluitcv = s.currentCalcVars;
+    return CheckConvergenceFailure(surroundings, s, converged, s.kortberekend, "short circuit");
+}
+
+bool calculate_work_point(Surroundings& surroundings, Simulation& s)
+{
+    if (s.wp.V == 0.0) {
+        s.currentCalcVars = s.kortsluitcv;
+        s.werkpuntcv = s.kortsluitcv;
+        s.JWorkingPoint = s.JShortCircuit;
+        s.failures.work_point = false;
+        s.werkberekend = true;
+        return true;
+    }
+    surroundings.monitor.post(
+        {.status = 1,
+         .text = "calculating working point V = " + fixed(s.wp.V * s.polarity.V, 0, 3) + " Volt"});
+    s.currentCalcVars = s.kortsluitcv;
+    const bool converged = volgende_iv_punt(s.solver_problem(&surroundings.monitor), s.memory.work, s.currentCalcVars,
+                                            0.0, s.wp.V, s.wp.numberOfPoints);
+    s.failures.work_point = !converged;
+    s.JWorkingPoint = converged ? s.currentCalcVars.J_median : 0.0;
+    if (converged) s.werkpuntcv = s.currentCalcVars;
+    return CheckConvergenceFailure(surroundings, s, converged, s.werkberekend, "working point");
+}
+
+RunOutcome failed_or_stopped(const Surroundings& surroundings)
+{
+    return surroundings.monitor.stopRequested() ? RunOutcome::stopped : RunOutcome::failed;
+}
+
+RunOutcome calculate_IV(Surroundings& surroundings, Simulation& s, DataListElement& element)
+{
+    StartDecision decision;
+    const StartOutcome start = CalculateStartingPoint(surroundings, s, "I(V)", s.actie.IV_startV, s.actie.IV_stopV,
+                                                      decision);
+    if (start == StartOutcome::stopped) return RunOutcome::stopped;
+    s.failures.first_IV_point = start == StartOutcome::failed;
+    if (s.failures.first_IV_point) return RunOutcome::failed;
+    const SweepOutcome sweep = calciv(surroundings, s, decision, element);
+    const std::string volt = " V = " + fixed(s.currentCalcVars.V * s.polarity.V, 0, 3) + " Volt";
+    surroundings.monitor.post({.text = (s.currentCalcVars.failed() ? "I(V) stopped at" : "I(V) done;") + volt,
+                               .done = element.IV_done,
+                               .total = element.IV_done});
+    return sweep == SweepOutcome::stopped ? RunOutcome::stopped : RunOutcome::done;
+}
+
+}  // namespace
+
+RunRecord run_record(const Surroundings& surroundings, const Simulation& s)
+{
+    const CellParameters& cell = s.zonnecel.cell;
+    RunRecord run;
+    run.number = s.SingleShotSimulationNumber;
+    run.started = s.started;
+    run.problem_file = s.problem.input.path;
+    run.problem_date = s.problem_date;
+    run.spectrum_file = CheckKOVINPaths(surroundings.folders, s.wp.spectrumFile, FileKind::spectrum);
+    run.spectrum_date = file_date(run.spectrum_file);
+    run.generation_file = CheckKOVINPaths(surroundings.folders, s.wp.generationFile, FileKind::generation);
+    run.generation_date = file_date(run.generation_file);
+    run.wp = s.wp;
+    run.polarity = s.polarity;
+    run.references_allowed = s.problem.input.convergence.allow_references != 0;
+    run.voltage_reference = cell.voltage_reference;
+    run.reference_system = cell.reference_system;
+    return run;
+}
+
+RunOutcome calculate(Surroundings& surroundings, Simulation& s)
+{
+    s.failures = {};
+    read_panel(s);
+    s.started = start_text(surroundings.clock.now());
+    if (!prepare_problem(surroundings, s)) return RunOutcome::failed;
+    if (!calculate_equilibrium(surroundings, s)) return failed_or_stopped(surroundings);
+    if (!generation_of_run(surroundings, s)) return RunOutcome::failed;
+    if (!calculate_short_circuit(surroundings, s)) return failed_or_stopped(surroundings);
+    if (!calculate_work_point(surroundings, s)) return failed_or_stopped(surroundings);
+
+    if (s.actie.IV_calculate) {
+        DataListElement element;
+        element.run = run_record(surroundings, s);
+        element.actions = s.actie;
+        s.results.push_back(std::move(element));
+        if (calculate_IV(surroundings, s, s.results.back()) == RunOutcome::stopped) return RunOutcome::stopped;
+    }
+    return RunOutcome::done;
+}
+
+}  // namespace kovin

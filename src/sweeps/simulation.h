@@ -1,0 +1,59 @@
+// Everything that a simulation remembers: the problem, what is asked for, the running state and the stored ones.
+#pragma once
+
+#include "base/surroundings.h"
+#include "device/calculation_set.h"
+#include "device/definition.h"
+#include "device/work_point.h"
+#include "optics/generation_parameters.h"
+#include "results/result_list.h"
+#include "solver/problem.h"
+#include "solver/state.h"
+
+#include <vector>
+
+namespace kovin {
+
+/// What a run did not obtain; true means "not there".
+struct Failures {
+    bool equilibrium = true, short_circuit = true, work_point = true;
+    bool first_IV_point = true, IV = true;
+};
+
+/// Large: keep it on the heap and hand on references.
+struct Simulation {
+    // the problem
+    Definition problem;  ///< as in the file; its cell is made anew from zonnecel in each run
+    DateTime problem_date;
+    UserCell zonnecel;  ///< the cell in the user's units: the one that is edited
+    ActionPanel panel;  ///< what is asked for, user sign
+
+    // the run, made from the panel, internal sign
+    WorkPoint wp;
+    ActionList actie;
+    Polarity polarity;
+    std::string started;
+    int SingleShotSimulationNumber = 0;
+    int mesh_refinement = 1;  ///< parts that each interval of the first mesh is cut into
+
+    // the device in solver units, its light, its states
+    CalculationParameters set3;
+    GenerationParameters light;
+    SolverMemory memory;
+    CalculationVariables currentCalcVars, evenwichtcv, kortsluitcv, werkpuntcv;
+    double JShortCircuit = 0.0, JWorkingPoint = 0.0;  ///< internal sign [mA/cm2]
+
+    // bookkeeping: which rungs were calculated
+    bool equiberekend = false, kortberekend = false, werkberekend = false;
+    Failures failures;
+
+    std::vector<DataListElement> results;
+
+    /// What one solve reads.
+    [[nodiscard]] Problem solver_problem(const Monitor* monitor) const
+    {
+        return {set3, memory.grid, memory.defects, light.generation, monitor};
+    }
+};
+
+}  // namespace kovin

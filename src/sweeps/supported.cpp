@@ -1,0 +1,113 @@
+#include "sweeps/supported.h"
+
+#include "base/text_format.h"
+#include "device/absorption_models.h"
+#include "device/grading.h"
+#include "device/quantities.h"
+
+namespace kovin {
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+std::string layer_name(std::size_t j, const LayerParameters& layer)
+{
+    return "layer " + integer(static_cast<long>(j) + 1) + " (" + layer.name + "): ";
+}
+
+void check_profile(const Profile& profile, const std::string& where, std::string_view what, Names& names)
+{
+    if (!law_is_computed(profile.law))
+        names.push_back(where + "grading law " + integer(static_cast<long>(profile.law)) + " of " + std::string(what));
+}
+
+void check_absorption(const Absorption& absorption, const std::string& where, int composition_mode, Names& names)
+{
+    // Only the pure material that the layer consists of is computed.
+    const bool material_B = composition_mode == 20;
+    if (material_B ? absorption.pure_B_from_file : absorption.pure_A_from_file) return;
+    for (const Model& model : (material_B ? absorption.model_B : absorption.model_A).models)
+        if (model.on && !absorption_model_is_computed(model.number))
+            names.push_back(where + "absorption model '" + model.name + "'");
+}
+
+void check_defect(const BulkRecombinationParameters& level, const std::string& where, Names& names)
+{
+    if (level.levels > 1 || level.defectType > DefectType::donor)
+        names.push_back(where + "defect with several levels (" +
+                        std::string(defect_type_words[static_cast<std::size_t>(level.defectType)]) + ")");
+    if (level.electrons.present || level.holes.present) names.push_back(where + "optical capture");
+    if (level.metastable_transition >= 0) names.push_back(where + "metastable defect");
+}
+
+void check_layer(std::size_t j, const LayerParameters& layer, bool band_to_band, Names& names)
+{
+    const std::string where = layer_name(j, layer);
+    if (layer.composition_mode == 1) names.push_back(where + "graded composition");
+    if (layer.composition_mode == 21) names.push_back(where + "uniform composition y");
+    for (const QuantityRow& row : graded_quantities())
+        check_profile(layer.material.*row.member, where, row.word, names);
+    check_absorption(layer.material.absorption, where, layer.composition_mode, names);
+    if (band_to_band && layer.material.tunneling) names.push_back(where + "band-to-band tunnelling");
+    for (std::size_t d = 0; d < static_cast<std::size_t>(layer.srhteller) && d < layer.srh.size(); ++d) {
+        const std::string defect = where + "defect " + integer(static_cast<long>(d) + 1) + ": ";
+        check_profile(layer.srh[d][0].Nt, defect, "Nt", names);
+        check_defect(layer.srh[d][0], defect, names);
+    }
+    for (const MetaStableDefectParameters& pair : layer.metastable)
+        if (pair.present) names.push_back(where + "metastable transition " + integer(pair.number + 1));
+}
+
+void check_cell(const CellParameters& cell, const ConvergenceParameters& settings, Names& names)
+{
+    const auto layers = static_cast<std::size_t>(cell.layers);
+    for (std::size_t j = 0; j < layers; ++j)
+        check_layer(j, cell.layer[j], settings.TunnelBtoB_allowed != 0, names);
+    for (std::size_t i = 0; i + 1 < layers; ++i) {
+        const InterfaceParameters& interface = cell.interfaces[i];
+        const std::string where =
+            "interface " + integer(static_cast<long>(i) + 1) + " (" + interface.name + "): ";
+        if (interface.defect_count > 0) names.push_back(where + "recombination at interface states");
+        if (interface.tunneling && settings.Tunnelintraband_allowed != 0)
+            names.push_back(where + "intraband tunnelling");
+    }
+    if (settings.Tunnelcontact_allowed != 0) {
+        if (cell.left.tunneling) names.push_back("left contact: tunnelling");
+        if (cell.right.tunneling) names.push_back("right contact: tunnelling");
+    }
+}
+
+}  // namespace
+
+UnsupportedPhysics unsupported_physics(const Simulation& simulation)
+{
+    const ConvergenceParameters& settings = simulation.problem.input.convergence;
+    const WorkPoint& wp = simulation.panel.workPoint;
+    const ActionList& actions = simulation.panel.actions;
+    UnsupportedPhysics found;
+    check_cell(simulation.zonnecel.cell, settings, found.falsifies);
+    if (!wp.dark && !wp.generationSpecified && !wp.spectrumFromFile)
+        found.falsifies.emplace_back("illumination: spectrum from a model");
+    if (!wp.dark && wp.generationSpecified && !wp.generationFromFile)
+        found.falsifies.emplace_back("illumination: generation G(x) from a model");
+
+    const struct {
+        bool asked;
+        const char* name;
+    } others[] = {
+        {actions.CV_calculate, "measurement C-V"},
+        {actions.MIS_CV_calculate, "measurement C-V of an MIS structure"},
+        {actions.Cf_calculate, "measurement C-f"},
+        {actions.QE_calculate, "measurement of the quantum efficiency"},
+        {actions.pause, "pause at each step"},
+    };
+    for (const auto& other : others)
+        if (other.asked) found.left_out.emplace_back(other.name);
+    if (settings.coupling_scheme != 11)
+        found.left_out.push_back("coupling scheme " + integer(settings.coupling_scheme) + " (scheme 11 is used)");
+    if (settings.backtracking != 0) found.left_out.emplace_back("backtracking of the iteration");
+    return found;
+}
+
+}  // namespace kovin
