@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -15,7 +17,7 @@ public:
     {
         const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
         path_ = std::filesystem::path(::testing::TempDir()) /
-                (std::string("kovin-") + test->test_suite_name() + "-" + test->name());
+                ("kovin-" + std::to_string(::getpid()) + "-" + test->test_suite_name() + "-" + test->name());
         std::filesystem::remove_all(path_);
         std::filesystem::create_directories(path_);
     }
