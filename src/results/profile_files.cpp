@@ -1,0 +1,208 @@
+#include "results/profile_files.h"
+
+#include "results/columns.h"
+#include "results/header.h"
+
+#include <utility>
+
+namespace kovin {
+
+namespace {
+
+constexpr NumberFormat index3{NumberFormat::whole, 3, 0};
+constexpr NumberFormat position{NumberFormat::fixed_point, 14, 6};
+constexpr NumberFormat energy{NumberFormat::fixed_point, 14, 8};
+constexpr NumberFormat density{NumberFormat::with_exponent, 16, 8};
+
+constexpr double zero(const Profiles&, std::size_t) { return 0.0; }
+
+constexpr Column<Profiles> eb_columns[] = {
+    {"   i", " ", index3, [](const Profiles&, std::size_t i) { return static_cast<double>(i); }},
+    {"       x(um)", " ", position, [](const Profiles& s, std::size_t i) { return s.x_um[i]; }},
+    {"        y", " ", energy, [](const Profiles& s, std::size_t i) { return s.y[i]; }},
+    {"      Ec(eV)", " ", energy, [](const Profiles& s, std::size_t i) { return s.Ec[i]; }},
+    {"      Fn(eV)", " ", energy, [](const Profiles& s, std::size_t i) { return s.Fn[i]; }},
+    {"      Fp(eV)", " ", energy, [](const Profiles& s, std::size_t i) { return s.Fp[i]; }},
+    {"      Ev(eV)", " ", energy, [](const Profiles& s, std::size_t i) { return s.Ev[i]; }},
+    {"     n(/cm3)", " ", density, [](const Profiles& s, std::size_t i) { return s.n[i]; }},
+    {"     p(/cm3)", " ", density, [](const Profiles& s, std::size_t i) { return s.p[i]; }},
+    {"rho(defect) (/cm3)", " ", density, [](const Profiles& s, std::size_t i) { return s.rho_defect[i]; }},
+    {"net doping (/cm3)", " ", density, [](const Profiles& s, std::size_t i) { return s.net_doping[i]; }},
+    {"   rho(/cm3)", " ", density, [](const Profiles& s, std::size_t i) { return s.rho[i]; }},
+    {"     E(V/cm)", " ", density, [](const Profiles& s, std::size_t i) { return s.E[i]; }},
+    {"  jn(mA/cm2)", " ", density, [](const Profiles& s, std::size_t i) { return s.j.j_n[i]; }},
+    {"  jp(mA/cm2)", " ", density, [](const Profiles& s, std::size_t i) { return s.j.j_p[i]; }},
+    // A cell with tunnelling is refused before a run.
+    {"  jn_tunnel(mA/cm2)", " ", density, zero},
+    {"  jp_tunnel(mA/cm2)", " ", density, zero},
+    {"jtot(mA/cm2)", " ", density, [](const Profiles& s, std::size_t i) { return s.j.j_tot[i]; }},
+    {" generation(#/cm3.s)", " ", density, [](const Profiles& s, std::size_t i) { return s.generation[i]; }},
+    {"  recombination(#/cm3.s)", "  ", density, [](const Profiles& s, std::size_t i) { return s.recombination[i]; }},
+    {"cumulative generation (mA/cm2)", " ", density,
+     [](const Profiles& s, std::size_t i) { return s.cumulative_generation[i]; }},
+    {"cumulative recombination L to R (mA/cm2)", "  ", density,
+     [](const Profiles& s, std::size_t i) { return s.recombination_L_to_R[i]; }},
+    {"cumulative recombination R to L (mA/cm2)", "  ", density,
+     [](const Profiles& s, std::size_t i) { return s.recombination_R_to_L[i]; }},
+};
+
+// Currents just left (1) and right (2) of each interface. Interface states, hence their charge and current, are
+// refused before a run.
+constexpr Column<Profiles> interface_columns[] = {
+    {"  IF", "   ", {NumberFormat::whole, 1, 0}, [](const Profiles&, std::size_t k) { return static_cast<double>(k + 1); }},
+    {"       x(um)", "  ", position, [](const Profiles& s, std::size_t k) { return s.x_um[s.interface_left[k]]; }},
+    {" jn1(mA/cm2)", "  ", density, [](const Profiles& s, std::size_t k) { return s.j.j_n[s.interface_left[k]]; }},
+    {" jn2(mA/cm2)", "  ", density, [](const Profiles& s, std::size_t k) { return s.j.j_n[s.interface_left[k] + 1]; }},
+    {" jp1(mA/cm2)", "  ", density, [](const Profiles& s, std::size_t k) { return s.j.j_p[s.interface_left[k]]; }},
+    {" jp2(mA/cm2)", "  ", density, [](const Profiles& s, std::size_t k) { return s.j.j_p[s.interface_left[k] + 1]; }},
+    {" jn1[with tunnel](mA/cm2)", "  ", density,
+     [](const Profiles& s, std::size_t k) { return s.j.j_n[s.interface_left[k]]; }},
+    {" jn2[with tunnel](mA/cm2)", "  ", density,
+     [](const Profiles& s, std::size_t k) { return s.j.j_n[s.interface_left[k] + 1]; }},
+    {" jp1[with tunnel](mA/cm2)", "  ", density,
+     [](const Profiles& s, std::size_t k) { return s.j.j_p[s.interface_left[k]]; }},
+    {" jp2[with tunnel](mA/cm2)", "  ", density,
+     [](const Profiles& s, std::size_t k) { return s.j.j_p[s.interface_left[k] + 1]; }},
+    {"  js(mA/cm2)", "  ", density, zero},
+    {"   pi(C/cm2)", "  ", density, zero},
+    {"  pi/q(/cm2)", "  ", density, zero},
+};
+
+std::string header(const ProfileSource& source, OutputKind kind)
+{
+    return WriteOutputHeader(source.version, source.run, kind, source.fromCurrent);
+}
+
+/// A table whose columns depend on the defects of the cell.
+struct DefectColumn {
+    std::string title;
+    std::size_t first = 0;       ///< mesh point of the first value
+    std::vector<double> values;  ///< at the points of one layer; nothing elsewhere
+};
+
+/// "layer,defect,level,energy" of a discrete energy: layer and defect from 1, level and energy from 0.
+std::string index_text(const DefectEnergy& level, int energy_number)
+{
+    return integer(level.layer + 1) + ',' + integer(level.defect + 1) + ",0," + integer(energy_number);
+}
+
+/// Thermal capture and emission rates of each defect, its energies added up.
+std::vector<DefectColumn> rate_columns(const ProfileSource& source)
+{
+    const CalculationVariables& cv = source.cv;
+    const Scale& scale = source.problem.set3.scale;
+    constexpr std::string_view titles[] = {"Rnth", "Rpth", "Gnth", "Gpth", "net Gn", "net Gp"};
+    std::vector<DefectColumn> columns;
+    const DefectEnergy* before = nullptr;
+    for (const DefectEnergy& level : source.problem.defects.energies) {
+        const bool same_defect = before != nullptr && before->layer == level.layer && before->defect == level.defect;
+        if (!same_defect)
+            for (const std::string_view title : titles)
+                columns.push_back({std::string(title) + integer(level.layer + 1) + ',' + integer(level.defect + 1) +
+                                       ",0 (#/cm3.s)",
+                                   level.first, std::vector<double>(level.Nt.size())});
+        before = &level;
+        DefectColumn* c = columns.data() + columns.size() - std::size(titles);
+        const Occupation o = occupation(cv, level);
+        const double per_cm3 = 1e-6 * scale.N0[static_cast<std::size_t>(level.layer)] / scale.t0;
+        for (std::size_t k = 0; k < level.Nt.size(); ++k) {
+            const std::size_t i = level.first + k;
+            const double Nt = per_cm3 * level.Nt[k];
+            const double Rn = Nt * level.cn[k] * cv.n[i] * o.one_minus_f[k];
+            const double Rp = Nt * level.cp[k] * cv.p[i] * o.f[k];
+            const double Gn = Nt * level.en[k] * o.f[k];
+            const double Gp = Nt * level.ep[k] * o.one_minus_f[k];
+            const double values[] = {Rn, Rp, Gn, Gp, Gn - Rn, Gp - Rp};
+            for (std::size_t m = 0; m < std::size(values); ++m) c[m].values[k] += values[m];
+        }
+    }
+    return columns;
+}
+
+std::vector<DefectColumn> occupation_columns(const ProfileSource& source)
+{
+    std::vector<DefectColumn> columns;
+    const DefectEnergy* before = nullptr;
+    int energy_number = 0;
+    for (const DefectEnergy& level : source.problem.defects.energies) {
+        const bool same_defect = before != nullptr && before->layer == level.layer && before->defect == level.defect;
+        energy_number = same_defect ? energy_number + 1 : 0;
+        before = &level;
+        Occupation o = occupation(source.cv, level);
+        const std::string where = index_text(level, energy_number) + " {" + fixed(level.energy, 0, 4) + " eV}";
+        columns.push_back({"f_t(electrons)" + where, level.first, std::move(o.f)});
+        columns.push_back({"f_t(holes)" + where, level.first, std::move(o.one_minus_f)});
+    }
+    return columns;
+}
+
+void append_titles(std::string& out, std::span<const DefectColumn> columns)
+{
+    for (const DefectColumn& column : columns) out += '\t' + column.title;
+    out += '\n';
+}
+
+/// Values at mesh point i; outside the layer of its defect a column is 0.
+void append_values(std::string& out, std::span<const DefectColumn> columns, std::size_t i)
+{
+    for (const DefectColumn& column : columns) {
+        const bool inside = i >= column.first && i - column.first < column.values.size();
+        out += '\t' + formatted(density, inside ? column.values[i - column.first] : 0.0);
+    }
+    out += '\n';
+}
+
+}  // namespace
+
+std::string eb_naar_file(const ProfileSource& source, const Profiles& profiles)
+{
+    std::string out = header(source, OutputKind::energy_bands);
+    out += "bulk\n";
+    write_table<Profiles>(out, eb_columns, profiles, profiles.x_um.size());
+    if (!profiles.interface_left.empty()) {
+        out += "\ninterfaces\n";
+        write_table<Profiles>(out, interface_columns, profiles, profiles.interface_left.size());
+    }
+    return out;
+}
+
+std::string gen_naar_file(const ProfileSource& source, const Profiles& profiles)
+{
+    std::string out = header(source, OutputKind::generation);
+    const std::vector<DefectColumn> defects = rate_columns(source);
+    if (!defects.empty())
+        out += "Legend:\n=======\n"
+               "All following properties are split up per layer, per defect in this layer and per charge state in "
+               "this defect\n"
+               "(first index = layer, second index = mechanism, third index = defectlevel (0 is the most positively "
+               "charged and hence the closest to the valence band))\n\n";
+    out += "x (um)\tGeneration profile G(x) (#/m3.s)\tGeh (#/cm3.s)\tTotal recombination (#/cm3.s)"
+           "\tSRH recombination (#/cm3.s)\tRadiative recombination (#/cm3.s)\tAuger recombination (#/cm3.s)";
+    append_titles(out, defects);
+    for (std::size_t i = 0; i < profiles.x_um.size(); ++i) {
+        out += formatted(position, profiles.x_um[i]) + '\t' + formatted(density, 1e6 * profiles.generation[i]);
+        for (const auto* column : {&profiles.generation, &profiles.recombination, &profiles.SRH, &profiles.radiative,
+                                   &profiles.auger})
+            out += '\t' + formatted(density, (*column)[i]);
+        append_values(out, defects, i);
+    }
+    return out;
+}
+
+std::string ft_naar_file(const ProfileSource& source, const Profiles& profiles)
+{
+    std::string out = header(source, OutputKind::occupation);
+    const std::vector<DefectColumn> columns = occupation_columns(source);
+    out += "Legend:\n=======\n"
+           "All following properties are split up per layer and per defect in this layer, per charge state transition "
+           "in this defect and per energy if there is an energydistribution\n\n";
+    out += "x (um)";
+    append_titles(out, columns);
+    for (std::size_t i = 0; i < profiles.x_um.size(); ++i) {
+        out += formatted(position, profiles.x_um[i]);
+        append_values(out, columns, i);
+    }
+    return out;
+}
+
+}  // namespace kovin
