@@ -1,0 +1,491 @@
+// The sections on defects of a definition file: bulk, metastable pairs, interfaces.
+#include "base/text_format.h"
+#include "base/text_scan.h"
+#include "device/defect_levels.h"
+#include "device/definition_sections.h"
+#include "device/definition_tables.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
+namespace kovin::definition_sections {
+
+using namespace definition_tables;
+
+namespace {
+
+using Levels = std::array<BulkRecombinationParameters, max_levels>;
+
+/// What has been met of one defect.
+struct DefectReading {
+    bool has_profile = false, has_Nleft = false, has_Nright = false;
+    bool empty = true;
+    [[nodiscard]] bool old_form() const { return !has_profile && (has_Nleft || has_Nright); }
+};
+
+/// Stores a value of the defect as a whole in all its levels.
+template <class Value>
+void in_all(Levels& levels, Value BulkRecombinationParameters::*field, const Value& value)
+{
+    for (auto& level : levels) level.*field = value;
+}
+
+/// Distribution of the oldest files: "tailtype : valenceband".
+template <class Record>
+void read_tail_type(const KeyedSource& source, Record& record)
+{
+    if (source.anywhere("valenceband")) record.energy_distribution = EnergyDistribution::VB_tail;
+    if (source.anywhere("conductionband")) record.energy_distribution = EnergyDistribution::CB_tail;
+}
+
+bool ends_section(const KeyedSource& source)
+{
+    return source.starts("layer") || source.section("front contact") || source.starts("right contact") ||
+           source.section("spectrumfile") || source.section("working point");
+}
+
+void read_type(KeyedSource& source, Levels& levels)
+{
+    int type = 0, count = 1;
+    if (!source.last_word("type", defect_type_words, std::size(defect_type_words), type)) return;
+    const std::string_view line = source.line();
+    if (const auto bracket = line.find('('); bracket != std::string_view::npos) {
+        const NumberScan number = number_here(line, bracket + 1);
+        if (!number.found || number.value < 1.0 || number.value > max_levels ||
+            number.value != std::floor(number.value)) {
+            source.fail("type", "the number of levels must lie between 1 and " + integer(max_levels));
+            return;
+        }
+        count = static_cast<int>(number.value);
+    }
+    in_all(levels, &B::defectType, static_cast<DefectType>(type));
+    in_all(levels, &B::levels, count);
+    const auto defect_type = static_cast<DefectType>(type);
+    if (defect_type == DefectType::acceptor) levels[0].aard = LevelType::zero_minus;
+    if (defect_type == DefectType::donor) levels[0].aard = LevelType::plus_zero;
+    if (defect_type == DefectType::neutral) levels[0].aard = LevelType::neutral;
+}
+
+/// The first transition names all: each level further is one charge lower.
+void read_level_type(KeyedSource& source, Levels& levels)
+{
+    const std::string_view text = source.value("leveltype");
+    int first = 0;
+    if (text.starts_with('+'))
+        first = 4;
+    else if (text.starts_with('-'))
+        first = 2;
+    else if (text.starts_with('0'))
+        first = 3;
+    else if (text.starts_with("2-"))
+        first = 1;
+    else if (text.starts_with('2'))
+        first = 5;
+    else if (text.starts_with('3'))
+        first = 6;
+    for (int k = 0; k < max_levels; ++k) {
+        const int number = first == 0 ? 0 : first - k;
+        if (first != 0 && number < 1 && k < levels[0].levels) {
+            source.fail("leveltype", "there are fewer charge states than levels");
+            return;
+        }
+        levels[static_cast<std::size_t>(k)].aard = static_cast<LevelType>(std::max(number, 0));
+    }
+}
+
+/// One number a level. @return false after a fault
+bool read_per_level(KeyedSource& source, std::string_view key, int levels, const Limits& limits,
+                    std::vector<double>& values)
+{
+    std::size_t rest = 0;
+    if (!source.numbers(key, static_cast<std::size_t>(levels), values, rest)) return false;
+    if (values.size() < static_cast<std::size_t>(levels)) return source.fail(key, "a number is missing for a level");
+    for (const double value : values)
+        if (!limits.hold(value)) return source.fail(key, "the value is outside its range");
+    return true;
+}
+
+/// "optical capture data (electrons): file", "optical capture data [electrons]: level 2, file" or "..., none".
+void read_capture_file(Reading& reading, Levels& levels)
+{
+    KeyedSource& source = reading.source;
+    const std::string_view all = source.line();
+    for (const Carrier& carrier : carriers) {
+        const std::string in_round = "optical capture data (" + std::string(carrier.word) + ")";
+        const std::string in_square = "optical capture data [" + std::string(carrier.word) + "]";
+        std::size_t level = 0;
+        std::string name;
+        if (source.starts(in_round)) {
+            if (source.anywhere("level 1, none")) return;
+            name = source.file_name(in_round);
+        } else if (source.starts(in_square)) {
+            if (source.anywhere(", none")) return;
+            const NumberScan number = next_number(source.value(in_square));
+            if (!number.found || number.value < 1.0 || number.value > max_levels) {
+                source.fail(in_square, "there is no such level");
+                return;
+            }
+            level = static_cast<std::size_t>(number.value) - 1;
+            const auto comma = all.find(',');
+            if (comma != std::string_view::npos) name = std::string(trimmed(all.substr(comma + 1)));
+            std::replace(name.begin(), name.end(), '\\', '/');
+        } else {
+            continue;
+        }
+        OpticalCaptureProperties& capture = levels[level].*carrier.capture;
+        capture.file = name;
+        capture.present = true;
+        reading.definition.IPV_Mode = true;
+        return;
+    }
+}
+
+/// "optical capture of electrons, n: 3.42" and its neighbours.
+void read_capture_values(KeyedSource& source, Levels& levels)
+{
+    std::vector<double> values;
+    for (const Carrier& carrier : carriers) {
+        const std::string start = "optical capture of " + std::string(carrier.word);
+        if (!source.starts(start)) continue;
+        const std::string model = start + ", data from model";
+        if (source.starts(model)) {
+            if (!read_per_level(source, model, levels[0].levels, a_fraction, values)) return;
+            for (std::size_t k = 0; k < values.size(); ++k) (levels[k].*carrier.capture).from_model = values[k] != 0.0;
+            return;
+        }
+        for (const OpticalKey& key : optical_keys) {
+            const std::string word = start + std::string(key.word);
+            if (!source.starts(word)) continue;
+            if (!read_per_level(source, word, levels[0].levels, not_negative, values)) return;
+            for (std::size_t k = 0; k < values.size(); ++k) levels[k].*carrier.capture.*key.field = values[k];
+            return;
+        }
+    }
+}
+
+/// Density in the form of the oldest files; not looked at once there is a profile.
+bool read_old_density(KeyedSource& source, Levels& levels, DefectReading& met)
+{
+    if (met.has_profile) return false;
+    int spatial = 0;
+    double value = 0.0;
+    if (source.starts("profile")) {
+        if (source.last_word("profile", spatial_distribution_words, std::size(spatial_distribution_words), spatial))
+            in_all(levels, &B::spatial, static_cast<SpatialDistribution>(spatial));
+    } else if (source.starts("Lkar")) {
+        if (source.number("Lkar", value, positive)) in_all(levels, &B::Lkar, value);
+    } else if (source.starts("Nleft")) {
+        met.has_Nleft = source.number("Nleft", value, not_negative);
+        if (met.has_Nleft) in_all(levels, &B::Nleft, value);
+    } else if (source.starts("Nright")) {
+        met.has_Nright = source.number("Nright", value, not_negative);
+        if (met.has_Nright) in_all(levels, &B::Nright, value);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+bool read_density_profile(KeyedSource& source, Levels& levels, DefectReading& met)
+{
+    for (const std::string_view key : {"Nt(x)", "Nt(y)", "Nt(uniform)"}) {
+        if (!source.starts(key)) continue;
+        met.has_profile = InputLineToProfile(source, key, levels[0].Nt);
+        if (met.has_profile)
+            for (auto& level : levels) level.Nt = levels[0].Nt;
+        return true;
+    }
+    return false;
+}
+
+void read_defect_line(Reading& reading, Levels& levels, DefectReading& met)
+{
+    KeyedSource& source = reading.source;
+    const int count = levels[0].levels;
+    int whole = 0;
+    double value = 0.0;
+    if (source.starts("type")) return read_type(source, levels);
+    for (const DefectKey& key : single_defect_keys) {
+        if (!source.starts(key.word)) continue;
+        if (source.number(key.word, value, key.limits)) in_all(levels, key.field, value);
+        return;
+    }
+    if (read_density_profile(source, levels, met) || read_old_density(source, levels, met)) return;
+    if (source.starts("energy distribution")) {
+        if (source.last_word("energy distribution", energy_distribution_words, std::size(energy_distribution_words),
+                             whole))
+            in_all(levels, &B::energy_distribution, static_cast<EnergyDistribution>(whole));
+    } else if (source.starts_exactly("Reference for defect energy")) {
+        if (source.whole("Reference for defect energy", whole, 0, 2))
+            in_all(levels, &B::reference, static_cast<EnergyReference>(whole));
+    } else if (source.starts_exactly("Ekar")) {
+        if (source.number("Ekar", value, not_negative)) in_all(levels, &B::Ekar, value);
+    } else if (source.starts_exactly("Ecor")) {
+        if (source.number("Ecor", value)) in_all(levels, &B::Ecor, value);
+    } else if (source.starts("Correlation energy")) {
+        if (source.number("Correlation energy", value)) in_all(levels, &B::Ecor, value);
+        in_all(levels, &B::correlation, true);
+    } else if (source.starts("degeneracy factors equal one")) {
+        in_all(levels, &B::degeneracy_one, true);
+    } else if (source.anywhere("tailtype")) {
+        for (auto& level : levels) read_tail_type(source, level);
+    } else if (source.starts("leveltype")) {
+        read_level_type(source, levels);
+    } else if (source.starts("optical capture data")) {
+        read_capture_file(reading, levels);
+    } else if (source.starts("optical capture of")) {
+        read_capture_values(source, levels);
+    } else {
+        std::vector<double> values;
+        for (const LevelKey& key : level_keys) {
+            if (!source.starts(key.word)) continue;
+            if (read_per_level(source, key.word, count, key.limits, values))
+                for (std::size_t k = 0; k < values.size(); ++k) levels[k].*key.field = values[k];
+            return;
+        }
+    }
+}
+
+/// What follows from the lines of one defect.
+void finish_defect(KeyedSource& source, Levels& levels, const DefectReading& met)
+{
+    if (levels[0].energy_distribution != EnergyDistribution::single && levels[0].Ekar <= 0.0) {
+        source.fail("Ekar", "the defect needs a characteristic energy above 0");
+        return;
+    }
+    for (auto& level : levels) {
+        if (level.spatial == SpatialDistribution::homogenous && met.has_Nleft != met.has_Nright)
+            (met.has_Nleft ? level.Nright : level.Nleft) = met.has_Nleft ? level.Nleft : level.Nright;
+        level.peak_to_total = peak_to_total(level.energy_distribution, level.Ekar);
+        if (met.old_form())
+            CopyKOVIN27Data_to_NtProfile(level);
+        else
+            CopyNtProfile_to_KOVIN27Data(level);
+    }
+}
+
+void read_metastable_line(Reading& reading, MetaStableDefectParameters& pair)
+{
+    KeyedSource& source = reading.source;
+    if (source.starts("Nt(x)") || source.starts("Nt(y)")) {
+        InputLineToProfile(source, "Nt(x)", pair.Nt);
+    } else if (source.starts(given_energies_key)) {
+        std::vector<double> flags;
+        if (!read_per_level(source, given_energies_key, static_cast<int>(pair.derived_energy.size()), a_fraction,
+                            flags))
+            return;
+        for (std::size_t i = 0; i < flags.size(); ++i) pair.derived_energy[i] = flags[i] != 0.0;
+    } else if (source.starts("Reference for transition energy")) {
+        int reference = 0;
+        if (source.whole("Reference for transition energy", reference, 0, 2))
+            pair.reference = static_cast<EnergyReference>(reference);
+    } else if (source.starts(initial_configuration_key)) {
+        source.number(initial_configuration_key, pair.initial_acceptor_configuration, a_fraction);
+    } else {
+        for (const MetastableKey& key : metastable_keys) {
+            if (!source.starts(key.word)) continue;
+            if (key.real)
+                source.number(key.word, pair.*key.real, key.limits);
+            else
+                source.whole(key.word, pair.*key.whole, static_cast<int>(key.limits.low),
+                             static_cast<int>(key.limits.high));
+            return;
+        }
+    }
+}
+
+void read_interface_line(Reading& reading, InterfaceParameters& interface, InterfaceRecombinationParameters& defect,
+                         bool& has_reference)
+{
+    KeyedSource& source = reading.source;
+    int whole = 0;
+    const auto take = [&](auto& keys) {
+        for (const InterfaceKey& key : keys) {
+            if (!(key.exact ? source.starts_exactly(key.word) : source.starts(key.word))) continue;
+            source.number(key.word, defect.*key.field, key.limits);
+            return true;
+        }
+        return false;
+    };
+    if (source.starts("interfacename")) {
+        interface.name = source.text("interfacename", interface_name_limit);
+    } else if (source.starts("type")) {
+        if (source.last_word("type", defect_type_words, std::size(defect_type_words), whole))
+            defect.defectType = static_cast<DefectType>(whole);
+    } else if (take(interface_sigma_keys)) {
+        return;
+    } else if (source.starts("Tunneling to trap")) {
+        reading.tunneling("Tunneling to trap", defect.tunneling, &ConvergenceParameters::Tunneliface_allowed);
+    } else if (take(interface_mass_keys)) {
+        return;
+    } else if (source.starts("energy distribution")) {
+        if (source.last_word("energy distribution", energy_distribution_words, std::size(energy_distribution_words),
+                             whole))
+            defect.energy_distribution = static_cast<EnergyDistribution>(whole);
+    } else if (source.starts_exactly("Reference for defect energy")) {
+        has_reference = source.whole("Reference for defect energy", whole, 3, 9);
+        if (has_reference) defect.reference = static_cast<EnergyReference>(whole);
+    } else if (take(interface_energy_keys)) {
+        return;
+    } else if (source.anywhere("tailtype")) {
+        read_tail_type(source, defect);
+    } else if (source.starts("N")) {
+        source.number("N", defect.N, not_negative);
+    }
+}
+
+/// The interface behind the present layer; null after a fault.
+InterfaceParameters* present_interface(Reading& reading, std::string_view key)
+{
+    const int number = reading.cell().layers - 1;
+    if (number < max_interfaces) return &reading.cell().interfaces[static_cast<std::size_t>(number)];
+    reading.source.fail(key, "there is no interface behind layer " + integer(max_layers));
+    return nullptr;
+}
+
+}  // namespace
+
+void CopyKOVIN27Data_to_NtProfile(BulkRecombinationParameters& level)
+{
+    Profile& Nt = level.Nt;
+    Nt.pure_A = Nt.left = level.Nleft / level.peak_to_total;
+    Nt.pure_B = Nt.right = level.Nright / level.peak_to_total;
+    Nt.third = Nt.pure_A;
+    Nt.fourth = Nt.fifth = 1.0;
+    switch (level.spatial) {
+        case SpatialDistribution::homogenous:
+            Nt.law = Law::uniform;
+            Nt.dependence = Dependence::uniform;
+            break;
+        case SpatialDistribution::linear:
+            Nt.law = Law::linear;
+            Nt.dependence = Dependence::on_x;
+            break;
+        case SpatialDistribution::exponential:
+            Nt.law = Law::exponential;
+            Nt.dependence = Dependence::on_x;
+            Nt.third = 0.0;
+            Nt.fourth = Nt.fifth = level.Lkar * 1e6;  // decay lengths of a profile are in um
+            break;
+    }
+    SetProfileScaleParameters(Nt);
+}
+
+void CopyNtProfile_to_KOVIN27Data(BulkRecombinationParameters& level)
+{
+    const Profile& Nt = level.Nt;
+    level.spatial = SpatialDistribution::homogenous;
+    if (Nt.dependence == Dependence::on_x && Nt.law == Law::linear) level.spatial = SpatialDistribution::linear;
+    if (Nt.dependence == Dependence::on_x && Nt.law == Law::exponential) {
+        level.spatial = SpatialDistribution::exponential;
+        level.Lkar = Nt.fourth * 1e-6;
+    }
+    const bool uniform = level.spatial == SpatialDistribution::homogenous;
+    level.Nleft = level.peak_to_total * (uniform ? Nt.pure_A : Nt.left);
+    level.Nright = level.peak_to_total * (uniform ? Nt.pure_A : Nt.right);
+}
+
+void read_bulk_defects(Reading& reading)
+{
+    KeyedSource& source = reading.source;
+    LayerParameters& layer = reading.layer();
+    const auto ends = [&] {
+        return ends_section(source) || source.starts("next") || source.section("interface recombination") ||
+               source.section("interface properties") || source.section("Metastable properties");
+    };
+    do {
+        if (layer.srhteller == max_defects) {
+            source.fail("srhrecombination", "a layer has at most " + integer(max_defects) + " defects");
+            return;
+        }
+        Levels& levels = layer.srh[static_cast<std::size_t>(layer.srhteller)];
+        DefectReading met;
+        while (source.must_go_on() && !ends()) {
+            if (source.section("srhrecombination")) continue;
+            met.empty = false;
+            read_defect_line(reading, levels, met);
+        }
+        if (met.empty) source.fail("srhrecombination", "the defect is empty");
+        if (source.failed()) return;
+        finish_defect(source, levels, met);
+        ++layer.srhteller;
+    } while (!source.failed() && source.starts("next"));
+}
+
+void read_metastable(Reading& reading)
+{
+    KeyedSource& source = reading.source;
+    LayerParameters& layer = reading.layer();
+    const NumberScan number = next_number(source.line());
+    const bool in_range = number.found && number.value >= 0.0 && number.value < max_metastable;
+    const auto index = in_range ? static_cast<std::size_t>(number.value) : std::size_t{0};
+    MetaStableDefectParameters& pair = layer.metastable[index];
+    pair.present = true;
+    while (source.must_go_on()) {
+        if (ends_section(source) || source.section("interface properties") ||
+            source.section("interface recombination") || source.section("Metastable properties"))
+            break;
+        read_metastable_line(reading, pair);
+    }
+    const auto take_part = [&](int defect, int role) {
+        if (defect < 0 || defect >= max_defects) return;
+        BulkRecombinationParameters& level = layer.srh[static_cast<std::size_t>(defect)][0];
+        level.metastable_transition = static_cast<int>(index);
+        level.metastable_role = role;
+    };
+    take_part(pair.donor_defect, 0);
+    take_part(pair.acceptor_defect, 1);
+}
+
+void read_interface_properties(Reading& reading)
+{
+    KeyedSource& source = reading.source;
+    InterfaceParameters* interface = present_interface(reading, "interface properties");
+    if (!interface) return;
+    while (source.must_go_on()) {
+        if (ends_section(source) || source.section("interface recombination")) return;
+        if (source.starts("Intraband tunneling"))
+            reading.tunneling("Intraband tunneling", interface->tunneling,
+                              &ConvergenceParameters::Tunnelintraband_allowed);
+        else if (source.starts("Relative electron mass"))
+            source.number("Relative electron mass", interface->m_e, positive);
+        else if (source.starts("Relative hole mass"))
+            source.number("Relative hole mass", interface->m_h, positive);
+        else if (source.starts("interfacename"))
+            interface->name = source.text("interfacename", interface_name_limit);
+    }
+}
+
+void read_interface_defects(Reading& reading)
+{
+    KeyedSource& source = reading.source;
+    InterfaceParameters* interface = present_interface(reading, "interface recombination");
+    if (!interface) return;
+    do {
+        if (interface->defect_count == max_interface_defects) {
+            source.fail("interface recombination",
+                        "an interface has at most " + integer(max_interface_defects) + " defects");
+            return;
+        }
+        InterfaceRecombinationParameters& defect =
+            interface->defects[static_cast<std::size_t>(interface->defect_count)];
+        bool has_reference = false, empty = true;
+        while (source.must_go_on() && !ends_section(source) && !source.starts("next")) {
+            if (source.section("interface recombination")) continue;
+            empty = false;
+            read_interface_line(reading, *interface, defect, has_reference);
+        }
+        if (empty) source.fail("interface recombination", "the defect is empty");
+        if (defect.energy_distribution != EnergyDistribution::single && defect.Ekar <= 0.0)
+            source.fail("Ekar", "the defect needs a characteristic energy above 0");
+        if (source.failed()) return;
+        // Files older than the line on the reference count from the valence band at the left.
+        if (!has_reference) defect.reference = EnergyReference::above_EV_left;
+        defect.peak_to_total = peak_to_total(defect.energy_distribution, defect.Ekar);
+        defect.N_peak = defect.N / defect.peak_to_total;
+        ++interface->defect_count;
+    } while (source.starts("next"));
+}
+
+}  // namespace kovin::definition_sections

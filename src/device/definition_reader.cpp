@@ -1,0 +1,294 @@
+#include "device/definition_reader.h"
+
+#include "base/line_file.h"
+#include "base/text_format.h"
+#include "device/cell_defaults.h"
+#include "device/definition_sections.h"
+#include "device/definition_tables.h"
+#include "device/model_table.h"
+#include "device/work_point.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace kovin {
+
+namespace {
+
+using namespace definition_tables;
+using namespace definition_sections;
+
+constexpr const char* title = "Function lees_structuurfile()";
+
+bool read_mott_schottky_line(Reading& reading)
+{
+    KeyedSource& source = reading.source;
+    if (!source.starts(mott_schottky_start)) return false;
+    for (const MottSchottkyKey& key : mott_schottky_keys) {
+        const bool found = source.anywhere(key.word) || (key.word == "layer number" && source.anywhere("#"));
+        if (!found) continue;
+        MottSchottkySettings& settings = reading.definition.NW;
+        const auto low = static_cast<int>(key.limits.low), high = static_cast<int>(key.limits.high);
+        const bool stored = key.real ? source.number(mott_schottky_start, settings.*key.real, key.limits)
+                                     : source.whole(mott_schottky_start, settings.*key.whole, low, high);
+        reading.definition.NW_from_file = reading.definition.NW_from_file || stored;
+        break;
+    }
+    return true;
+}
+
+bool read_quantum_efficiency_line(Reading& reading)
+{
+    KeyedSource& source = reading.source;
+    QeSettings& qe = reading.definition.qe;
+    if (source.starts("QE calculation mode")) return source.whole("QE calculation mode", qe.mode, 0, 1), true;
+    if (source.starts("number of photons")) return source.number("number of photons", qe.photons, positive), true;
+    if (source.starts("incident power")) return source.number("incident power", qe.power, positive), true;
+    return false;
+}
+
+/// Rules that hold for several settings together.
+void settle_numerical_block(Surroundings& surroundings, ConvergenceParameters& settings)
+{
+    settings.maxiter_psi_equilibrium = settings.maxiter_psi = settings.maxiter_n = settings.maxiter_p =
+        settings.maxiter;
+    if (settings.defectdiscretisations > max_energies)
+        KOVINErrorMessage(surroundings.report, "Warning",
+                          "The maximum number of discretisationlevels for distributed defects is limited to " +
+                              integer(max_energies) + " levels.");
+    settings.defectdiscretisations = std::clamp(settings.defectdiscretisations, 1, max_energies);
+    // GovernMaxMinMesh: the two ratios stay sensible together.
+    if (settings.mesh_ratio_max < settings.mesh_ratio_min) std::swap(settings.mesh_ratio_max, settings.mesh_ratio_min);
+    settings.mesh_ratio_max = std::clamp(settings.mesh_ratio_max, 1.1, 3.0);
+    settings.mesh_ratio_min = std::clamp(settings.mesh_ratio_min, 1.0, 1.3);
+}
+
+void read_numerical_block(Reading& reading)
+{
+    KeyedSource& source = reading.source;
+    ConvergenceParameters& settings = reading.definition.input.convergence;
+    while (source.must_go_on()) {
+        if (source.section("back contact") || source.section("left contact") || source.starts("layer") ||
+            source.starts("name"))
+            return;
+        if (read_mott_schottky_line(reading) || read_quantum_efficiency_line(reading)) continue;
+        constexpr std::string_view flatband = "Include charge in defects in the calculation of the flatband condition";
+        if (source.starts(flatband)) source.whole(flatband, settings.flatband_with_defects, 0, 1);
+        if (source.starts("recalculate mesh")) source.whole("recalculate mesh", settings.recalculate_mesh, 0, 1);
+        for (const NumericalKey& key : numerical_keys) {
+            if (!source.starts(key.word)) continue;
+            if (key.real) source.number(key.word, settings.*key.real, key.limits);
+            if (key.whole)
+                source.whole(key.word, settings.*key.whole, static_cast<int>(key.limits.low),
+                             static_cast<int>(key.limits.high));
+            if (key.ends_old_tunnel_rule) reading.old_tunnel_rules = false;
+            break;
+        }
+    }
+}
+
+/// One line of a contact.
+void read_contact_line(Reading& reading, ContactParameters& contact, bool& has_flatband, bool& has_work_function)
+{
+    KeyedSource& source = reading.source;
+    if (source.starts("flatband")) {
+        has_flatband = source.flag("flatband", contact.flatband);
+    } else if (source.starts("recalculate")) {
+        source.flag("recalculate", contact.recalculate);
+    } else if (source.starts("Fi_m")) {
+        has_work_function = source.number("Fi_m", contact.Fi_m);
+        contact.flatband = false;
+    } else if (source.starts("Sn")) {
+        source.number("Sn", contact.Sn, not_negative);
+    } else if (source.starts("Sp")) {
+        source.number("Sp", contact.Sp, not_negative);
+    } else if (source.starts("optical filter")) {
+        contact.filter = true;
+        if (source.anywhere("transmission")) contact.filter_transmission = true;
+        if (source.anywhere("reflection")) contact.filter_transmission = false;
+    } else if (source.starts("filterfile")) {
+        contact.filter_file = source.file_name("filterfile");
+    } else if (source.starts("wavelength independent")) {
+        source.flag("wavelength independent", contact.filter_constant);
+    } else if (source.starts("filter value")) {
+        source.number("filter value", contact.filter_value, a_fraction);
+    } else if (source.starts("Tunneling to contact")) {
+        reading.tunneling("Tunneling to contact", contact.tunneling, &ConvergenceParameters::Tunnelcontact_allowed);
+    } else if (source.starts("Relative electron mass")) {
+        source.number("Relative electron mass", contact.m_e, positive);
+    } else if (source.starts("Relative hole mass")) {
+        source.number("Relative hole mass", contact.m_h, positive);
+    }
+}
+
+/// @param right  the section ends at the working point, that of the left contact at the first layer
+void read_contact(Reading& reading, ContactParameters& contact, bool right)
+{
+    KeyedSource& source = reading.source;
+    bool has_flatband = false, has_work_function = false;
+    while (source.must_go_on()) {
+        if (source.section("spectrumfile") || source.section("working point")) break;
+        if (!right && source.starts("layer")) break;
+        read_contact_line(reading, contact, has_flatband, has_work_function);
+    }
+    // Before there was a line on it, a contact without a work function was one with flat bands.
+    if (!has_flatband) contact.flatband = !has_work_function;
+}
+
+/// The last part of a file; its end is the end of the part.
+void read_working_point(Reading& reading)
+{
+    KeyedSource& source = reading.source;
+    DefinitionWorkPoint& point = reading.definition.workPoint;
+    CellParameters& cell = reading.cell();
+    const auto sign = [&](std::string_view key, int& target, int low) {
+        int found = 0;
+        if (!source.whole(key, found, low, 1)) return;
+        if (found == 0 && low == -1) {
+            source.fail(key, "the value must be -1 or 1");
+            return;
+        }
+        target = found;
+        point.references_given = true;
+        reading.definition.input.convergence.allow_references = 1;
+    };
+    while (source.next() && !source.section("spectrumfile")) {
+        if (source.starts("illuminated")) {
+            point.lightFromRight = !source.anywhere("left");
+        } else if (source.starts("internal Rfront")) {
+            if (source.number("internal Rfront", point.Rfront, a_fraction)) point.Tfront = 1.0 - point.Rfront;
+        } else if (source.starts("internal Tfront")) {
+            if (source.number("internal Tfront", point.Tfront, a_fraction)) point.Rfront = 1.0 - point.Tfront;
+        } else if (source.starts("Series resistance :")) {
+            source.flag("Series resistance :", point.RsPresent);
+        } else if (source.starts("Rs [Ohm.m2]")) {
+            source.number("Rs [Ohm.m2]", point.Rs, not_negative);
+        } else if (source.starts("Shunt conductance :")) {
+            source.flag("Shunt conductance :", point.GshPresent);
+        } else if (source.starts("Gsh [S/m2]")) {
+            source.number("Gsh [S/m2]", point.Gsh, not_negative);
+        } else if (source.starts("voltage V applied to")) {
+            sign("voltage V applied to", cell.voltage_reference, -1);
+        } else if (source.starts("cell reference system")) {
+            sign("cell reference system", cell.reference_system, 0);
+        }
+    }
+}
+
+/// The parts between numerical block and end part. @return true if the present line begins the end part
+bool read_layers(Reading& reading)
+{
+    KeyedSource& source = reading.source;
+    const auto is_end = [&] {
+        return source.section("front contact") || source.starts("right contact") || source.section("spectrumfile") ||
+               source.section("working point");
+    };
+    while (!source.failed() && !is_end()) {
+        const bool layer_open = reading.cell().layers > 0;
+        if (source.section("back contact") || source.starts("left contact"))
+            read_contact(reading, reading.cell().left, false);
+        else if (source.starts("layer"))
+            read_layer(reading);
+        else if (source.section("srhrecombination") && layer_open)
+            read_bulk_defects(reading);
+        else if (source.section("Metastable properties") && layer_open)
+            read_metastable(reading);
+        else if (source.starts("interface properties") && layer_open)
+            read_interface_properties(reading);
+        else if (source.section("interface recombination") && layer_open)
+            read_interface_defects(reading);
+        else if (!source.must_go_on())
+            break;
+    }
+    return !source.failed();
+}
+
+void set_composition_mode(LayerParameters& layer)
+{
+    Profile& y = layer.composition;
+    if (y.law == Law::uniform) {
+        y.law = y.pure_A == 0.0 ? Law::uniform : y.pure_A == 1.0 ? Law::uniform_B : Law::uniform_y;
+        layer.composition_mode = y.law == Law::uniform ? 0 : y.law == Law::uniform_B ? 20 : 21;
+    }
+    layer.material.composition_mode = layer.composition_mode;
+}
+
+/// Fields that follow from others, and conditions that only the whole file can break.
+bool finish(Reading& reading)
+{
+    CellParameters& cell = reading.cell();
+    if (cell.layers == 0) return reading.source.fail({}, "the file holds no layer");
+    if (reading.definition.workPoint.references_given) {
+        const Polarity polarity = polarity_of(cell.voltage_reference, cell.reference_system, true);
+        cell.voltage_sign = polarity.V;
+        cell.current_sign = polarity.J;
+    }
+    for (int i = 0; i < cell.layers; ++i) {
+        LayerParameters& layer = cell.layer[static_cast<std::size_t>(i)];
+        set_composition_mode(layer);
+        for (auto& pair : layer.metastable) {
+            if (!pair.present) continue;
+            if (pair.donor_defect >= layer.srhteller || pair.acceptor_defect >= layer.srhteller)
+                return reading.source.fail(
+                    {}, "layer " + integer(i + 1) + ": a metastable transition names a defect that is not there");
+        }
+    }
+    UpdateThicknessInProfiles_Cell(cell);
+    return true;
+}
+
+bool read_all(Surroundings& surroundings, Reading& reading)
+{
+    KeyedSource& source = reading.source;
+    if (!source.must_go_on()) return false;
+    if (source.section("convergence")) {
+        read_numerical_block(reading);
+        settle_numerical_block(surroundings, reading.definition.input.convergence);
+    }
+    if (!read_layers(reading)) return false;
+    if (source.section("front contact") || source.starts("right contact"))
+        read_contact(reading, reading.cell().right, true);
+    if (source.section("working point")) read_working_point(reading);
+    return !source.failed() && finish(reading);
+}
+
+}  // namespace
+
+bool parse_definition(Surroundings& surroundings, std::string text, const std::filesystem::path& name,
+                      Definition& definition)
+{
+    const auto found = std::make_unique<Definition>();
+    InitialiseCellDefinition(found->input.cell.cell);
+    found->input.title = name.stem().string();
+    found->input.path = name;
+    KeyedSource source(surroundings.report, title, name.string(), std::move(text), definition_line_limit,
+                       &found->remarks);
+    Reading reading{.source = source, .definition = *found};
+    if (!read_all(surroundings, reading)) return false;
+    // The blank that the writers put behind the sign of a comment is not part of it.
+    for (std::string& remark : found->remarks)
+        if (remark.starts_with(' ')) remark.erase(0, 1);
+    definition = std::move(*found);
+    return true;
+}
+
+bool lees_structuurfile(Surroundings& surroundings, const std::filesystem::path& file, Definition& definition)
+{
+    auto text = read_whole_file(file);
+    if (!text) {
+        KOVINErrorMessage(surroundings.report, title, "Error occured during opening the def-file !\n" + file.string());
+        return false;
+    }
+    return parse_definition(surroundings, std::move(*text), file, definition);
+}
+
+namespace definition_sections {
+
+void Reading::tunneling(std::string_view key, bool& flag, int ConvergenceParameters::*path)
+{
+    if (source.flag(key, flag) && flag && old_tunnel_rules) definition.input.convergence.*path = 1;
+}
+
+}  // namespace definition_sections
+
+}  // namespace kovin

@@ -1,0 +1,38 @@
+// The parts of a definition reader; definition_reader.cpp calls them in the order of the file.
+//
+// Each is called with its section line as the present line and leaves the first line behind the section as the
+// present one. After a fault the source gives no more lines and `failed()` tells so.
+#pragma once
+
+#include "device/definition.h"
+#include "device/keyed_source.h"
+
+namespace kovin::definition_sections {
+
+/// What is read, and what is known only while it is read.
+struct Reading {
+    KeyedSource& source;
+    Definition& definition;
+    bool old_tunnel_rules = true;  ///< no line on the switches of tunnelling yet: each path that is met switches it on
+
+    [[nodiscard]] CellParameters& cell() const { return definition.input.cell.cell; }
+    [[nodiscard]] LayerParameters& layer() const { return cell().layer[static_cast<std::size_t>(cell().layers - 1)]; }
+    /// A switch of tunnelling in the cell; under the old rules it opens the path as well.
+    void tunneling(std::string_view key, bool& flag, int ConvergenceParameters::*path);
+};
+
+/// Reads a profile in any of its forms: one value, 7, 8 or 9 numbers, file name behind them under Law::from_file.
+/// @return true if it was stored
+bool InputLineToProfile(KeyedSource& source, std::string_view key, Profile& profile);
+
+void read_layer(Reading& reading);
+void read_bulk_defects(Reading& reading);
+void read_metastable(Reading& reading);
+void read_interface_properties(Reading& reading);
+void read_interface_defects(Reading& reading);
+
+/// Builds the density profile from the fields of the oldest files, and those fields from the profile.
+void CopyKOVIN27Data_to_NtProfile(BulkRecombinationParameters& level);
+void CopyNtProfile_to_KOVIN27Data(BulkRecombinationParameters& level);
+
+}  // namespace kovin::definition_sections

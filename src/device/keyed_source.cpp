@@ -1,0 +1,172 @@
+#include "device/keyed_source.h"
+
+#include "base/text_format.h"
+#include "base/text_scan.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kovin {
+
+namespace {
+
+constexpr bool is_digit(char c) { return c >= '0' && c <= '9'; }
+constexpr bool is_word(char c) { return is_digit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+/// What may follow the last number of a line: nothing, a unit in brackets, a remark.
+bool ends_numbers(std::string_view rest)
+{
+    rest = trimmed(rest);
+    return rest.empty() || rest[0] == '[' || rest[0] == '(' || rest[0] == ';';
+}
+
+/// Bytes of a message: what a terminal could take for a command is left out.
+std::string printable(std::string_view text)
+{
+    std::string result(text.substr(0, 80));
+    for (char& c : result)
+        if (static_cast<unsigned char>(c) < 32 || c == 127) c = ' ';
+    return result;
+}
+
+}  // namespace
+
+KeyedSource::KeyedSource(Report& report, std::string title, std::string name, std::string text, std::size_t limit,
+                         std::vector<std::string>* remarks)
+    : report_(report),
+      title_(std::move(title)),
+      name_(std::move(name)),
+      reader_(std::move(text), limit),
+      remarks_(remarks)
+{
+}
+
+bool KeyedSource::next() { return !failed_ && reader_.ReadNonEmptyNonCommentLine(line_, remarks_); }
+
+bool KeyedSource::must_go_on()
+{
+    if (next()) return true;
+    line_.clear();
+    return fail({}, "The def-file is empty or incomplete.");
+}
+
+bool KeyedSource::starts(std::string_view key) const { return starts_with_ignoring_case(line_, key); }
+bool KeyedSource::starts_exactly(std::string_view key) const { return line_.starts_with(key); }
+bool KeyedSource::anywhere(std::string_view word) const
+{
+    return find_ignoring_case(line_, word) != std::string_view::npos;
+}
+
+bool KeyedSource::section(std::string_view word) const
+{
+    if (starts("name") || starts("interfacename")) return false;
+    const std::string_view head = std::string_view(line_).substr(0, line_.find(':'));
+    return find_ignoring_case(head, word) != std::string_view::npos;
+}
+
+bool KeyedSource::fail(std::string_view key, const std::string& why)
+{
+    if (failed_) return false;
+    failed_ = true;
+    std::string text = name_ + ", line " + integer(reader_.line_number());
+    if (!key.empty()) text += ": " + std::string(key);
+    if (!key.empty() && !value(key).empty()) text += " = \"" + printable(value(key)) + "\"";
+    KOVINErrorMessage(report_, title_, text + ": " + why);
+    return false;
+}
+
+std::string_view KeyedSource::value(std::string_view key) const
+{
+    std::string_view rest = std::string_view(line_).substr(std::min(key.size(), line_.size()));
+    if (const auto colon = rest.find(':'); colon != std::string_view::npos && !key.ends_with(':'))
+        rest.remove_prefix(colon + 1);
+    return trimmed(rest);
+}
+
+std::string KeyedSource::text(std::string_view key, std::size_t length) const
+{
+    return std::string(trimmed(value(key).substr(0, length)));
+}
+
+std::string KeyedSource::file_name(std::string_view key) const
+{
+    std::string name(value(key));
+    std::replace(name.begin(), name.end(), '\\', '/');
+    return name;
+}
+
+bool KeyedSource::leading_number(std::string_view key, std::string_view text, double& found, std::size_t& end)
+{
+    std::size_t i = 0;
+    for (; i < text.size(); ++i) {
+        const NumberScan scan = number_here(text, i);
+        if (scan.found && !scan.finite) return fail(key, "the number is out of range");
+        // A decimal comma would silently cut the number.
+        const bool comma =
+            scan.found && scan.end + 1 < text.size() && text[scan.end] == ',' && is_digit(text[scan.end + 1]);
+        if (scan.found && !comma) {
+            found = scan.value;
+            end = scan.end;
+            return true;
+        }
+        if (is_word(text[i]) || comma) break;
+    }
+    return fail(key, "a number is expected");
+}
+
+bool KeyedSource::number(std::string_view key, double& target, const Limits& limits)
+{
+    double found = 0.0;
+    std::size_t end = 0;
+    if (!leading_number(key, value(key), found, end)) return false;
+    if (!limits.hold(found)) return fail(key, "the value is outside its range");
+    target = found;
+    return true;
+}
+
+bool KeyedSource::whole(std::string_view key, int& target, int low, int high)
+{
+    double found = 0.0;
+    if (!number(key, found)) return false;
+    if (found != std::floor(found)) return fail(key, "a whole number is expected");
+    if (found < low || found > high)
+        return fail(key, "the value must lie between " + integer(low) + " and " + integer(high));
+    target = static_cast<int>(found);
+    return true;
+}
+
+bool KeyedSource::flag(std::string_view key, bool& target)
+{
+    int found = 0;
+    if (!whole(key, found, 0, 1)) return false;
+    target = found != 0;
+    return true;
+}
+
+bool KeyedSource::numbers(std::string_view key, std::size_t most, std::vector<double>& found, std::size_t& rest)
+{
+    const std::string_view text = value(key);
+    found.clear();
+    rest = 0;
+    while (found.size() < most && !(ends_numbers(text.substr(rest)) && !found.empty())) {
+        double one = 0.0;
+        std::size_t end = 0;
+        if (!leading_number(key, text.substr(rest), one, end)) return false;
+        found.push_back(one);
+        rest += end;
+    }
+    return true;
+}
+
+bool KeyedSource::last_word(std::string_view key, const std::string_view* words, std::size_t count, int& target)
+{
+    int found = -1;
+    const std::string_view rest = std::string_view(line_).substr(std::min(key.size(), line_.size()));
+    for (std::size_t i = 0; i < count; ++i)
+        if (find_ignoring_case(rest, words[i]) != std::string_view::npos) found = static_cast<int>(i);
+    if (found < 0) return fail(key, "the word is not known");
+    target = found;
+    return true;
+}
+
+}  // namespace kovin

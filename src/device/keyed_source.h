@@ -1,0 +1,86 @@
+// A keyed text under the eyes of a reader: the present line, its number, and what to say when a value is no good.
+//
+// A line is a keyword, a colon (not always) and a value. The first fault is reported with file, line, keyword and
+// value; from then on the source gives no more lines, so that every loop of a reader ends.
+#pragma once
+
+#include "base/line_file.h"
+#include "base/report.h"
+
+#include <limits>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kovin {
+
+/// Numbers that a field accepts: low <= value <= high, or low < value if `above` is set.
+struct Limits {
+    double low = -std::numeric_limits<double>::max();
+    double high = std::numeric_limits<double>::max();
+    bool above = false;
+
+    [[nodiscard]] constexpr bool hold(double value) const
+    {
+        return (above ? value > low : value >= low) && value <= high;
+    }
+};
+inline constexpr Limits any_number{};
+inline constexpr Limits positive{.low = 0.0, .above = true};
+inline constexpr Limits not_negative{.low = 0.0};
+inline constexpr Limits a_fraction{.low = 0.0, .high = 1.0};
+
+class KeyedSource {
+public:
+    /// @param title  of the messages
+    /// @param name   of the file, for the messages
+    /// @param limit  characters of a line that are read
+    KeyedSource(Report& report, std::string title, std::string name, std::string text, std::size_t limit,
+                std::vector<std::string>* remarks = nullptr);
+
+    /// Goes to the next line that holds something and is no comment; false at the end and after a fault.
+    [[nodiscard]] bool next();
+    /// The same where the text may not end yet: the end is a fault.
+    [[nodiscard]] bool must_go_on();
+
+    [[nodiscard]] const std::string& line() const { return line_; }
+    [[nodiscard]] bool failed() const { return failed_; }
+    [[nodiscard]] bool starts(std::string_view key) const;  ///< case ignored
+    [[nodiscard]] bool starts_exactly(std::string_view key) const;
+    [[nodiscard]] bool anywhere(std::string_view word) const;  ///< case ignored
+    /// A section word, anywhere in front of the colon and not on a line with a name: names are the user's.
+    [[nodiscard]] bool section(std::string_view word) const;
+
+    /// Reports the fault (the first one only). @return false
+    bool fail(std::string_view key, const std::string& why);
+
+    /// What stands behind the key and, if there is one, behind the first colon after it; trimmed.
+    [[nodiscard]] std::string_view value(std::string_view key) const;
+    /// The same up to `length` characters, bytes above ASCII included.
+    [[nodiscard]] std::string text(std::string_view key, std::size_t length) const;
+    /// A file name as it can be used here: "\" turned into "/".
+    [[nodiscard]] std::string file_name(std::string_view key) const;
+
+    /// The number behind a key; what is no number or outside the limits is a fault. @return true if it was stored
+    bool number(std::string_view key, double& target, const Limits& limits = any_number);
+    bool whole(std::string_view key, int& target, int low, int high);
+    bool flag(std::string_view key, bool& target);
+    /// Numbers behind a key, at most `most` and up to a text in brackets or the end of the line.
+    /// @param rest  where the last one ended: position in `value(key)`
+    bool numbers(std::string_view key, std::size_t most, std::vector<double>& found, std::size_t& rest);
+    /// Constant whose word stands in the line, the last that is found; a line without any is a fault.
+    bool last_word(std::string_view key, const std::string_view* words, std::size_t count, int& target);
+
+private:
+    /// The number that `text` begins with, signs of no meaning apart. @param end  position behind it
+    bool leading_number(std::string_view key, std::string_view text, double& found, std::size_t& end);
+
+    Report& report_;
+    std::string title_, name_;
+    LineReader reader_;
+    std::vector<std::string>* remarks_;
+    std::string line_;
+    bool failed_ = false;
+};
+
+}  // namespace kovin
