@@ -89,19 +89,36 @@ void add_mott_schottky(std::string& out, const MottSchottkySettings& settings, b
 
 constexpr std::string_view flatband_line = "Include charge in defects in the calculation of the flatband condition : ";
 
+/// A switch of tunnelling is on somewhere in the cell. Without the general switches in its file a reader would take
+/// such a cell for one of the times before them, and switch the path on.
+bool uses_tunneling(const CellParameters& cell)
+{
+    bool found = cell.left.tunneling || cell.right.tunneling;
+    for (int i = 0; i < cell.layers; ++i) found = found || cell.layer[static_cast<std::size_t>(i)].material.tunneling;
+    for (int i = 0; i + 1 < cell.layers; ++i) {
+        const InterfaceParameters& interface = cell.interfaces[static_cast<std::size_t>(i)];
+        found = found || interface.tunneling;
+        for (int k = 0; k < interface.defect_count; ++k)
+            found = found || interface.defects[static_cast<std::size_t>(k)].tunneling;
+    }
+    return found;
+}
+
 void add_numerical_block(std::string& out, const Definition& d, const Form& form)
 {
     const ConvergenceParameters standard, &c = d.input.convergence;
     const QeSettings standard_qe;
     const bool convergenceDefault = c == standard && d.qe == standard_qe;
-    const bool allDefault = convergenceDefault && d.NW == MottSchottkySettings{};
+    const bool tunnels = uses_tunneling(d.input.cell.cell);
+    const bool allDefault = convergenceDefault && !tunnels && d.NW == MottSchottkySettings{};
     if (form.save_command && allDefault) return;
     out += "convergence\n\n";
-    if (!form.save_command || !convergenceDefault) {
+    if (!form.save_command || !convergenceDefault || tunnels) {
         for (const NumericalKey& key : numerical_keys) {
             if (key.written == Written::mesh || (key.written == Written::save_command && !form.save_command)) continue;
             const bool differs = key.real ? c.*key.real != standard.*key.real : c.*key.whole != standard.*key.whole;
-            if (differs || !form.save_command) add_numerical_line(out, key, c, form);
+            const bool switches = tunnels && key.written == Written::save_command;
+            if (differs || switches || !form.save_command) add_numerical_line(out, key, c, form);
         }
         if (!form.save_command || d.qe.mode != standard_qe.mode)
             out +=
