@@ -23,7 +23,7 @@ void add_point(const Simulation& s, CalculationVariables& cv, double v_cell, Rec
                IvCurve& curve)
 {
     const Problem problem = s.solver_problem(nullptr);
-    const CurrentProfile& currents = s.memory.work.currents;
+    const ContactCurrents contact = contact_currents(problem, cv);
     double J = cv.J_median;
     if (s.wp.GshPresent) J += v_cell * s.wp.Gsh * 0.1;
     curve.iv_as.push_back(s.wp.RsPresent ? v_cell + s.wp.Rs * J * 10.0 : v_cell);
@@ -34,8 +34,8 @@ void add_point(const Simulation& s, CalculationVariables& cv, double v_cell, Rec
     const bool n_left = cell.left.majority_type == -1, p_right = cell.right.majority_type == 1;
     curve.left_contact_label = n_left ? "At left contact (minority carrier = p)" : "At left contact (minority carrier = n)";
     curve.right_contact_label = p_right ? "At right contact (minority carrier = n)" : "At right contact (minority carrier = p)";
-    curve.ivleftcontact.push_back(n_left ? -currents.j_p.front() : currents.j_n.front());
-    curve.ivrightcontact.push_back(p_right ? -currents.j_n.back() : currents.j_p.back());
+    curve.ivleftcontact.push_back(n_left ? -contact.j_p_left : contact.j_n_left);
+    curve.ivrightcontact.push_back(p_right ? -contact.j_n_right : contact.j_p_right);
 
     extract_recombination(problem, cv, recombination);
     const auto bulk = [&](const std::vector<double>& rate) {
