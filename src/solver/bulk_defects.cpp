@@ -20,7 +20,9 @@ double trapezoid_weight(const EnergyTable& table, std::size_t m)
     return 0.5 * (std::fabs(before) + std::fabs(after));
 }
 
-/// Rates of one discrete energy E of a defect with a single level.
+/// Rates of one discrete energy E of a defect with a single level. The distribution stands about the defect's energy,
+/// on the scale above EV whatever the reference: a tail of the conduction band reaches into the gap also when its
+/// energy is given below EC.
 /// Source: Shockley, Read, Phys. Rev. 87 (1952) 835.
 DefectEnergy defect_energy(const CalculationParameters& set3, const Mesh& mesh,
                            const BulkRecombinationParameters& level, std::size_t layer, double E, double weight)
@@ -38,7 +40,8 @@ DefectEnergy defect_energy(const CalculationParameters& set3, const Mesh& mesh,
     Full_Nt_x_Dependence(set3, mesh, level, weight, r.Nt);
     for (std::size_t k = 0; k < count; ++k) {
         const std::size_t i = first + k;
-        const double above_EV = level_above_EV(level.reference, E, on.Eg[i], set3.kT, on.Nv[i] / on.Nc[i]);
+        const double above_EV =
+            level_above_EV(level.reference, level.Et, on.Eg[i], set3.kT, on.Nv[i] / on.Nc[i]) + (E - level.Et);
         r.cn[k] = on.vth_n[i] * level.sigma_n;
         r.cp[k] = on.vth_p[i] * level.sigma_p;
         r.en[k] = on.Nc[i] * r.cn[k] * std::exp(-(on.Eg[i] - above_EV) / set3.kT);
@@ -62,7 +65,8 @@ void define_defects(const CalculationParameters& set3, const Mesh& mesh, BulkDef
             const EnergyDistribution kind = level.energy_distribution;
             const EnergyTable table = bereken_energie_as(kind, level.Ekar, level.Et, settings.defectdiscretisations,
                                                          settings.widthtail, settings.widthgauss);
-            const double peak = peak_to_total(kind, level.Ekar);
+            // One energy alone holds the whole density.
+            const double peak = table.energy.size() > 1 ? peak_to_total(kind, level.Ekar) : 1.0;
             for (std::size_t m = 0; m < table.energy.size(); ++m) {
                 const double E = table.energy[m];
                 const double weight =

@@ -4,6 +4,7 @@
 #include "device/contacts.h"
 #include "device/model_table.h"
 #include "device/parameterset3.h"
+#include "device/shockley_queisser.h"
 #include "device/unit_systems.h"
 #include "optics/absorption_on_mesh.h"
 #include "optics/filters.h"
@@ -42,6 +43,7 @@ bool prepare_problem(Surroundings& surroundings, Simulation& s)
 {
     WriteEgInAllAbsorptionModels(s.zonnecel.cell);
     InputParameters& set1 = s.problem.input;
+    CheckShockleyQueisserLimitForBandToBandRecombination(s.zonnecel, s.wp.T, set1.convergence.shockley_queisser);
     set1.cell = parameterset2_to_1(s.zonnecel);
     check_contacts(set1.cell, s.wp.T, set1.convergence);
 
