@@ -1,0 +1,95 @@
+#include "app/load.h"
+
+#include "device/action_file.h"
+#include "device/definition_reader.h"
+#include "device/shockley_queisser.h"
+#include "device/unit_systems.h"
+
+#include <system_error>
+
+namespace kovin {
+
+namespace {
+
+bool is_there(const std::filesystem::path& file)
+{
+    std::error_code error;
+    return std::filesystem::is_regular_file(file, error);
+}
+
+bool found(Session& session, const std::filesystem::path& file, const char* what)
+{
+    if (is_there(file)) return true;
+    KOVINErrorMessage(session.surroundings.report, std::string("Error whilst opening ") + what,
+                      "'" + file.string() + "' not found");
+    return false;
+}
+
+}  // namespace
+
+std::filesystem::path find_input(const Session& session, const std::string& name, FileKind kind)
+{
+    return is_there(name) ? std::filesystem::path(name) : CheckKOVINPaths(session.surroundings.folders, name, kind);
+}
+
+bool load_definition(Session& session, const std::string& name)
+{
+    Simulation& s = session.simulation;
+    const std::filesystem::path file = find_input(session, name, FileKind::definition);
+    Definition definition;
+    if (!lees_structuurfile(session.surroundings, file, definition)) {
+        KOVINErrorMessage(session.surroundings.report, "Def file could not be loaded", file.string());
+        return false;
+    }
+    s.problem = std::move(definition);
+    s.problem_date = file_date(file);
+    s.zonnecel = parameterset1_to_2(s.problem.input.cell);
+    const DefinitionWorkPoint& given = s.problem.workPoint;
+    for (WorkPoint* wp : {&s.panel.workPoint, &s.panel.secondWorkPoint}) {
+        wp->lightFromRight = given.lightFromRight;
+        wp->Rfront = given.Rfront;
+        wp->Tfront = given.Tfront;
+        wp->RsPresent = given.RsPresent;
+        wp->Rs = given.Rs;
+        wp->GshPresent = given.GshPresent;
+        wp->Gsh = given.Gsh;
+    }
+    CheckShockleyQueisserLimitForBandToBandRecombination(s.zonnecel, s.panel.workPoint.T,
+                                                         s.problem.input.convergence.shockley_queisser);
+    s.equiberekend = s.kortberekend = s.werkberekend = false;
+    return true;
+}
+
+bool load_action_list(Session& session, const std::string& name)
+{
+    const std::filesystem::path file = find_input(session, name, FileKind::action_list);
+    return found(session, file, "an action list") &&
+           SetActionPanelFromFile(session.surroundings, file, session.simulation.panel);
+}
+
+bool load_second_work_point(Session& session, const std::string& name)
+{
+    const std::filesystem::path file = find_input(session, name, FileKind::work_point_2);
+    return found(session, file, "a second working point file") &&
+           SetWP2FromFile(session.surroundings, file, session.simulation.panel);
+}
+
+bool set_spectrum(Session& session, const std::string& name)
+{
+    const std::filesystem::path file = find_input(session, name, FileKind::spectrum);
+    if (!found(session, file, "a spectrum file")) return false;
+    session.simulation.panel.workPoint.spectrumFile = std::filesystem::absolute(file).string();
+    session.simulation.panel.workPoint.spectrumFromFile = true;
+    return true;
+}
+
+bool set_generation(Session& session, const std::string& name)
+{
+    const std::filesystem::path file = find_input(session, name, FileKind::generation);
+    if (!found(session, file, "a generation file")) return false;
+    session.simulation.panel.workPoint.generationFile = std::filesystem::absolute(file).string();
+    session.simulation.panel.workPoint.generationFromFile = true;
+    return true;
+}
+
+}  // namespace kovin

@@ -1,0 +1,81 @@
+#include "app/simulate.h"
+
+#include "device/contacts.h"
+#include "device/unit_systems.h"
+#include "results/curve_files.h"
+#include "results/profile_files.h"
+#include "sweeps/ladder.h"
+#include "sweeps/supported.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kovin {
+
+SimulateOutcome Simulate(Session& session)
+{
+    Simulation& s = session.simulation;
+    ++s.SingleShotSimulationNumber;
+    const UnsupportedPhysics missing = unsupported_physics(s);
+    session.unsupported = missing.falsifies;
+    session.unsupported.insert(session.unsupported.end(), missing.left_out.begin(), missing.left_out.end());
+    for (const std::string& name : missing.falsifies)
+        KOVINErrorMessage(session.surroundings.report, "Not supported yet, nothing is calculated", name);
+    for (const std::string& name : missing.left_out)
+        KOVINErrorMessage(session.surroundings.report, "Not supported yet, left out", name);
+    if (!missing.falsifies.empty()) return SimulateOutcome::refused;
+
+    switch (calculate(session.surroundings, s)) {
+        case RunOutcome::done: return SimulateOutcome::done;
+        case RunOutcome::failed: return SimulateOutcome::failed;
+        case RunOutcome::stopped: break;
+    }
+    return SimulateOutcome::stopped;
+}
+
+void ask_for_light_IV(Session& session)
+{
+    Simulation& s = session.simulation;
+    WorkPoint& wp = s.panel.workPoint;
+    wp.dark = false;
+    if (wp.generationFromFile && !wp.generationFile.empty()) wp.generationSpecified = true;
+
+    // Forward bias lifts the contact with the larger work function; no cell goes beyond its widest gap.
+    SiCell cell = parameterset2_to_1(s.zonnecel);
+    const ConvergenceParameters& settings = s.problem.input.convergence;
+    check_contacts(cell, wp.T, settings);
+    double Eg = 0.0;
+    for (std::size_t j = 0; j < static_cast<std::size_t>(cell.cell.layers); ++j)
+        Eg = std::max(Eg, cell.cell.layer[j].material.Eg.left);
+    const Polarity polarity =
+        polarity_of(cell.cell.voltage_reference, cell.cell.reference_system, settings.allow_references != 0);
+    const int forward = cell.cell.left.Fi_m >= cell.cell.right.Fi_m ? polarity.V : -polarity.V;
+    constexpr double step = 0.02;
+    const int steps = static_cast<int>(std::ceil(std::clamp(Eg, 0.5, 5.0) / step));
+
+    s.panel.actions = {};
+    s.panel.actions.IV_calculate = true;
+    s.panel.actions.IV_startV = 0.0;
+    s.panel.actions.IV_stopV = forward * steps * step;
+    s.panel.actions.IV_points = steps + 1;
+    s.panel.actions.stopAfterVoc = true;
+}
+
+ResultTexts result_texts(const Session& session)
+{
+    const Simulation& s = session.simulation;
+    const std::string& version = session.surroundings.version;
+    ResultTexts texts;
+    texts.iv = iv_naar_file(version, s.results);
+    if (s.failures.work_point) return texts;
+    const RunRecord run = run_record(session.surroundings, s);
+    const Problem problem = s.solver_problem(nullptr);
+    const Profiles profiles = extract_profiles(problem, s.werkpuntcv);
+    const ProfileSource source{version, run, problem, s.werkpuntcv, s.results.empty()};
+    texts.eb = eb_naar_file(source, profiles);
+    texts.gen = gen_naar_file(source, profiles);
+    texts.occ = ft_naar_file(source, profiles);
+    return texts;
+}
+
+}  // namespace kovin

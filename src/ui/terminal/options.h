@@ -1,0 +1,37 @@
+// The options of the command line.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace kovin {
+
+/// How the program ends.
+enum class ExitStatus : int {
+    good = 0,
+    incomplete = 1,  ///< done, but something was cut, did not converge or is not supported yet
+    usage = 2,
+    input = 3,  ///< input missing or not understood
+    nothing_calculated = 4,
+    output = 6,  ///< a result file could not be written, or is there already
+    internal_error = 70,
+    interrupted = 128  ///< plus the number of the signal
+};
+
+struct Options {
+    bool run = false;  ///< calculate and write; otherwise load only
+    std::vector<std::string> files;
+    std::filesystem::path home;    ///< empty: find it
+    std::filesystem::path output;  ///< empty: the results folder of the home
+    bool force = false;            ///< overwrite result files
+    bool quiet = false, verbose = false;
+    bool json = false;
+    bool progress = true;
+};
+
+/// Reads the arguments. @param version  what --version prints
+/// @return nothing to do any more, with `status` (help, version, or a usage error already told on standard error)
+[[nodiscard]] bool read_options(int argc, char** argv, const std::string& version, Options& options, int& status);
+
+}  // namespace kovin

@@ -1,0 +1,153 @@
+#include "ui/terminal/run_command.h"
+
+#include "app/command_line.h"
+#include "app/load.h"
+#include "app/simulate.h"
+#include "base/line_file.h"
+
+#include <iostream>
+#include <system_error>
+
+namespace kovin {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void tell(Session& session, const std::string& title, const std::string& text)
+{
+    KOVINErrorMessage(session.surroundings.report, title, text);
+}
+
+/// Names what of a command line is not there yet. @return whether there is any
+bool tell_not_supported(Session& session, const LoadResult& loaded)
+{
+    for (const std::string& file : loaded.not_supported) tell(session, "Not supported yet", "files like " + file);
+    return !loaded.not_supported.empty();
+}
+
+struct ResultFile {
+    std::string kind;
+    fs::path path;
+    std::string ResultTexts::*text;
+};
+
+/// The files that a run is going to write.
+std::vector<ResultFile> planned_files(const Session& session)
+{
+    const Simulation& s = session.simulation;
+    const fs::path stem = session.surroundings.folders.results / s.problem.input.path.stem();
+    const auto file = [&](const std::string& kind, std::string ResultTexts::*text) {
+        return ResultFile{kind, fs::path(stem.string() + '.' + kind), text};
+    };
+    std::vector<ResultFile> files;
+    if (s.panel.actions.IV_calculate) files.push_back(file("iv", &ResultTexts::iv));
+    files.push_back(file("eb", &ResultTexts::eb));
+    files.push_back(file("gen", &ResultTexts::gen));
+    files.push_back(file("occ", &ResultTexts::occ));
+    return files;
+}
+
+/// The results folder is there and holds none of the files. @return false if not (reported)
+bool ready_to_write(Session& session, const std::vector<ResultFile>& files, bool force)
+{
+    std::error_code error;
+    const fs::path& folder = session.surroundings.folders.results;
+    fs::create_directories(folder, error);
+    if (!fs::is_directory(folder, error)) {
+        tell(session, "Result files", "the folder '" + folder.string() + "' cannot be made");
+        return false;
+    }
+    bool ready = true;
+    for (const ResultFile& file : files) {
+        if (force || !fs::exists(file.path, error)) continue;
+        tell(session, "Result files", "'" + file.path.string() + "' is there already; -f overwrites it");
+        ready = false;
+    }
+    return ready;
+}
+
+/// Without an action list on the command line: the one beside the cell, else light and an I-V curve.
+bool complete_actions(Session& session, const Options& options, const CommandLineFiles& named)
+{
+    if (!named.action.empty()) return true;
+    fs::path beside = session.simulation.problem.input.path;
+    beside.replace_extension(".act");
+    std::error_code error;
+    if (!fs::is_regular_file(beside, error)) {
+        ask_for_light_IV(session);
+        if (!options.quiet) std::cerr << "no action list: light and an I-V curve from 0 V to beyond Voc\n";
+        return true;
+    }
+    if (!options.quiet) std::cerr << "action list: " << beside.string() << '\n';
+    if (!load_action_list(session, beside.string())) return false;
+    // The light that was named on the command line stands over that of the list.
+    return (named.spectrum.empty() || set_spectrum(session, named.spectrum)) &&
+           (named.generation.empty() || set_generation(session, named.generation)) &&
+           (named.wp2.empty() || load_second_work_point(session, named.wp2));
+}
+
+bool write_files(Session& session, const std::vector<ResultFile>& files, Summary& summary)
+{
+    const ResultTexts texts = result_texts(session);
+    bool written = true;
+    for (const ResultFile& file : files) {
+        const std::string& text = texts.*(file.text);
+        if (text.empty()) continue;
+        if (write_whole_file(file.path, text)) {
+            summary.files.emplace_back(file.kind, file.path);
+        }
+        else {
+            tell(session, "Result files", "'" + file.path.string() + "' could not be written");
+            written = false;
+        }
+    }
+    return written;
+}
+
+ExitStatus status_of(const Session& session, SimulateOutcome outcome)
+{
+    const Simulation& s = session.simulation;
+    if (outcome == SimulateOutcome::failed && s.failures.work_point) return ExitStatus::nothing_calculated;
+    const bool cut = s.panel.actions.IV_calculate && (s.failures.first_IV_point || s.failures.IV);
+    const bool complete = outcome == SimulateOutcome::done && !cut && session.unsupported.empty();
+    return complete ? ExitStatus::good : ExitStatus::incomplete;
+}
+
+}  // namespace
+
+ExitStatus load_command(Session& session, const Options& options)
+{
+    const LoadResult loaded = load_files(session, attribute_arguments(options.files));
+    const bool not_supported = tell_not_supported(session, loaded);
+    return not_supported || !loaded.all_loaded ? ExitStatus::input : ExitStatus::good;
+}
+
+ExitStatus run_command(Session& session, const Options& options, Summary& summary)
+{
+    const CommandLineFiles files = attribute_arguments(options.files);
+    for (const std::string& argument : files.dropped) tell(session, "Command line", "'" + argument + "' is no file of a known kind");
+    if (!files.dropped.empty()) return ExitStatus::input;
+    if (files.definition.empty()) {
+        tell(session, "Command line", "no definition file (.def) is named");
+        return ExitStatus::input;
+    }
+    const LoadResult loaded = load_files(session, files);
+    summary.problem = session.simulation.problem.input.path.stem().string();
+    if (tell_not_supported(session, loaded) || !loaded.all_loaded) return ExitStatus::input;
+    if (!complete_actions(session, options, files)) return ExitStatus::input;
+
+    const std::vector<ResultFile> planned = planned_files(session);
+    if (!ready_to_write(session, planned, options.force)) return ExitStatus::output;
+    const SimulateOutcome outcome = Simulate(session);
+    if (outcome == SimulateOutcome::refused) return ExitStatus::incomplete;
+
+    const ExitStatus status = status_of(session, outcome);
+    const bool written = write_files(session, planned, summary);
+    summary.converged = status == ExitStatus::good;
+    if (!session.simulation.results.empty() && session.simulation.results.back().iv.points() > 0)
+        summary.iv = &session.simulation.results.back();
+    return written ? status : ExitStatus::output;
+}
+
+}  // namespace kovin

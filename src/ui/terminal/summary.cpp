@@ -1,0 +1,105 @@
+#include "ui/terminal/summary.h"
+
+#include "base/text_format.h"
+
+#include <cmath>
+
+namespace kovin {
+
+namespace {
+
+/// Length of the UTF-8 sequence that begins at `at`; 0 if what stands there is none.
+std::size_t utf8_length(std::string_view text, std::size_t at)
+{
+    const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
+    const unsigned char lead = byte(at);
+    if (lead < 0x80) return 1;
+    const std::size_t length = lead >= 0xC2 && lead < 0xE0 ? 2 : lead >= 0xE0 && lead < 0xF0 ? 3 : lead >= 0xF0 && lead < 0xF5 ? 4 : 0;
+    if (length == 0 || at + length > text.size()) return 0;
+    for (std::size_t k = 1; k < length; ++k)
+        if ((byte(at + k) & 0xC0) != 0x80) return 0;
+    // Overlong forms, surrogates and what lies beyond the last code point.
+    const unsigned char second = byte(at + 1);
+    if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) || (lead == 0xF0 && second < 0x90) ||
+        (lead == 0xF4 && second > 0x8F))
+        return 0;
+    return length;
+}
+
+/// Quoted; a byte that is no UTF-8 (texts of files are Latin-1) becomes the code point of its value.
+std::string json_text(std::string_view text)
+{
+    constexpr std::string_view hex = "0123456789abcdef";
+    std::string out = "\"";
+    for (std::size_t i = 0; i < text.size();) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const std::size_t length = utf8_length(text, i);
+        if (byte == '"' || byte == '\\') {
+            out += '\\';
+            out += text[i++];
+        }
+        else if (byte < 0x20 || length == 0) {
+            out += "\\u00";
+            out += hex[byte >> 4];
+            out += hex[byte & 15];
+            ++i;
+        }
+        else {
+            out += text.substr(i, length);
+            i += length;
+        }
+    }
+    return out + '"';
+}
+
+std::string number(bool valid, double value) { return valid && std::isfinite(value) ? shortest(value) : "null"; }
+
+std::string iv_json(const DataListElement& element)
+{
+    const IVCharacteristics& r = element.characteristics;
+    const bool power = r.FFValid || r.etaValid;
+    return "{\"Voc\":" + number(r.VocValid, r.Voc) + ",\"Jsc\":" + number(r.JscValid, r.Jsc) +
+           ",\"FF\":" + number(r.FFValid, r.FF) + ",\"eta\":" + number(r.etaValid, r.eta) +
+           ",\"Vmpp\":" + number(power, r.Vmpp) + ",\"Jmpp\":" + number(power, r.Jmpp) +
+           ",\"points\":" + integer(static_cast<long>(element.iv.points())) + '}';
+}
+
+}  // namespace
+
+std::string summary_table(const Summary& summary)
+{
+    std::string out = summary.problem + '\n';
+    if (summary.iv != nullptr) {
+        const IVCharacteristics& r = summary.iv->characteristics;
+        const auto row = [&out](std::string_view name, bool valid, double value, int digits, std::string_view unit,
+                                bool extrapolated) {
+            out += "  ";
+            out += name;
+            out += valid ? fixed(value, 10, digits) + ' ' : std::string("         - ");
+            out += unit;
+            out += valid && extrapolated ? " (extrapolated)\n" : "\n";
+        };
+        row("Voc       ", r.VocValid, r.Voc, 4, "V", r.VocExtrapolated);
+        row("Jsc       ", r.JscValid, r.Jsc, 3, "mA/cm2", r.JscExtrapolated);
+        row("FF        ", r.FFValid, r.FF, 2, "%", r.FFExtrapolated);
+        row(r.etaIsCollection ? "collection" : "efficiency", r.etaValid, r.eta, 2, "%", r.etaExtrapolated);
+    }
+    for (const auto& [kind, path] : summary.files) out += "  " + path.string() + '\n';
+    return out;
+}
+
+std::string summary_json(const Summary& summary)
+{
+    std::string out = "{\"problem\":" + json_text(summary.problem);
+    out += ",\"converged\":";
+    out += summary.converged ? "true" : "false";
+    out += ",\"iv\":" + (summary.iv != nullptr ? iv_json(*summary.iv) : std::string("null"));
+    out += ",\"files\":{";
+    for (std::size_t i = 0; i < summary.files.size(); ++i)
+        out += (i > 0 ? "," : "") + json_text(summary.files[i].first) + ':' + json_text(summary.files[i].second.string());
+    out += "},\"messages\":[";
+    for (std::size_t i = 0; i < summary.messages.size(); ++i) out += (i > 0 ? "," : "") + json_text(summary.messages[i]);
+    return out + "]}\n";
+}
+
+}  // namespace kovin

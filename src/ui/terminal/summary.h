@@ -1,0 +1,27 @@
+// The result of a run for people and for programs.
+#pragma once
+
+#include "results/result_list.h"
+
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kovin {
+
+struct Summary {
+    std::string problem;
+    bool converged = false;
+    const DataListElement* iv = nullptr;                                 ///< the curve, if there is one
+    std::vector<std::pair<std::string, std::filesystem::path>> files;  ///< kind ("iv") and path, as written
+    std::vector<std::string> messages;
+};
+
+/// A small table: Voc, Jsc, FF, efficiency, and where the files are.
+[[nodiscard]] std::string summary_table(const Summary& summary);
+
+/// One JSON object in UTF-8 on one line: V, mA/cm2, percent; null for a figure that could not be determined.
+[[nodiscard]] std::string summary_json(const Summary& summary);
+
+}  // namespace kovin
