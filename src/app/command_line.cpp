@@ -17,15 +17,24 @@ struct Slot {
     std::string CommandLineFiles::*file;
 };
 constexpr Slot slots[] = {
-    {"def", &CommandLineFiles::definition},     {"definition", &CommandLineFiles::definition},
-    {"act", &CommandLineFiles::action},         {"action", &CommandLineFiles::action},
-    {"kvn", &CommandLineFiles::settings},       {"kovin", &CommandLineFiles::settings},
-    {"kov", &CommandLineFiles::settings},       {"sbf", &CommandLineFiles::batch},
-    {"batch", &CommandLineFiles::batch},        {"spe", &CommandLineFiles::spectrum},
-    {"spectrum", &CommandLineFiles::spectrum},  {"gen", &CommandLineFiles::generation},
-    {"generation", &CommandLineFiles::generation}, {"scr", &CommandLineFiles::script},
-    {"script", &CommandLineFiles::script},      {"srf", &CommandLineFiles::record},
-    {"record", &CommandLineFiles::record},      {"wp2", &CommandLineFiles::wp2},
+    {"def", &CommandLineFiles::definition},
+    {"definition", &CommandLineFiles::definition},
+    {"act", &CommandLineFiles::action},
+    {"action", &CommandLineFiles::action},
+    {"kvn", &CommandLineFiles::settings},
+    {"kovin", &CommandLineFiles::settings},
+    {"kov", &CommandLineFiles::settings},
+    {"sbf", &CommandLineFiles::batch},
+    {"batch", &CommandLineFiles::batch},
+    {"spe", &CommandLineFiles::spectrum},
+    {"spectrum", &CommandLineFiles::spectrum},
+    {"gen", &CommandLineFiles::generation},
+    {"generation", &CommandLineFiles::generation},
+    {"scr", &CommandLineFiles::script},
+    {"script", &CommandLineFiles::script},
+    {"srf", &CommandLineFiles::record},
+    {"record", &CommandLineFiles::record},
+    {"wp2", &CommandLineFiles::wp2},
 };
 
 const Slot* slot_of(std::string_view extension)

@@ -29,7 +29,8 @@ bool found(Session& session, const std::filesystem::path& file, const char* what
 
 std::filesystem::path find_input(const Session& session, const std::string& name, FileKind kind)
 {
-    return is_there(name) ? std::filesystem::path(name) : CheckKOVINPaths(session.surroundings.folders, name, kind);
+    return std::filesystem::absolute(is_there(name) ? std::filesystem::path(name)
+                                                    : CheckKOVINPaths(session.surroundings.folders, name, kind));
 }
 
 bool load_definition(Session& session, const std::string& name)
@@ -78,7 +79,7 @@ bool set_spectrum(Session& session, const std::string& name)
 {
     const std::filesystem::path file = find_input(session, name, FileKind::spectrum);
     if (!found(session, file, "a spectrum file")) return false;
-    session.simulation.panel.workPoint.spectrumFile = std::filesystem::absolute(file).string();
+    session.simulation.panel.workPoint.spectrumFile = file.string();
     session.simulation.panel.workPoint.spectrumFromFile = true;
     return true;
 }
@@ -87,7 +88,7 @@ bool set_generation(Session& session, const std::string& name)
 {
     const std::filesystem::path file = find_input(session, name, FileKind::generation);
     if (!found(session, file, "a generation file")) return false;
-    session.simulation.panel.workPoint.generationFile = std::filesystem::absolute(file).string();
+    session.simulation.panel.workPoint.generationFile = file.string();
     session.simulation.panel.workPoint.generationFromFile = true;
     return true;
 }

@@ -8,7 +8,7 @@
 
 namespace kovin {
 
-/// Path of a file that the user named: as it stands if it is there, otherwise in the folder of its kind.
+/// Full path of a file that the user named: as it stands if it is there, otherwise in the folder of its kind.
 [[nodiscard]] std::filesystem::path find_input(const Session& session, const std::string& name, FileKind kind);
 
 /// A problem: the cell, its numerical settings and the parts of the working point that belong to it (side of the

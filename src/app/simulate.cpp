@@ -26,9 +26,12 @@ SimulateOutcome Simulate(Session& session)
     if (!missing.falsifies.empty()) return SimulateOutcome::refused;
 
     switch (calculate(session.surroundings, s)) {
-        case RunOutcome::done: return SimulateOutcome::done;
-        case RunOutcome::failed: return SimulateOutcome::failed;
-        case RunOutcome::stopped: break;
+        case RunOutcome::done:
+            return SimulateOutcome::done;
+        case RunOutcome::failed:
+            return SimulateOutcome::failed;
+        case RunOutcome::stopped:
+            break;
     }
     return SimulateOutcome::stopped;
 }

@@ -17,9 +17,12 @@ struct NumberFormat {
 [[nodiscard]] inline std::string formatted(const NumberFormat& format, double value)
 {
     switch (format.notation) {
-        case NumberFormat::whole: return integer(static_cast<long>(value), format.width);
-        case NumberFormat::with_exponent: return scientific(value, format.width, format.digits);
-        case NumberFormat::fixed_point: break;
+        case NumberFormat::whole:
+            return integer(static_cast<long>(value), format.width);
+        case NumberFormat::with_exponent:
+            return scientific(value, format.width, format.digits);
+        case NumberFormat::fixed_point:
+            break;
     }
     return fixed(value, format.width, format.digits);
 }

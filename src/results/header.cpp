@@ -9,10 +9,14 @@ namespace {
 std::string_view title(OutputKind kind)
 {
     switch (kind) {
-        case OutputKind::energy_bands: return "Simulation of energy band diagrammes";
-        case OutputKind::generation: return "Simulation of generation - recombination profiles";
-        case OutputKind::iv: return "Simulation of I-V curves";
-        case OutputKind::occupation: return "Simulation of Occupation probability of deep defects";
+        case OutputKind::energy_bands:
+            return "Simulation of energy band diagrammes";
+        case OutputKind::generation:
+            return "Simulation of generation - recombination profiles";
+        case OutputKind::iv:
+            return "Simulation of I-V curves";
+        case OutputKind::occupation:
+            return "Simulation of Occupation probability of deep defects";
     }
     return "";
 }
@@ -38,8 +42,7 @@ void write_given_generation(std::string& out, const RunRecord& run)
     if (wp.generationFromFile) {
         out += "Optical generation data G(x) read from file:\n";
         out += "Input file with G(x) data :\t" + run.generation_file.string() + saved_text(run.generation_date) + '\n';
-    }
-    else {
+    } else {
         out += "Optical generation data G(x) calculated from model:\n";
         write_model(out, wp.generationModel);
     }
@@ -57,8 +60,7 @@ void write_spectrum(std::string& out, const RunRecord& run)
     if (wp.spectrumFromFile) {
         out += "Illumination spectrum read from file\n";
         out += "spectrum file :\t" + run.spectrum_file.string() + saved_text(run.spectrum_date) + '\n';
-    }
-    else {
+    } else {
         out += "Illumination spectrum calculated from model:\n";
         write_model(out, wp.spectrumModel);
     }
@@ -105,8 +107,7 @@ std::string WriteOutputHeader(const std::string& version, const RunRecord& run, 
     out += '\n';
     if (fromCurrent) {
         out += "Workpoint calculation: \t" + run.started + '\n';
-    }
-    else {
+    } else {
         out += "Single shot simulation #\t" + integer(run.number) + '\n';
         out += "Calculation started : \t" + run.started + '\n';
     }
@@ -115,8 +116,7 @@ std::string WriteOutputHeader(const std::string& version, const RunRecord& run, 
 
     if (wp.dark) {
         out += "Calculation in dark\n";
-    }
-    else {
+    } else {
         out += "Calculation under illumination\n";
         wp.generationSpecified ? write_given_generation(out, run) : write_spectrum(out, run);
     }

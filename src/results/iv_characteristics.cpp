@@ -71,13 +71,11 @@ void find_Jsc(const Curve& c, IVCharacteristics& r)
     r.JscExtrapolated = c.front().V * c.back().V > 0.0;
     if (n == 2) {
         J = line_at_zero_V(c[0], c[1]);
-    }
-    else if (r.JscExtrapolated) {
+    } else if (r.JscExtrapolated) {
         const double low = std::fabs(c.front().V), high = std::fabs(c.back().V);
         if (low != high)
             if (const auto pair = end_pair(c, low < high)) J = line_at_zero_V(pair->outer, pair->inner);
-    }
-    else {
+    } else {
         std::size_t i = 0;
         while (i < n - 2 && c[i].V * c[i + 1].V > 0.0 && std::fabs(c[i].V) > 1e-10) ++i;
         if (const auto fit = parabola(&c[three_from(i, n)])) J = fit->c;
@@ -116,14 +114,12 @@ void find_Voc(const Curve& c, IVCharacteristics& r)
     r.VocExtrapolated = c.front().J * c.back().J > 0.0;
     if (n == 2) {
         V = line_at_zero_J(c[0], c[1]);
-    }
-    else if (r.VocExtrapolated) {
+    } else if (r.VocExtrapolated) {
         // The end that is nearer to J = 0, so that cells of either orientation are continued on the right side.
         const double first = std::fabs(c.front().J), last = std::fabs(c.back().J);
         const bool first_end = first != last ? first < last : c.front().J > 0.0;
         if (const auto pair = end_pair(c, first_end)) V = line_at_zero_J(pair->outer, pair->inner);
-    }
-    else {
+    } else {
         std::size_t i = 0;
         while (i < n - 2 && c[i].J * c[i + 1].J > 0.0) ++i;
         V = zero_of_three(&c[three_from(i, n)]);
@@ -203,8 +199,7 @@ bool IVParameters(std::span<const double> V, std::span<const double> J, const Cu
     if (light.generationSpecified) {
         const double light_current = light.attenuation * light.idealCurrent * 0.01;
         r.eta = light_current > 0.0 ? r.Jsc * 100.0 / light_current : 0.0;
-    }
-    else {
+    } else {
         r.eta = light.Pin > 0.0 ? mpp.P * 1000.0 / light.Pin : 0.0;
     }
     if (r.VocValid && r.JscValid && r.Voc > 0.0 && r.Jsc > 0.0) r.FF = mpp.P * 100.0 / r.Voc / r.Jsc;

@@ -49,7 +49,10 @@ constexpr Column<Profiles> eb_columns[] = {
 // Currents just left (1) and right (2) of each interface. Interface states, hence their charge and current, are
 // refused before a run.
 constexpr Column<Profiles> interface_columns[] = {
-    {"  IF", "   ", {NumberFormat::whole, 1, 0}, [](const Profiles&, std::size_t k) { return static_cast<double>(k + 1); }},
+    {"  IF",
+     "   ",
+     {NumberFormat::whole, 1, 0},
+     [](const Profiles&, std::size_t k) { return static_cast<double>(k + 1); }},
     {"       x(um)", "  ", position, [](const Profiles& s, std::size_t k) { return s.x_um[s.interface_left[k]]; }},
     {" jn1(mA/cm2)", "  ", density, [](const Profiles& s, std::size_t k) { return s.j.j_n[s.interface_left[k]]; }},
     {" jn2(mA/cm2)", "  ", density, [](const Profiles& s, std::size_t k) { return s.j.j_n[s.interface_left[k] + 1]; }},
@@ -98,9 +101,9 @@ std::vector<DefectColumn> rate_columns(const ProfileSource& source)
         const bool same_defect = before != nullptr && before->layer == level.layer && before->defect == level.defect;
         if (!same_defect)
             for (const std::string_view title : titles)
-                columns.push_back({std::string(title) + integer(level.layer + 1) + ',' + integer(level.defect + 1) +
-                                       ",0 (#/cm3.s)",
-                                   level.first, std::vector<double>(level.Nt.size())});
+                columns.push_back(
+                    {std::string(title) + integer(level.layer + 1) + ',' + integer(level.defect + 1) + ",0 (#/cm3.s)",
+                     level.first, std::vector<double>(level.Nt.size())});
         before = &level;
         DefectColumn* c = columns.data() + columns.size() - std::size(titles);
         const Occupation o = occupation(cv, level);
@@ -171,18 +174,20 @@ std::string gen_naar_file(const ProfileSource& source, const Profiles& profiles)
     std::string out = header(source, OutputKind::generation);
     const std::vector<DefectColumn> defects = rate_columns(source);
     if (!defects.empty())
-        out += "Legend:\n=======\n"
-               "All following properties are split up per layer, per defect in this layer and per charge state in "
-               "this defect\n"
-               "(first index = layer, second index = mechanism, third index = defectlevel (0 is the most positively "
-               "charged and hence the closest to the valence band))\n\n";
-    out += "x (um)\tGeneration profile G(x) (#/m3.s)\tGeh (#/cm3.s)\tTotal recombination (#/cm3.s)"
-           "\tSRH recombination (#/cm3.s)\tRadiative recombination (#/cm3.s)\tAuger recombination (#/cm3.s)";
+        out +=
+            "Legend:\n=======\n"
+            "All following properties are split up per layer, per defect in this layer and per charge state in "
+            "this defect\n"
+            "(first index = layer, second index = mechanism, third index = defectlevel (0 is the most positively "
+            "charged and hence the closest to the valence band))\n\n";
+    out +=
+        "x (um)\tGeneration profile G(x) (#/m3.s)\tGeh (#/cm3.s)\tTotal recombination (#/cm3.s)"
+        "\tSRH recombination (#/cm3.s)\tRadiative recombination (#/cm3.s)\tAuger recombination (#/cm3.s)";
     append_titles(out, defects);
     for (std::size_t i = 0; i < profiles.x_um.size(); ++i) {
         out += formatted(position, profiles.x_um[i]) + '\t' + formatted(density, 1e6 * profiles.generation[i]);
-        for (const auto* column : {&profiles.generation, &profiles.recombination, &profiles.SRH, &profiles.radiative,
-                                   &profiles.auger})
+        for (const auto* column :
+             {&profiles.generation, &profiles.recombination, &profiles.SRH, &profiles.radiative, &profiles.auger})
             out += '\t' + formatted(density, (*column)[i]);
         append_values(out, defects, i);
     }
@@ -193,9 +198,10 @@ std::string ft_naar_file(const ProfileSource& source, const Profiles& profiles)
 {
     std::string out = header(source, OutputKind::occupation);
     const std::vector<DefectColumn> columns = occupation_columns(source);
-    out += "Legend:\n=======\n"
-           "All following properties are split up per layer and per defect in this layer, per charge state transition "
-           "in this defect and per energy if there is an energydistribution\n\n";
+    out +=
+        "Legend:\n=======\n"
+        "All following properties are split up per layer and per defect in this layer, per charge state transition "
+        "in this defect and per energy if there is an energydistribution\n\n";
     out += "x (um)";
     append_titles(out, columns);
     for (std::size_t i = 0; i < profiles.x_um.size(); ++i) {

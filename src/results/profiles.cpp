@@ -80,9 +80,7 @@ void extraheer_veld(const CalculationParameters& set3, const CalculationVariable
     const double V_per_cm = 0.01 * set3.kT / set3.scale.x0;
     for (std::size_t j = 0; j < layers_of(cv.mesh); ++j) {
         const Range r = points_of(cv.mesh, j);
-        const auto interval = [&](std::size_t i) {
-            return -V_per_cm * (cv.psi[i + 1] - cv.psi[i]) / cv.mesh.h[i];
-        };
+        const auto interval = [&](std::size_t i) { return -V_per_cm * (cv.psi[i + 1] - cv.psi[i]) / cv.mesh.h[i]; };
         profiles.E[r.first] = interval(r.first);
         profiles.E[r.last] = interval(r.last - 1);
         for (std::size_t i = r.first + 1; i < r.last; ++i) profiles.E[i] = 0.5 * (interval(i - 1) + interval(i));

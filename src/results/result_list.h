@@ -28,12 +28,12 @@ struct RunRecord {
 
 /// An I-V curve; all columns have one value a calculated point.
 struct IvCurve {
-    std::vector<double> iv_as;                             ///< voltage on the axis, user sign [V]
-    std::vector<double> ivcurrent;                         ///< total current, user sign [mA/cm2]
-    std::vector<double> TotalRec, TotalGen;                ///< [mA/cm2]
-    std::vector<double> ivleftcontact, ivrightcontact;     ///< minority currents at the contacts [mA/cm2]
-    std::vector<double> ivifr, ivbulk;                     ///< recombination at interfaces, in the bulk [A/m2]
-    std::vector<double> recSRH, recRadiative, recAuger;    ///< parts of ivbulk [A/m2]
+    std::vector<double> iv_as;                            ///< voltage on the axis, user sign [V]
+    std::vector<double> ivcurrent;                        ///< total current, user sign [mA/cm2]
+    std::vector<double> TotalRec, TotalGen;               ///< [mA/cm2]
+    std::vector<double> ivleftcontact, ivrightcontact;    ///< minority currents at the contacts [mA/cm2]
+    std::vector<double> ivifr, ivbulk;                    ///< recombination at interfaces, in the bulk [A/m2]
+    std::vector<double> recSRH, recRadiative, recAuger;   ///< parts of ivbulk [A/m2]
     std::string left_contact_label, right_contact_label;  ///< which carrier is the minority there
     [[nodiscard]] std::size_t points() const { return iv_as.size(); }
 };

@@ -14,7 +14,7 @@ namespace {
 /// Every column of a curve, for what is done to all of them.
 std::vector<std::vector<double>*> columns(IvCurve& c)
 {
-    return {&c.iv_as, &c.ivcurrent, &c.TotalRec, &c.TotalGen, &c.ivleftcontact, &c.ivrightcontact,
+    return {&c.iv_as, &c.ivcurrent, &c.TotalRec, &c.TotalGen,     &c.ivleftcontact, &c.ivrightcontact,
             &c.ivifr, &c.ivbulk,    &c.recSRH,   &c.recRadiative, &c.recAuger};
 }
 
@@ -32,8 +32,10 @@ void add_point(const Simulation& s, CalculationVariables& cv, double v_cell, Rec
     // The minority carrier that reaches a contact recombines there.
     const CellParameters& cell = s.problem.input.cell.cell;
     const bool n_left = cell.left.majority_type == -1, p_right = cell.right.majority_type == 1;
-    curve.left_contact_label = n_left ? "At left contact (minority carrier = p)" : "At left contact (minority carrier = n)";
-    curve.right_contact_label = p_right ? "At right contact (minority carrier = n)" : "At right contact (minority carrier = p)";
+    curve.left_contact_label =
+        n_left ? "At left contact (minority carrier = p)" : "At left contact (minority carrier = n)";
+    curve.right_contact_label =
+        p_right ? "At right contact (minority carrier = n)" : "At right contact (minority carrier = p)";
     curve.ivleftcontact.push_back(n_left ? -contact.j_p_left : contact.j_n_left);
     curve.ivrightcontact.push_back(p_right ? -contact.j_n_right : contact.j_p_right);
 
@@ -68,8 +70,7 @@ std::vector<double> voltages(const ActionList& actions)
 {
     const int n = std::max(actions.IV_points, 2);
     std::vector<double> v;
-    for (int i = 0; i < n; ++i)
-        v.push_back(actions.IV_startV + i * (actions.IV_stopV - actions.IV_startV) / (n - 1));
+    for (int i = 0; i < n; ++i) v.push_back(actions.IV_startV + i * (actions.IV_stopV - actions.IV_startV) / (n - 1));
     return v;
 }
 
@@ -106,8 +107,8 @@ SweepOutcome calciv(Surroundings& surroundings, Simulation& simulation, const St
         return volgende_iv_punt(simulation.solver_problem(&monitor), simulation.memory.work, cv, Vfrom, Vto, 2);
     };
     const auto solve_from_start = [&](double Vto) {
-        ReturnToAKnownStartingPoint(simulation, decision.from == StartFrom::work_point ? simulation.werkpuntcv
-                                                                                       : simulation.kortsluitcv);
+        ReturnToAKnownStartingPoint(
+            simulation, decision.from == StartFrom::work_point ? simulation.werkpuntcv : simulation.kortsluitcv);
         return solve_from(decision.Vfrom, Vto);
     };
 
@@ -154,8 +155,7 @@ SweepOutcome calciv(Surroundings& surroundings, Simulation& simulation, const St
                 v_cell.erase(from, v_cell.begin() + static_cast<std::ptrdiff_t>(secondLeg));
                 secondLeg = i + 1;
                 n = v_cell.size();
-            }
-            else {
+            } else {
                 n = i + 1;
             }
         }

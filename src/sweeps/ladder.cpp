@@ -29,13 +29,12 @@ namespace {
 void read_panel(Simulation& s)
 {
     const CellParameters& cell = s.zonnecel.cell;
-    s.polarity = polarity_of(cell.voltage_reference, cell.reference_system,
-                             s.problem.input.convergence.allow_references != 0);
+    s.polarity =
+        polarity_of(cell.voltage_reference, cell.reference_system, s.problem.input.convergence.allow_references != 0);
     s.wp = s.panel.workPoint;
     s.wp.V *= s.polarity.V;
     s.actie = s.panel.actions;
-    for (double* V : {&s.actie.IV_startV, &s.actie.IV_stopV, &s.actie.CV_startV, &s.actie.CV_stopV})
-        *V *= s.polarity.V;
+    for (double* V : {&s.actie.IV_startV, &s.actie.IV_stopV, &s.actie.CV_startV, &s.actie.CV_stopV}) *V *= s.polarity.V;
 }
 
 /// Cell, light and first mesh in solver units. @return false if an input file cannot be used (reported)
@@ -69,8 +68,7 @@ bool generation_of_run(Surroundings& surroundings, Simulation& s)
     if (s.wp.generationSpecified) {
         if (!s.wp.dark && !CalculateIdealCurrentFromGenerationFileOrModel(surroundings, s.wp)) return false;
         if (!CalculateGenerationFromFileOrFromModel(surroundings, s.wp, s.set3, mesh, s.light)) return false;
-    }
-    else if (!s.wp.dark) {
+    } else if (!s.wp.dark) {
         CalculateIncomingFluxes(s.light, photons_per_nm_W, FluxMode::work_point);
         CalculateFluxesAndGeneration(s.set3, mesh, s.light);
     }
@@ -86,8 +84,7 @@ bool CheckConvergenceFailure(Surroundings& surroundings, const Simulation& s, bo
     const std::string volt = "V = " + fixed(s.currentCalcVars.V * s.polarity.V, 0, 3) + " Volt";
     if (converged) {
         surroundings.monitor.post({.text = name + ' ' + volt});
-    }
-    else if (!surroundings.monitor.stopRequested()) {
+    } else if (!surroundings.monitor.stopRequested()) {
         KOVINErrorMessage(surroundings.report, "Calculating " + name + "...",
                           "Convergence failure calculating for " + volt);
         surroundings.monitor.post({.status = 2, .text = "No " + name + " calculated (convergence failure)"});
@@ -98,8 +95,7 @@ bool CheckConvergenceFailure(Surroundings& surroundings, const Simulation& s, bo
 bool calculate_equilibrium(Surroundings& surroundings, Simulation& s)
 {
     surroundings.monitor.post({.status = 1, .text = "calculating equilibrium ..."});
-    const bool converged =
-        equilibrium(s.solver_problem(&surroundings.monitor), s.memory.work, s.currentCalcVars);
+    const bool converged = equilibrium(s.solver_problem(&surroundings.monitor), s.memory.work, s.currentCalcVars);
     s.evenwichtcv = s.currentCalcVars;
     s.failures.equilibrium = !converged;
     return CheckConvergenceFailure(surroundings, s, converged, s.equiberekend, "equilibrium");
@@ -149,8 +145,7 @@ bool calculate_work_point(Surroundings& surroundings, Simulation& s)
         return true;
     }
     surroundings.monitor.post(
-        {.status = 1,
-         .text = "calculating working point V = " + fixed(s.wp.V * s.polarity.V, 0, 3) + " Volt"});
+        {.status = 1, .text = "calculating working point V = " + fixed(s.wp.V * s.polarity.V, 0, 3) + " Volt"});
     s.currentCalcVars = s.kortsluitcv;
     const bool converged = volgende_iv_punt(s.solver_problem(&surroundings.monitor), s.memory.work, s.currentCalcVars,
                                             0.0, s.wp.V, s.wp.numberOfPoints);
@@ -168,8 +163,8 @@ RunOutcome failed_or_stopped(const Surroundings& surroundings)
 RunOutcome calculate_IV(Surroundings& surroundings, Simulation& s, DataListElement& element)
 {
     StartDecision decision;
-    const StartOutcome start = CalculateStartingPoint(surroundings, s, "I(V)", s.actie.IV_startV, s.actie.IV_stopV,
-                                                      decision);
+    const StartOutcome start =
+        CalculateStartingPoint(surroundings, s, "I(V)", s.actie.IV_startV, s.actie.IV_stopV, decision);
     if (start == StartOutcome::stopped) return RunOutcome::stopped;
     s.failures.first_IV_point = start == StartOutcome::failed;
     if (s.failures.first_IV_point) return RunOutcome::failed;

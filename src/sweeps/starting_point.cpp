@@ -45,9 +45,12 @@ int choose_case(double& Vs, double& Ve, double Vwp, double Va, bool& long_way)
 const CalculationVariables& stored_state(const Simulation& s, StartFrom from)
 {
     switch (from) {
-        case StartFrom::short_circuit: return s.kortsluitcv;
-        case StartFrom::work_point: return s.werkpuntcv;
-        case StartFrom::present: break;
+        case StartFrom::short_circuit:
+            return s.kortsluitcv;
+        case StartFrom::work_point:
+            return s.werkpuntcv;
+        case StartFrom::present:
+            break;
     }
     return s.currentCalcVars;
 }
@@ -71,11 +74,17 @@ StartDecision choose_starting_point(double Vs, double Ve, double Vwp, double Va,
     d.steps = long_way ? numberOfPoints : 2;
     switch (d.startCase) {
         case 0:
-        case 1: d.from = StartFrom::present; break;
+        case 1:
+            d.from = StartFrom::present;
+            break;
         case 4:
         case 5:
-        case 7: d.from = StartFrom::work_point; break;
-        default: d.from = StartFrom::short_circuit; break;
+        case 7:
+            d.from = StartFrom::work_point;
+            break;
+        default:
+            d.from = StartFrom::short_circuit;
+            break;
     }
     d.Vfrom = d.from == StartFrom::present ? Va : d.from == StartFrom::work_point ? Vwp : 0.0;
     d.Vfirst = d.in_two_legs() ? d.Vfrom : d.start;

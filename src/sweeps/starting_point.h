@@ -11,12 +11,12 @@ enum class StartFrom { present, short_circuit, work_point };
 
 /// How a sweep begins. Voltages in internal sign [V].
 struct StartDecision {
-    int startCase = 2;       ///< 0 to 7
+    int startCase = 2;  ///< 0 to 7
     StartFrom from = StartFrom::short_circuit;
-    double Vfrom = 0.0;      ///< of the state that is taken up
-    double Vfirst = 0.0;     ///< first point to be solved
-    double start, stop;      ///< the range, exchanged or sorted where the case asks for it
-    int steps = 2;           ///< points from Vfrom to Vfirst, both included
+    double Vfrom = 0.0;   ///< of the state that is taken up
+    double Vfirst = 0.0;  ///< first point to be solved
+    double start, stop;   ///< the range, exchanged or sorted where the case asks for it
+    int steps = 2;        ///< points from Vfrom to Vfirst, both included
     [[nodiscard]] bool in_two_legs() const { return startCase >= 6; }  ///< the known state lies inside the range
 };
 

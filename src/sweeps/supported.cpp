@@ -62,12 +62,10 @@ void check_layer(std::size_t j, const LayerParameters& layer, bool band_to_band,
 void check_cell(const CellParameters& cell, const ConvergenceParameters& settings, Names& names)
 {
     const auto layers = static_cast<std::size_t>(cell.layers);
-    for (std::size_t j = 0; j < layers; ++j)
-        check_layer(j, cell.layer[j], settings.TunnelBtoB_allowed != 0, names);
+    for (std::size_t j = 0; j < layers; ++j) check_layer(j, cell.layer[j], settings.TunnelBtoB_allowed != 0, names);
     for (std::size_t i = 0; i + 1 < layers; ++i) {
         const InterfaceParameters& interface = cell.interfaces[i];
-        const std::string where =
-            "interface " + integer(static_cast<long>(i) + 1) + " (" + interface.name + "): ";
+        const std::string where = "interface " + integer(static_cast<long>(i) + 1) + " (" + interface.name + "): ";
         if (interface.defect_count > 0) names.push_back(where + "recombination at interface states");
         if (interface.tunneling && settings.Tunnelintraband_allowed != 0)
             names.push_back(where + "intraband tunnelling");
@@ -96,10 +94,8 @@ UnsupportedPhysics unsupported_physics(const Simulation& simulation)
         bool asked;
         const char* name;
     } others[] = {
-        {actions.CV_calculate, "measurement C-V"},
-        {actions.MIS_CV_calculate, "measurement C-V of an MIS structure"},
-        {actions.Cf_calculate, "measurement C-f"},
-        {actions.QE_calculate, "measurement of the quantum efficiency"},
+        {actions.CV_calculate, "measurement C-V"}, {actions.MIS_CV_calculate, "measurement C-V of an MIS structure"},
+        {actions.Cf_calculate, "measurement C-f"}, {actions.QE_calculate, "measurement of the quantum efficiency"},
         {actions.pause, "pause at each step"},
     };
     for (const auto& other : others)

@@ -1,6 +1,6 @@
 // The choice of the state that a sweep starts from, and the order of its points.
-#include "sweeps/iv.h"
 #include "sweeps/starting_point.h"
+#include "sweeps/iv.h"
 
 #include <gtest/gtest.h>
 
@@ -47,9 +47,10 @@ TEST(StartingPoint, ChoosesTheCase)
         EXPECT_EQ(d.start, r.start) << r.what;
         EXPECT_EQ(d.stop, r.stop) << r.what;
         EXPECT_EQ(d.steps, r.steps) << r.what;
-        const StartFrom expected = r.startCase <= 1                                          ? StartFrom::present
-                                   : r.startCase == 4 || r.startCase == 5 || r.startCase == 7 ? StartFrom::work_point
-                                                                                              : StartFrom::short_circuit;
+        const StartFrom expected = r.startCase <= 1 ? StartFrom::present
+                                   : r.startCase == 4 || r.startCase == 5 || r.startCase == 7
+                                       ? StartFrom::work_point
+                                       : StartFrom::short_circuit;
         EXPECT_EQ(d.from, expected) << r.what;
     }
 }

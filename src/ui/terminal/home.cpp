@@ -19,7 +19,8 @@ fs::path default_home(const fs::path& program)
     std::error_code error;
     const fs::path beside = program.parent_path();
     if (fs::is_directory(beside / "def", error) && fs::is_directory(beside / "spectrum", error)) return beside;
-    if (const char* data = std::getenv("XDG_DATA_HOME"); data != nullptr && *data != '\0') return fs::path(data) / "kovin";
+    if (const char* data = std::getenv("XDG_DATA_HOME"); data != nullptr && *data != '\0')
+        return fs::path(data) / "kovin";
     const char* user = std::getenv("HOME");
     return fs::path(user != nullptr && *user != '\0' ? user : ".") / ".local/share/kovin";
 }

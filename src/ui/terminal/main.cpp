@@ -28,8 +28,7 @@ int start(int argc, char** argv)
                argv[0]);
     session->surroundings.version = version_banner(argv[0], file_date(program));
     Folders& folders = session->surroundings.folders;
-    if (!make_folders(folders))
-        std::cerr << "kovin: cannot make the folders of '" << folders.root.string() << "'\n";
+    if (!make_folders(folders)) std::cerr << "kovin: cannot make the folders of '" << folders.root.string() << "'\n";
     if (!options.output.empty()) folders.results = std::filesystem::absolute(options.output);
 
     Progress progress(options);
@@ -61,11 +60,9 @@ int main(int argc, char** argv)
 {
     try {
         return start(argc, argv);
-    }
-    catch (const std::exception& error) {
+    } catch (const std::exception& error) {
         std::cerr << "kovin: internal error: " << error.what() << '\n';
-    }
-    catch (...) {
+    } catch (...) {
         std::cerr << "kovin: internal error\n";
     }
     return static_cast<int>(kovin::ExitStatus::internal_error);

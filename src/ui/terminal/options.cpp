@@ -31,15 +31,15 @@ bool read_options(int argc, char** argv, const std::string& version, Options& op
 
     try {
         app.parse(argc, argv);
-    }
-    catch (const CLI::ParseError& error) {
+    } catch (const CLI::ParseError& error) {
         const bool told_all = app.exit(error, std::cout, std::cerr) == 0;
         status = static_cast<int>(told_all ? ExitStatus::good : ExitStatus::usage);
         return false;
     }
     options.run = run->parsed();
     options.progress = progress == "auto";
-    if (options.run && !only_loaded.empty()) options.files.insert(options.files.begin(), only_loaded.begin(), only_loaded.end());
+    if (options.run && !only_loaded.empty())
+        options.files.insert(options.files.begin(), only_loaded.begin(), only_loaded.end());
     if (!options.run) options.files = std::move(only_loaded);
     if (options.files.empty()) {
         std::cerr << app.help();

@@ -4,6 +4,7 @@
 #include "app/load.h"
 #include "app/simulate.h"
 #include "base/line_file.h"
+#include "device/file_check.h"
 
 #include <iostream>
 #include <system_error>
@@ -96,8 +97,7 @@ bool write_files(Session& session, const std::vector<ResultFile>& files, Summary
         if (text.empty()) continue;
         if (write_whole_file(file.path, text)) {
             summary.files.emplace_back(file.kind, file.path);
-        }
-        else {
+        } else {
             tell(session, "Result files", "'" + file.path.string() + "' could not be written");
             written = false;
         }
@@ -126,7 +126,8 @@ ExitStatus load_command(Session& session, const Options& options)
 ExitStatus run_command(Session& session, const Options& options, Summary& summary)
 {
     const CommandLineFiles files = attribute_arguments(options.files);
-    for (const std::string& argument : files.dropped) tell(session, "Command line", "'" + argument + "' is no file of a known kind");
+    for (const std::string& argument : files.dropped)
+        tell(session, "Command line", "'" + argument + "' is no file of a known kind");
     if (!files.dropped.empty()) return ExitStatus::input;
     if (files.definition.empty()) {
         tell(session, "Command line", "no definition file (.def) is named");
@@ -136,6 +137,8 @@ ExitStatus run_command(Session& session, const Options& options, Summary& summar
     summary.problem = session.simulation.problem.input.path.stem().string();
     if (tell_not_supported(session, loaded) || !loaded.all_loaded) return ExitStatus::input;
     if (!complete_actions(session, options, files)) return ExitStatus::input;
+    const Simulation& s = session.simulation;
+    if (!CanAllFilesBeFound(session.surroundings, s.zonnecel.cell, s.panel)) return ExitStatus::input;
 
     const std::vector<ResultFile> planned = planned_files(session);
     if (!ready_to_write(session, planned, options.force)) return ExitStatus::output;

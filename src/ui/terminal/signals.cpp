@@ -1,7 +1,7 @@
 #include "ui/terminal/signals.h"
 
-#include <csignal>
 #include <pthread.h>
+#include <csignal>
 
 namespace kovin {
 

@@ -14,7 +14,10 @@ std::size_t utf8_length(std::string_view text, std::size_t at)
     const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
     const unsigned char lead = byte(at);
     if (lead < 0x80) return 1;
-    const std::size_t length = lead >= 0xC2 && lead < 0xE0 ? 2 : lead >= 0xE0 && lead < 0xF0 ? 3 : lead >= 0xF0 && lead < 0xF5 ? 4 : 0;
+    const std::size_t length = lead >= 0xC2 && lead < 0xE0   ? 2
+                               : lead >= 0xE0 && lead < 0xF0 ? 3
+                               : lead >= 0xF0 && lead < 0xF5 ? 4
+                                                             : 0;
     if (length == 0 || at + length > text.size()) return 0;
     for (std::size_t k = 1; k < length; ++k)
         if ((byte(at + k) & 0xC0) != 0x80) return 0;
@@ -37,14 +40,12 @@ std::string json_text(std::string_view text)
         if (byte == '"' || byte == '\\') {
             out += '\\';
             out += text[i++];
-        }
-        else if (byte < 0x20 || length == 0) {
+        } else if (byte < 0x20 || length == 0) {
             out += "\\u00";
             out += hex[byte >> 4];
             out += hex[byte & 15];
             ++i;
-        }
-        else {
+        } else {
             out += text.substr(i, length);
             i += length;
         }
@@ -96,9 +97,11 @@ std::string summary_json(const Summary& summary)
     out += ",\"iv\":" + (summary.iv != nullptr ? iv_json(*summary.iv) : std::string("null"));
     out += ",\"files\":{";
     for (std::size_t i = 0; i < summary.files.size(); ++i)
-        out += (i > 0 ? "," : "") + json_text(summary.files[i].first) + ':' + json_text(summary.files[i].second.string());
+        out +=
+            (i > 0 ? "," : "") + json_text(summary.files[i].first) + ':' + json_text(summary.files[i].second.string());
     out += "},\"messages\":[";
-    for (std::size_t i = 0; i < summary.messages.size(); ++i) out += (i > 0 ? "," : "") + json_text(summary.messages[i]);
+    for (std::size_t i = 0; i < summary.messages.size(); ++i)
+        out += (i > 0 ? "," : "") + json_text(summary.messages[i]);
     return out + "]}\n";
 }
 

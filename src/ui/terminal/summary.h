@@ -13,7 +13,7 @@ namespace kovin {
 struct Summary {
     std::string problem;
     bool converged = false;
-    const DataListElement* iv = nullptr;                                 ///< the curve, if there is one
+    const DataListElement* iv = nullptr;                               ///< the curve, if there is one
     std::vector<std::pair<std::string, std::filesystem::path>> files;  ///< kind ("iv") and path, as written
     std::vector<std::string> messages;
 };
