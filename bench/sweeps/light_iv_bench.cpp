@@ -1,0 +1,22 @@
+// The light I-V curve of the CIGS sample, 41 points from 0 to 0.8 V: the calculation from equilibrium on, and the
+// reading of spectrum and absorption that belongs to it. Neither the definition file nor the result files.
+#include "cases.h"
+
+#include <benchmark/benchmark.h>
+
+namespace kovin::bench {
+namespace {
+
+void light_iv(benchmark::State& state, Levels levels)
+{
+    CigsBaseline c(levels, true);
+    for (auto _ : state) c.run();
+    const Simulation& s = *c.simulation;
+    state.counters["points"] = s.results.empty() ? 0.0 : static_cast<double>(s.results.back().iv.points());
+}
+
+BENCHMARK_CAPTURE(light_iv, single, Levels::single)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(light_iv, gauss, Levels::as_shipped)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace kovin::bench
