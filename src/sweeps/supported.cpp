@@ -18,7 +18,7 @@ std::string layer_name(std::size_t j, const LayerParameters& layer)
 
 void check_profile(const Profile& profile, const std::string& where, std::string_view what, Names& names)
 {
-    if (!law_is_computed(profile.law))
+    if (profile.dependence != Dependence::uniform && !law_is_computed(profile.law))
         names.push_back(where + "grading law " + integer(static_cast<long>(profile.law)) + " of " + std::string(what));
 }
 
@@ -41,7 +41,7 @@ void check_defect(const BulkRecombinationParameters& level, const std::string& w
     if (level.metastable_transition >= 0) names.push_back(where + "metastable defect");
 }
 
-void check_layer(std::size_t j, const LayerParameters& layer, bool band_to_band, Names& names)
+void check_layer(std::size_t j, const LayerParameters& layer, bool tunneling_allowed, Names& names)
 {
     const std::string where = layer_name(j, layer);
     if (layer.composition_mode == 1) names.push_back(where + "graded composition");
@@ -49,7 +49,7 @@ void check_layer(std::size_t j, const LayerParameters& layer, bool band_to_band,
     for (const QuantityRow& row : graded_quantities())
         check_profile(layer.material.*row.member, where, row.word, names);
     check_absorption(layer.material.absorption, where, layer.composition_mode, names);
-    if (band_to_band && layer.material.tunneling) names.push_back(where + "band-to-band tunnelling");
+    if (tunneling_allowed && layer.material.tunneling) names.push_back(where + "tunnelling");
     for (std::size_t d = 0; d < static_cast<std::size_t>(layer.srhteller) && d < layer.srh.size(); ++d) {
         const std::string defect = where + "defect " + integer(static_cast<long>(d) + 1) + ": ";
         check_profile(layer.srh[d][0].Nt, defect, "Nt", names);
@@ -59,18 +59,31 @@ void check_layer(std::size_t j, const LayerParameters& layer, bool band_to_band,
         if (pair.present) names.push_back(where + "metastable transition " + integer(pair.number + 1));
 }
 
+/// Tunnel paths that the settings open: all of them, none, or those marked one by one.
+struct OpenPaths {
+    bool intraband, band_to_band, contact;
+};
+OpenPaths open_paths(const ConvergenceParameters& settings)
+{
+    if (settings.tunnel_paths == 1) return {false, false, false};
+    const bool all = settings.tunnel_paths == 0;
+    return {all || settings.Tunnelintraband_allowed != 0, all || settings.TunnelBtoB_allowed != 0,
+            all || settings.Tunnelcontact_allowed != 0};
+}
+
 void check_cell(const CellParameters& cell, const ConvergenceParameters& settings, Names& names)
 {
     const auto layers = static_cast<std::size_t>(cell.layers);
-    for (std::size_t j = 0; j < layers; ++j) check_layer(j, cell.layer[j], settings.TunnelBtoB_allowed != 0, names);
+    const OpenPaths open = open_paths(settings);
+    if (settings.tunnel_paths == 0) names.emplace_back("tunnelling through all layers, interfaces and contacts");
+    for (std::size_t j = 0; j < layers; ++j) check_layer(j, cell.layer[j], open.intraband || open.band_to_band, names);
     for (std::size_t i = 0; i + 1 < layers; ++i) {
         const InterfaceParameters& interface = cell.interfaces[i];
         const std::string where = "interface " + integer(static_cast<long>(i) + 1) + " (" + interface.name + "): ";
         if (interface.defect_count > 0) names.push_back(where + "recombination at interface states");
-        if (interface.tunneling && settings.Tunnelintraband_allowed != 0)
-            names.push_back(where + "intraband tunnelling");
+        if (interface.tunneling && open.intraband) names.push_back(where + "intraband tunnelling");
     }
-    if (settings.Tunnelcontact_allowed != 0) {
+    if (open.contact) {
         if (cell.left.tunneling) names.push_back("left contact: tunnelling");
         if (cell.right.tunneling) names.push_back("right contact: tunnelling");
     }
