@@ -1,4 +1,4 @@
-// The sections on defects of a definition file: bulk, metastable pairs, interfaces.
+// The section on bulk defects of a definition file.
 #include "base/text_format.h"
 #include "base/text_scan.h"
 #include "device/defect_levels.h"
@@ -29,20 +29,6 @@ template <class Value>
 void in_all(Levels& levels, Value BulkRecombinationParameters::*field, const Value& value)
 {
     for (auto& level : levels) level.*field = value;
-}
-
-/// Distribution of the oldest files: "tailtype : valenceband".
-template <class Record>
-void read_tail_type(const KeyedSource& source, Record& record)
-{
-    if (source.anywhere("valenceband")) record.energy_distribution = EnergyDistribution::VB_tail;
-    if (source.anywhere("conductionband")) record.energy_distribution = EnergyDistribution::CB_tail;
-}
-
-bool ends_section(const KeyedSource& source)
-{
-    return source.starts("layer") || source.section("front contact") || source.starts("right contact") ||
-           source.section("spectrumfile") || source.section("working point");
 }
 
 void read_type(KeyedSource& source, Levels& levels)
@@ -92,18 +78,6 @@ void read_level_type(KeyedSource& source, Levels& levels)
         }
         levels[static_cast<std::size_t>(k)].aard = static_cast<LevelType>(std::max(number, 0));
     }
-}
-
-/// One number a level. @return false after a fault
-bool read_per_level(KeyedSource& source, std::string_view key, int levels, const Limits& limits,
-                    std::vector<double>& values)
-{
-    std::size_t rest = 0;
-    if (!source.numbers(key, static_cast<std::size_t>(levels), values, rest)) return false;
-    if (values.size() < static_cast<std::size_t>(levels)) return source.fail(key, "a number is missing for a level");
-    for (const double value : values)
-        if (!limits.hold(value)) return source.fail(key, "the value is outside its range");
-    return true;
 }
 
 /// "optical capture data (electrons): file", "optical capture data [electrons]: level 2, file" or "..., none".
@@ -265,86 +239,24 @@ void finish_defect(KeyedSource& source, Levels& levels, const DefectReading& met
     }
 }
 
-void read_metastable_line(Reading& reading, MetaStableDefectParameters& pair)
-{
-    KeyedSource& source = reading.source;
-    if (source.starts("Nt(x)") || source.starts("Nt(y)")) {
-        InputLineToProfile(source, "Nt(x)", pair.Nt);
-    } else if (source.starts(given_energies_key)) {
-        std::vector<double> flags;
-        if (!read_per_level(source, given_energies_key, static_cast<int>(pair.derived_energy.size()), a_fraction,
-                            flags))
-            return;
-        for (std::size_t i = 0; i < flags.size(); ++i) pair.derived_energy[i] = flags[i] != 0.0;
-    } else if (source.starts("Reference for transition energy")) {
-        int reference = 0;
-        if (source.whole("Reference for transition energy", reference, 0, 2))
-            pair.reference = static_cast<EnergyReference>(reference);
-    } else if (source.starts(initial_configuration_key)) {
-        source.number(initial_configuration_key, pair.initial_acceptor_configuration, a_fraction);
-    } else {
-        for (const MetastableKey& key : metastable_keys) {
-            if (!source.starts(key.word)) continue;
-            if (key.real)
-                source.number(key.word, pair.*key.real, key.limits);
-            else
-                source.whole(key.word, pair.*key.whole, static_cast<int>(key.limits.low),
-                             static_cast<int>(key.limits.high));
-            return;
-        }
-    }
-}
-
-void read_interface_line(Reading& reading, InterfaceParameters& interface, InterfaceRecombinationParameters& defect,
-                         bool& has_reference)
-{
-    KeyedSource& source = reading.source;
-    int whole = 0;
-    const auto take = [&](auto& keys) {
-        for (const InterfaceKey& key : keys) {
-            if (!(key.exact ? source.starts_exactly(key.word) : source.starts(key.word))) continue;
-            source.number(key.word, defect.*key.field, key.limits);
-            return true;
-        }
-        return false;
-    };
-    if (source.starts("interfacename")) {
-        interface.name = source.text("interfacename", interface_name_limit);
-    } else if (source.starts("type")) {
-        if (source.last_word("type", defect_type_words, std::size(defect_type_words), whole))
-            defect.defectType = static_cast<DefectType>(whole);
-    } else if (take(interface_sigma_keys)) {
-        return;
-    } else if (source.starts("Tunneling to trap")) {
-        reading.tunneling("Tunneling to trap", defect.tunneling, &ConvergenceParameters::Tunneliface_allowed);
-    } else if (take(interface_mass_keys)) {
-        return;
-    } else if (source.starts("energy distribution")) {
-        if (source.last_word("energy distribution", energy_distribution_words, std::size(energy_distribution_words),
-                             whole))
-            defect.energy_distribution = static_cast<EnergyDistribution>(whole);
-    } else if (source.starts_exactly("Reference for defect energy")) {
-        has_reference = source.whole("Reference for defect energy", whole, 3, 9);
-        if (has_reference) defect.reference = static_cast<EnergyReference>(whole);
-    } else if (take(interface_energy_keys)) {
-        return;
-    } else if (source.anywhere("tailtype")) {
-        read_tail_type(source, defect);
-    } else if (source.starts("N")) {
-        source.number("N", defect.N, not_negative);
-    }
-}
-
-/// The interface behind the present layer; null after a fault.
-InterfaceParameters* present_interface(Reading& reading, std::string_view key)
-{
-    const int number = reading.cell().layers - 1;
-    if (number < max_interfaces) return &reading.cell().interfaces[static_cast<std::size_t>(number)];
-    reading.source.fail(key, "there is no interface behind layer " + integer(max_layers));
-    return nullptr;
-}
-
 }  // namespace
+
+bool ends_section(const KeyedSource& source)
+{
+    return source.starts("layer") || source.section("front contact") || source.starts("right contact") ||
+           source.section("spectrumfile") || source.section("working point");
+}
+
+bool read_per_level(KeyedSource& source, std::string_view key, int levels, const Limits& limits,
+                    std::vector<double>& values)
+{
+    std::size_t rest = 0;
+    if (!source.numbers(key, static_cast<std::size_t>(levels), values, rest)) return false;
+    if (values.size() < static_cast<std::size_t>(levels)) return source.fail(key, "a number is missing for a level");
+    for (const double value : values)
+        if (!limits.hold(value)) return source.fail(key, "the value is outside its range");
+    return true;
+}
 
 void CopyKOVIN27Data_to_NtProfile(BulkRecombinationParameters& level)
 {
@@ -411,81 +323,6 @@ void read_bulk_defects(Reading& reading)
         finish_defect(source, levels, met);
         ++layer.srhteller;
     } while (!source.failed() && source.starts("next"));
-}
-
-void read_metastable(Reading& reading)
-{
-    KeyedSource& source = reading.source;
-    LayerParameters& layer = reading.layer();
-    const NumberScan number = next_number(source.line());
-    const bool in_range = number.found && number.value >= 0.0 && number.value < max_metastable;
-    const auto index = in_range ? static_cast<std::size_t>(number.value) : std::size_t{0};
-    MetaStableDefectParameters& pair = layer.metastable[index];
-    pair.present = true;
-    while (source.must_go_on()) {
-        if (ends_section(source) || source.section("interface properties") ||
-            source.section("interface recombination") || source.section("Metastable properties"))
-            break;
-        read_metastable_line(reading, pair);
-    }
-    const auto take_part = [&](int defect, int role) {
-        if (defect < 0 || defect >= max_defects) return;
-        BulkRecombinationParameters& level = layer.srh[static_cast<std::size_t>(defect)][0];
-        level.metastable_transition = static_cast<int>(index);
-        level.metastable_role = role;
-    };
-    take_part(pair.donor_defect, 0);
-    take_part(pair.acceptor_defect, 1);
-}
-
-void read_interface_properties(Reading& reading)
-{
-    KeyedSource& source = reading.source;
-    InterfaceParameters* interface = present_interface(reading, "interface properties");
-    if (!interface) return;
-    while (source.must_go_on()) {
-        if (ends_section(source) || source.section("interface recombination")) return;
-        if (source.starts("Intraband tunneling"))
-            reading.tunneling("Intraband tunneling", interface->tunneling,
-                              &ConvergenceParameters::Tunnelintraband_allowed);
-        else if (source.starts("Relative electron mass"))
-            source.number("Relative electron mass", interface->m_e, positive);
-        else if (source.starts("Relative hole mass"))
-            source.number("Relative hole mass", interface->m_h, positive);
-        else if (source.starts("interfacename"))
-            interface->name = source.text("interfacename", interface_name_limit);
-    }
-}
-
-void read_interface_defects(Reading& reading)
-{
-    KeyedSource& source = reading.source;
-    InterfaceParameters* interface = present_interface(reading, "interface recombination");
-    if (!interface) return;
-    do {
-        if (interface->defect_count == max_interface_defects) {
-            source.fail("interface recombination",
-                        "an interface has at most " + integer(max_interface_defects) + " defects");
-            return;
-        }
-        InterfaceRecombinationParameters& defect =
-            interface->defects[static_cast<std::size_t>(interface->defect_count)];
-        bool has_reference = false, empty = true;
-        while (source.must_go_on() && !ends_section(source) && !source.starts("next")) {
-            if (source.section("interface recombination")) continue;
-            empty = false;
-            read_interface_line(reading, *interface, defect, has_reference);
-        }
-        if (empty) source.fail("interface recombination", "the defect is empty");
-        if (defect.energy_distribution != EnergyDistribution::single && defect.Ekar <= 0.0)
-            source.fail("Ekar", "the defect needs a characteristic energy above 0");
-        if (source.failed()) return;
-        // Files older than the line on the reference count from the valence band at the left.
-        if (!has_reference) defect.reference = EnergyReference::above_EV_left;
-        defect.peak_to_total = peak_to_total(defect.energy_distribution, defect.Ekar);
-        defect.N_peak = defect.N / defect.peak_to_total;
-        ++interface->defect_count;
-    } while (source.starts("next"));
 }
 
 }  // namespace kovin::definition_sections

@@ -25,6 +25,21 @@ struct Reading {
 /// @return true if it was stored
 bool InputLineToProfile(KeyedSource& source, std::string_view key, Profile& profile);
 
+/// A line that ends every section of a layer.
+[[nodiscard]] bool ends_section(const KeyedSource& source);
+
+/// One number for each of `levels` levels. @return false after a fault
+bool read_per_level(KeyedSource& source, std::string_view key, int levels, const Limits& limits,
+                    std::vector<double>& values);
+
+/// Distribution of a bulk or interface defect as the oldest files name it: "tailtype : valenceband".
+template <class Record>
+void read_tail_type(const KeyedSource& source, Record& record)
+{
+    if (source.anywhere("valenceband")) record.energy_distribution = EnergyDistribution::VB_tail;
+    if (source.anywhere("conductionband")) record.energy_distribution = EnergyDistribution::CB_tail;
+}
+
 void read_layer(Reading& reading);
 void read_bulk_defects(Reading& reading);
 void read_metastable(Reading& reading);
