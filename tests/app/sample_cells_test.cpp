@@ -1,0 +1,257 @@
+// The shipped cells under one sun, against figures of an independent program on the same data; the balance of
+// currents; both polarities; sweeps in two legs; what is refused.
+#include "app/initialise.h"
+#include "app/load.h"
+#include "app/simulate.h"
+#include "sweeps/supported.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+namespace kovin {
+namespace {
+
+const std::filesystem::path home = std::filesystem::path(KOVIN_SOURCE_DIR) / "home";
+
+std::unique_ptr<Session> session_with(const std::string& cell)
+{
+    auto session = std::make_unique<Session>();
+    Initialise(*session, home, "kovin");
+    EXPECT_TRUE(load_definition(*session, cell + ".def")) << cell;
+    EXPECT_TRUE(load_action_list(*session, cell + ".act")) << cell;
+    return session;
+}
+
+const DataListElement& curve_of(Session& session)
+{
+    EXPECT_EQ(Simulate(session), SimulateOutcome::done);
+    EXPECT_FALSE(session.simulation.results.empty());
+    return session.simulation.results.back();
+}
+
+struct Cell {
+    const char* name;
+    double Voc, Jsc, FF, eta;
+    double phi_left, phi_right;  ///< flat-band work functions [eV]; 0: a fixed contact
+};
+const Cell cells[] = {
+    {"cigs-baseline", 0.638, 33.4, 78.8, 16.8, 0.0, 4.4204},
+    {"cdte-baseline", 0.838, 25.9, 73.5, 15.9, 0.0, 0.0},
+    {"silicon-pn", 0.647, 38.7, 83.3, 20.9, 5.0851, 4.1369},
+    {"perovskite-nip", 1.177, 23.2, 83.0, 22.7, 5.2431, 4.0596},
+};
+
+/// Largest of the currents that balance.
+double scale_of(const IvCurve& c, std::size_t i)
+{
+    return std::max({std::fabs(c.ivcurrent[i]), c.TotalRec[i], c.TotalGen[i]});
+}
+
+TEST(SampleCells, MeetTheirFiguresAndBalanceTheirCurrents)
+{
+    for (const Cell& cell : cells) {
+        const auto session = session_with(cell.name);
+        const DataListElement& element = curve_of(*session);
+        const IVCharacteristics& r = element.characteristics;
+        EXPECT_NEAR(r.Voc, cell.Voc, 0.008) << cell.name;
+        EXPECT_NEAR(r.Jsc, cell.Jsc, 0.02 * cell.Jsc) << cell.name;
+        EXPECT_NEAR(r.FF, cell.FF, 1.5) << cell.name;
+        EXPECT_NEAR(r.eta, cell.eta, 0.03 * cell.eta) << cell.name;
+        EXPECT_TRUE(r.VocValid && r.JscValid && r.FFValid && r.etaValid) << cell.name;
+        const CalculationParameters& set3 = session->simulation.set3;
+        if (cell.phi_left > 0.0) {
+            EXPECT_NEAR(set3.phi_left, cell.phi_left, 1e-3) << cell.name;
+        }
+        if (cell.phi_right > 0.0) {
+            EXPECT_NEAR(set3.phi_right, cell.phi_right, 1e-3) << cell.name;
+        }
+
+        // All cells have their p side at the left: J = TotalRec - TotalGen. Behind open circuit the termination of
+        // 1e-3 kT weighs more, up to 2e-4; the next test covers that part.
+        const IvCurve& c = element.iv;
+        ASSERT_EQ(c.points(), static_cast<std::size_t>(session->simulation.actie.IV_points)) << cell.name;
+        for (std::size_t i = 0; i < c.points() && c.iv_as[i] < r.Voc; ++i) {
+            EXPECT_NEAR(c.ivcurrent[i], c.TotalRec[i] - c.TotalGen[i], 2e-5 * scale_of(c, i))
+                << cell.name << ' ' << c.iv_as[i];
+            EXPECT_NEAR(c.ivbulk[i], c.recSRH[i] + c.recRadiative[i] + c.recAuger[i], 1e-9 * std::fabs(c.ivbulk[i]));
+        }
+    }
+}
+
+TEST(SampleCells, TightTerminationsBalanceTheCurrentsEverywhere)
+{
+    for (const Cell& cell : cells) {
+        const auto session = session_with(cell.name);
+        ConvergenceParameters& settings = session->simulation.problem.input.convergence;
+        settings.termination_psi = settings.termination_Fn = settings.termination_Fp = 1e-6;
+        const IvCurve& c = curve_of(*session).iv;
+        ASSERT_EQ(c.points(), static_cast<std::size_t>(session->simulation.actie.IV_points)) << cell.name;
+        for (std::size_t i = 0; i < c.points(); ++i)
+            EXPECT_NEAR(c.ivcurrent[i], c.TotalRec[i] - c.TotalGen[i], 1e-6 * scale_of(c, i))
+                << cell.name << ' ' << c.iv_as[i];
+    }
+}
+
+TEST(SampleCells, DarkCellAtZeroVoltCarriesNoCurrent)
+{
+    for (const Cell& cell : cells) {
+        const auto session = session_with(cell.name);
+        session->simulation.panel.workPoint.dark = true;
+        ActionList& actions = session->simulation.panel.actions;
+        actions.IV_startV = 0.0;
+        actions.IV_stopV = 0.2;
+        actions.IV_points = 3;
+        const DataListElement& element = curve_of(*session);
+        ASSERT_EQ(element.iv.points(), 3u);
+        EXPECT_NEAR(element.iv.ivcurrent[0], 0.0, 1e-15) << cell.name;
+        EXPECT_EQ(element.iv.TotalGen[0], 0.0) << cell.name;
+        EXPECT_GT(element.iv.ivcurrent[2], 0.0) << cell.name;
+        EXPECT_FALSE(element.characteristics.VocValid) << cell.name;
+    }
+}
+
+/// Light I-V of silicon-pn after a change of session; interpolation-free comparison at shared voltages.
+const DataListElement& silicon(Session& session, double start, double stop, int points)
+{
+    ActionList& actions = session.simulation.panel.actions;
+    actions.IV_startV = start;
+    actions.IV_stopV = stop;
+    actions.IV_points = points;
+    return curve_of(session);
+}
+
+TEST(IvSweep, OrderAndSignDoNotChangeTheCurve)
+{
+    const auto plain = session_with("silicon-pn");
+    const IvCurve reference = silicon(*plain, -0.2, 0.6, 9).iv;  // in two legs from short circuit
+    ASSERT_EQ(reference.points(), 9u);
+    EXPECT_TRUE(std::is_sorted(reference.iv_as.begin(), reference.iv_as.end()));
+
+    struct Row {
+        const char* what;
+        int voltage_reference, reference_system;
+        double start, stop, V;
+        double sign_V, sign_J;
+        bool falls;
+    };
+    const Row rows[] = {
+        {"given falling: sorted all the same", -1, 1, 0.6, -0.2, 0.0, 1, 1, false},
+        {"from a working point in the range", -1, 1, 0.1, 0.6, 0.3, 1, 1, false},
+        {"one leg from short circuit", -1, 1, 0.0, 0.6, 0.0, 1, 1, false},
+        {"ends at short circuit: runs outward", -1, 1, 0.6, 0.0, 0.0, 1, 1, false},
+        {"generator convention", -1, 0, -0.2, 0.6, 0.0, 1, -1, false},
+        {"voltage at the right contact", 1, 1, -0.6, 0.2, 0.0, -1, -1, true},
+        {"both", 1, 0, -0.6, 0.2, 0.0, -1, 1, true},
+    };
+    for (const Row& row : rows) {
+        const auto session = session_with("silicon-pn");
+        Simulation& s = session->simulation;
+        s.zonnecel.cell.voltage_reference = row.voltage_reference;
+        s.zonnecel.cell.reference_system = row.reference_system;
+        s.panel.workPoint.V = row.V;
+        const int points = 1 + static_cast<int>(std::lround(std::fabs(row.stop - row.start) / 0.1));
+        const DataListElement& element = silicon(*session, row.start, row.stop, points);
+        const IvCurve& c = element.iv;
+        ASSERT_EQ(c.points(), static_cast<std::size_t>(points)) << row.what;
+        if (row.falls) {
+            EXPECT_TRUE(std::is_sorted(c.iv_as.rbegin(), c.iv_as.rend())) << row.what;
+        }
+        if (!row.falls) {
+            EXPECT_TRUE(std::is_sorted(c.iv_as.begin(), c.iv_as.end())) << row.what;
+        }
+        for (std::size_t i = 0; i < c.points(); ++i) {
+            const double V = row.sign_V * c.iv_as[i];
+            const auto k = static_cast<std::size_t>(std::lround((V + 0.2) / 0.1));
+            ASSERT_LT(k, reference.points()) << row.what;
+            EXPECT_NEAR(V, reference.iv_as[k], 1e-12) << row.what;
+            // Two ways to the same voltage differ by the termination of 1e-3 kT.
+            EXPECT_NEAR(row.sign_J * c.ivcurrent[i], reference.ivcurrent[k], 2e-3) << row.what << ' ' << V;
+        }
+    }
+}
+
+TEST(IvSweep, StopsOnePointBehindVoc)
+{
+    struct Row {
+        const char* what;
+        double start, stop;
+        int points;
+        double first, last;
+    };
+    const Row rows[] = {
+        {"one leg", 0.0, 1.0, 21, 0.0, 0.65},
+        {"two legs: only the rest of the first is cut", -0.1, 1.0, 23, -0.1, 0.65},
+    };
+    for (const Row& row : rows) {
+        const auto session = session_with("silicon-pn");
+        session->simulation.panel.actions.stopAfterVoc = true;
+        const IvCurve& c = silicon(*session, row.start, row.stop, row.points).iv;
+        ASSERT_GE(c.points(), 2u) << row.what;
+        EXPECT_NEAR(c.iv_as.front(), row.first, 1e-12) << row.what;
+        EXPECT_NEAR(c.iv_as.back(), row.last, 1e-12) << row.what;
+        EXPECT_GT(c.ivcurrent.back(), 0.0) << row.what;
+        EXPECT_LT(c.ivcurrent[c.points() - 2], 0.0) << row.what;
+    }
+}
+
+TEST(IvSweep, SeriesAndShuntResistanceActOutsideTheDevice)
+{
+    const auto plain = session_with("silicon-pn");
+    const IvCurve bare = silicon(*plain, 0.0, 0.5, 6).iv;
+    const auto session = session_with("silicon-pn");
+    WorkPoint& wp = session->simulation.panel.workPoint;
+    wp.RsPresent = wp.GshPresent = true;
+    wp.Rs = 1e-4;   // 1 ohm cm2
+    wp.Gsh = 10.0;  // 1 mS/cm2
+    const IvCurve c = silicon(*session, 0.0, 0.5, 6).iv;
+    for (std::size_t i = 0; i < c.points(); ++i) {
+        const double J = bare.ivcurrent[i] + 1.0 * bare.iv_as[i];  // mA/cm2
+        EXPECT_NEAR(c.ivcurrent[i], J, 1e-9);
+        EXPECT_NEAR(c.iv_as[i], bare.iv_as[i] + 1e-3 * J, 1e-9);
+    }
+}
+
+TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
+{
+    struct Row {
+        const char* what;
+        void (*change)(Simulation&);
+        bool falsifies;
+        const char* named;
+    };
+    const Row rows[] = {
+        {"interface states", [](Simulation& s) { s.zonnecel.cell.interfaces[0].defect_count = 1; }, true,
+         "interface 1"},
+        {"graded layer", [](Simulation& s) { s.zonnecel.cell.layer[1].composition_mode = 1; }, true, "layer 2"},
+        {"grading law", [](Simulation& s) { s.zonnecel.cell.layer[0].material.Eg.law = Law::exponential; }, true,
+         "law 4"},
+        {"tunnelling into a contact",
+         [](Simulation& s) {
+             s.zonnecel.cell.right.tunneling = true;
+             s.problem.input.convergence.Tunnelcontact_allowed = 1;
+         },
+         true, "right contact"},
+        {"tunnelling that is switched off", [](Simulation& s) { s.zonnecel.cell.right.tunneling = true; }, false,
+         nullptr},
+        {"quantum efficiency", [](Simulation& s) { s.panel.actions.QE_calculate = true; }, false, "quantum"},
+        {"coupling scheme", [](Simulation& s) { s.problem.input.convergence.coupling_scheme = 12; }, false, "12"},
+    };
+    for (const Row& row : rows) {
+        const auto session = session_with("silicon-pn");
+        session->simulation.panel.actions.IV_points = 2;
+        row.change(session->simulation);
+        const SimulateOutcome outcome = Simulate(*session);
+        EXPECT_EQ(outcome, row.falsifies ? SimulateOutcome::refused : SimulateOutcome::done) << row.what;
+        EXPECT_EQ(session->simulation.results.empty(), row.falsifies) << row.what;
+        ASSERT_EQ(session->unsupported.size(), row.named != nullptr ? 1u : 0u) << row.what;
+        if (row.named != nullptr) {
+            EXPECT_NE(session->unsupported[0].find(row.named), std::string::npos) << row.what;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace kovin

@@ -1,0 +1,109 @@
+// The program from outside: exit statuses, files, what goes to which stream.
+#include "base/scratch_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <sstream>
+
+namespace kovin {
+namespace {
+
+const std::string home = std::string(KOVIN_SOURCE_DIR) + "/home";
+
+struct Ended {
+    int status;
+    std::string out, err;
+};
+
+std::string contents(const std::filesystem::path& file)
+{
+    std::ostringstream text;
+    text << std::ifstream(file, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+/// Runs the program; its own home is that beside it.
+Ended kovin(const ScratchFolder& scratch, const std::string& arguments)
+{
+    const auto out = scratch.path() / "stdout", err = scratch.path() / "stderr";
+    const std::string line = "cd '" + scratch.path().string() + "' && '" KOVIN_PROGRAM "' " + arguments + " > '" +
+                             out.string() + "' 2> '" + err.string() + "'";
+    const int code = std::system(line.c_str());
+    return {WIFEXITED(code) ? WEXITSTATUS(code) : -1, contents(out), contents(err)};
+}
+
+TEST(Program, EndsWithTheStatusThatTellsWhy)
+{
+    const ScratchFolder scratch;
+    scratch.put("broken.def", "layer\nname : x\nd : many [m]\n");
+    scratch.put("a file", "in the way of a folder");
+    std::filesystem::copy(home + "/def/silicon-pn.def", scratch.path() / "my cell.def");
+    const std::string cell = home + "/def/silicon-pn.def";
+    struct Row {
+        const char* what;
+        std::string arguments;
+        int status;
+        const char* on_stderr;
+    };
+    const Row rows[] = {
+        {"no arguments", "", 2, "kovin"},
+        {"unknown option", "--nonsense", 2, "nonsense"},
+        {"help", "--help", 0, ""},
+        {"version", "--version", 0, ""},
+        {"loads and ends", "'" + cell + "'", 0, ""},
+        {"cell without a file", "run missing.def -o out", 3, "missing.def"},
+        {"loading without a file", "missing.def", 3, "missing.def"},
+        {"damaged cell", "run broken.def -o out", 3, "many"},
+        {"no cell", "run x.act -o out", 3, ".def"},
+        {"unknown kind of file", "run readme.txt '" + cell + "' -o out", 3, "readme.txt"},
+        {"kind that is not there yet", "x.script", 3, "x.script"},
+        {"light without a file", "run '" + cell + "' moon.spe -o out", 3, "moon.spe"},
+        {"results where a file is", "run '" + cell + "' -o 'a file'", 6, "a file"},
+        {"physics that is not there yet", "run '" + home + "/def/metastable-cigs.def' -o out", 1, "metastable"},
+        {"no action list", "run 'my cell.def' -o out", 0, "no action list"},
+        {"results that are there", "run 'my cell.def' -o out", 6, "my cell.iv"},
+        {"and are overwritten", "run 'my cell.def' -o out -f", 0, ""},
+    };
+    for (const Row& row : rows) {
+        const Ended ended = kovin(scratch, row.arguments);
+        EXPECT_EQ(ended.status, row.status) << row.what << '\n' << ended.err;
+        EXPECT_NE(ended.err.find(row.on_stderr), std::string::npos) << row.what << '\n' << ended.err;
+    }
+    for (const char* kind : {"iv", "eb", "gen", "occ"})
+        EXPECT_TRUE(std::filesystem::exists(scratch.path() / "out" / (std::string("my cell.") + kind))) << kind;
+    EXPECT_FALSE(std::filesystem::exists(scratch.path() / "out/metastable-cigs.eb")) << "nothing half right";
+}
+
+TEST(Program, PutsDataOnStandardOutputAndFilesWhereTold)
+{
+    const ScratchFolder scratch;
+    const Ended run = kovin(scratch, "run silicon-pn.def --json -o out");
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out.find("{\"problem\":\"silicon-pn\",\"converged\":true,\"iv\":{\"Voc\":0.64"), 0u) << run.out;
+    EXPECT_NE(run.out.find("\"points\":41}"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("/out/silicon-pn.iv\""), std::string::npos) << run.out;
+    EXPECT_EQ(run.out.substr(run.out.size() - 3), "]}\n");
+    EXPECT_NE(run.err.find("silicon-pn.act"), std::string::npos) << "the list beside the cell is taken, and told";
+
+    const std::string iv = contents(scratch.path() / "out/silicon-pn.iv");
+    EXPECT_EQ(iv.find("KOVIN 3.3.12 NARVEL-ODRIM: Version "), 0u);
+    EXPECT_NE(iv.find("\nVoc =\t"), std::string::npos);
+
+    // A generation file of a run can be the light of the next: same collection, no spectrum.
+    scratch.put("given.act",
+                "Temperature : 300 K\ndark : 0\ngeneration G(x) specified\ngeneration from file : 1\n"
+                "IV_startV : 0\nIV_stopV : 0.7\nIV_points : 15\nIV_calculate : 1\n");
+    const Ended given = kovin(scratch, "run silicon-pn.def given.act out/silicon-pn.gen --json -o again");
+    EXPECT_EQ(given.status, 0) << given.err;
+    const auto Voc_of = [](const std::string& json) {
+        const auto at = json.find("\"Voc\":");
+        return at == std::string::npos ? 0.0 : std::strtod(json.c_str() + at + 6, nullptr);
+    };
+    EXPECT_NEAR(Voc_of(given.out), Voc_of(run.out), 1e-3);
+}
+
+}  // namespace
+}  // namespace kovin
