@@ -1,0 +1,43 @@
+// Sessions share nothing: two on two threads give the same bits as two runs one after the other.
+#include "app/initialise.h"
+#include "app/load.h"
+#include "app/simulate.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <thread>
+
+namespace kovin {
+namespace {
+
+ResultTexts run(const std::string& cell)
+{
+    const auto session = std::make_unique<Session>();
+    Initialise(*session, std::filesystem::path(KOVIN_SOURCE_DIR) / "home", "kovin");
+    session->surroundings.clock.now = [] { return DateTime{}; };
+    if (!load_definition(*session, cell + ".def") || !load_action_list(*session, cell + ".act")) return {};
+    if (Simulate(*session) != SimulateOutcome::done) return {};
+    return result_texts(*session);
+}
+
+TEST(Session, TwoOnTwoThreadsGiveTheSameBitsAsTwoRuns)
+{
+    const ResultTexts cigs = run("cigs-baseline"), silicon = run("silicon-pn");
+    ASSERT_FALSE(cigs.iv.empty());
+    ASSERT_FALSE(silicon.eb.empty());
+    ResultTexts first, second;
+    std::thread a([&] { first = run("cigs-baseline"); });
+    std::thread b([&] { second = run("silicon-pn"); });
+    a.join();
+    b.join();
+    EXPECT_EQ(first.iv, cigs.iv);
+    EXPECT_EQ(first.eb, cigs.eb);
+    EXPECT_EQ(second.iv, silicon.iv);
+    EXPECT_EQ(second.eb, silicon.eb);
+    EXPECT_EQ(second.gen, silicon.gen);
+    EXPECT_EQ(second.occ, silicon.occ);
+}
+
+}  // namespace
+}  // namespace kovin
