@@ -72,7 +72,9 @@ void add_block(Block& block, double x0, const Mesh& mesh, const GenerationParame
     Lane c, back;
     for (std::size_t l = 0; l < width; ++l) {
         const double trip = work.exp_E[0][l] * work.exp_D[N - 1][l];  // exp(-T), back and forth
-        c[l] = block.flux[l] / (1.0 - gp.Rfront * block.Rb[l] * trip);
+        // Light that no layer absorbs between two perfect mirrors goes round for ever and generates nothing.
+        const double lost = 1.0 - gp.Rfront * block.Rb[l] * trip;
+        c[l] = lost > 0.0 ? block.flux[l] / lost : 0.0;
         back[l] = block.Rb[l] * through[l];
     }
     for (std::size_t i = 0; i < N; ++i) {
