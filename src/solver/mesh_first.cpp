@@ -18,8 +18,9 @@ std::vector<double> layer_points(double d, double screening, double x0, int budg
 {
     double step = std::min(screening, smallest_step_m / x0);
     const double wanted = std::min(d / points_max / 2.0, screening);
-    const double count = std::min(d / wanted, 1e6);  // cut before the conversion: a tiny length gives a huge count
-    const int n = std::min(std::clamp(static_cast<int>(count), points_min, points_max), budget);
+    const double count = d / wanted;  // compared before the conversion: huge for a tiny length, NaN without one
+    const int wished = count < points_max ? std::max(static_cast<int>(count), points_min) : points_max;
+    const int n = std::min(wished, budget);
     step = std::min(step, 0.8 * d / n);
 
     // Intervals grow from `step` at both ends to a maximum in the middle.
