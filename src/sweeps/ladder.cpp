@@ -20,10 +20,20 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace kovin {
 
 namespace {
+
+/// Two usable cut-off wavelengths: positive, in rising order, apart.
+void CheckCutoffWavelengths(double& shorter, double& longer)
+{
+    for (double* lambda : {&shorter, &longer})
+        if (*lambda < 0.0) *lambda = 1.0;
+    if (longer < shorter) std::swap(shorter, longer);
+    if (longer - shorter <= 1e-4) longer = shorter + 1.0;
+}
 
 /// The running records from the panel: the polarity is applied here and nowhere else.
 void read_panel(Simulation& s)
@@ -33,6 +43,7 @@ void read_panel(Simulation& s)
         polarity_of(cell.voltage_reference, cell.reference_system, s.problem.input.convergence.allow_references != 0);
     s.wp = s.panel.workPoint;
     s.wp.V *= s.polarity.V;
+    if (s.wp.cutOff) CheckCutoffWavelengths(s.wp.lambdaShort, s.wp.lambdaLong);
     s.actie = s.panel.actions;
     for (double* V : {&s.actie.IV_startV, &s.actie.IV_stopV, &s.actie.CV_startV, &s.actie.CV_stopV}) *V *= s.polarity.V;
 }
