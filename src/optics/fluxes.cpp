@@ -1,5 +1,6 @@
 #include "optics/fluxes.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cmath>
 
@@ -18,10 +19,14 @@ struct Block {
     Lane flux{}, Rb{};
 };
 
-/// exp(-alpha h) of every lane.
+/// exp(-alpha h) of every lane. Beyond all band gaps, half of a solar spectrum's rows, nothing is absorbed.
 Lane attenuation(const Lane& alpha, double h)
 {
     Lane result;
+    if (std::all_of(alpha.begin(), alpha.end(), [](double a) { return a == 0.0; })) {
+        result.fill(1.0);
+        return result;
+    }
     for (std::size_t l = 0; l < width; ++l) result[l] = std::exp(-(alpha[l] * h));
     return result;
 }

@@ -7,24 +7,21 @@ namespace kovin {
 
 namespace {
 
-/// Largest magnitude of a row; a row of zeros, infinities or NaN has no usable scale.
-bool usable(double scale) { return scale > 0.0 && std::isfinite(scale); }
-
-double row_scale(const Workspace& w, std::size_t i)
+/// Divides the rows first to last by their largest elements. A row of zeros, infinities or NaN becomes NaN, which
+/// spreads over the whole solution and is found at its end.
+void scale_rows(Workspace& w, std::size_t first, std::size_t last)
 {
-    return std::max(std::max(std::fabs(w.sub[i]), std::fabs(w.main[i])),
-                    std::max(std::fabs(w.super[i]), std::fabs(w.res[i])));
-}
-
-bool scale_row(Workspace& w, std::size_t i, double scale)
-{
-    if (!usable(scale)) return false;
-    const double s = 1.0 / scale;
-    w.sub[i] *= s;
-    w.main[i] *= s;
-    w.super[i] *= s;
-    w.res[i] *= s;
-    return true;
+    double *sub = w.sub.data(), *main = w.main.data(), *super = w.super.data(), *res = w.res.data();
+#pragma GCC ivdep
+    for (std::size_t i = first; i <= last; ++i) {
+        const double size =
+            std::max(std::max(std::fabs(sub[i]), std::fabs(main[i])), std::max(std::fabs(super[i]), std::fabs(res[i])));
+        const double s = 1.0 / size;
+        sub[i] *= s;
+        main[i] *= s;
+        super[i] *= s;
+        res[i] *= s;
+    }
 }
 
 }  // namespace
@@ -32,33 +29,43 @@ bool scale_row(Workspace& w, std::size_t i, double scale)
 bool calculate_dc_delta_u_or_v(Workspace& w)
 {
     const std::size_t N = w.res.size();
-    for (std::size_t i = 0; i < N; ++i)
-        if (!scale_row(w, i, row_scale(w, i))) return false;
-    double a = w.main[0];
-    if (a == 0.0) return false;
-    w.delta[0] = w.res[0] / a;
-    for (std::size_t i = 1; i < N; ++i) {
-        w.t[i] = w.super[i - 1] / a;
-        a = w.main[i] - w.t[i] * w.sub[i];
-        if (a == 0.0) return false;
-        w.delta[i] = (w.res[i] - w.delta[i - 1] * w.sub[i]) / a;
+    scale_rows(w, 0, N - 1);
+    // Elimination from both ends towards the middle: each pivot waits for the division of the one before, and two such
+    // chains run side by side. t couples a point to its neighbour on the side of the middle.
+    const std::size_t middle = N / 2;
+    double t_left = 0.0, t_right = 0.0, d_left = 0.0, d_right = 0.0;
+    for (std::size_t k = 0; k < middle; ++k) {
+        const std::size_t i = k, m = N - 1 - k;
+        const double a = w.main[i] - t_left * w.sub[i];
+        t_left = w.t[i] = w.super[i] / a;
+        d_left = w.delta[i] = (w.res[i] - d_left * w.sub[i]) / a;
+        if (m == middle) break;  // an even number of points: one less on the right
+        const double b = w.main[m] - t_right * w.super[m];
+        t_right = w.t[m] = w.sub[m] / b;
+        d_right = w.delta[m] = (w.res[m] - d_right * w.super[m]) / b;
     }
-    for (std::size_t i = N - 1; i-- > 0;) w.delta[i] -= w.delta[i + 1] * w.t[i + 1];
-    return std::isfinite(w.delta[0]);
+    const double a = w.main[middle] - t_left * w.sub[middle] - t_right * w.super[middle];
+    w.delta[middle] = (w.res[middle] - d_left * w.sub[middle] - d_right * w.super[middle]) / a;
+    for (std::size_t i = middle; i-- > 0;) w.delta[i] -= w.delta[i + 1] * w.t[i];
+    for (std::size_t i = middle + 1; i < N; ++i) w.delta[i] -= w.delta[i - 1] * w.t[i];
+    return std::isfinite(w.delta.front()) && std::isfinite(w.delta.back());
 }
 
 bool calculate_dc_delta_psi(const Mesh& mesh, Workspace& w)
 {
     const std::size_t N = w.res.size(), layers = static_cast<std::size_t>(mesh.nlayers);
     const auto last_of = [&](std::size_t j) { return static_cast<std::size_t>(mesh.last[j]); };
-    for (std::size_t j = 0, i = 0; j < layers; ++j)
-        for (; i <= last_of(j); ++i) {
-            double scale = row_scale(w, i);
-            const bool has_extra = i == last_of(j) && j + 1 < layers;
-            if (has_extra) scale = std::max(scale, std::fabs(w.extra[j]));
-            if (!scale_row(w, i, scale)) return false;
-            if (has_extra) w.extra[j] /= scale;
+    for (std::size_t j = 0, first = 0; j < layers; first = last_of(j++) + 1) {
+        const std::size_t l = last_of(j);
+        if (j + 1 == layers) {
+            scale_rows(w, first, l);
+            break;
         }
+        scale_rows(w, first, l - 1);
+        double size = std::fabs(w.extra[j]);
+        for (double element : {w.sub[l], w.main[l], w.super[l], w.res[l]}) size = std::max(size, std::fabs(element));
+        for (double* element : {&w.sub[l], &w.main[l], &w.super[l], &w.res[l], &w.extra[j]}) *element /= size;
+    }
     double a = w.main[0];
     if (a == 0.0) return false;
     w.delta[0] = w.res[0] / a;

@@ -44,8 +44,9 @@ struct BernoulliPair {
 [[nodiscard]] inline BernoulliPair bernoulli_pair(double x)
 {
     const double t = std::fabs(x);
-    // t/2 of 1 - t/2 + t^2/12 is exact to rounding below 1e-4 with the quadratic term.
-    const double b = t < 1e-4 ? 1.0 + t * (t / 12.0 - 0.5) : t / std::expm1(t);
+    // 1 - t/2 + t^2/12 - t^4/720; the next term, t^6/30240, is below rounding for t < 0.01. In neutral regions nearly
+    // all intervals are such.
+    const double b = t < 0.01 ? 1.0 + t * (t * (1.0 / 12.0 - t * t / 720.0) - 0.5) : t / std::expm1(t);
     const double other = b + t;
     return x < 0.0 ? BernoulliPair{other, b} : BernoulliPair{b, other};
 }

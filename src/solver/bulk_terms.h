@@ -11,14 +11,23 @@
 
 namespace kovin {
 
+/// What a step reads of the terms; the others of DcTerms are then left as they are.
+enum class Terms {
+    all,
+    psi,  ///< rho, drho_dpsi
+    u,    ///< rec, drec_du
+    v     ///< rec, drec_dv
+};
+
 /// Adds one discrete energy to the terms.
-void rdcbijdrage_een_niveau(const DefectEnergy& level, const CalculationVariables& cv, DcTerms& out);
+void rdcbijdrage_een_niveau(const DefectEnergy& level, const CalculationVariables& cv, DcTerms& out,
+                            Terms terms = Terms::all);
 
 /// Adds K_rad (n p - ni^2) + (Cn n + Cp p)(n p - ni^2) at the points first to last.
 void rdcbijdrage_radiative_auger(const OnMesh& on, std::size_t first, std::size_t last, const CalculationVariables& cv,
                                  DcTerms& out);
 
 /// All bulk contributions of the present state into cv.terms_total.
-void totale_rdcbijdrage(const Problem& problem, CalculationVariables& cv);
+void totale_rdcbijdrage(const Problem& problem, CalculationVariables& cv, Terms terms = Terms::all);
 
 }  // namespace kovin

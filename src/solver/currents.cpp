@@ -29,7 +29,8 @@ void currents_of_layer(const Problem& problem, const CalculationVariables& cv, s
     for (std::size_t i = first; i <= last; ++i) c.j_tot[i] = c.j_n[i] + c.j_p[i];
 }
 
-double median_of(std::vector<double> values)
+/// The median; reorders the values.
+double median_of(std::vector<double>& values)
 {
     const auto half = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), half, values.end());
@@ -45,7 +46,8 @@ void extraheer_stroom(const Problem& problem, CalculationVariables& cv, CurrentP
     for (auto* j : {&profile.j_n, &profile.j_p, &profile.j_tot}) j->resize(N);
     for (std::size_t j = 0; j < at(cv.mesh.nlayers); ++j)
         currents_of_layer(problem, cv, at(cv.mesh.first[j]), at(cv.mesh.last[j]), profile);
-    cv.J_median = median_of(profile.j_tot);
+    profile.sorted = profile.j_tot;
+    cv.J_median = median_of(profile.sorted);
     cv.J_spread = 0.0;
     for (const double J : profile.j_tot) cv.J_spread = std::max(cv.J_spread, std::fabs(J - cv.J_median));
     const ConvergenceParameters& settings = problem.set3.convergence;

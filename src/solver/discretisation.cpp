@@ -99,8 +99,8 @@ void discretise(const CalculationParameters& set3, const Mesh& mesh, Discretisat
 
 void Workspace::resize(std::size_t points, std::size_t layers)
 {
-    for (auto* v : {&res, &sub, &main, &super, &delta, &t, &rho_total, &psi_before, &Fn_before, &Fp_before, &sorted,
-                    &currents.j_n, &currents.j_p, &currents.j_tot})
+    for (auto* v : {&res, &sub, &main, &super, &delta, &t, &rho_total, &psi_before, &Fn_before, &Fp_before,
+                    &currents.j_n, &currents.j_p, &currents.j_tot, &currents.sorted})
         v->assign(points, 0.0);
     extra.assign(layers, 0.0);
     E.assign(layers, 0.0);

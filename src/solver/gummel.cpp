@@ -25,7 +25,7 @@ void tell_limit(const Problem& problem, const char* variable, int count)
 
 bool solve_poisson_step(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
-    totale_rdcbijdrage(problem, cv);
+    totale_rdcbijdrage(problem, cv, Terms::psi);
     total_charge(problem, cv, work.rho_total);
     calculate_dc_residue_psi(problem, cv, work.rho_total, work.res);
     calculate_dc_jacobian_psi(problem, cv, {work.sub, work.main, work.super}, work.extra);
@@ -87,7 +87,7 @@ bool dc_Gummel_iteration_u_or_v(const Problem& problem, Workspace& work, Calcula
             its = -1;
             return false;
         }
-        totale_rdcbijdrage(problem, cv);
+        totale_rdcbijdrage(problem, cv, electrons ? Terms::u : Terms::v);
         calculate_dc_residue(problem, cv, carrier, work.res);
         calculate_dc_jacobian(problem, cv, carrier, {work.sub, work.main, work.super});
         if (!calculate_dc_delta_u_or_v(work)) {

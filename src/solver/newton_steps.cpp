@@ -3,19 +3,29 @@
 #include "solver/estimates.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <limits>
 
 namespace kovin {
 
 double MaximumAbsoluteValue(std::span<const double> x)
 {
-    double largest = 0.0;
-    for (const double value : x) {
-        const double size = std::fabs(value);
-        if (!(size <= largest)) largest = size;  // takes over NaN, and then keeps it
-        if (std::isnan(largest)) break;
+    // Four maxima side by side; a comparison drops NaN, so that it is looked for by itself.
+    std::array<double, 4> lane{};
+    bool is_nan = false;
+    std::size_t i = 0;
+    for (; i + lane.size() <= x.size(); i += lane.size())
+        for (std::size_t l = 0; l < lane.size(); ++l) {
+            lane[l] = std::max(lane[l], std::fabs(x[i + l]));
+            is_nan |= x[i + l] != x[i + l];
+        }
+    for (; i < x.size(); ++i) {
+        lane[0] = std::max(lane[0], std::fabs(x[i]));
+        is_nan |= x[i] != x[i];
     }
-    return largest;
+    if (is_nan) return std::numeric_limits<double>::quiet_NaN();
+    return std::max(std::max(lane[0], lane[1]), std::max(lane[2], lane[3]));
 }
 
 double clamp_at(const ConvergenceParameters& settings, double final_clamp, int k)

@@ -60,7 +60,6 @@ struct Workspace {
     std::vector<double> extra, E;                         ///< elements outside the band, by interface
     std::vector<double> rho_total;
     std::vector<double> psi_before, Fn_before, Fp_before;  ///< state of the outer pass before
-    std::vector<double> sorted;                            ///< of the median
     CurrentProfile currents;
     void resize(std::size_t points, std::size_t layers);
 };

@@ -34,6 +34,7 @@ struct DcTerms {
 /// Current densities at the mesh points [mA/cm2], positive from left to right.
 struct CurrentProfile {
     std::vector<double> j_n, j_p, j_tot;
+    std::vector<double> sorted;  ///< work space of the median
 };
 
 /// All arrays have one value a mesh point; a quantity of the interval (i - 1, i) stands at i.

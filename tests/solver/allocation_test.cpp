@@ -1,0 +1,44 @@
+// A solve takes no memory: everything that the outer iteration works on is there before it.
+//
+// Counts what the program's allocation function hands out. It stands in for the standard one in the whole test
+// program, and does the same beside counting.
+#include "solver/devices.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<long> allocations{0};
+
+}  // namespace
+
+void* operator new(std::size_t size)
+{
+    allocations.fetch_add(1, std::memory_order_relaxed);
+    if (void* block = std::malloc(size > 0 ? size : 1)) return block;
+    throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+
+namespace kovin::testing {
+namespace {
+
+TEST(Allocation, NoneInASolveAfterTheFirst)
+{
+    Device device(thin_film_cell());
+    device.illuminate_exponentially(30.0, 3e-7);
+    ASSERT_TRUE(device.solve_equilibrium());
+    ASSERT_TRUE(device.solve());
+    const long before = allocations.load();
+    ASSERT_TRUE(device.go_to(0.3, 15));
+    EXPECT_EQ(allocations.load() - before, 0);
+    EXPECT_GT(before, 0) << "nothing is counted";
+}
+
+}  // namespace
+}  // namespace kovin::testing
