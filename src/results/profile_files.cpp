@@ -139,6 +139,25 @@ std::vector<DefectColumn> occupation_columns(const ProfileSource& source)
     return columns;
 }
 
+/// One line per defect that is no single level: layer and defect from 1, distribution, its discrete energies [eV].
+std::string distributions_text(const ProfileSource& source)
+{
+    std::string text;
+    const DefectEnergy* before = nullptr;
+    for (const DefectEnergy& level : source.problem.defects.energies) {
+        const auto layer = static_cast<std::size_t>(level.layer), defect = static_cast<std::size_t>(level.defect);
+        const EnergyDistribution kind = source.problem.set3.layer[layer].srh[defect][0].energy_distribution;
+        if (kind == EnergyDistribution::single) continue;
+        if (before == nullptr || before->layer != level.layer || before->defect != level.defect)
+            text += '\n' + integer(level.layer + 1) + ',' + integer(level.defect + 1) + '\t' +
+                    std::string(energy_distribution_words[static_cast<std::size_t>(kind)]);
+        text += '\t' + fixed(level.energy, 0, 4);
+        before = &level;
+    }
+    return text.empty() ? text
+                        : "The energydistribution of the defects which are not single level are:" + text + "\n\n";
+}
+
 void append_titles(std::string& out, std::span<const DefectColumn> columns)
 {
     for (const DefectColumn& column : columns) out += '\t' + column.title;
@@ -202,6 +221,7 @@ std::string ft_naar_file(const ProfileSource& source, const Profiles& profiles)
         "Legend:\n=======\n"
         "All following properties are split up per layer and per defect in this layer, per charge state transition "
         "in this defect and per energy if there is an energydistribution\n\n";
+    out += distributions_text(source);
     out += "x (um)";
     append_titles(out, columns);
     for (std::size_t i = 0; i < profiles.x_um.size(); ++i) {
