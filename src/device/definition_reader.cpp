@@ -9,6 +9,7 @@
 #include "device/work_point.h"
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 
 namespace kovin {
@@ -141,6 +142,7 @@ void read_working_point(Reading& reading)
     KeyedSource& source = reading.source;
     DefinitionWorkPoint& point = reading.definition.workPoint;
     CellParameters& cell = reading.cell();
+    bool has_reflection = false;
     const auto sign = [&](std::string_view key, int& target, int low) {
         int found = 0;
         if (!source.whole(key, found, low, 1)) return;
@@ -156,9 +158,16 @@ void read_working_point(Reading& reading)
         if (source.starts("illuminated")) {
             point.lightFromRight = !source.anywhere("left");
         } else if (source.starts("internal Rfront")) {
-            if (source.number("internal Rfront", point.Rfront, a_fraction)) point.Tfront = 1.0 - point.Rfront;
+            has_reflection = source.number("internal Rfront", point.Rfront, a_fraction);
+            if (has_reflection) point.Tfront = 1.0 - point.Rfront;
         } else if (source.starts("internal Tfront")) {
-            if (source.number("internal Tfront", point.Tfront, a_fraction)) point.Rfront = 1.0 - point.Tfront;
+            double Tfront = 0.0;
+            // Written with fewer digits than the reflection in front of it, which it must not spoil.
+            if (source.number("internal Tfront", Tfront, a_fraction) &&
+                !(has_reflection && std::abs(Tfront - point.Tfront) <= 0.5001e-4 * Tfront)) {
+                point.Tfront = Tfront;
+                point.Rfront = 1.0 - Tfront;
+            }
         } else if (source.starts("Series resistance :")) {
             source.flag("Series resistance :", point.RsPresent);
         } else if (source.starts("Rs [Ohm.m2]")) {

@@ -73,6 +73,36 @@ const Model& model_of_number(int number)
     return *square_root;
 }
 
+std::string_view model_parameter_name(int number, int parameter)
+{
+    constexpr std::string_view generation = "Total generation, phot/cm2/s", center = "Central position",
+                               width = "Full width of rectangle", decay = "Exponential decay distance",
+                               flux = "Total photon flux, photons/cm2/s", power = "Total power, suns",
+                               shortest = "Short wavelength limit, nm", longest = "Long wavelength limit, nm",
+                               middle = "Central wavelength, nm", band = "Total band width, nm";
+    struct Names {
+        int number;
+        std::string_view of[4];
+    };
+    constexpr Names names[] = {
+        {21, {generation}},
+        {22, {generation, decay}},
+        {23, {generation, decay}},
+        {24, {generation, center, width}},
+        {25, {generation, center, "Standard deviation"}},
+        {26, {generation, center, width, decay}},
+        {27, {generation, center, width, "Standard deviation of gaussian tail"}},
+        {41, {flux, shortest, longest}},
+        {42, {"Total photon power, suns", shortest, longest}},
+        {43, {power, "Black body temperature, K", shortest, longest}},
+        {44, {flux, middle, band}},
+        {45, {power, middle, band}},
+    };
+    for (const Names& row : names)
+        if (row.number == number && parameter >= 0 && parameter < 4) return row.of[static_cast<std::size_t>(parameter)];
+    return {};
+}
+
 int AbsorptionModelNumberToAbsorptionIndex(int number)
 {
     return is_absorption_number(number) ? number - first_absorption : square_root_index;

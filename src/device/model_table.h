@@ -15,6 +15,10 @@ namespace kovin {
 /// Row of a model number; the square-root law (63) for a number outside the table.
 [[nodiscard]] const Model& model_of_number(int number);
 
+/// Name of a value of a spectrum or generation model, unit included, as result files show it.
+/// @param parameter  from 0; empty for a value that the model does not have, and for absorption models
+[[nodiscard]] std::string_view model_parameter_name(int number, int parameter);
+
 /// Position of an absorption model in an AbsorptionModelSet; 2 for a number outside 61 to 66.
 [[nodiscard]] int AbsorptionModelNumberToAbsorptionIndex(int number);
 

@@ -1,6 +1,7 @@
 #include "results/header.h"
 
 #include "base/text_format.h"
+#include "device/model_table.h"
 
 namespace kovin {
 
@@ -32,7 +33,7 @@ void write_model(std::string& out, const Model& model)
 {
     out += model.name + '\n';
     for (int i = 0; i < model.parameters; ++i)
-        out += "parameter " + integer(i + 1) + ":\t" + model.name + '\t' +
+        out += "parameter " + integer(i + 1) + ":\t" + std::string(model_parameter_name(model.number, i)) + '\t' +
                scientific(model.values[static_cast<std::size_t>(i)], 16, 8) + '\n';
 }
 

@@ -186,6 +186,26 @@ TEST(DefinitionReader, WorkingPointAndReferences)
     EXPECT_EQ(d.input.cell.cell.current_sign, -1);
 }
 
+TEST(DefinitionReader, TransmissionOfTheFrontDoesNotRoundTheReflection)
+{
+    struct Row {
+        const char* lines;
+        double Rfront;
+    };
+    // The transmission is written with four digits; only one that says something else counts.
+    constexpr Row rows[] = {
+        {"internal Rfront : 0.12345678\ninternal Tfront : 8.7654e-01\n", 0.12345678},
+        {"internal Rfront : 0.00001\ninternal Tfront : 1.0000e+00\n", 0.00001},
+        {"internal Rfront : 0.25\ninternal Tfront : 8.0000e-01\n", 0.2},
+        {"internal Tfront : 9.9999e-01\n", 1.0 - 9.9999e-01},
+    };
+    for (const Row& row : rows) {
+        const Definition d = read(layer + "front contact\nSn : 1e5\nworking point\n" + row.lines);
+        EXPECT_DOUBLE_EQ(d.workPoint.Rfront, row.Rfront) << row.lines;
+        EXPECT_DOUBLE_EQ(d.workPoint.Tfront, 1.0 - row.Rfront) << row.lines;
+    }
+}
+
 TEST(DefinitionReader, TheSavedFileNamesWhatIsMissingInItsFolders)
 {
     Surroundings surroundings;
