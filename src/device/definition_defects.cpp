@@ -225,7 +225,7 @@ void read_defect_line(Reading& reading, Levels& levels, DefectReading& met)
 void finish_defect(KeyedSource& source, Levels& levels, const DefectReading& met)
 {
     if (levels[0].energy_distribution != EnergyDistribution::single && levels[0].Ekar <= 0.0) {
-        source.fail("Ekar", "the defect needs a characteristic energy above 0");
+        source.fail({}, "Ekar: the defect needs a characteristic energy above 0");
         return;
     }
     for (auto& level : levels) {
