@@ -22,14 +22,23 @@ void check_profile(const Profile& profile, const std::string& where, std::string
         names.push_back(where + "grading law " + integer(static_cast<long>(profile.law)) + " of " + std::string(what));
 }
 
-void check_absorption(const Absorption& absorption, const std::string& where, int composition_mode, Names& names)
+void check_models(const AbsorptionModelSet& set, const std::string& where, Names& names)
 {
-    // Only the pure material that the layer consists of is computed.
-    const bool material_B = composition_mode == 20;
-    if (material_B ? absorption.pure_B_from_file : absorption.pure_A_from_file) return;
-    for (const Model& model : (material_B ? absorption.model_B : absorption.model_A).models)
+    for (const Model& model : set.models)
         if (model.on && !absorption_model_is_computed(model.number))
             names.push_back(where + "absorption model '" + model.name + "'");
+}
+
+void check_absorption(const Absorption& absorption, const std::string& where, int composition_mode, Names& names)
+{
+    // Only the pure materials that the layer consists of are computed: one, or both where they mix.
+    const Law law = absorption.grading.law;
+    const bool mixes = composition_mode == 21 && law == Law::alpha_interpolation;
+    const bool only_B = composition_mode == 20 || law == Law::uniform_B;
+    if ((mixes || !only_B) && !absorption.pure_A_from_file) check_models(absorption.model_A, where, names);
+    if ((mixes || only_B) && !absorption.pure_B_from_file) check_models(absorption.model_B, where, names);
+    if (composition_mode == 21 && !mixes && law != Law::uniform && law != Law::uniform_B)
+        names.push_back(where + "grading law " + integer(static_cast<long>(law)) + " of the absorption");
 }
 
 void check_defect(const BulkRecombinationParameters& level, const std::string& where, Names& names)
@@ -45,7 +54,6 @@ void check_layer(std::size_t j, const LayerParameters& layer, bool tunneling_all
 {
     const std::string where = layer_name(j, layer);
     if (layer.composition_mode == 1) names.push_back(where + "graded composition");
-    if (layer.composition_mode == 21) names.push_back(where + "uniform composition y");
     for (const QuantityRow& row : graded_quantities())
         check_profile(layer.material.*row.member, where, row.word, names);
     check_absorption(layer.material.absorption, where, layer.composition_mode, names);

@@ -3,6 +3,7 @@
 #include "device/definition_reader.h"
 #include "device/unit_systems.h"
 #include "sweeps/ladder.h"
+#include "sweeps/supported.h"
 
 #include <gtest/gtest.h>
 
@@ -181,6 +182,34 @@ TEST(ShippedCells, FixedMeshIsFineEnough)
     EXPECT_NEAR(coarse.FF, fine.FF, 0.3);
     EXPECT_NEAR(coarse.Jsc / fine.Jsc, 1.0, 5e-3);
     EXPECT_NEAR((coarse.Jsc / generation[0]) / (fine.Jsc / generation[1]), 1.0, 2e-3);
+}
+
+// A layer of uniform composition y between two materials is the layer of the interpolated material.
+TEST(ShippedCells, UniformCompositionIsTheMaterialBetweenItsPureOnes)
+{
+    AtHome surroundings;
+    auto plain = sample(surroundings, "cigs-baseline"), mixed = sample(surroundings, "cigs-baseline");
+    ASSERT_TRUE(plain && mixed);
+    LayerParameters& layer = mixed->zonnecel.cell.layer[0];
+    layer.composition_mode = 21;
+    layer.composition.law = Law::uniform_y;
+    layer.composition.pure_A = layer.composition.left = layer.composition.right = 0.25;
+    // Linear in y, equal to the plain material at y = 1/4; the ends of the layer are left stale on purpose.
+    for (Profile MaterialParameters::*quantity :
+         {&MaterialParameters::chi, &MaterialParameters::eps, &MaterialParameters::mu_n, &MaterialParameters::Nc}) {
+        Profile& p = layer.material.*quantity;
+        p.law = Law::linear;
+        p.pure_A *= 0.9;
+        p.pure_B = p.left + 3.0 * (p.left - p.pure_A);
+    }
+    ASSERT_TRUE(unsupported_physics(*mixed).falsifies.empty());
+    const IvCurve reference = run(surroundings, *plain);
+    const IvCurve& curve = run(surroundings, *mixed);
+    ASSERT_EQ(curve.points(), reference.points());
+    for (std::size_t i = 0; i < curve.points(); ++i)
+        EXPECT_NEAR(curve.ivcurrent[i], reference.ivcurrent[i],
+                    1e-6 * std::max(33.0, std::fabs(reference.ivcurrent[i])))
+            << reference.iv_as[i];
 }
 
 }  // namespace
