@@ -16,14 +16,20 @@ std::atomic<long> allocations{0};
 
 }  // namespace
 
-void* operator new(std::size_t size)
+// Each form is replaced together with its partner: a block must go back the way it came, also under a sanitizer.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
     allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* block = std::malloc(size > 0 ? size : 1)) return block;
+    return std::malloc(size > 0 ? size : 1);
+}
+void* operator new(std::size_t size)
+{
+    if (void* block = operator new(size, std::nothrow)) return block;
     throw std::bad_alloc();
 }
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
 
 namespace kovin::testing {
 namespace {
