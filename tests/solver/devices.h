@@ -9,6 +9,7 @@
 #include "solver/outer_iteration.h"
 #include "solver/problem.h"
 #include "solver/state.h"
+#include "support/uniform_layer.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,7 +19,7 @@
 
 namespace kovin::testing {
 
-inline void set_uniform(Profile& p, double value) { p.pure_A = p.pure_B = p.left = p.right = value; }
+using test::set_uniform;
 
 struct LayerSketch {
     double d, Eg, chi, eps, Nc, Nv, mu_n, mu_p, Nd, Na;  ///< m, eV, eV, -, m^-3, m^-3, m2/Vs, m2/Vs, m^-3, m^-3
@@ -26,35 +27,28 @@ struct LayerSketch {
 
 inline LayerParameters& add_layer(CellParameters& cell, const LayerSketch& s)
 {
-    LayerParameters& layer = cell.layer[static_cast<std::size_t>(cell.layers++)];
-    layer.is_new = false;
-    MaterialParameters& m = layer.material;
-    m.d = s.d;
-    set_uniform(m.Eg, s.Eg);
-    set_uniform(m.chi, s.chi);
-    set_uniform(m.eps, s.eps);
-    set_uniform(m.Nc, s.Nc);
-    set_uniform(m.Nv, s.Nv);
-    set_uniform(m.mu_n, s.mu_n);
-    set_uniform(m.mu_p, s.mu_p);
-    set_uniform(m.Nd, s.Nd);
-    set_uniform(m.Na, s.Na);
-    UpdateThicknessInProfiles_Layer(layer);
+    const int number = cell.layers++;
+    LayerParameters& layer = cell.layer[static_cast<std::size_t>(number)];
+    test::set_layer(layer, number,
+                    {.d = s.d,
+                     .Eg = s.Eg,
+                     .chi = s.chi,
+                     .eps = s.eps,
+                     .Nc = s.Nc,
+                     .Nv = s.Nv,
+                     .Na = s.Na,
+                     .Nd = s.Nd,
+                     .mu_n = s.mu_n,
+                     .mu_p = s.mu_p});
     return layer;
 }
 
 inline BulkRecombinationParameters& add_defect(LayerParameters& layer, DefectType type, double Nt, double Et,
                                                double sigma_n, double sigma_p)
 {
-    BulkRecombinationParameters& level = layer.srh[static_cast<std::size_t>(layer.srhteller++)][0];
-    level.defectType = type;
-    level.aard = type == DefectType::donor      ? LevelType::plus_zero
-                 : type == DefectType::acceptor ? LevelType::zero_minus
-                                                : LevelType::neutral;
-    level.Et = Et;
+    BulkRecombinationParameters& level = test::add_defect(layer, type, EnergyDistribution::single, Et, Nt);
     level.sigma_n = sigma_n;
     level.sigma_p = sigma_p;
-    set_uniform(level.Nt, Nt);
     return level;
 }
 
