@@ -4,6 +4,7 @@
 #include "solver/problem.h"
 #include "solver/state.h"
 
+#include <span>
 #include <vector>
 
 namespace kovin {

@@ -66,7 +66,7 @@ void calculate_dc_residue(const Problem& problem, const CalculationVariables& cv
 {
     const View w = view_of(problem, cv, carrier);
     const auto& rec = cv.terms_total.rec;
-    const auto G = problem.G;
+    const auto& G = problem.G;
     const auto half_cell = [&](std::size_t k, std::size_t m) {
         return -w.factor[k] * w.source[k] * (neighbour_half_cell * (rec[m] - G[m]) + own_half_cell * (rec[k] - G[k]));
     };

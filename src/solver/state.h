@@ -12,6 +12,7 @@
 #include "device/mesh.h"
 
 #include <algorithm>
+#include <array>
 #include <vector>
 
 namespace kovin {
@@ -29,6 +30,21 @@ struct DcTerms {
         for (auto* a : {&rho, &drho_dpsi, &drho_du, &drho_dv, &rec, &drec_dpsi, &drec_du, &drec_dv})
             std::fill(a->begin(), a->end(), 0.0);
     }
+};
+
+/// States at one interface: their charge, the currents of carriers they take from the left and the right layer, and the
+/// derivatives of all of these to u and v at both sides. Currents in the flux unit D0 N0/x0 of the layer on their side.
+/// psi acts through the densities alone: see dpsi_left and dpsi_right.
+struct InterfaceTerms {
+    double rho_if = 0.0;        ///< sheet charge [C/m2]
+    double drho_if_dpsi = 0.0;  ///< with psi of both sides moving together
+    double drho_if_du_left = 0.0, drho_if_du_right = 0.0, drho_if_dv_left = 0.0, drho_if_dv_right = 0.0;
+    double In_left = 0.0, In_right = 0.0;  ///< electrons
+    double Ip_left = 0.0, Ip_right = 0.0;  ///< holes
+    double dIn_left_du_left = 0.0, dIn_left_du_right = 0.0, dIn_left_dv_left = 0.0, dIn_left_dv_right = 0.0;
+    double dIn_right_du_left = 0.0, dIn_right_du_right = 0.0, dIn_right_dv_left = 0.0, dIn_right_dv_right = 0.0;
+    double dIp_left_du_left = 0.0, dIp_left_du_right = 0.0, dIp_left_dv_left = 0.0, dIp_left_dv_right = 0.0;
+    double dIp_right_du_left = 0.0, dIp_right_du_right = 0.0, dIp_right_dv_left = 0.0, dIp_right_dv_right = 0.0;
 };
 
 /// Current densities at the mesh points [mA/cm2], positive from left to right.
@@ -50,6 +66,7 @@ struct CalculationVariables {
     std::vector<double> Bn_plus, Bn_min;  ///< Bern of +-((Gn + psi)[i] - (Gn + psi)[i-1]); 0 at i = 0
     std::vector<double> Bp_plus, Bp_min;  ///< the same with Gp
     DcTerms terms_total;
+    std::array<InterfaceTerms, max_interfaces> terms_interface;          ///< 0 where an interface has no states
     double V = 0.0;                                                      ///< [V]
     double V_kT = 0.0;                                                   ///< V/kT
     double max_delta_psi = 0.0, max_delta_Fn = 0.0, max_delta_Fp = 0.0;  ///< last updates [kT]

@@ -52,7 +52,7 @@ struct Simulation {
     /// What one solve reads.
     [[nodiscard]] Problem solver_problem(const Monitor* monitor) const
     {
-        return {set3, memory.grid, memory.defects, light.generation, monitor};
+        return {set3, memory.grid, memory.defects, memory.interface_states, light.generation, monitor};
     }
 };
 

@@ -116,7 +116,10 @@ public:
         G.assign(static_cast<std::size_t>(cv.mesh.N), 0.0);
     }
 
-    [[nodiscard]] Problem problem() const { return {set3, memory.grid, memory.defects, G, nullptr}; }
+    [[nodiscard]] Problem problem() const
+    {
+        return {set3, memory.grid, memory.defects, memory.interface_states, G, nullptr};
+    }
     bool solve_equilibrium() { return equilibrium(problem(), memory.work, cv); }
     bool solve() { return onder_belichting(problem(), memory.work, cv); }
     bool go_to(double V, int steps = 1) { return volgende_iv_punt(problem(), memory.work, cv, cv.V, V, steps + 1); }
