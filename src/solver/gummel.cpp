@@ -3,6 +3,7 @@
 #include "solver/band_solve.h"
 #include "solver/bulk_terms.h"
 #include "solver/estimates.h"
+#include "solver/iteration_limit.h"
 #include "solver/newton_steps.h"
 
 #include <cmath>
@@ -10,18 +11,6 @@
 namespace kovin {
 
 namespace {
-
-/// Action at an iteration limit: 1 message, 2 silent failure, 3 message and go on, 4 go on silently.
-enum LimitAction { message_and_fail = 1, go_on_with_message = 3, go_on = 4 };
-
-void tell_limit(const Problem& problem, const char* variable, int count)
-{
-    if (problem.monitor == nullptr) return;
-    problem.monitor->post({1,
-                           std::string("Max no of iterations exceeded during Gummel-calculation of variable ") +
-                               variable + "\nIteration count: " + std::to_string(count),
-                           0, 0});
-}
 
 bool solve_poisson_step(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
@@ -46,9 +35,7 @@ bool dc_Gummel_iteration_psi(const Problem& problem, Workspace& work, Calculatio
     for (int k = 0;; ++k) {
         cv.its_psi = k;
         if (k > limit) {
-            const int action = settings.on_limit_psi;
-            if (action == message_and_fail || action == go_on_with_message) tell_limit(problem, "psi", k);
-            if (action == message_and_fail || action == go_on_with_message || action == go_on) return true;
+            if (act_on_iteration_limit(problem, LimitedLoop::psi, settings.on_limit_psi, k)) return true;
             cv.its_psi = -1;
             return false;
         }
@@ -80,10 +67,7 @@ bool dc_Gummel_iteration_u_or_v(const Problem& problem, Workspace& work, Calcula
     for (int k = 0;; ++k) {
         its = k;
         if (k > limit) {
-            if (action == message_and_fail || action == go_on_with_message)
-                tell_limit(problem, electrons ? "'u' (function of electron density)" : "'v' (function of hole density)",
-                           k);
-            if (action == go_on_with_message || action == go_on) return true;
+            if (act_on_iteration_limit(problem, electrons ? LimitedLoop::u : LimitedLoop::v, action, k)) return true;
             its = -1;
             return false;
         }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/monitor.h"
+#include "base/report.h"
 #include "device/calculation_set.h"
 #include "device/mesh.h"
 #include "solver/state.h"
@@ -89,6 +90,7 @@ struct Problem {
     const InterfaceStates& interface_states;
     const std::vector<double>& G;      ///< generation at the mesh points [D0 N0/x0^2]
     const Monitor* monitor = nullptr;  ///< asked for a stop between two passes
+    Report* report = nullptr;          ///< told when a loop comes to its limit, if the settings ask for it
 };
 
 /// Everything of a Problem that is computed from calculation set and mesh.

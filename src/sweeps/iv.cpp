@@ -104,7 +104,7 @@ SweepOutcome calciv(Surroundings& surroundings, Simulation& simulation, const St
     simulation.failures.IV = false;
 
     const auto solve_from = [&](double Vfrom, double Vto) {
-        return volgende_iv_punt(simulation.solver_problem(&monitor), simulation.memory.work, cv, Vfrom, Vto, 2);
+        return volgende_iv_punt(simulation.solver_problem(surroundings), simulation.memory.work, cv, Vfrom, Vto, 2);
     };
     const auto solve_from_start = [&](double Vto) {
         ReturnToAKnownStartingPoint(

@@ -106,14 +106,14 @@ bool CheckConvergenceFailure(Surroundings& surroundings, const Simulation& s, bo
 bool calculate_equilibrium(Surroundings& surroundings, Simulation& s)
 {
     surroundings.monitor.post({.status = 1, .text = "calculating equilibrium ..."});
-    const bool converged = equilibrium(s.solver_problem(&surroundings.monitor), s.memory.work, s.currentCalcVars);
+    const bool converged = equilibrium(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars);
     s.evenwichtcv = s.currentCalcVars;
     s.failures.equilibrium = !converged;
     return CheckConvergenceFailure(surroundings, s, converged, s.equiberekend, "equilibrium");
 }
 
 /// On a fixed mesh the light comes up in steps, logarithmically from 1e-10 to 1.
-bool light_up(const Monitor& monitor, Simulation& s)
+bool light_up(Surroundings& surroundings, Simulation& s)
 {
     const int n = std::max(s.panel.workPoint.numberOfPoints, 2);
     const bool ramp = s.set3.convergence.recalculate_mesh == 0;
@@ -122,7 +122,7 @@ bool light_up(const Monitor& monitor, Simulation& s)
     for (int i = ramp ? 0 : n - 1; i < n && converged; ++i) {
         const double factor = i == n - 1 ? 1.0 : 1e-10 * std::pow(1e-10, -static_cast<double>(i) / (n - 1));
         for (std::size_t k = 0; k < G.size(); ++k) s.light.generation[k] = factor * G[k];
-        converged = onder_belichting(s.solver_problem(&monitor), s.memory.work, s.currentCalcVars);
+        converged = onder_belichting(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars);
     }
     s.light.generation = G;
     return converged;
@@ -138,7 +138,7 @@ bool calculate_short_circuit(Surroundings& surroundings, Simulation& s)
     }
     surroundings.monitor.post({.status = 1, .text = "calculating short circuit ..."});
     s.currentCalcVars = s.evenwichtcv;
-    const bool converged = light_up(surroundings.monitor, s);
+    const bool converged = light_up(surroundings, s);
     s.failures.short_circuit = !converged;
     s.JShortCircuit = converged ? s.currentCalcVars.J_median : 0.0;
     if (converged) s.kortsluitcv = s.currentCalcVars;
@@ -158,8 +158,8 @@ bool calculate_work_point(Surroundings& surroundings, Simulation& s)
     surroundings.monitor.post(
         {.status = 1, .text = "calculating working point V = " + fixed(s.wp.V * s.polarity.V, 0, 3) + " Volt"});
     s.currentCalcVars = s.kortsluitcv;
-    const bool converged = volgende_iv_punt(s.solver_problem(&surroundings.monitor), s.memory.work, s.currentCalcVars,
-                                            0.0, s.wp.V, s.wp.numberOfPoints);
+    const bool converged = volgende_iv_punt(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars, 0.0,
+                                            s.wp.V, s.wp.numberOfPoints);
     s.failures.work_point = !converged;
     s.JWorkingPoint = converged ? s.currentCalcVars.J_median : 0.0;
     if (converged) s.werkpuntcv = s.currentCalcVars;

@@ -50,9 +50,14 @@ struct Simulation {
     std::vector<DataListElement> results;
 
     /// What one solve reads.
-    [[nodiscard]] Problem solver_problem(const Monitor* monitor) const
+    [[nodiscard]] Problem solver_problem(const Monitor* monitor, Report* report = nullptr) const
     {
-        return {set3, memory.grid, memory.defects, memory.interface_states, light.generation, monitor};
+        return {set3, memory.grid, memory.defects, memory.interface_states, light.generation, monitor, report};
+    }
+    /// With the user's wish to stop and the door for messages.
+    [[nodiscard]] Problem solver_problem(Surroundings& surroundings) const
+    {
+        return solver_problem(&surroundings.monitor, &surroundings.report);
     }
 };
 

@@ -112,7 +112,7 @@ StartOutcome CalculateStartingPoint(Surroundings& surroundings, Simulation& simu
     surroundings.monitor.post({.status = 1,
                                .text = name + ": from actual " + shown(decision.Vfrom, 3) + " V to " +
                                        shown(decision.Vfirst, 3) + " V (" + integer(decision.steps) + " steps)"});
-    if (volgende_iv_punt(simulation.solver_problem(&surroundings.monitor), simulation.memory.work, cv, decision.Vfrom,
+    if (volgende_iv_punt(simulation.solver_problem(surroundings), simulation.memory.work, cv, decision.Vfrom,
                          decision.Vfirst, decision.steps)) {
         surroundings.monitor.post({.text = "starting point " + name + ' ' + shown(cv.V, 3) + " Volt"});
         return StartOutcome::good;
