@@ -17,6 +17,7 @@ void Initialise(Session& session, const std::filesystem::path& home, const std::
     Surroundings& surroundings = session.surroundings;
     surroundings.folders.root = home;
     surroundings.folders.results = home / "results";
+    surroundings.report.log_file = home / "KOVINErrorLogFile.log";
     surroundings.version = version_banner(program, file_date(program));
 
     Simulation& simulation = session.simulation;

@@ -1,6 +1,7 @@
 #include "app/load.h"
 
 #include "device/action_file.h"
+#include "device/contacts.h"
 #include "device/definition_reader.h"
 #include "device/shockley_queisser.h"
 #include "device/unit_systems.h"
@@ -44,6 +45,7 @@ bool load_definition(Session& session, const std::string& name)
     }
     s.problem = std::move(definition);
     s.problem_date = file_date(file);
+    check_contacts(s.problem.input.cell, s.panel.workPoint.T, s.problem.input.convergence);
     s.zonnecel = parameterset1_to_2(s.problem.input.cell);
     const DefinitionWorkPoint& given = s.problem.workPoint;
     for (WorkPoint* wp : {&s.panel.workPoint, &s.panel.secondWorkPoint}) {

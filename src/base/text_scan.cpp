@@ -134,6 +134,41 @@ std::string_view trimmed(std::string_view text)
     return text;
 }
 
+std::string_view nearest_word(std::string_view text, std::span<const std::string> words)
+{
+    constexpr std::size_t longest = 80;
+    const std::string head = lower_case(text.substr(0, longest));
+    const std::size_t n = head.size();
+    std::string_view nearest;
+    std::size_t fewest = longest;
+    // Rows of the table of edit distances: of the word without its last two letters, without its last, and whole.
+    std::vector<std::size_t> before(n + 1), last(n + 1), row(n + 1);
+    for (const std::string& given : words) {
+        const std::string word =
+            lower_case(trimmed(std::string_view(given).substr(0, given.find_last_not_of(" :") + 1)));
+        if (word.size() < 2 || word.size() > longest) continue;
+        for (std::size_t j = 0; j <= n; ++j) row[j] = j;
+        for (std::size_t i = 1; i <= word.size(); ++i) {
+            std::swap(before, last);
+            std::swap(last, row);
+            row[0] = i;
+            for (std::size_t j = 1; j <= n; ++j) {
+                row[j] = std::min({last[j] + 1, row[j - 1] + 1, last[j - 1] + (word[i - 1] != head[j - 1] ? 1u : 0u)});
+                const bool exchanged = i > 1 && j > 1 && word[i - 1] == head[j - 2] && word[i - 2] == head[j - 1];
+                if (exchanged) row[j] = std::min(row[j], before[j - 2] + 1);
+            }
+        }
+        // A keyword stands in front of more words: compared with every beginning that ends with one.
+        std::size_t distance = longest;
+        for (std::size_t j = 1; j <= n; ++j)
+            if (j == n || !(is_letter(head[j]) || is_digit(head[j]))) distance = std::min(distance, row[j]);
+        if (distance >= fewest || distance > std::max<std::size_t>(1, word.size() / 4)) continue;
+        fewest = distance;
+        nearest = std::string_view(given).substr(0, given.find_last_not_of(" :") + 1);
+    }
+    return nearest;
+}
+
 NumberScan next_number(std::string_view text, std::size_t from)
 {
     std::size_t i = from;

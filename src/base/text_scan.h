@@ -4,6 +4,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,10 @@ namespace kovin {
 /// Position of `pattern` in `text` without regard to case, npos if there is none.
 [[nodiscard]] std::size_t find_ignoring_case(std::string_view text, std::string_view pattern, std::size_t from = 0);
 [[nodiscard]] std::string_view trimmed(std::string_view text);  ///< without white space at both ends
+
+/// The word that `text` most likely was meant to begin with: fewest letters missing, added, wrong or exchanged, at most
+/// a quarter of the word. Case and a colon at the end of the word do not count. Empty: none is near.
+[[nodiscard]] std::string_view nearest_word(std::string_view text, std::span<const std::string> words);
 
 /// A number found in a text.
 struct NumberScan {

@@ -12,24 +12,6 @@ namespace kovin {
 
 namespace {
 
-constexpr std::size_t line_limit = 255;
-
-/// The two numbers at the start of a line, or the one number of a value list; both finite.
-bool is_row(std::string_view line, FileKind kind, double& x, double& y)
-{
-    const NumberScan first = number_here(line);
-    if (!first.found || !first.finite) return false;
-    x = first.value;
-    y = 0.0;
-    if (kind == FileKind::value_list) return true;
-    if (first.end >= line.size() || !trimmed(line.substr(first.end, 1)).empty()) return false;
-    const NumberScan second = number_here(line, first.end);
-    y = second.value;
-    return second.found && second.finite;
-}
-
-int row_limit(FileKind kind) { return kind == FileKind::generation ? max_generation_rows : MAX_NUMBER_OF_INPUT_POINTS; }
-
 /// Strictly monotonic in the wanted direction?
 bool is_ordered(const std::vector<double>& x, int direction)
 {
@@ -69,6 +51,21 @@ void put_in_order(Report& report, const std::filesystem::path& file, int directi
 }
 
 }  // namespace
+
+bool is_row(std::string_view line, FileKind kind, double& x, double& y)
+{
+    const NumberScan first = number_here(line);
+    if (!first.found || !first.finite) return false;
+    x = first.value;
+    y = 0.0;
+    if (kind == FileKind::value_list) return true;
+    if (first.end >= line.size() || !trimmed(line.substr(first.end, 1)).empty()) return false;
+    const NumberScan second = number_here(line, first.end);
+    y = second.value;
+    return second.found && second.finite;
+}
+
+int row_limit(FileKind kind) { return kind == FileKind::generation ? max_generation_rows : MAX_NUMBER_OF_INPUT_POINTS; }
 
 int XYRemoveXDuplicatesAndSortX(std::vector<double>& x, std::vector<double>& y, int direction)
 {
@@ -112,7 +109,7 @@ int ReadKOVINFile(Surroundings& surroundings, std::string_view path, FileKind ki
 
     const auto limit = static_cast<std::size_t>(row_limit(kind));
     const double x_unit = kind == FileKind::generation ? 1e-6 : 1.0;  // positions of a generation file are in um
-    LineReader reader(std::move(*text), line_limit);
+    LineReader reader(std::move(*text), two_column_line_limit);
     for (std::string line; rows.x.size() < limit && reader.ReadLine(line);) {
         double x = 0.0, y = 0.0;
         if (is_row(line, kind, x, y)) {
@@ -146,7 +143,7 @@ int CountLinesInFile(Surroundings& surroundings, std::string_view path, FileKind
 
     const int limit = row_limit(kind) + 1;
     int count = 0;
-    LineReader reader(std::move(*text), line_limit);
+    LineReader reader(std::move(*text), two_column_line_limit);
     for (std::string line; count < limit && reader.ReadLine(line);) {
         double x = 0.0, y = 0.0;
         const bool useful = kind == FileKind::file_list ? find_ignoring_case(line, "file:") != std::string::npos

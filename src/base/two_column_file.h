@@ -6,6 +6,7 @@
 #include "base/surroundings.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kovin {
@@ -21,6 +22,14 @@ struct TwoColumns {
 
 /// Completes a bare name with the folder of its kind; an empty name stays empty.
 [[nodiscard]] std::filesystem::path MakeFullPath(const Folders& folders, std::string_view name, FileKind kind);
+
+inline constexpr std::size_t two_column_line_limit = 255;  ///< characters of a line that are read
+
+/// The two numbers at the start of a line, or the one number of a value list. @return false if they are not there
+[[nodiscard]] bool is_row(std::string_view line, FileKind kind, double& x, double& y);
+
+/// Rows that are read from a file of `kind`.
+[[nodiscard]] int row_limit(FileKind kind);
 
 /// Rows of a file of `kind`; positions of a generation file come back in m.
 /// @param direction  +1 rising x wanted, -1 falling, 0 any order

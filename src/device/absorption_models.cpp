@@ -12,8 +12,6 @@ namespace kovin {
 
 namespace {
 
-constexpr double per_cm_to_per_m = 100.0;
-
 /// Does `text` name the unit, and not as the beginning of a longer one ("1/m" in "1/m2")?
 bool names_unit(std::string_view text, std::string_view unit)
 {
@@ -26,7 +24,11 @@ bool names_unit(std::string_view text, std::string_view unit)
     return false;
 }
 
-/// Factor from the numbers of an absorption file to 1/m: the last heading line that names a unit decides.
+/// Edge of a power law: given in eV, or as a multiple of the gap by a negative number.
+double power_law_edge(double given, double Eg) { return given < 0.0 ? -given * Eg : given; }
+
+}  // namespace
+
 double absorption_unit(const std::vector<std::string>& heading)
 {
     double factor = per_cm_to_per_m;
@@ -39,10 +41,10 @@ double absorption_unit(const std::vector<std::string>& heading)
     return factor;
 }
 
-/// Edge of a power law: given in eV, or as a multiple of the gap by a negative number.
-double power_law_edge(double given, double Eg) { return given < 0.0 ? -given * Eg : given; }
-
-}  // namespace
+bool absorption_looks_like_another_unit(double largest)
+{
+    return largest > 1e8 * per_cm_to_per_m || largest < 1e2 * per_cm_to_per_m;
+}
 
 bool absorption_model_is_computed(int number) { return number >= 61 && number <= 65; }
 
@@ -104,7 +106,7 @@ bool read_absorption_file(Surroundings& surroundings, std::string_view name, Abs
     MakeNonNegative(rows.y);
     for (double& alpha : rows.y) alpha *= factor;
     const double largest = *std::max_element(rows.y.begin(), rows.y.end());
-    if (largest > 1e8 * per_cm_to_per_m || largest < 1e2 * per_cm_to_per_m)
+    if (absorption_looks_like_another_unit(largest))
         KOVINErrorMessage(surroundings.report, "Warning: unit of an absorption file",
                           "The largest absorption coefficient in " + std::string(name) + " is " +
                               scientific(largest / per_cm_to_per_m, 0, 3) +

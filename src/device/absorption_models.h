@@ -9,6 +9,15 @@
 
 namespace kovin {
 
+inline constexpr double per_cm_to_per_m = 100.0;
+
+/// Factor from the numbers of an absorption file to 1/m: the last heading line that names "1/cm" or "1/m" decides;
+/// without one the file is in 1/cm.
+[[nodiscard]] double absorption_unit(const std::vector<std::string>& heading);
+
+/// The largest value of a table [1/m] lies where no material has it: a factor of 100 is the commonest mistake of all.
+[[nodiscard]] bool absorption_looks_like_another_unit(double largest);
+
 /// Absorption models that are computed: background 61, step 62, square root 63, power laws 64 and 65; the tail 66 is
 /// held only.
 [[nodiscard]] bool absorption_model_is_computed(int number);

@@ -44,7 +44,7 @@ bool read_model(KeyedSource& source, const std::string& start, ModelClass model_
         const NumberScan number = number_here(std::string_view(source.line()).substr(parameter.size()));
         double value = 0.0;
         if (!number.found)
-            source.fail(parameter, "the number of the parameter is missing");
+            source.refuse(parameter, "the number of the parameter is missing");
         else if (source.number(parameter, value) && number.value >= 1.0 && number.value <= 5.0)
             model.values[static_cast<std::size_t>(number.value) - 1] = value;
         return true;
@@ -59,7 +59,7 @@ bool read_model(KeyedSource& source, const std::string& start, ModelClass model_
         model.name = name;
         return true;
     }
-    source.fail(start, "the model is not known");
+    source.refuse(start, "the model is not known");
     return true;
 }
 
@@ -142,21 +142,27 @@ bool read_action_line(KeyedSource& source, ActionList& actions)
            read_key(source, "", iv_switches, actions) || read_key(source, "", cv_keys, actions) ||
            read_key(source, "", cv_switches, actions) || read_key(source, "", cf_keys, actions) ||
            read_key(source, "", cf_switches, actions) || read_key(source, "", qe_keys, actions) ||
-           read_key(source, "", qe_switches, actions);
+           read_key(source, "", qe_switches, actions) ||
+           std::any_of(std::begin(written_only), std::end(written_only),
+                       [&](std::string_view word) { return source.starts(word); });
 }
 
-/// @param all  the whole panel; else the second working point only
-bool parse(Surroundings& surroundings, std::string text, const std::string& name, bool all, ActionPanel& panel)
+/// @param all    the whole panel; else the second working point only
+/// @param watch  null: faults are reported
+bool parse(Surroundings& surroundings, std::string text, const std::string& name, bool all, ActionPanel& panel,
+           LineWatch* watch = nullptr)
 {
     ActionPanel found = panel;
     KeyedSource source(surroundings.report, title, name, std::move(text), line_limit);
+    source.set_watch(watch);
     PointReading first{.point = found.workPoint, .prefix = ""};
     PointReading second{.point = found.secondWorkPoint, .prefix = std::string(second_prefix)};
     while (source.next()) {
-        if (source.starts(second_prefix))
-            read_point_line(source, second);
-        else if (all && !read_point_line(source, first) && !read_resistances(source, found.workPoint))
+        if (source.starts(second_prefix)) {
+            if (!read_point_line(source, second)) source.not_known();
+        } else if (all && !read_point_line(source, first) && !read_resistances(source, found.workPoint)) {
             read_action_line(source, found.actions);
+        }
     }
     if (source.failed()) return false;
     panel = std::move(found);
@@ -256,6 +262,14 @@ bool SetActionPanelFromFile(Surroundings& surroundings, const std::filesystem::p
 bool parse_action_list(Surroundings& surroundings, std::string text, const std::string& name, ActionPanel& panel)
 {
     return parse(surroundings, std::move(text), name, true, panel);
+}
+
+ActionPanel watch_action_list(Surroundings& surroundings, std::string text, const std::string& name, LineWatch& watch)
+{
+    ActionPanel panel = InitialiseActionPanel();
+    // The panel is kept although lines of it were passed over: under a watch only the end of the text ends it.
+    static_cast<void>(parse(surroundings, std::move(text), name, true, panel, &watch));
+    return panel;
 }
 
 bool SetWP2FromFile(Surroundings& surroundings, const std::filesystem::path& file, ActionPanel& panel)

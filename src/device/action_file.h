@@ -5,6 +5,7 @@
 #pragma once
 
 #include "base/surroundings.h"
+#include "device/keyed_source.h"
 #include "device/work_point.h"
 
 #include <filesystem>
@@ -19,6 +20,10 @@ namespace kovin {
                                           ActionPanel& panel);
 [[nodiscard]] bool parse_action_list(Surroundings& surroundings, std::string text, const std::string& name,
                                      ActionPanel& panel);
+
+/// Reads a list for its faults: each goes to `watch` with its line. @return the panel, as far as it is good
+[[nodiscard]] ActionPanel watch_action_list(Surroundings& surroundings, std::string text, const std::string& name,
+                                            LineWatch& watch);
 
 /// The second working point from a file of its own; other lines of the file are passed over.
 [[nodiscard]] bool SetWP2FromFile(Surroundings& surroundings, const std::filesystem::path& file, ActionPanel& panel);

@@ -112,6 +112,10 @@ inline constexpr ActionKey<A> qe_keys[] = {
 inline constexpr ActionKey<A> qe_switches[] = {{.word = "QE_calculate", .flag = &A::QE_calculate}};
 inline constexpr ActionKey<A> pause_switches[] = {{.word = "pause", .flag = &A::pause}};
 
+/// Written beside the number of points, and never read.
+inline constexpr std::string_view written_only[] = {"IV_increment", "CV_increment", "Cf_points per decade",
+                                                    "QE_increment"};
+
 /// Names of the models in settings files.
 inline constexpr std::pair<std::string_view, int> model_words[] = {
     {"white spectrum constant flux", 41},

@@ -35,12 +35,9 @@ void read_type(KeyedSource& source, Levels& levels)
 {
     int type = 0, count = 1;
     if (!source.last_word("type", defect_type_words, std::size(defect_type_words), type)) return;
-    const std::string_view line = source.line();
-    if (const auto bracket = line.find('('); bracket != std::string_view::npos) {
-        const NumberScan number = number_here(line, bracket + 1);
-        if (!number.found || number.value < 1.0 || number.value > max_levels ||
-            number.value != std::floor(number.value)) {
-            source.fail("type", "the number of levels must lie between 1 and " + integer(max_levels));
+    if (const NumberScan number = next_number(source.value("type")); number.found) {
+        if (number.value < 1.0 || number.value > max_levels || number.value != std::floor(number.value)) {
+            source.refuse("type", "the number of levels must lie between 1 and " + integer(max_levels));
             return;
         }
         count = static_cast<int>(number.value);
@@ -73,7 +70,7 @@ void read_level_type(KeyedSource& source, Levels& levels)
     for (int k = 0; k < max_levels; ++k) {
         const int number = first == 0 ? 0 : first - k;
         if (first != 0 && number < 1 && k < levels[0].levels) {
-            source.fail("leveltype", "there are fewer charge states than levels");
+            source.refuse("leveltype", "there are fewer charge states than levels");
             return;
         }
         levels[static_cast<std::size_t>(k)].aard = static_cast<LevelType>(std::max(number, 0));
@@ -97,13 +94,14 @@ void read_capture_file(Reading& reading, Levels& levels)
             if (source.anywhere(", none")) return;
             const NumberScan number = next_number(source.value(in_square));
             if (!number.found || number.value < 1.0 || number.value > max_levels) {
-                source.fail(in_square, "there is no such level");
+                source.refuse(in_square, "there is no such level");
                 return;
             }
             level = static_cast<std::size_t>(number.value) - 1;
             const auto comma = all.find(',');
             if (comma != std::string_view::npos) name = std::string(trimmed(all.substr(comma + 1)));
             std::replace(name.begin(), name.end(), '\\', '/');
+            source.note_file(name);
         } else {
             continue;
         }
@@ -135,13 +133,15 @@ void read_capture_values(KeyedSource& source, Levels& levels)
             for (std::size_t k = 0; k < values.size(); ++k) levels[k].*carrier.capture.*key.field = values[k];
             return;
         }
+        source.not_known();
     }
 }
 
 /// Density in the form of the oldest files; not looked at once there is a profile.
 bool read_old_density(KeyedSource& source, Levels& levels, DefectReading& met)
 {
-    if (met.has_profile) return false;
+    if (met.has_profile)
+        return source.starts("profile") || source.starts("Lkar") || source.starts("Nleft") || source.starts("Nright");
     int spatial = 0;
     double value = 0.0;
     if (source.starts("profile")) {
@@ -225,7 +225,7 @@ void read_defect_line(Reading& reading, Levels& levels, DefectReading& met)
 void finish_defect(KeyedSource& source, Levels& levels, const DefectReading& met)
 {
     if (levels[0].energy_distribution != EnergyDistribution::single && levels[0].Ekar <= 0.0) {
-        source.fail({}, "Ekar: the defect needs a characteristic energy above 0");
+        source.refuse({}, "Ekar: the defect needs a characteristic energy above 0");
         return;
     }
     for (auto& level : levels) {
@@ -252,9 +252,9 @@ bool read_per_level(KeyedSource& source, std::string_view key, int levels, const
 {
     std::size_t rest = 0;
     if (!source.numbers(key, static_cast<std::size_t>(levels), values, rest)) return false;
-    if (values.size() < static_cast<std::size_t>(levels)) return source.fail(key, "a number is missing for a level");
+    if (values.size() < static_cast<std::size_t>(levels)) return source.refuse(key, "a number is missing for a level");
     for (const double value : values)
-        if (!limits.hold(value)) return source.fail(key, "the value is outside its range");
+        if (!limits.hold(value)) return source.refuse(key, "the value is outside its range");
     return true;
 }
 

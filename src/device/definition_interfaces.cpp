@@ -159,7 +159,7 @@ void read_interface_defects(Reading& reading)
         }
         if (empty) source.fail("interface recombination", "the defect is empty");
         if (defect.energy_distribution != EnergyDistribution::single && defect.Ekar <= 0.0)
-            source.fail({}, "Ekar: the defect needs a characteristic energy above 0");
+            source.refuse({}, "Ekar: the defect needs a characteristic energy above 0");
         if (source.failed()) return;
         // Files older than the line on the reference count from the valence band at the left.
         if (!has_reference) defect.reference = EnergyReference::above_EV_left;

@@ -53,7 +53,7 @@ void read_model(KeyedSource& source, std::string_view key, AbsorptionModelSet& s
 {
     const int number = AbsorptionModelKeywordToNumber(source.value(key));
     if (number < 0) {
-        source.fail(key, "the absorption model is not known");
+        source.refuse(key, "the absorption model is not known");
         return;
     }
     side.model = static_cast<std::size_t>(AbsorptionModelNumberToAbsorptionIndex(number));
@@ -65,7 +65,7 @@ void read_model_parameter(KeyedSource& source, std::string_view key, AbsorptionM
 {
     const NumberScan number = number_here(std::string_view(source.line()).substr(key.size()));
     if (!number.found) {
-        source.fail(key, "the number of the parameter is missing");
+        source.refuse(key, "the number of the parameter is missing");
         return;
     }
     double value = 0.0;
@@ -150,7 +150,7 @@ void read_composition(KeyedSource& source, LayerParameters& layer)
                              : y.law == Law::uniform   ? 0
                                                        : 1;
     if (y.pure_A < 0.0 || y.pure_A > 1.0 || y.pure_B < 0.0 || y.pure_B > 1.0)
-        source.fail("composition", "a composition lies between 0 and 1");
+        source.refuse("composition", "a composition lies between 0 and 1");
 }
 
 /// One line on a quantity of the material. @return true if it was one
@@ -182,7 +182,12 @@ bool InputLineToProfile(KeyedSource& source, std::string_view key, Profile& prof
 {
     std::vector<double> v;
     std::size_t rest = 0;
-    if (!source.numbers(key, 9, v, rest)) return false;
+    const std::string_view text = source.value(key);
+    // Files of all versions hold -2 by a line without a number.
+    if (text.empty() || text.starts_with('['))
+        v = {-2.0};
+    else if (!source.numbers(key, 9, v, rest))
+        return false;
     Profile read = profile;
     double law = 0.0, dependence = 0.0;
     if (v.size() < 7) {
@@ -198,14 +203,15 @@ bool InputLineToProfile(KeyedSource& source, std::string_view key, Profile& prof
         dependence = v.size() == 9 ? v[8] : 0.0;
     }
     constexpr auto last_law = static_cast<double>(Law::diffusion_gauss);
-    if (law != std::floor(law) || law < 0.0 || law > last_law) return source.fail(key, "the grading law is not known");
+    if (law != std::floor(law) || law < 0.0 || law > last_law)
+        return source.refuse(key, "the grading law is not known");
     if (dependence != std::floor(dependence) || dependence < 0.0 || dependence > 2.0)
-        return source.fail(key, "the dependence must be 0, 1 or 2");
+        return source.refuse(key, "the dependence must be 0, 1 or 2");
     read.law = static_cast<Law>(static_cast<int>(law));
     read.dependence = static_cast<Dependence>(static_cast<int>(dependence));
     const Limits limits = limits_of(read.quantity);
     if (!limits.hold(read.pure_A) || !limits.hold(read.pure_B))
-        return source.fail(key, "the value is outside its range");
+        return source.refuse(key, "the value is outside its range");
     read.file.clear();
     if (read.law == Law::from_file && v.size() == 9) {
         const std::string_view behind = source.value(key).substr(rest);
@@ -215,6 +221,7 @@ bool InputLineToProfile(KeyedSource& source, std::string_view key, Profile& prof
             read.file = std::string(trimmed(behind.substr(start, end - start)));
             for (char& c : read.file)
                 if (c == '\\') c = '/';
+            source.note_file(read.file);
         }
     }
     SetProfileScaleParameters(read);

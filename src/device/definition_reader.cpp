@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <utility>
 
 namespace kovin {
 
@@ -33,8 +34,11 @@ bool read_mott_schottky_line(Reading& reading)
         const bool stored = key.real ? source.number(mott_schottky_start, settings.*key.real, key.limits)
                                      : source.whole(mott_schottky_start, settings.*key.whole, low, high);
         reading.definition.NW_from_file = reading.definition.NW_from_file || stored;
-        break;
+        return true;
     }
+    const bool is_written = std::any_of(std::begin(mott_schottky_keys), std::end(mott_schottky_keys),
+                                        [&](const MottSchottkyKey& key) { return source.anywhere(key.written); });
+    if (!is_written) source.not_known();
     return true;
 }
 
@@ -75,6 +79,7 @@ void read_numerical_block(Reading& reading)
         if (read_mott_schottky_line(reading) || read_quantum_efficiency_line(reading)) continue;
         constexpr std::string_view flatband = "Include charge in defects in the calculation of the flatband condition";
         if (source.starts(flatband)) source.whole(flatband, settings.flatband_with_defects, 0, 1);
+        if (source.starts(written_only)) continue;
         if (source.starts("recalculate mesh")) source.whole("recalculate mesh", settings.recalculate_mesh, 0, 1);
         for (const NumericalKey& key : numerical_keys) {
             if (!source.starts(key.word)) continue;
@@ -147,7 +152,7 @@ void read_working_point(Reading& reading)
         int found = 0;
         if (!source.whole(key, found, low, 1)) return;
         if (found == 0 && low == -1) {
-            source.fail(key, "the value must be -1 or 1");
+            source.refuse(key, "the value must be -1 or 1");
             return;
         }
         target = found;
@@ -263,22 +268,42 @@ bool read_all(Surroundings& surroundings, Reading& reading)
 
 }  // namespace
 
-bool parse_definition(Surroundings& surroundings, std::string text, const std::filesystem::path& name,
-                      Definition& definition)
+namespace {
+
+/// @param watch  null: faults are reported
+/// @return what could be read before the first fault that ends the reading, and whether there was none
+std::pair<std::unique_ptr<Definition>, bool> read_text(Surroundings& surroundings, std::string text,
+                                                       const std::filesystem::path& name, LineWatch* watch)
 {
-    const auto found = std::make_unique<Definition>();
+    auto found = std::make_unique<Definition>();
     InitialiseCellDefinition(found->input.cell.cell);
     found->input.title = name.stem().string();
     found->input.path = name;
     KeyedSource source(surroundings.report, title, name.string(), std::move(text), definition_line_limit,
                        &found->remarks);
+    source.set_watch(watch);
     Reading reading{.source = source, .definition = *found};
-    if (!read_all(surroundings, reading)) return false;
+    const bool taken = read_all(surroundings, reading);
     // The blank that the writers put behind the sign of a comment is not part of it.
     for (std::string& remark : found->remarks)
         if (remark.starts_with(' ')) remark.erase(0, 1);
-    definition = std::move(*found);
-    return true;
+    return {std::move(found), taken};
+}
+
+}  // namespace
+
+bool parse_definition(Surroundings& surroundings, std::string text, const std::filesystem::path& name,
+                      Definition& definition)
+{
+    const auto [found, taken] = read_text(surroundings, std::move(text), name, nullptr);
+    if (taken) definition = std::move(*found);
+    return taken;
+}
+
+Definition watch_definition(Surroundings& surroundings, std::string text, const std::filesystem::path& name,
+                            LineWatch& watch)
+{
+    return std::move(*read_text(surroundings, std::move(text), name, &watch).first);
 }
 
 bool lees_structuurfile(Surroundings& surroundings, const std::filesystem::path& file, Definition& definition)

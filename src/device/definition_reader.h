@@ -9,6 +9,7 @@
 
 #include "base/surroundings.h"
 #include "device/definition.h"
+#include "device/keyed_source.h"
 
 #include <filesystem>
 #include <string>
@@ -23,5 +24,10 @@ namespace kovin {
 /// The same from a text; `name` is for the messages and becomes the path of the problem.
 [[nodiscard]] bool parse_definition(Surroundings& surroundings, std::string text, const std::filesystem::path& name,
                                     Definition& definition);
+
+/// Reads a text for its faults: each goes to `watch` with its line, and the reading goes on where it can.
+/// @return the problem as far as it could be read; not fit for a calculation
+[[nodiscard]] Definition watch_definition(Surroundings& surroundings, std::string text,
+                                          const std::filesystem::path& name, LineWatch& watch);
 
 }  // namespace kovin

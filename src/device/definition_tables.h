@@ -75,6 +75,9 @@ inline constexpr NumericalKey numerical_keys[] = {
     {"recombination limit", &C::recombination_limit, nullptr, not_negative, 0, " microA/cm2", Written::mesh},
 };
 
+/// Written by the save command and never read: the lines on the references of the working point decide.
+inline constexpr std::string_view written_only = "Allow change of Voltage or Current references";
+
 /// Settings of the Mott-Schottky analysis: all lines start alike and are told apart by a word behind it.
 struct MottSchottkyKey {
     std::string_view word;     ///< as the reader looks for it behind mott_schottky_start

@@ -1,7 +1,7 @@
 #include "device/file_check.h"
 
 #include "base/text_format.h"
-#include "device/quantities.h"
+#include "device/model_table.h"
 #include "device/unit_systems.h"
 
 #include <filesystem>
@@ -10,54 +10,98 @@ namespace kovin {
 
 namespace {
 
-/// One check after the other, all missing files in one go.
-struct Check {
-    Surroundings& surroundings;
-    bool all_found = true;
+constexpr std::string_view standard_spectrum = "AM1_5G 1 sun.spe";
 
-    void file(bool needed, const std::string& name, FileKind kind, const std::string& what)
-    {
-        if (!needed || IsFileFound(surroundings, name, kind)) return;
-        all_found = false;
-        KOVINErrorMessage(surroundings.report, "Error whilst checking files for existence",
-                          what + " " + (name.empty() ? "(no name given)" : name) + " not found");
-    }
-    void profile(const Profile& p, const std::string& what)
-    {
-        file(p.law == Law::from_file, p.file, FileKind::grading, what);
-    }
+/// Grading files of a material in the order in which they are looked for.
+struct GradingRow {
+    Profile MaterialParameters::*member;
+    std::string_view what;
+};
+using M = MaterialParameters;
+constexpr GradingRow grading_rows[] = {
+    {&M::Eg, "Eg"},
+    {&M::chi, "chi"},
+    {&M::eps, "epsilon"},
+    {&M::Nc, "NC"},
+    {&M::Nv, "NV"},
+    {&M::mu_n, "mu_n"},
+    {&M::mu_p, "mu_p"},
+    {&M::m_e, "m_e"},
+    {&M::m_h, "m_h"},
+    {&M::v_th_n, "v_thn"},
+    {&M::v_th_p, "v_thp"},
+    {&M::K_rad, "Radiative rate"},
+    {&M::c_n_auger, "Auger C_n"},
+    {&M::c_p_auger, "Auger C_p"},
+    {&M::Na, "Na"},
+    {&M::Nd, "Nd"},
 };
 
-void check_light(Check& check, const WorkPoint& point, const std::string& suffix)
+void filter_file(ContactParameters& contact, const std::string& what, const NeededFileVisitor& each)
 {
-    if (point.dark) return;
-    check.file(point.generationSpecified && point.generationFromFile, point.generationFile, FileKind::generation,
-               "Generation file" + suffix);
-    check.file(!point.generationSpecified && point.spectrumFromFile, point.spectrumFile, FileKind::spectrum,
-               "Spectrum file" + suffix);
+    if (!contact.filter || contact.filter_constant) return;
+    each({FileKind::filter, what, contact.filter_file, "Switch to Filter from value", "switched to Filter from value"},
+         [&] { contact.filter_constant = true; });
 }
 
-void check_layer(Check& check, const LayerParameters& layer, int number)
+/// @param repair  empty: the usual text
+void grading_file(Profile& profile, const std::string& what, const NeededFileVisitor& each, const std::string& repair)
 {
-    const std::string start = "Layer " + integer(number) + ": ";
-    const Absorption& a = layer.material.absorption;
-    check.profile(layer.composition, start + "Composition grading file");
-    for (const QuantityRow& row : graded_quantities())
-        check.profile(layer.material.*row.member, start + std::string(row.word) + " grading file");
-    check.file(a.pure_A_from_file, a.file_A, FileKind::absorption, start + "absorption file (pure A)");
-    check.file(a.pure_B_from_file, a.file_B, FileKind::absorption, start + "absorption file (pure B)");
+    if (profile.law != Law::from_file) return;
+    each({FileKind::grading, what, profile.file, "Set grading to Linear", repair}, [&] {
+        profile.law = Law::linear;
+        SetProfileScaleParameters(profile);
+    });
+}
+
+void defect_files(LayerParameters& layer, const std::string& start, const NeededFileVisitor& each)
+{
     for (int k = 0; k < layer.srhteller; ++k) {
-        const auto& levels = layer.srh[static_cast<std::size_t>(k)];
-        const std::string defect = "Layer " + integer(number) + " defect " + integer(k + 1) + ": ";
-        check.profile(levels[0].Nt, defect + "Defect density grading file");
+        auto& levels = layer.srh[static_cast<std::size_t>(k)];
+        const std::string defect = start + " defect " + integer(k + 1) + ": ";
+        grading_file(levels[0].Nt, defect + "Defect density grading file", each, "Nt grading set to Linear");
+        for (auto& level : levels) level.Nt = levels[0].Nt;
         for (int i = 0; i < levels[0].levels; ++i) {
-            const auto& level = levels[static_cast<std::size_t>(i)];
-            for (const auto* capture : {&level.electrons, &level.holes})
-                check.file(capture->present && !capture->from_model, capture->file, FileKind::optical_capture,
-                           defect + "Optical capture cross section file for " +
-                               (capture == &level.electrons ? "electrons" : "holes"));
+            auto& level = levels[static_cast<std::size_t>(i)];
+            for (auto* capture : {&level.electrons, &level.holes}) {
+                if (!capture->present || capture->from_model) continue;
+                const std::string carrier = capture == &level.electrons ? "electrons" : "holes";
+                each({FileKind::optical_capture, defect + "Optical capture cross section file for " + carrier,
+                      capture->file, "Switch to internal optical capture model",
+                      "IPV optcapt set to internal KOVIN model"},
+                     [&] { capture->from_model = true; });
+            }
         }
     }
+}
+
+void layer_files(LayerParameters& layer, int number, const NeededFileVisitor& each)
+{
+    const std::string by_number = "Layer " + integer(number) + ": ";
+    const std::string by_name = "Layer " + (layer.name.empty() ? integer(number) : layer.name);
+    MaterialParameters& material = layer.material;
+    grading_file(layer.composition, by_number + "Composition grading file", each, "grading set to Linear");
+    for (const GradingRow& row : grading_rows)
+        grading_file(material.*row.member, by_number + std::string(row.what) + " grading file", each,
+                     "grading set to Linear");
+    const auto absorption_file = [&](bool from_file, const std::string& name, const char* which, WhichMaterial side) {
+        if (!from_file) return;
+        each({FileKind::absorption, by_name + ": absorption file (" + which + ")", name,
+              "Switch to default absorption model", "absorption set to internal KOVIN model"},
+             [&, side] {
+                 (side == WhichMaterial::A ? material.absorption.pure_A_from_file
+                                           : material.absorption.pure_B_from_file) = false;
+                 SetDefaultAbsorptionModel(material.absorption, material.Eg.pure_A, material.Eg.pure_B, side, 63);
+             });
+    };
+    absorption_file(material.absorption.pure_A_from_file, material.absorption.file_A, "pure A", WhichMaterial::A);
+    absorption_file(material.absorption.pure_B_from_file, material.absorption.file_B, "pure B", WhichMaterial::B);
+    defect_files(layer, by_name, each);
+}
+
+std::string not_found(const NeededFile& file)
+{
+    return file.what + ' ' + (file.name.empty() ? "(no name given)" : file.name) + " not found";
 }
 
 }  // namespace
@@ -70,18 +114,54 @@ bool IsFileFound(const Surroundings& surroundings, std::string_view name, FileKi
     return std::filesystem::is_regular_file(path, error) && std::filesystem::file_size(path, error) > 0 && !error;
 }
 
-bool CanAllFilesBeFound(Surroundings& surroundings, const CellParameters& cell, const ActionPanel& panel)
+void for_each_light_file(WorkPoint& point, const std::string& which, const NeededFileVisitor& each)
 {
-    Check check{.surroundings = surroundings};
-    check_light(check, panel.workPoint, "");
-    if (CheckMETAMode(cell)) check_light(check, panel.secondWorkPoint, " (initial wp)");
-    const auto filter = [&](const ContactParameters& contact, const char* what) {
-        check.file(contact.filter && !contact.filter_constant, contact.filter_file, FileKind::filter, what);
-    };
-    filter(cell.left, "Filter file (left contact)");
-    filter(cell.right, "Filter file (right contact)");
-    for (int i = 0; i < cell.layers; ++i) check_layer(check, cell.layer[static_cast<std::size_t>(i)], i + 1);
-    return check.all_found;
+    if (point.dark) return;
+    if (point.generationSpecified && point.generationFromFile)
+        each({FileKind::generation, "Generation file" + which, point.generationFile,
+              "Switch to Generation from internal KOVIN calculation", "illumination mode set to internal KOVIN model"},
+             [&] { point.generationSpecified = false; });
+    if (!point.generationSpecified && point.spectrumFromFile)
+        each({FileKind::spectrum, "Spectrum file" + which, point.spectrumFile, "Set to standard AM1.5G spectrum",
+              "standard KOVIN AM1.5G 1 sun spectrum set"},
+             [&] { point.spectrumFile = standard_spectrum; });
+}
+
+void for_each_needed_file(CellParameters& cell, ActionPanel& panel, const NeededFileVisitor& each)
+{
+    for_each_light_file(panel.workPoint, "", each);
+    if (CheckMETAMode(cell)) for_each_light_file(panel.secondWorkPoint, " (initial wp)", each);
+    filter_file(cell.left, "Filter file (left contact)", each);
+    filter_file(cell.right, "Filter file (right contact)", each);
+    for (int i = 0; i < cell.layers; ++i) layer_files(cell.layer[static_cast<std::size_t>(i)], i + 1, each);
+}
+
+std::vector<NeededFile> missing_files(const Surroundings& surroundings, CellParameters cell, ActionPanel panel)
+{
+    std::vector<NeededFile> missing;
+    for_each_needed_file(cell, panel, [&](const NeededFile& file, const auto&) {
+        if (!IsFileFound(surroundings, file.name, file.kind)) missing.push_back(file);
+    });
+    return missing;
+}
+
+bool CanAllFilesBeFound(Surroundings& surroundings, CellParameters& cell, ActionPanel& panel, MissingFiles mode)
+{
+    constexpr const char* title = "Error whilst checking files for existence";
+    if (surroundings.report.ErrorMessageMode != 0) mode = MissingFiles::repair;
+    bool all = true;
+    for_each_needed_file(cell, panel, [&](const NeededFile& file, const std::function<void()>& do_without) {
+        if (IsFileFound(surroundings, file.name, file.kind)) return;
+        // The stand-in of a spectrum is a file itself, which may be missing as well.
+        const bool can_repair =
+            mode == MissingFiles::repair &&
+            (file.kind != FileKind::spectrum || IsFileFound(surroundings, standard_spectrum, FileKind::spectrum));
+        if (can_repair) do_without();
+        all = all && can_repair;
+        KOVINErrorMessage(surroundings.report, title,
+                          not_found(file) + (can_repair ? "; " + file.repair : " (" + file.remedy + "?)"));
+    });
+    return all;
 }
 
 }  // namespace kovin

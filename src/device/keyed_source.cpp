@@ -41,7 +41,11 @@ KeyedSource::KeyedSource(Report& report, std::string title, std::string name, st
 {
 }
 
-bool KeyedSource::next() { return !failed_ && reader_.ReadNonEmptyNonCommentLine(line_, remarks_); }
+bool KeyedSource::next()
+{
+    if (watch_) settle();
+    return !failed_ && reader_.ReadNonEmptyNonCommentLine(line_, remarks_);
+}
 
 bool KeyedSource::must_go_on()
 {
@@ -50,28 +54,76 @@ bool KeyedSource::must_go_on()
     return fail({}, "The def-file is empty or incomplete.");
 }
 
-bool KeyedSource::starts(std::string_view key) const { return starts_with_ignoring_case(line_, key); }
-bool KeyedSource::starts_exactly(std::string_view key) const { return line_.starts_with(key); }
+bool KeyedSource::starts(std::string_view key) const { return noted(key, starts_with_ignoring_case(line_, key), true); }
+bool KeyedSource::starts_exactly(std::string_view key) const { return noted(key, line_.starts_with(key), true); }
 bool KeyedSource::anywhere(std::string_view word) const
 {
-    return find_ignoring_case(line_, word) != std::string_view::npos;
+    return noted(word, find_ignoring_case(line_, word) != std::string_view::npos, false);
 }
 
 bool KeyedSource::section(std::string_view word) const
 {
-    if (starts("name") || starts("interfacename")) return false;
+    if (starts_with_ignoring_case(line_, "name") || starts_with_ignoring_case(line_, "interfacename")) return false;
     const std::string_view head = std::string_view(line_).substr(0, line_.find(':'));
-    return find_ignoring_case(head, word) != std::string_view::npos;
+    return noted(word, find_ignoring_case(head, word) != std::string_view::npos, false);
+}
+
+bool KeyedSource::noted(std::string_view key, bool found, bool at_start) const
+{
+    if (!watch_) return found;
+    if (!found) {
+        asked_.emplace_back(key);
+    } else if (key.size() > taken_.size()) {
+        taken_ = key;
+        taken_at_start_ = at_start;
+    }
+    return found;
+}
+
+void KeyedSource::settle()
+{
+    const auto find = [&](const std::string& text) { watch_->findings.push_back({reader_.line_number(), text}); };
+    if (line_.empty() || failed_) return;
+    const std::string_view head = trimmed(std::string_view(line_).substr(0, line_.find(':')));
+    if (taken_.empty()) {
+        const std::string_view nearest = nearest_word(head, asked_);
+        find("unknown line \"" + printable(head) + '"' +
+             (nearest.empty() ? "" : "; did you mean \"" + std::string(nearest) + "\"?"));
+    } else {
+        watch_->known.push_back({reader_.line_number(), taken_});
+        const std::size_t end = taken_.size();
+        if (taken_at_start_ && end < line_.size() && is_word(line_[end]) && is_word(line_[end - 1]))
+            find('"' + printable(head) + "\" is read as \"" + taken_ + '"');
+    }
+    taken_.clear();
+    asked_.clear();
+    line_.clear();
+}
+
+void KeyedSource::note_file(const std::string& name)
+{
+    if (watch_ && !name.empty()) watch_->files.push_back({reader_.line_number(), name});
+}
+
+bool KeyedSource::refuse(std::string_view key, const std::string& why)
+{
+    const bool goes_on = watch_ && !failed_;
+    fail(key, why);
+    if (goes_on) failed_ = false;
+    return false;
 }
 
 bool KeyedSource::fail(std::string_view key, const std::string& why)
 {
     if (failed_) return false;
     failed_ = true;
-    std::string text = name_ + ", line " + integer(reader_.line_number());
-    if (!key.empty()) text += ": " + std::string(key);
+    std::string text(key);
     if (!key.empty() && !value(key).empty()) text += " = \"" + printable(value(key)) + "\"";
-    KOVINErrorMessage(report_, title_, text + ": " + why);
+    if (!key.empty()) text += ": ";
+    if (watch_)
+        watch_->findings.push_back({reader_.line_number(), text + why});
+    else
+        KOVINErrorMessage(report_, title_, name_ + ", line " + integer(reader_.line_number()) + ": " + text + why);
     return false;
 }
 
@@ -88,10 +140,11 @@ std::string KeyedSource::text(std::string_view key, std::size_t length) const
     return std::string(trimmed(value(key).substr(0, length)));
 }
 
-std::string KeyedSource::file_name(std::string_view key) const
+std::string KeyedSource::file_name(std::string_view key)
 {
     std::string name(value(key));
     std::replace(name.begin(), name.end(), '\\', '/');
+    note_file(name);
     return name;
 }
 
@@ -100,7 +153,7 @@ bool KeyedSource::leading_number(std::string_view key, std::string_view text, do
     std::size_t i = 0;
     for (; i < text.size(); ++i) {
         const NumberScan scan = number_here(text, i);
-        if (scan.found && !scan.finite) return fail(key, "the number is out of range");
+        if (scan.found && !scan.finite) return refuse(key, "the number is out of range");
         // A decimal comma would silently cut the number.
         const bool comma =
             scan.found && scan.end + 1 < text.size() && text[scan.end] == ',' && is_digit(text[scan.end + 1]);
@@ -111,7 +164,7 @@ bool KeyedSource::leading_number(std::string_view key, std::string_view text, do
         }
         if (is_word(text[i]) || comma) break;
     }
-    return fail(key, "a number is expected");
+    return refuse(key, "a number is expected");
 }
 
 bool KeyedSource::number(std::string_view key, double& target, const Limits& limits)
@@ -119,7 +172,7 @@ bool KeyedSource::number(std::string_view key, double& target, const Limits& lim
     double found = 0.0;
     std::size_t end = 0;
     if (!leading_number(key, value(key), found, end)) return false;
-    if (!limits.hold(found)) return fail(key, "the value is outside its range");
+    if (!limits.hold(found)) return refuse(key, "the value is outside its range");
     target = found;
     return true;
 }
@@ -128,9 +181,9 @@ bool KeyedSource::whole(std::string_view key, int& target, int low, int high)
 {
     double found = 0.0;
     if (!number(key, found)) return false;
-    if (found != std::floor(found)) return fail(key, "a whole number is expected");
+    if (found != std::floor(found)) return refuse(key, "a whole number is expected");
     if (found < low || found > high)
-        return fail(key, "the value must lie between " + integer(low) + " and " + integer(high));
+        return refuse(key, "the value must lie between " + integer(low) + " and " + integer(high));
     target = static_cast<int>(found);
     return true;
 }
@@ -164,7 +217,7 @@ bool KeyedSource::last_word(std::string_view key, const std::string_view* words,
     const std::string_view rest = std::string_view(line_).substr(std::min(key.size(), line_.size()));
     for (std::size_t i = 0; i < count; ++i)
         if (find_ignoring_case(rest, words[i]) != std::string_view::npos) found = static_cast<int>(i);
-    if (found < 0) return fail(key, "the word is not known");
+    if (found < 0) return refuse(key, "the word is not known");
     target = found;
     return true;
 }

@@ -2,6 +2,9 @@
 //
 // A line is a keyword, a colon (not always) and a value. The first fault is reported with file, line, keyword and
 // value; from then on the source gives no more lines, so that every loop of a reader ends.
+//
+// Under a watch nothing is reported and a value that is no good does not end the reading: the watch takes down every
+// fault, every line that no reader asked for, and which keyword was found where.
 #pragma once
 
 #include "base/line_file.h"
@@ -30,6 +33,17 @@ inline constexpr Limits positive{.low = 0.0, .above = true};
 inline constexpr Limits not_negative{.low = 0.0};
 inline constexpr Limits a_fraction{.low = 0.0, .high = 1.0};
 
+/// What a reader made of a text, line by line.
+struct LineWatch {
+    struct Entry {
+        int line;
+        std::string text;
+    };
+    std::vector<Entry> findings;  ///< faults and lines that are not known
+    std::vector<Entry> known;     ///< the keyword under which a line was taken
+    std::vector<Entry> files;     ///< names of files
+};
+
 class KeyedSource {
 public:
     /// @param title  of the messages
@@ -37,6 +51,13 @@ public:
     /// @param limit  characters of a line that are read
     KeyedSource(Report& report, std::string title, std::string name, std::string text, std::size_t limit,
                 std::vector<std::string>* remarks = nullptr);
+
+    /// From now on everything goes to `watch`, which must outlive the source.
+    void set_watch(LineWatch* watch) { watch_ = watch; }
+    /// The present line began like a known one but says nothing that is known.
+    void not_known() { taken_.clear(); }
+    /// The name of a file that the present line holds.
+    void note_file(const std::string& name);
 
     /// Goes to the next line that holds something and is no comment; false at the end and after a fault.
     [[nodiscard]] bool next();
@@ -51,7 +72,9 @@ public:
     /// A section word, anywhere in front of the colon and not on a line with a name: names are the user's.
     [[nodiscard]] bool section(std::string_view word) const;
 
-    /// Reports the fault (the first one only). @return false
+    /// A value that is no good: reported, and under a watch the line is passed over. @return false
+    bool refuse(std::string_view key, const std::string& why);
+    /// A text that cannot be read further: reported (the first fault only), no more lines. @return false
     bool fail(std::string_view key, const std::string& why);
 
     /// What stands behind the key and, if there is one, behind the first colon after it; trimmed.
@@ -59,7 +82,7 @@ public:
     /// The same up to `length` characters, bytes above ASCII included.
     [[nodiscard]] std::string text(std::string_view key, std::size_t length) const;
     /// A file name as it can be used here: "\" turned into "/".
-    [[nodiscard]] std::string file_name(std::string_view key) const;
+    [[nodiscard]] std::string file_name(std::string_view key);
 
     /// The number behind a key; what is no number or outside the limits is a fault. @return true if it was stored
     bool number(std::string_view key, double& target, const Limits& limits = any_number);
@@ -72,6 +95,10 @@ public:
     bool last_word(std::string_view key, const std::string_view* words, std::size_t count, int& target);
 
 private:
+    /// Takes down whether the line has a keyword, and what was asked for.
+    bool noted(std::string_view key, bool found, bool at_start) const;
+    /// What is to be said of the line that is left.
+    void settle();
     /// The number that `text` begins with, signs of no meaning apart. @param end  position behind it
     bool leading_number(std::string_view key, std::string_view text, double& found, std::size_t& end);
 
@@ -81,6 +108,12 @@ private:
     std::vector<std::string>* remarks_;
     std::string line_;
     bool failed_ = false;
+
+    LineWatch* watch_ = nullptr;
+    // Of the present line, under a watch only:
+    mutable std::string taken_;               ///< keyword under which it was taken; empty: not known
+    mutable bool taken_at_start_ = false;     ///< the keyword stands at its start
+    mutable std::vector<std::string> asked_;  ///< keywords that it does not have
 };
 
 }  // namespace kovin

@@ -1,5 +1,7 @@
 #include "ui/terminal/home.h"
 
+#include "base/folders.h"
+
 #include <cstdlib>
 #include <system_error>
 
@@ -23,6 +25,25 @@ fs::path default_home(const fs::path& program)
         return fs::path(data) / "kovin";
     const char* user = std::getenv("HOME");
     return fs::path(user != nullptr && *user != '\0' ? user : ".") / ".local/share/kovin";
+}
+
+bool make_home(const fs::path& folder, const fs::path& shipped, std::string& told)
+{
+    if (!make_folders({.root = folder, .results = folder / "results"})) {
+        told = "the folders of '" + folder.string() + "' cannot be made";
+        return false;
+    }
+    std::error_code error;
+    if (fs::equivalent(folder, shipped, error)) return true;
+    for (const std::string_view name : folder_names) {
+        if (!fs::is_directory(shipped / name, error) || name == "results") continue;
+        // What the user has changed stays as it is.
+        fs::copy(shipped / name, folder / name, fs::copy_options::recursive | fs::copy_options::skip_existing, error);
+        if (!error) continue;
+        told = "the files of '" + (shipped / name).string() + "' cannot be copied: " + error.message();
+        return false;
+    }
+    return true;
 }
 
 }  // namespace kovin

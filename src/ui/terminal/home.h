@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 namespace kovin {
 
@@ -10,5 +11,10 @@ namespace kovin {
 
 /// The home folder: the program's own folder if it holds the tree, otherwise the user's data folder.
 [[nodiscard]] std::filesystem::path default_home(const std::filesystem::path& program);
+
+/// Makes `folder` a home: the whole tree, and in it the files of `shipped` that are not there yet.
+/// @return false if something could not be made or copied; `told` then names it
+[[nodiscard]] bool make_home(const std::filesystem::path& folder, const std::filesystem::path& shipped,
+                             std::string& told);
 
 }  // namespace kovin

@@ -1,5 +1,6 @@
 // The program on a terminal. Standard output is data; everything said to the user goes to standard error.
 #include "app/initialise.h"
+#include "ui/terminal/check_command.h"
 #include "ui/terminal/home.h"
 #include "ui/terminal/options.h"
 #include "ui/terminal/progress.h"
@@ -22,10 +23,14 @@ int start(int argc, char** argv)
     int status = 0;
     if (!read_options(argc, argv, version_banner(argv[0], file_date(program)), options, status)) return status;
 
+    const std::filesystem::path home =
+        options.home.empty() ? default_home(program) : std::filesystem::absolute(options.home);
+    if (options.command == Command::home) return static_cast<int>(home_command(options, home, program));
+
     const auto session = std::make_unique<Session>();
     SignalWatch signals(session->surroundings.monitor);
-    Initialise(*session, options.home.empty() ? default_home(program) : std::filesystem::absolute(options.home),
-               argv[0]);
+    Initialise(*session, home, argv[0]);
+    session->surroundings.report.ErrorMessageMode = options.error_mode;
     session->surroundings.version = version_banner(argv[0], file_date(program));
     Folders& folders = session->surroundings.folders;
     if (!make_folders(folders)) std::cerr << "kovin: cannot make the folders of '" << folders.root.string() << "'\n";
@@ -38,7 +43,8 @@ int start(int argc, char** argv)
     };
     session->surroundings.monitor.listener = [&progress](const Event& event) { progress(event); };
 
-    if (!options.run) return static_cast<int>(load_command(*session, options));
+    if (options.command == Command::load) return static_cast<int>(load_command(*session, options));
+    if (options.command == Command::check) return static_cast<int>(check_command(*session, options));
 
     Summary summary;
     ExitStatus outcome = run_command(*session, options, summary);

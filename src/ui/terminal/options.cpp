@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <iostream>
 
 namespace kovin {
@@ -10,8 +11,9 @@ bool read_options(int argc, char** argv, const std::string& version, Options& op
 {
     CLI::App app{"KOVIN: band diagrams and measurements of thin-film solar cells, simulated in one dimension", "kovin"};
     app.footer(
-        "Exit status: 0 all there and converged; 1 done, but something was cut, did not converge or is not\n"
-        "supported yet; 2 usage; 3 input missing or not understood; 4 nothing could be calculated; 6 output not\n"
+        "Exit status: 0 all there and converged; 1 done, but something was cut, replaced, did not converge or is\n"
+        "not supported yet, or a check found something; 2 usage; 3 input missing or not understood; 4 nothing could be "
+        "calculated; 6 output not\n"
         "written; 70 internal error; 130, 143 interrupted.");
     app.set_version_flag("--version", version);
     app.add_option("--home", options.home, "Folder with def, absorption, spectrum, ... results");
@@ -20,12 +22,26 @@ bool read_options(int argc, char** argv, const std::string& version, Options& op
     auto* quiet = app.add_flag("-q,--quiet", options.quiet, "Tell errors only");
     app.add_flag("-v,--verbose", options.verbose, "Tell each step")->excludes(quiet);
     app.add_flag("--json", options.json, "Print the results as one JSON object");
+    std::string log = "none";
+    const std::vector<std::string> logs{"none", "append", "new", "both"};
+    app.add_option("--error-log", log,
+                   "Messages to KOVINErrorLogFile.log in the home instead of the terminal: append, new; both: to a new "
+                   "log and the terminal")
+        ->check(CLI::IsMember(logs));
     std::string progress = "auto";
     app.add_option("--progress", progress, "Progress bar on a terminal")->check(CLI::IsMember({"auto", "none"}));
 
     CLI::App* run = app.add_subcommand("run", "Load the files, calculate, write the results and a summary");
     run->fallthrough();
     run->add_option("files", options.files, "Definition file; action list, spectrum, ... beside it")->required();
+    run->add_flag("--repair", options.repair, "Go on with a stand-in for each input file that is missing");
+    CLI::App* check =
+        app.add_subcommand("check", "Read the files, tell every fault by file and line, calculate nothing");
+    check->fallthrough();
+    check->add_option("files", options.files, "Definition, action list, spectrum, absorption, ... files")->required();
+    CLI::App* home = app.add_subcommand("home", "Print the folder with def, absorption, spectrum, ... results");
+    home->fallthrough();
+    home->add_option("--init", options.init, "Make this folder a home: the whole tree, with the shipped files");
     std::vector<std::string> only_loaded;
     app.add_option("files", only_loaded, "Files to load");
 
@@ -36,12 +52,14 @@ bool read_options(int argc, char** argv, const std::string& version, Options& op
         status = static_cast<int>(told_all ? ExitStatus::good : ExitStatus::usage);
         return false;
     }
-    options.run = run->parsed();
+    options.command = run->parsed()     ? Command::run
+                      : check->parsed() ? Command::check
+                      : home->parsed()  ? Command::home
+                                        : Command::load;
     options.progress = progress == "auto";
-    if (options.run && !only_loaded.empty())
-        options.files.insert(options.files.begin(), only_loaded.begin(), only_loaded.end());
-    if (!options.run) options.files = std::move(only_loaded);
-    if (options.files.empty()) {
+    options.error_mode = static_cast<int>(std::find(logs.begin(), logs.end(), log) - logs.begin());
+    options.files.insert(options.files.begin(), only_loaded.begin(), only_loaded.end());
+    if (options.files.empty() && options.command != Command::home) {
         std::cerr << app.help();
         status = static_cast<int>(ExitStatus::usage);
         return false;

@@ -10,7 +10,7 @@ namespace kovin {
 /// How the program ends.
 enum class ExitStatus : int {
     good = 0,
-    incomplete = 1,  ///< done, but something was cut, did not converge or is not supported yet
+    incomplete = 1,  ///< done, but something was cut, replaced, did not converge or is not supported yet; findings
     usage = 2,
     input = 3,  ///< input missing or not understood
     nothing_calculated = 4,
@@ -19,12 +19,22 @@ enum class ExitStatus : int {
     interrupted = 128  ///< plus the number of the signal
 };
 
+enum class Command {
+    load,   ///< load the files and end
+    run,    ///< load, calculate, write
+    check,  ///< read the files for their faults
+    home    ///< print the home folder, or make one
+};
+
 struct Options {
-    bool run = false;  ///< calculate and write; otherwise load only
+    Command command = Command::load;
     std::vector<std::string> files;
     std::filesystem::path home;    ///< empty: find it
     std::filesystem::path output;  ///< empty: the results folder of the home
+    std::filesystem::path init;    ///< home: folder that becomes a home
     bool force = false;            ///< overwrite result files
+    bool repair = false;           ///< go on with a stand-in for each missing file
+    int error_mode = 0;            ///< ErrorMessageMode
     bool quiet = false, verbose = false;
     bool json = false;
     bool progress = true;

@@ -137,15 +137,21 @@ ExitStatus run_command(Session& session, const Options& options, Summary& summar
     summary.problem = session.simulation.problem.input.path.stem().string();
     if (tell_not_supported(session, loaded) || !loaded.all_loaded) return ExitStatus::input;
     if (!complete_actions(session, options, files)) return ExitStatus::input;
-    const Simulation& s = session.simulation;
-    if (!CanAllFilesBeFound(session.surroundings, s.zonnecel.cell, s.panel)) return ExitStatus::input;
+    Simulation& s = session.simulation;
+    const bool all_there = missing_files(session.surroundings, s.zonnecel.cell, s.panel).empty();
+    if (!CanAllFilesBeFound(session.surroundings, s.zonnecel.cell, s.panel,
+                            options.repair ? MissingFiles::repair : MissingFiles::tell)) {
+        tell(session, "Missing files", "--repair goes on with what stands in for each of them");
+        return ExitStatus::input;
+    }
 
     const std::vector<ResultFile> planned = planned_files(session);
     if (!ready_to_write(session, planned, options.force)) return ExitStatus::output;
     const SimulateOutcome outcome = Simulate(session);
     if (outcome == SimulateOutcome::refused) return ExitStatus::incomplete;
 
-    const ExitStatus status = status_of(session, outcome);
+    ExitStatus status = status_of(session, outcome);
+    if (status == ExitStatus::good && !all_there) status = ExitStatus::incomplete;
     const bool written = write_files(session, planned, summary);
     summary.converged = status == ExitStatus::good;
     if (!session.simulation.results.empty() && session.simulation.results.back().iv.points() > 0)

@@ -1,0 +1,136 @@
+#include "device/column_check.h"
+
+#include "base/line_file.h"
+#include "base/text_format.h"
+#include "base/text_scan.h"
+#include "base/two_column_file.h"
+#include "device/absorption_models.h"
+
+#include <algorithm>
+
+namespace kovin {
+
+namespace {
+
+/// What the columns of a kind are, and between which values they make sense.
+struct ColumnRule {
+    FileKind kind;
+    std::string_view x, y;
+    Limits x_limits, y_limits;
+};
+constexpr ColumnRule rules[] = {
+    {FileKind::spectrum, "wavelength", "power", positive, not_negative},
+    {FileKind::absorption, "wavelength", "absorption coefficient", positive, not_negative},
+    {FileKind::filter, "wavelength", "percentage", positive, {0.0, 100.0}},
+    {FileKind::generation, "position", "generation", not_negative, not_negative},
+    {FileKind::optical_capture, "wavelength", "cross section", positive, not_negative},
+    {FileKind::grading, "position or composition", "value", not_negative, any_number},
+};
+
+/// Words in the head of a grading file and what may stand behind them.
+struct HeadWord {
+    std::string_view word, first, second;
+};
+constexpr HeadWord head_words[] = {
+    {"interpolation", "lin", "log"},
+    {"position", "abs", "rel"},
+    {"thickness", "abs", "rel"},
+    {"range", "this", "shared"},
+};
+
+bool is_comment(std::string_view line)
+{
+    return !line.empty() && std::string_view("><*!/\\").find(line[0]) != std::string_view::npos;
+}
+
+/// A line that was meant as a row: it begins with a number, or with what should be one.
+bool looks_like_row(std::string_view line)
+{
+    line = trimmed(line);
+    if (line.empty()) return false;
+    const std::string word = lower_case(line.substr(0, line.find_first_of(" \t,;")));
+    return (line[0] >= '0' && line[0] <= '9') || line[0] == '-' || line[0] == '+' || line[0] == '.' || word == "nan" ||
+           word == "inf";
+}
+
+/// One of the settings in the head of a grading file.
+void check_head(std::string_view comment, int line, LineWatch& watch)
+{
+    const auto colon = comment.find(':');
+    if (colon == std::string_view::npos) return;
+    const std::string word = lower_case(trimmed(comment.substr(0, colon)));
+    const std::string_view value = trimmed(comment.substr(colon + 1));
+    std::vector<std::string> words;
+    for (const HeadWord& row : head_words) {
+        words.emplace_back(row.word);
+        if (word != row.word) continue;
+        if (!starts_with_ignoring_case(value, row.first) && !starts_with_ignoring_case(value, row.second))
+            watch.findings.push_back({line, word + ": \"" + std::string(row.first) + "\" or \"" +
+                                                std::string(row.second) + "\" is expected"});
+        return;
+    }
+    // Comments say what they like; only what nearly is a setting is spoken of.
+    if (const auto nearest = nearest_word(word, words); !nearest.empty() && word.find(' ') == std::string::npos)
+        watch.findings.push_back(
+            {line, "unknown setting \"" + word + "\"; did you mean \"" + std::string(nearest) + "\"?"});
+}
+
+/// The largest value shows the unit.
+void check_size(FileKind kind, const std::vector<std::string>& heading, double largest, int line, LineWatch& watch)
+{
+    if (kind == FileKind::absorption) {
+        const double alpha = largest * absorption_unit(heading);
+        if (absorption_looks_like_another_unit(alpha))
+            watch.findings.push_back(
+                {line, "the largest absorption coefficient is " + scientific(alpha / per_cm_to_per_m, 0, 3) +
+                           " 1/cm: the unit looks wrong; a heading line \"1/cm\" or \"1/m\" tells it"});
+    }
+    if (kind == FileKind::filter && largest > 0.0 && largest <= 1.0)
+        watch.findings.push_back({line, "no value is above 1: percent is meant, not a fraction"});
+}
+
+}  // namespace
+
+int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
+{
+    const ColumnRule* rule =
+        std::find_if(std::begin(rules), std::end(rules), [&](const ColumnRule& row) { return row.kind == kind; });
+    if (rule == std::end(rules)) return 0;
+    LineReader reader(text, two_column_line_limit);
+    std::vector<std::string> heading;
+    const auto find = [&](const std::string& what) { watch.findings.push_back({reader.line_number(), what}); };
+    // Of each kind of disorder the first line is named; the rest follows from it.
+    bool told_order = false, told_limit = false;
+    int rows = 0, largest_line = 0;
+    double largest = 0.0, x_before = 0.0;
+    for (std::string line; reader.ReadLine(line);) {
+        double x = 0.0, y = 0.0;
+        if (!is_row(line, kind, x, y)) {
+            if (kind == FileKind::grading && is_comment(line))
+                check_head(std::string_view(line).substr(1), reader.line_number(), watch);
+            const bool remark = trimmed(line).empty() || is_comment(line) || (rows == 0 && !looks_like_row(line));
+            if (rows == 0) heading.push_back(line);
+            if (!remark) find("is no row of two numbers and is passed over");
+            continue;
+        }
+        if (rows == row_limit(kind)) {
+            if (!told_limit) find("rows behind number " + integer(rows) + " are not read");
+            told_limit = true;
+            continue;
+        }
+        if (rows > 0 && x <= x_before && !told_order) {
+            find(x < x_before ? std::string(rule->x) + " falls: the rows are sorted when they are read"
+                              : std::string(rule->x) + " repeats: its rows are merged when they are read");
+            told_order = true;
+        }
+        if (!rule->x_limits.hold(x)) find(std::string(rule->x) + " " + shortest(x) + " has no physical sense");
+        if (!rule->y_limits.hold(y)) find(std::string(rule->y) + " " + shortest(y) + " has no physical sense");
+        if (rows == 0 || y > largest) largest = y, largest_line = reader.line_number();
+        x_before = x;
+        ++rows;
+    }
+    if (rows > 0) check_size(kind, heading, largest, largest_line, watch);
+    return rows;
+}
+
+}  // namespace kovin
