@@ -1,7 +1,6 @@
 // Action lists: what the shipped ones say comes back, and a bad value changes nothing.
 #include "device/action_file.h"
 #include "base/line_file.h"
-#include "device/file_check.h"
 #include "device/model_table.h"
 
 #include <gmock/gmock.h>
@@ -159,37 +158,6 @@ TEST(ActionFile, ABadValueIsNamedAndNothingIsTakenOver)
         EXPECT_THAT(text, HasSubstr("bad.act, line 3: "));
         EXPECT_THAT(text, HasSubstr(std::string(line).substr(0, 4)));
     }
-}
-
-TEST(FileCheck, NamesEachMissingFileThatIsNeeded)
-{
-    Surroundings surroundings;
-    surroundings.folders.root = fs::path(KOVIN_SOURCE_DIR) / "home";
-    CellParameters cell;
-    cell.layers = 1;
-    ActionPanel panel = InitialiseActionPanel();
-    EXPECT_TRUE(CanAllFilesBeFound(surroundings, cell, panel));
-    panel.workPoint.dark = false;
-    panel.workPoint.spectrumFile = "am0.SPE";  // as on a disk that does not tell cases apart
-    panel.secondWorkPoint.dark = false;
-    panel.secondWorkPoint.spectrumFile = "no second point without a metastable pair.spe";
-    EXPECT_TRUE(CanAllFilesBeFound(surroundings, cell, panel));
-
-    panel.workPoint.spectrumFile = "gone.spe";
-    cell.left.filter = true;
-    cell.left.filter_file = "gone.ftr";
-    cell.right.filter_file = "not in use.ftr";
-    cell.layer[0].composition.law = Law::from_file;
-    cell.layer[0].material.absorption.pure_B_from_file = true;
-    cell.layer[0].material.absorption.file_B = "gone.abs";
-    cell.layer[0].srhteller = 1;
-    cell.layer[0].srh[0][0].holes.file = "gone.opt";
-    cell.layer[0].srh[0][0].holes.present = true;
-    EXPECT_FALSE(CanAllFilesBeFound(surroundings, cell, panel));
-    std::vector<std::string> texts;
-    for (const Message& message : surroundings.report.messages) texts.push_back(message.text);
-    EXPECT_THAT(texts, ::testing::ElementsAre(HasSubstr("gone.spe"), HasSubstr("gone.ftr"), HasSubstr("Composition"),
-                                              HasSubstr("gone.abs"), HasSubstr("gone.opt")));
 }
 
 }  // namespace

@@ -42,6 +42,8 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
     scratch.put("a file", "in the way of a folder");
     std::filesystem::copy(home + "/def/silicon-pn.def", scratch.path() / "my cell.def");
     const std::string cell = home + "/def/silicon-pn.def";
+    std::filesystem::copy(cell, scratch.path() / "gone.def");
+    scratch.put("gone.act", "dark : 0\nincident spectrum from file : gone.spe\n");
     struct Row {
         const char* what;
         std::string arguments;
@@ -61,6 +63,12 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         {"unknown kind of file", "run readme.txt '" + cell + "' -o out", 3, "readme.txt"},
         {"kind that is not there yet", "x.script", 3, "x.script"},
         {"light without a file", "run '" + cell + "' moon.spe -o out", 3, "moon.spe"},
+        {"input file that is missing", "run gone.def -o out", 3, "gone.spe not found (Set to standard AM1.5G"},
+        {"and is replaced", "run gone.def --repair -o out", 1, "standard KOVIN AM1.5G 1 sun spectrum set"},
+        {"nothing to find", "check '" + cell + "'", 0, "nothing found"},
+        {"findings", "check broken.def", 1, ""},
+        {"findings and a file without", "check broken.def missing.def", 3, ""},
+        {"check of what cannot be checked", "check x.script", 3, ""},
         {"results where a file is", "run '" + cell + "' -o 'a file'", 6, "a file"},
         {"physics that is not there yet", "run '" + home + "/def/metastable-cigs.def' -o out", 1, "metastable"},
         {"no action list", "run 'my cell.def' -o out", 0, "no action list"},
@@ -103,6 +111,51 @@ TEST(Program, PutsDataOnStandardOutputAndFilesWhereTold)
         return at == std::string::npos ? 0.0 : std::strtod(json.c_str() + at + 6, nullptr);
     };
     EXPECT_NEAR(Voc_of(given.out), Voc_of(run.out), 1e-3);
+}
+
+TEST(Program, HomeIsPrintedAndMade)
+{
+    const ScratchFolder scratch;
+    scratch.put("mine/def/cigs-baseline.def", "my own");
+    const std::string mine = (scratch.path() / "mine").string();
+    const Ended made = kovin(scratch, "home --init mine");
+    EXPECT_EQ(made.status, 0) << made.err;
+    EXPECT_EQ(made.out, mine + '\n');
+    EXPECT_EQ(contents(mine + "/def/cigs-baseline.def"), "my own") << "what is there stays";
+    EXPECT_TRUE(std::filesystem::exists(mine + "/spectrum/AM1_5G 1 sun.spe"));
+    EXPECT_TRUE(std::filesystem::is_directory(mine + "/scaling"));
+    EXPECT_EQ(kovin(scratch, "home --home mine").out, mine + '\n');
+    EXPECT_EQ(kovin(scratch, "home").out, std::filesystem::path(KOVIN_PROGRAM).parent_path().string() + '\n');
+    scratch.put("a file", "");
+    EXPECT_EQ(kovin(scratch, "home --init 'a file/home'").status, 6);
+}
+
+TEST(Program, FindingsAndMessagesGoWhereTheyAreWanted)
+{
+    const ScratchFolder scratch;
+    scratch.put("x.def", "layer\nd : 1e-6\ncolour : red\nfront contact\nworking point\n");
+    const Ended check = kovin(scratch, "--home mine check x.def");
+    EXPECT_EQ(check.status, 1);
+    EXPECT_EQ(check.out, (scratch.path() / "x.def").string() + ":3: unknown line \"colour\"\n");
+    EXPECT_EQ(check.err, "");
+    // Messages go to a log in the home, which a second run continues or begins anew.
+    struct Row {
+        const char* mode;
+        int entries;
+        bool shown;
+    };
+    for (const Row& row : {Row{"new", 1, false}, Row{"append", 2, false}, Row{"both", 1, true}}) {
+        const Ended run =
+            kovin(scratch, std::string("--home mine --error-log ") + row.mode + " run missing.def -o out");
+        EXPECT_EQ(run.status, 3);
+        EXPECT_EQ(run.err.find("missing.def") != std::string::npos, row.shown) << row.mode;
+        const std::string log = contents(scratch.path() / "mine/KOVINErrorLogFile.log");
+        int entries = 0;
+        for (auto at = log.find("could not be loaded"); at != std::string::npos;
+             at = log.find("could not be loaded", at + 1))
+            ++entries;
+        EXPECT_EQ(entries, row.entries) << row.mode;
+    }
 }
 
 }  // namespace

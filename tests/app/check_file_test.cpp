@@ -1,0 +1,181 @@
+// Files under check: what is found, at which line, and that what is shipped is clean.
+#include "app/check_file.h"
+
+#include "app/initialise.h"
+#include "base/scratch_folder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <sstream>
+
+namespace kovin {
+namespace {
+
+using ::testing::HasSubstr;
+
+const std::filesystem::path home = std::filesystem::path(KOVIN_SOURCE_DIR) / "home";
+
+std::unique_ptr<Session> session()
+{
+    auto s = std::make_unique<Session>();
+    Initialise(*s, home, "kovin");
+    return s;
+}
+
+TEST(CheckFile, FindsNothingInWhatIsShipped)
+{
+    const auto s = session();
+    int files = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(home)) {
+        const std::string kind = entry.path().extension().string();
+        if (!entry.is_regular_file() || kind == ".txt" || kind == ".script") continue;
+        const CheckResult result = check_file(*s, entry.path().string());
+        EXPECT_TRUE(result.readable) << entry.path();
+        for (const Finding& finding : result.findings) ADD_FAILURE() << finding_text(finding);
+        ++files;
+    }
+    EXPECT_GT(files, 35);
+}
+
+/// A cell of two layers without a fault; a row changes one of its lines.
+const char* const cell =
+    "back contact\nFi_m : 4.6\nSn : 1e5\n"
+    "layer\nname : n\nd : 1e-6\neps : 10\nchi : 4\nEg : 1.5\nNc : 1e24\nmu_n : 0.01\nv_th_n : 1e5\n"
+    "srhrecombination\ntype : donor\nReference for defect energy : 0\nEt : 0.3\nsigma_n : 1e-19\nNt(x) : 1e20\n"
+    "interface recombination\ntype : neutral\nEt : 0.7\nsigma_nleft : 1e-19\n"
+    "layer\nname : p\nd : 1e-6\nchi : 4\nEg : 1.2\n"
+    "absorptionmodel pure A material (y=0) : from model\nabsorption model A, model : power law 1\n"
+    "front contact\nflatband : 1\nSn : 1e5\noptical filter : reflection\nwavelength independent : 1\n"
+    "filter value : 0.1\nworking point\ninternal Rfront : 0.1\n";
+
+TEST(CheckFile, NamesTheLineAndTheFault)
+{
+    struct Row {
+        const char *line, *changed;  ///< in `cell`
+        const char* expected;        ///< of the only finding; empty: none
+    };
+    constexpr Row rows[] = {
+        {"", "", ""},
+        // not known
+        {"eps : 10", "esp : 10", "7: unknown line \"esp\"; did you mean \"eps\"?"},
+        {"mu_n : 0.01", "mobility : 5", "11: unknown line \"mobility\""},
+        {"mu_n : 0.01", "Realtive elektron mass : 1",
+         "11: unknown line \"Realtive elektron mass\"; did you mean "
+         "\"Relative electron mass\"?"},
+        {"sigma_nleft", "sigma_left", "did you mean \"sigma_nleft\"?"},
+        {"Eg : 1.5", "Egap : 1.5", "9: \"Egap\" is read as \"Eg\""},
+        {"flatband : 1\n", "flatband : 1\nflat band : 1\n", "did you mean \"flatband\"?"},
+        {"internal Rfront", "internal Reflection", "unknown line \"internal Reflection\""},
+        // no numbers, or none that a cell has
+        {"Sn : 1e5\nlayer", "Sn : fast\nlayer", "3: Sn = \"fast\": a number is expected"},
+        {"Sn : 1e5\nlayer", "Sn : -1\nlayer", "3: Sn = \"-1\": the value is outside its range"},
+        {"d : 1e-6\neps", "d : 0\neps", "6: d = \"0\""},
+        {"Eg : 1.2", "Eg : 0", "Eg = \"0\""},
+        {"Nc : 1e24", "Nc : -1e24", "10: Nc = "},
+        {"mu_n : 0.01", "mu_n : -1", "11: mu_n"},
+        {"v_th_n : 1e5", "v_th_n : -1e5", "12: v_th_n"},
+        {"sigma_n : 1e-19", "sigma_n : -1e-19", "17: sigma_n"},
+        {"Nt(x) : 1e20", "Nt(x) : -1", "18: Nt(x)"},
+        {"filter value : 0.1", "filter value : 10", "filter value = \"10\""},
+        {"Rfront : 0.1", "Rfront : 1.1", "internal Rfront"},
+        {"model : power law 1", "model : stairs", "the absorption model is not known"},
+        // more than one line tells
+        {"eps : 10", "eps : 0.9", "7: layer 1: a relative permittivity of 0.900 is below that of vacuum"},
+        {"Et : 0.3", "Et : 1.6", "16: layer 1, defect 1: level 1 lies outside the gap"},
+        {"energy : 0\nEt : 0.3", "energy : 2\nEt : -0.1", "16: layer 1, defect 1: level 1"},
+        {"energy : 0\nEt : 0.3", "energy : 1\nEt : 0.8", "16: layer 1, defect 1: level 1"},
+        {"Et : 0.7", "Et : 0.2", "interface 1, defect 1: the level lies outside the gap of the interface, 1.200 eV"},
+        {"Fi_m : 4.6", "Fi_m : 5.6", "2: left contact: a work function of 5.600 eV puts the Fermi level outside"},
+        {"Fi_m : 4.6", "Fi_m : 3.9", "from 4.000 to 5.500 eV"},
+        // files
+        {"A material (y=0) : from model\nabsorption model A, model : power law 1",
+         "A material (y=0) : from file\nabsorptionfile pure A material (y=0) : gone.abs",
+         "29: Layer p: absorption file (pure A): 'gone.abs' is not there"},
+        {"wavelength independent : 1", "filterfile : gone.ftr", "'gone.ftr' is not there"},
+        // texts
+        {"name : p", "name : p\x01", "24: holds a byte that is no text"},
+        {"working point\ninternal Rfront : 0.1\n", "", "The def-file is empty or incomplete."},
+    };
+    const ScratchFolder scratch;
+    const auto s = session();
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.changed);
+        std::string text = cell;
+        const auto at = text.find(row.line);
+        ASSERT_NE(at, std::string::npos) << row.line;
+        text.replace(at, std::string(row.line).size(), row.changed);
+        const CheckResult result = check_file(*s, scratch.put("x.def", text).string());
+        EXPECT_TRUE(result.readable);
+        ASSERT_EQ(result.findings.size(), *row.expected != '\0' ? 1u : 0u) << ::testing::PrintToString([&] {
+            std::vector<std::string> all;
+            for (const Finding& f : result.findings) all.push_back(finding_text(f));
+            return all;
+        }());
+        if (*row.expected != '\0') {
+            EXPECT_THAT(finding_text(result.findings[0]), HasSubstr(row.expected));
+        }
+    }
+}
+
+TEST(CheckFile, OtherKinds)
+{
+    struct Row {
+        const char *name, *text;
+        std::vector<const char*> expected;  ///< of each finding, without the file
+    };
+    const Row rows[] = {
+        {"x.act",
+         "Temperatur : 300\nTemperature : 0 K\ndark : 0\nincident spectrum from file :gone.spe\nIV_points : 1e9\n"
+         "IV_increment : 5\nSecondworkpoint Voltgae : 1\n",
+         {":1: unknown line \"Temperatur\"; did you mean \"Temperature\"?", ":2: Temperature = \"0 K\"",
+          ":4: Spectrum file: 'gone.spe' is not there", ":5: IV_points",
+          ":7: unknown line \"Secondworkpoint Voltgae\""}},
+        {"x.wp2",
+         "Secondworkpoint dark : 0\nSecondworkpoint generation G(x) specified\n"
+         "Secondworkpoint generation G(x) from file : gone.gen\n",
+         {":3: Generation file (initial wp): 'gone.gen'"}},
+        {"x.spe",
+         "nm W/m2\n300 1\n310 -1\n305 2\n320 two\n330 1e999\n",
+         {":3: power -1 has no physical sense", ":4: wavelength falls", ":5: is no row", ":6: is no row"}},
+        {"x.abs", "wavelength alpha [1/m]\n300 1e5\n400 5e3\n", {}},
+        {"x.abs", "wavelength alpha\n300 1e9\n400 5e3\n", {":2: the largest absorption coefficient is 1.000e+09 1/cm"}},
+        {"x.abs", "0 1e5\n300 99\n300 5e3\n", {":1: wavelength 0 has", ":3: wavelength repeats"}},
+        {"x.ftr", "300 0.5\n400 1\n", {":2: no value is above 1: percent is meant"}},
+        {"x.ftr", "nan 3\n300 105\n", {":1: is no row", ":2: percentage 105"}},
+        {"x.gen", "-1 1e20\n1 1e21\n", {":1: position -1"}},
+        {"x.opt", "300 1e-20\n400 -1e-20\n", {":2: cross section"}},
+        {"x.grad",
+         "> interpolaton: log\n> position: relative\n> range: all\n> a note: free\n0 1\n1 -2\n",
+         {":1: unknown setting \"interpolaton\"; did you mean \"interpolation\"?",
+          ":3: range: \"this\" or \"shared\""}},
+    };
+    const ScratchFolder scratch;
+    const auto s = session();
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.text);
+        const CheckResult result = check_file(*s, scratch.put(row.name, row.text).string());
+        EXPECT_TRUE(result.readable);
+        ASSERT_EQ(result.findings.size(), row.expected.size())
+            << (result.findings.empty() ? "" : finding_text(result.findings.back()));
+        for (std::size_t i = 0; i < row.expected.size(); ++i)
+            EXPECT_THAT(finding_text(result.findings[i]), HasSubstr(row.expected[i]));
+    }
+}
+
+TEST(CheckFile, LooksIntoTheFilesThatAreNamed)
+{
+    const ScratchFolder scratch;
+    const auto s = session();
+    const auto table = scratch.put("weak.abs", "300 10\n");
+    const auto def =
+        scratch.put("x.def", std::string("layer\nd : 1e-6\nabsorptionmodel : from file\nabsorptionfile : ") +
+                                 table.string() + "\nfront contact\nworking point\n");
+    const CheckResult result = check_file(*s, def.string());
+    ASSERT_EQ(result.findings.size(), 1u) << "once, although both pure materials have it";
+    EXPECT_EQ(result.findings[0].file, table);
+}
+
+}  // namespace
+}  // namespace kovin

@@ -1,0 +1,126 @@
+// Files that a problem needs and that are not there: told by what they are for, or replaced.
+#include "device/file_check.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace kovin {
+namespace {
+
+using ::testing::HasSubstr;
+
+TEST(FileCheck, NamesEachMissingFileThatIsNeeded)
+{
+    Surroundings surroundings;
+    surroundings.folders.root = std::filesystem::path(KOVIN_SOURCE_DIR) / "home";
+    CellParameters cell;
+    cell.layers = 1;
+    ActionPanel panel = InitialiseActionPanel();
+    EXPECT_TRUE(CanAllFilesBeFound(surroundings, cell, panel));
+    panel.workPoint.dark = false;
+    panel.workPoint.spectrumFile = "am0.SPE";  // as on a disk that does not tell cases apart
+    panel.secondWorkPoint.dark = false;
+    panel.secondWorkPoint.spectrumFile = "no second point without a metastable pair.spe";
+    EXPECT_TRUE(CanAllFilesBeFound(surroundings, cell, panel));
+
+    panel.workPoint.spectrumFile = "gone.spe";
+    cell.left.filter = true;
+    cell.left.filter_file = "gone.ftr";
+    cell.right.filter_file = "not in use.ftr";
+    cell.layer[0].composition.law = Law::from_file;
+    cell.layer[0].material.absorption.pure_B_from_file = true;
+    cell.layer[0].material.absorption.file_B = "gone.abs";
+    cell.layer[0].srhteller = 1;
+    cell.layer[0].srh[0][0].holes.file = "gone.opt";
+    cell.layer[0].srh[0][0].holes.present = true;
+    EXPECT_FALSE(CanAllFilesBeFound(surroundings, cell, panel));
+    std::vector<std::string> texts;
+    for (const Message& message : surroundings.report.messages) texts.push_back(message.text);
+    EXPECT_THAT(texts, ::testing::ElementsAre(HasSubstr("gone.spe"), HasSubstr("gone.ftr"), HasSubstr("Composition"),
+                                              HasSubstr("gone.abs"), HasSubstr("gone.opt")));
+}
+
+/// A problem in which every kind of file is missing.
+struct EverythingGone {
+    Surroundings surroundings;
+    CellParameters cell;
+    ActionPanel panel = InitialiseActionPanel();
+
+    EverythingGone()
+    {
+        surroundings.folders.root = std::filesystem::path(KOVIN_SOURCE_DIR) / "home";
+        panel.workPoint.dark = false;
+        panel.workPoint.generationSpecified = panel.workPoint.generationFromFile = true;
+        panel.workPoint.generationFile = "gone.gen";
+        panel.workPoint.spectrumFile = "gone.spe";
+        cell.layers = 1;
+        cell.right.filter = true;
+        LayerParameters& layer = cell.layer[0];
+        layer.name = "absorber";
+        layer.material.Eg.pure_A = 1.1;
+        layer.material.Eg.pure_B = 1.7;
+        layer.composition.law = layer.material.mu_p.law = Law::from_file;
+        layer.composition.file = "gone.grad";
+        layer.material.absorption.pure_A_from_file = true;
+        layer.material.absorption.file_A = "gone.abs";
+        layer.srhteller = 1;
+        for (auto& level : layer.srh[0]) level.Nt.law = Law::from_file;
+        layer.srh[0][0].electrons.present = true;
+        layer.srh[0][0].electrons.file = "gone.opt";
+    }
+    [[nodiscard]] std::vector<std::string> texts() const
+    {
+        std::vector<std::string> all;
+        for (const Message& message : surroundings.report.messages) all.push_back(message.text);
+        return all;
+    }
+};
+
+TEST(FileCheck, RepairsEachMissingFileAndTellsIt)
+{
+    for (const bool by_log : {false, true}) {  // where messages go to a log nobody can be asked
+        const auto gone = std::make_unique<EverythingGone>();
+        if (by_log) {
+            gone->surroundings.report.ErrorMessageMode = 2;
+            gone->surroundings.report.log_file = "/dev/null";
+        }
+        ASSERT_TRUE(CanAllFilesBeFound(gone->surroundings, gone->cell, gone->panel,
+                                       by_log ? MissingFiles::tell : MissingFiles::repair));
+        EXPECT_EQ(gone->surroundings.report.messages[0].title, "Error whilst checking files for existence");
+        EXPECT_THAT(
+            gone->texts(),
+            ::testing::ElementsAre(
+                "Generation file gone.gen not found; illumination mode set to internal KOVIN model",
+                "Spectrum file gone.spe not found; standard KOVIN AM1.5G 1 sun spectrum set",
+                "Filter file (right contact) (no name given) not found; switched to Filter from value",
+                HasSubstr("Layer 1: Composition grading file gone.grad"), HasSubstr("Layer 1: mu_p grading file"),
+                "Layer absorber: absorption file (pure A) gone.abs not found; absorption set to internal KOVIN model",
+                HasSubstr("Layer absorber defect 1: Defect density grading file"),
+                "Layer absorber defect 1: Optical capture cross section file for electrons gone.opt not found; "
+                "IPV optcapt set to internal KOVIN model"));
+        const LayerParameters& layer = gone->cell.layer[0];
+        EXPECT_FALSE(gone->panel.workPoint.generationSpecified);
+        EXPECT_EQ(gone->panel.workPoint.spectrumFile, "AM1_5G 1 sun.spe");
+        EXPECT_TRUE(gone->cell.right.filter_constant);
+        EXPECT_TRUE(layer.composition.law == Law::linear && layer.material.mu_p.law == Law::linear);
+        EXPECT_EQ(layer.srh[0][3].Nt.law, Law::linear);
+        EXPECT_FALSE(layer.material.absorption.pure_A_from_file);
+        EXPECT_DOUBLE_EQ(layer.material.absorption.model_A.Eg, 1.1);
+        EXPECT_TRUE(layer.srh[0][0].electrons.from_model);
+        // A second look finds nothing to tell.
+        EXPECT_TRUE(missing_files(gone->surroundings, gone->cell, gone->panel).empty());
+    }
+}
+
+TEST(FileCheck, ASpectrumWithoutAStandInStaysMissing)
+{
+    const auto gone = std::make_unique<EverythingGone>();
+    gone->surroundings.folders.root = "/none such";
+    EXPECT_FALSE(CanAllFilesBeFound(gone->surroundings, gone->cell, gone->panel, MissingFiles::repair));
+    EXPECT_EQ(gone->panel.workPoint.spectrumFile, "gone.spe");
+}
+
+}  // namespace
+}  // namespace kovin
