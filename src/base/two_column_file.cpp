@@ -12,6 +12,8 @@ namespace kovin {
 
 namespace {
 
+int row_limit(FileKind kind) { return kind == FileKind::generation ? max_generation_rows : MAX_NUMBER_OF_INPUT_POINTS; }
+
 /// Strictly monotonic in the wanted direction?
 bool is_ordered(const std::vector<double>& x, int direction)
 {
@@ -64,8 +66,6 @@ bool is_row(std::string_view line, FileKind kind, double& x, double& y)
     y = second.value;
     return second.found && second.finite;
 }
-
-int row_limit(FileKind kind) { return kind == FileKind::generation ? max_generation_rows : MAX_NUMBER_OF_INPUT_POINTS; }
 
 int XYRemoveXDuplicatesAndSortX(std::vector<double>& x, std::vector<double>& y, int direction)
 {

@@ -157,13 +157,21 @@ bool parse(Surroundings& surroundings, std::string text, const std::string& name
     source.set_watch(watch);
     PointReading first{.point = found.workPoint, .prefix = ""};
     PointReading second{.point = found.secondWorkPoint, .prefix = std::string(second_prefix)};
+    bool any = false;
     while (source.next()) {
         if (source.starts(second_prefix)) {
-            if (!read_point_line(source, second)) source.not_known();
-        } else if (all && !read_point_line(source, first) && !read_resistances(source, found.workPoint)) {
-            read_action_line(source, found.actions);
+            if (read_point_line(source, second))
+                any = true;
+            else
+                source.not_known();
+        } else if (all && (read_point_line(source, first) || read_resistances(source, found.workPoint) ||
+                           read_action_line(source, found.actions))) {
+            any = true;
         }
     }
+    if (!any && !watch)
+        source.fail(
+            {}, all ? "the file holds no line of an action list" : "the file holds no line of a second working point");
     if (source.failed()) return false;
     panel = std::move(found);
     return true;

@@ -1,5 +1,6 @@
 #include "device/column_check.h"
 
+#include "base/constants.h"
 #include "base/line_file.h"
 #include "base/text_format.h"
 #include "base/text_scan.h"
@@ -17,12 +18,14 @@ struct ColumnRule {
     FileKind kind;
     std::string_view x, y;
     Limits x_limits, y_limits;
+    int most = MAX_NUMBER_OF_INPUT_POINTS;  ///< rows
+    bool refused = false;                   ///< a file with more is not taken at all; else the rest is not read
 };
 constexpr ColumnRule rules[] = {
-    {FileKind::spectrum, "wavelength", "power", positive, not_negative},
+    {FileKind::spectrum, "wavelength", "power", positive, not_negative, MAX_NUMBER_OF_INPUT_POINTS, true},
     {FileKind::absorption, "wavelength", "absorption coefficient", positive, not_negative},
-    {FileKind::filter, "wavelength", "percentage", positive, {0.0, 100.0}},
-    {FileKind::generation, "position", "generation", not_negative, not_negative},
+    {FileKind::filter, "wavelength", "percentage", positive, {0.0, 100.0}, MAX_NUMBER_OF_INPUT_POINTS, true},
+    {FileKind::generation, "position", "generation", not_negative, not_negative, max_generation_points, true},
     {FileKind::optical_capture, "wavelength", "cross section", positive, not_negative},
     {FileKind::grading, "position or composition", "value", not_negative, any_number},
 };
@@ -113,8 +116,10 @@ int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
             if (!remark) find("is no row of two numbers and is passed over");
             continue;
         }
-        if (rows == row_limit(kind)) {
-            if (!told_limit) find("rows behind number " + integer(rows) + " are not read");
+        if (rows == rule->most) {
+            if (!told_limit)
+                find(rule->refused ? "a file of more than " + integer(rows) + " rows is refused"
+                                   : "rows behind number " + integer(rows) + " are not read");
             told_limit = true;
             continue;
         }
