@@ -147,8 +147,12 @@ std::string_view nearest_word(std::string_view text, std::span<const std::string
         const std::string word =
             lower_case(trimmed(std::string_view(given).substr(0, given.find_last_not_of(" :") + 1)));
         if (word.size() < 2 || word.size() > longest) continue;
+        const std::size_t allowed = std::min(fewest - 1, std::max<std::size_t>(1, word.size() / 4));
         for (std::size_t j = 0; j <= n; ++j) row[j] = j;
-        for (std::size_t i = 1; i <= word.size(); ++i) {
+        // A row beyond what is allowed, the one before it as well, and no way leads back.
+        bool hopeless = false;
+        for (std::size_t i = 1; i <= word.size() && !hopeless; ++i) {
+            const bool was_beyond = *std::min_element(row.begin(), row.end()) > allowed;
             std::swap(before, last);
             std::swap(last, row);
             row[0] = i;
@@ -157,14 +161,17 @@ std::string_view nearest_word(std::string_view text, std::span<const std::string
                 const bool exchanged = i > 1 && j > 1 && word[i - 1] == head[j - 2] && word[i - 2] == head[j - 1];
                 if (exchanged) row[j] = std::min(row[j], before[j - 2] + 1);
             }
+            hopeless = was_beyond && *std::min_element(row.begin(), row.end()) > allowed;
         }
+        if (hopeless) continue;
         // A keyword stands in front of more words: compared with every beginning that ends with one.
         std::size_t distance = longest;
         for (std::size_t j = 1; j <= n; ++j)
             if (j == n || !(is_letter(head[j]) || is_digit(head[j]))) distance = std::min(distance, row[j]);
-        if (distance >= fewest || distance > std::max<std::size_t>(1, word.size() / 4)) continue;
+        if (distance > allowed) continue;
         fewest = distance;
         nearest = std::string_view(given).substr(0, given.find_last_not_of(" :") + 1);
+        if (fewest == 0) break;  // only the case differs
     }
     return nearest;
 }

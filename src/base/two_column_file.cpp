@@ -99,17 +99,12 @@ std::filesystem::path MakeFullPath(const Folders& folders, std::string_view name
     return trimmed(name).empty() ? std::filesystem::path{} : CheckKOVINPaths(folders, name, kind);
 }
 
-int ReadKOVINFile(Surroundings& surroundings, std::string_view path, FileKind kind, int direction, bool warn,
-                  TwoColumns& rows)
+void parse_two_columns(std::string text, FileKind kind, TwoColumns& rows)
 {
     rows = {};
-    const std::filesystem::path file = MakeFullPath(surroundings.folders, path, kind);
-    std::optional<std::string> text = open_for_reading(surroundings, file);
-    if (!text) return -1;
-
     const auto limit = static_cast<std::size_t>(row_limit(kind));
     const double x_unit = kind == FileKind::generation ? 1e-6 : 1.0;  // positions of a generation file are in um
-    LineReader reader(std::move(*text), two_column_line_limit);
+    LineReader reader(std::move(text), two_column_line_limit);
     for (std::string line; rows.x.size() < limit && reader.ReadLine(line);) {
         double x = 0.0, y = 0.0;
         if (is_row(line, kind, x, y)) {
@@ -119,6 +114,17 @@ int ReadKOVINFile(Surroundings& surroundings, std::string_view path, FileKind ki
             rows.heading.push_back(line);
         }
     }
+}
+
+int ReadKOVINFile(Surroundings& surroundings, std::string_view path, FileKind kind, int direction, bool warn,
+                  TwoColumns& rows)
+{
+    rows = {};
+    const std::filesystem::path file = MakeFullPath(surroundings.folders, path, kind);
+    std::optional<std::string> text = open_for_reading(surroundings, file);
+    if (!text) return -1;
+
+    parse_two_columns(std::move(*text), kind, rows);
     if (rows.x.empty()) {
         rows = {};
         KOVINErrorMessage(surroundings.report,

@@ -28,6 +28,9 @@ inline constexpr std::size_t two_column_line_limit = 255;  ///< characters of a 
 /// The two numbers at the start of a line, or the one number of a value list. @return false if they are not there
 [[nodiscard]] bool is_row(std::string_view line, FileKind kind, double& x, double& y);
 
+/// Rows of a text, in its order, up to the most that a file of `kind` has.
+void parse_two_columns(std::string text, FileKind kind, TwoColumns& rows);
+
 /// Rows of a file of `kind`; positions of a generation file come back in m.
 /// @param direction  +1 rising x wanted, -1 falling, 0 any order
 /// @param warn       true: tell the user when rows had to be sorted or merged

@@ -30,9 +30,10 @@ bool read_mott_schottky_line(Reading& reading)
         const bool found = source.anywhere(key.word) || (key.word == "layer number" && source.anywhere("#"));
         if (!found) continue;
         MottSchottkySettings& settings = reading.definition.NW;
-        const auto low = static_cast<int>(key.limits.low), high = static_cast<int>(key.limits.high);
-        const bool stored = key.real ? source.number(mott_schottky_start, settings.*key.real, key.limits)
-                                     : source.whole(mott_schottky_start, settings.*key.whole, low, high);
+        const bool stored = key.real
+                                ? source.number(mott_schottky_start, settings.*key.real, key.limits)
+                                : source.whole(mott_schottky_start, settings.*key.whole,
+                                               static_cast<int>(key.limits.low), static_cast<int>(key.limits.high));
         reading.definition.NW_from_file = reading.definition.NW_from_file || stored;
         return true;
     }

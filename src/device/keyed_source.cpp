@@ -86,7 +86,9 @@ void KeyedSource::settle()
     if (line_.empty() || failed_) return;
     const std::string_view head = trimmed(std::string_view(line_).substr(0, line_.find(':')));
     if (taken_.empty()) {
-        const std::string_view nearest = nearest_word(head, asked_);
+        // A file of another kind has thousands of such lines; nobody reads that many suggestions.
+        const std::string_view nearest =
+            watch_->findings.size() < 200 ? nearest_word(head, asked_) : std::string_view();
         find("unknown line \"" + printable(head) + '"' +
              (nearest.empty() ? "" : "; did you mean \"" + std::string(nearest) + "\"?"));
     } else {

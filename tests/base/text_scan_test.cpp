@@ -106,5 +106,25 @@ TEST(TextScan, CaseAndBlanks)
     EXPECT_EQ(trimmed(" \t"), "");
 }
 
+TEST(TextScan, NearestWordForgivesAQuarterOfIt)
+{
+    const std::string words[] = {"Eg", "eps", "Ekar", "sigma_n", "sigma_nleft", "Relative electron mass", "A :"};
+    struct Row {
+        const char *text, *nearest;
+    };
+    constexpr Row rows[] = {
+        {"esp", "eps"},
+        {"Ekra", "Ekar"},
+        {"eg", "Eg"},
+        {"sigma_nlfet", "sigma_nleft"},
+        {"sigm_n", "sigma_n"},
+        {"Relativ elektron mass of the layer", "Relative electron mass"},
+        {"thermal velocity", ""},
+        {"", ""},
+        {"Ekxx", ""},
+    };
+    for (const Row& row : rows) EXPECT_EQ(nearest_word(row.text, words), row.nearest) << row.text;
+}
+
 }  // namespace
 }  // namespace kovin
