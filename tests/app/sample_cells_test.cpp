@@ -81,6 +81,16 @@ TEST(SampleCells, MeetTheirFiguresAndBalanceTheirCurrents)
     }
 }
 
+TEST(SampleCells, TheOldestFormatMeetsItsFigures)
+{
+    const auto session = session_with("earliest-format");
+    const UnsupportedPhysics missing = unsupported_physics(session->simulation);
+    if (!missing.falsifies.empty()) GTEST_SKIP() << missing.falsifies[0];
+    const IVCharacteristics r = curve_of(*session).characteristics;
+    EXPECT_NEAR(r.Voc, 0.641, 0.015);
+    EXPECT_NEAR(r.Jsc, 37.6, 0.02 * 37.6);
+}
+
 TEST(SampleCells, TightTerminationsBalanceTheCurrentsEverywhere)
 {
     for (const Cell& cell : cells) {

@@ -117,6 +117,75 @@ TEST(DefinitionReader, FilesOlderThanTheTunnelSwitchesOpenThePathsTheyUse)
     EXPECT_FALSE(read(definition_text(closed, "KOVIN", {})).input.convergence.Tunnelcontact_allowed);
 }
 
+TEST(DefinitionReader, DefectsOfTheOldestFiles)
+{
+    struct Row {
+        const char* lines;
+        EnergyDistribution distribution;
+        Law law;
+        Dependence dependence;
+        double left, right, decay_um;  ///< of the density profile [m^-3]
+        bool degeneracy_one;
+    };
+    using enum EnergyDistribution;
+    constexpr Row rows[] = {
+        {"Nleft : 2e20\n", single, Law::uniform, Dependence::uniform, 2e20, 2e20, 1, false},
+        {"profile : homogenous\nNright : 3e20\n", single, Law::uniform, Dependence::uniform, 3e20, 3e20, 1, false},
+        {"profile : linear\nNleft : 1e20\nNright : 3e20\n", single, Law::linear, Dependence::on_x, 1e20, 3e20, 1,
+         false},
+        {"profile : exponential\nLkar : 2e-7\nNleft : 1e20\nNright : 3e20\n", single, Law::exponential,
+         Dependence::on_x, 1e20, 3e20, 0.2, false},
+        // Peaks per eV: a tail of characteristic energy W holds W times its peak.
+        {"tailtype : valenceband\nEkar : 0.05\nNleft : 1e21\n", VB_tail, Law::uniform, Dependence::uniform, 5e19, 5e19,
+         1, false},
+        {"the tailtype is conductionband\nEkar : 0.05\nNleft : 1e21\n", CB_tail, Law::uniform, Dependence::uniform,
+         5e19, 5e19, 1, false},
+        {"Nt(uniform) : 5e20\nNleft : 2e20\n", single, Law::uniform, Dependence::uniform, 5e20, 5e20, 1, false},
+        // Written without a line end: the profile is lost, the old lines behind it bring it back.
+        {"degeneracy factors equal oneNt(uniform) : 5e20\nNleft : 4e20\n", single, Law::uniform, Dependence::uniform,
+         4e20, 4e20, 1, true},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.lines);
+        const Definition d = read(layer + "srhrecombination\ntype : donor\n" + row.lines + "right contact\nSn : 1e5\n" +
+                                  "working point\n");
+        const auto& level = first_layer(d).srh[0][0];
+        EXPECT_EQ(level.energy_distribution, row.distribution);
+        EXPECT_EQ(level.Nt.law, row.law);
+        EXPECT_EQ(level.Nt.dependence, row.dependence);
+        EXPECT_NEAR(level.Nt.left, row.left, 1e-9 * row.left);
+        EXPECT_NEAR(level.Nt.right, row.right, 1e-9 * row.right);
+        EXPECT_NEAR(level.Nt.fourth, row.decay_um, 1e-12);
+        EXPECT_EQ(level.degeneracy_one, row.degeneracy_one);
+    }
+}
+
+TEST(DefinitionReader, LinesOfTheOldestLayers)
+{
+    const Definition d = read(
+        "left contact\nSn : 7\nlayer\nname : a\nd : 1e-6\nchi : [eV]\nv_th : 2e5 [m/s]\n"
+        "absorptionmodel : coefficients A and B\nB : 2e6\nA : 1e6\nEg : 1.44\n"
+        "layer\nname : b\nd : 1e-6\nabsorptionmodel : from file\nabsorptionfile : x\\y.abs\n"
+        "right contact\nSn : 8\nspectrumfile : AM0.spe\nIV : whatever comes behind\n");
+    const MaterialParameters &a = d.input.cell.cell.layer[0].material, &b = d.input.cell.cell.layer[1].material;
+    EXPECT_EQ(d.input.cell.cell.left.Sn, 7.0);
+    EXPECT_EQ(d.input.cell.cell.right.Sn, 8.0);
+    EXPECT_EQ(a.chi.pure_B, -2.0) << "a line without a number";
+    EXPECT_EQ(a.v_th_n.left, 2e5);
+    EXPECT_EQ(a.v_th_p.right, 2e5);
+    // alpha = (A + B/hv) sqrt(hv - Eg) per m is (A sqrt(Eg) + B/sqrt(Eg) Eg/hv) sqrt(hv/Eg - 1), and 1/m is 0.01/cm.
+    for (const auto* set : {&a.absorption.model_A, &a.absorption.model_B}) {
+        EXPECT_TRUE(set->models[2].on);
+        EXPECT_NEAR(set->models[2].values[0], 1e4 * 1.2, 1e-9);
+        EXPECT_NEAR(set->models[2].values[1], 2e4 / 1.2, 1e-9);
+        EXPECT_EQ(set->models[2].values[4], 1.44);
+    }
+    EXPECT_TRUE(b.absorption.pure_A_from_file && b.absorption.pure_B_from_file);
+    EXPECT_EQ(b.absorption.file_A, "x/y.abs");
+    EXPECT_EQ(b.absorption.file_B, "x/y.abs");
+    EXPECT_EQ(b.absorption.A_pure_B, 0.0);
+}
+
 TEST(DefinitionReader, NumericalSettingsAreKeptSensible)
 {
     Surroundings surroundings;

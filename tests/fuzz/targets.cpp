@@ -5,8 +5,10 @@
 #include "device/column_check.h"
 #include "device/definition_check.h"
 #include "device/definition_reader.h"
+#include "device/definition_tables.h"
 #include "device/definition_writer.h"
 #include "device/file_check.h"
+#include "device/quantities.h"
 
 #include <algorithm>
 #include <cmath>
@@ -33,16 +35,26 @@ void promise_cell(const CellParameters& cell)
     promise(between(cell.layers, 1, max_layers), "layers");
     for (const LayerParameters& layer : cell.layer) {
         promise(std::isfinite(layer.material.d) && layer.material.d > 0.0, "thickness");
-        promise(std::isfinite(layer.material.Eg.pure_A) && layer.material.Eg.pure_A > 0.0, "gap");
-        promise(between(static_cast<int>(layer.material.Eg.law), 0, 15), "law");
+        for (const QuantityRow& row : graded_quantities()) {
+            const Profile& p = layer.material.*row.member;
+            promise(between(static_cast<int>(p.law), 0, 15) && between(static_cast<int>(p.dependence), 0, 2), "law");
+            for (const double value : {p.pure_A, p.pure_B, p.third, p.fourth, p.fifth, p.left, p.right})
+                promise(std::isfinite(value), "profile");
+            promise(definition_tables::limits_of(row.quantity).hold(p.pure_A), "pure value");
+        }
         promise(between(layer.srhteller, 0, max_defects), "defects");
         for (int k = 0; k < layer.srhteller; ++k) {
             const auto& levels = layer.srh[static_cast<std::size_t>(k)];
             promise(between(levels[0].levels, 1, max_levels), "levels");
             for (const auto& level : levels) promise(between(static_cast<int>(level.aard), 0, 6), "transition");
+            promise(between(static_cast<int>(levels[0].energy_distribution), 0, 4), "distribution");
+            promise(between(static_cast<int>(levels[0].reference), 0, 2), "reference");
             promise(std::isfinite(levels[0].peak_to_total) && levels[0].peak_to_total > 0.0, "peak to total");
         }
     }
+    for (const LayerParameters& layer : cell.layer)
+        for (const auto& pair : layer.metastable)
+            promise(pair.donor_defect < max_defects && pair.acceptor_defect < max_defects, "metastable pair");
     for (const InterfaceParameters& interface : cell.interfaces)
         promise(between(interface.defect_count, 0, max_interface_defects), "interface defects");
 }
