@@ -1,6 +1,10 @@
 #include "app/simulate.h"
 
 #include "device/contacts.h"
+#include "device/file_check.h"
+#include "device/grading.h"
+#include "device/grading_file.h"
+#include "device/layer_profiles.h"
 #include "device/unit_systems.h"
 #include "results/curve_files.h"
 #include "results/profile_files.h"
@@ -36,7 +40,7 @@ SimulateOutcome Simulate(Session& session)
     return SimulateOutcome::stopped;
 }
 
-void ask_for_light_IV(Session& session)
+bool ask_for_light_IV(Session& session)
 {
     Simulation& s = session.simulation;
     WorkPoint& wp = s.panel.workPoint;
@@ -46,10 +50,20 @@ void ask_for_light_IV(Session& session)
     // Forward bias lifts the contact with the larger work function; no cell goes beyond its widest gap.
     SiCell cell = parameterset2_to_1(s.zonnecel);
     const ConvergenceParameters& settings = s.problem.input.convergence;
+    // A file that is missing is a matter of the check of files; here a straight line will do.
+    for (LayerParameters& layer : cell.cell.layer)
+        for_each_profile(layer, [&](Profile& p, const std::string&) {
+            if (p.law == Law::from_file && !IsFileFound(session.surroundings, p.file, FileKind::grading))
+                p.law = Law::linear;
+        });
+    if (!load_grading_files(session.surroundings, cell)) return false;
     check_contacts(cell, wp.T, settings);
     double Eg = 0.0;
-    for (std::size_t j = 0; j < static_cast<std::size_t>(cell.cell.layers); ++j)
-        Eg = std::max(Eg, cell.cell.layer[j].material.Eg.left);
+    for (std::size_t j = 0; j < static_cast<std::size_t>(cell.cell.layers); ++j) {
+        LayerParameters& layer = cell.cell.layer[j];
+        recalculate_ends(layer);
+        Eg = std::max({Eg, layer.material.Eg.left, layer.material.Eg.right});
+    }
     const Polarity polarity =
         polarity_of(cell.cell.voltage_reference, cell.cell.reference_system, settings.allow_references != 0);
     const int forward = cell.cell.left.Fi_m >= cell.cell.right.Fi_m ? polarity.V : -polarity.V;
@@ -62,6 +76,7 @@ void ask_for_light_IV(Session& session)
     s.panel.actions.IV_stopV = forward * steps * step;
     s.panel.actions.IV_points = steps + 1;
     s.panel.actions.stopAfterVoc = true;
+    return true;
 }
 
 ResultTexts result_texts(const Session& session)

@@ -16,8 +16,8 @@ enum class SimulateOutcome {
 SimulateOutcome Simulate(Session& session);
 
 /// Sets the panel to light of one sun and a current-voltage curve from short circuit to just beyond open circuit: what
-/// is measured when nothing else was asked for.
-void ask_for_light_IV(Session& session);
+/// is measured when nothing else was asked for. @return false if a grading file of the cell cannot be used (reported)
+[[nodiscard]] bool ask_for_light_IV(Session& session);
 
 /// Texts of the files of the present working point and of the calculated curves.
 struct ResultTexts {

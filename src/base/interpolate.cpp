@@ -1,6 +1,7 @@
 #include "base/interpolate.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 
@@ -59,6 +60,22 @@ Interpolated check(std::span<const double> x, std::span<const double> y)
 
 bool is_outside(std::span<const double> x, double at) { return at < x.front() || at > x.back(); }
 
+/// By the straight line through the points i - 1 and i, inside or outside.
+double linear_at(std::span<const double> x, std::span<const double> y, std::size_t i, double at)
+{
+    return at == x[i] ? y[i] : straight({x[i - 1], y[i - 1]}, {x[i], y[i]}, at);
+}
+
+/// The same in ln y. Nothing grows outside the table; next to a value that is not positive the result is 0.
+double logarithmic_at(std::span<const double> x, std::span<const double> y, std::size_t i, double at)
+{
+    if (at == x[i]) return y[i];
+    if (at == x[i - 1]) return y[i - 1];
+    if (y[i - 1] <= 0.0 || y[i] <= 0.0) return 0.0;
+    if (grows_outward(x, y, at)) return at < x[0] ? y[0] : y[x.size() - 1];
+    return logarithmic({x[i - 1], y[i - 1]}, {x[i], y[i]}, at);
+}
+
 }  // namespace
 
 bool rises(std::span<const double> x)
@@ -70,12 +87,7 @@ Interpolated LinearInterpolation(std::span<const double> x, std::span<const doub
 {
     result = 0.0;
     if (const auto fault = check(x, y); fault != Interpolated::done) return fault;
-    if (x.size() == 1) {
-        result = y[0];
-    } else {
-        const std::size_t i = right_end(x, at);
-        result = at == x[i] ? y[i] : straight({x[i - 1], y[i - 1]}, {x[i], y[i]}, at);
-    }
+    result = x.size() == 1 ? y[0] : linear_at(x, y, right_end(x, at), at);
     return is_outside(x, at) ? Interpolated::extrapolated : Interpolated::done;
 }
 
@@ -83,22 +95,25 @@ Interpolated LogarithmicInterpolation(std::span<const double> x, std::span<const
 {
     result = 0.0;
     if (const auto fault = check(x, y); fault != Interpolated::done) return fault;
-    if (x.size() == 1) {
-        result = y[0];
-    } else {
-        const std::size_t i = right_end(x, at);
-        if (at == x[i])
-            result = y[i];
-        else if (at == x[i - 1])
-            result = y[i - 1];
-        else if (y[i - 1] <= 0.0 || y[i] <= 0.0)
-            result = 0.0;
-        else if (grows_outward(x, y, at))
-            result = at < x[0] ? y[0] : y[x.size() - 1];
-        else
-            result = logarithmic({x[i - 1], y[i - 1]}, {x[i], y[i]}, at);
-    }
+    result = x.size() == 1 ? y[0] : logarithmic_at(x, y, right_end(x, at), at);
     return is_outside(x, at) ? Interpolated::extrapolated : Interpolated::done;
+}
+
+void interpolate_table(std::span<const double> x, std::span<const double> y, TableLaw law, std::span<const double> at,
+                       std::span<double> result)
+{
+    const std::size_t n = std::min(x.size(), y.size());
+    assert(result.size() == at.size() && rises(x));
+    if (n < 2) {
+        std::fill(result.begin(), result.end(), n == 1 ? y[0] : 0.0);
+        return;
+    }
+    std::size_t i = 1;
+    for (std::size_t k = 0; k < at.size(); ++k) {
+        while (i + 1 < n && x[i] < at[k]) ++i;
+        while (i > 1 && x[i - 1] >= at[k]) --i;
+        result[k] = law == TableLaw::linear ? linear_at(x, y, i, at[k]) : logarithmic_at(x, y, i, at[k]);
+    }
 }
 
 double LogarithmicInterpolationolateFromTable(double at, std::span<const double> x, std::span<const double> y)

@@ -14,6 +14,12 @@ Interpolated LinearInterpolation(std::span<const double> x, std::span<const doub
 /// that is not positive gives 0 there.
 Interpolated LogarithmicInterpolation(std::span<const double> x, std::span<const double> y, double at, double& result);
 
+enum class TableLaw { linear, logarithmic };
+/// The values of a table at many places by one of the two laws above; each interval is looked for from the one before.
+/// No row gives 0. @pre x rises
+void interpolate_table(std::span<const double> x, std::span<const double> y, TableLaw law, std::span<const double> at,
+                       std::span<double> result);
+
 /// As LogarithmicInterpolation with the rules of absorption tables: between a positive and a non-positive y the latter
 /// counts as 1e-10 of the former, two non-positive ones are joined linearly, beyond the table nothing grows.
 [[nodiscard]] double LogarithmicInterpolationolateFromTable(double at, std::span<const double> x,

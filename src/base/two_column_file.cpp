@@ -14,6 +14,24 @@ namespace {
 
 int row_limit(FileKind kind) { return kind == FileKind::generation ? max_generation_rows : MAX_NUMBER_OF_INPUT_POINTS; }
 
+/// Position behind the number that begins here, one of no value ("nan", "1e999") included; npos if there is none.
+std::size_t behind_number(std::string_view text, std::size_t from)
+{
+    if (const NumberScan scan = number_here(text, from); scan.found) return scan.end;
+    std::size_t at = std::min(text.find_first_not_of(" \t", from), text.size());
+    if (at < text.size() && (text[at] == '+' || text[at] == '-')) ++at;
+    for (const std::string_view word : {"nan", "inf"})
+        if (starts_with_ignoring_case(text.substr(at), word)) return at + word.size();
+    return std::string_view::npos;
+}
+
+/// Meant as a row, though it is none: begins with two numbers, or among the rows with one.
+bool is_broken_row(std::string_view line, bool among_rows)
+{
+    const std::size_t end = behind_number(line, 0);
+    return end != std::string_view::npos && (among_rows || behind_number(line, end) != std::string_view::npos);
+}
+
 /// Strictly monotonic in the wanted direction?
 bool is_ordered(const std::vector<double>& x, int direction)
 {
@@ -41,6 +59,7 @@ void put_in_order(Report& report, const std::filesystem::path& file, int directi
 {
     if (rows.x.size() < 2 || direction == 0 || is_ordered(rows.x, direction)) return;
     const int changed = XYRemoveXDuplicatesAndSortX(rows.x, rows.y, direction);
+    rows.line.clear();
     if (changed == 0 || !warn || report.InterpolationWarningMessageMode != 1) return;
     static constexpr const char* what[] = {
         "File data not sorted to increasing lambda or x or y\ndata sorted internally",
@@ -105,13 +124,17 @@ void parse_two_columns(std::string text, FileKind kind, TwoColumns& rows)
     const auto limit = static_cast<std::size_t>(row_limit(kind));
     const double x_unit = kind == FileKind::generation ? 1e-6 : 1.0;  // positions of a generation file are in um
     LineReader reader(std::move(text), two_column_line_limit);
-    for (std::string line; rows.x.size() < limit && reader.ReadLine(line);) {
+    for (std::string line; reader.ReadLine(line);) {
         double x = 0.0, y = 0.0;
         if (is_row(line, kind, x, y)) {
+            rows.cut = rows.x.size() == limit;
+            if (rows.cut) break;
             rows.x.push_back(x * x_unit);
             rows.y.push_back(y);
-        } else if (rows.x.empty()) {
-            rows.heading.push_back(line);
+            rows.line.push_back(reader.line_number());
+        } else {
+            if (rows.broken_line == 0 && is_broken_row(line, !rows.x.empty())) rows.broken_line = reader.line_number();
+            if (rows.x.empty()) rows.heading.push_back(line);
         }
     }
 }

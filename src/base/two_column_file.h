@@ -14,7 +14,10 @@ namespace kovin {
 /// Rows of a two-column file and the lines above them that were no rows.
 struct TwoColumns {
     std::vector<double> x, y;
-    std::vector<std::string> heading;  ///< lines that were no rows, comment lines included
+    std::vector<std::string> heading;  ///< lines above the first row, comment lines included
+    std::vector<int> line;             ///< of each row in the file, from 1; empty once rows were sorted or merged
+    int broken_line = 0;               ///< first line that begins like a row and is none ("0.5 nan"); 0: none
+    bool cut = false;                  ///< the file holds more rows than were read
 };
 
 /// @return 0 nothing changed, 1 sorted, 2 duplicates merged (geometric mean; mean if one is negative), 3 both

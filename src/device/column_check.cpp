@@ -6,6 +6,7 @@
 #include "base/text_scan.h"
 #include "base/two_column_file.h"
 #include "device/absorption_models.h"
+#include "device/grading_file.h"
 
 #include <algorithm>
 
@@ -28,17 +29,6 @@ constexpr ColumnRule rules[] = {
     {FileKind::generation, "position", "generation", not_negative, not_negative, max_generation_points, true},
     {FileKind::optical_capture, "wavelength", "cross section", positive, not_negative},
     {FileKind::grading, "position or composition", "value", not_negative, any_number},
-};
-
-/// Words in the head of a grading file and what may stand behind them.
-struct HeadWord {
-    std::string_view word, first, second;
-};
-constexpr HeadWord head_words[] = {
-    {"interpolation", "lin", "log"},
-    {"position", "abs", "rel"},
-    {"thickness", "abs", "rel"},
-    {"range", "this", "shared"},
 };
 
 bool is_comment(std::string_view line)
@@ -64,7 +54,7 @@ void check_head(std::string_view comment, int line, LineWatch& watch)
     const std::string word = lower_case(trimmed(comment.substr(0, colon)));
     const std::string_view value = trimmed(comment.substr(colon + 1));
     std::vector<std::string> words;
-    for (const HeadWord& row : head_words) {
+    for (const GradingHeadWord& row : grading_head_words) {
         words.emplace_back(row.word);
         if (word != row.word) continue;
         if (!starts_with_ignoring_case(value, row.first) && !starts_with_ignoring_case(value, row.second))

@@ -202,7 +202,7 @@ bool InputLineToProfile(KeyedSource& source, std::string_view key, Profile& prof
         law = v[ends + 2 < v.size() ? ends + 2 : v.size() - 1];
         dependence = v.size() == 9 ? v[8] : 0.0;
     }
-    constexpr auto last_law = static_cast<double>(Law::diffusion_gauss);
+    constexpr auto last_law = static_cast<double>(Law::diffusion_erfc);
     if (law != std::floor(law) || law < 0.0 || law > last_law)
         return source.refuse(key, "the grading law is not known");
     if (dependence != std::floor(dependence) || dependence < 0.0 || dependence > 2.0)

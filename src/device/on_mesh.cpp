@@ -10,19 +10,40 @@ namespace kovin {
 
 namespace {
 
+/// Positions of the points of a layer from its left end [um].
+std::vector<double> places_in_layer(const Mesh& mesh, std::size_t first, std::size_t count)
+{
+    std::vector<double> x(mesh.x_um.begin() + static_cast<std::ptrdiff_t>(first),
+                          mesh.x_um.begin() + static_cast<std::ptrdiff_t>(first + count));
+    for (std::size_t i = count; i-- > 0;) x[i] -= x[0];
+    return x;
+}
+
 /// One quantity of a layer at its points; scales that depend on the layer are handed in as `factor`.
 struct LayerPoints {
     const Mesh& mesh;
     std::size_t first, count;
+    double thickness_um;
+    std::vector<double> x_um = places_in_layer(mesh, first, count);  ///< from the left end of the layer
 
     void fill(const Profile& profile, double factor, std::vector<double>& values) const
     {
-        const std::vector<double>& at = profile.dependence == Dependence::on_x ? mesh.x_um : mesh.y;
         const std::span<double> out(values.data() + first, count);
-        evaluate_profile(profile, std::span<const double>(at.data() + first, count), out);
+        evaluate(profile, out);
         for (double& value : out) value *= factor;
     }
+    void evaluate(const Profile& profile, std::span<double> out) const
+    {
+        const std::span<const double> y(mesh.y.data() + first, count);
+        evaluate_profile(profile, profile.dependence == Dependence::on_x ? std::span(x_um) : y, thickness_um, out);
+    }
 };
+
+LayerPoints points_of(const CalculationParameters& set3, const Mesh& mesh, std::size_t layer)
+{
+    return {mesh, static_cast<std::size_t>(mesh.first[layer]), static_cast<std::size_t>(mesh.n_in_layer[layer]),
+            set3.layer[layer].material.d * 1e6};
+}
 
 void resize(OnMesh& on, std::size_t N)
 {
@@ -70,14 +91,16 @@ void Full_x_Dependence(CalculationParameters& set3, Mesh& mesh)
     mesh.y.resize(static_cast<std::size_t>(mesh.N));
 
     for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j) {
-        const LayerPoints points{mesh, static_cast<std::size_t>(mesh.first[j]),
-                                 static_cast<std::size_t>(mesh.n_in_layer[j])};
+        const LayerPoints points = points_of(set3, mesh, j);
         const LayerParameters& layer = set3.layer[j];
         const MaterialParameters& m = layer.material;
         const double N0 = scale.N0[j];
         const double rate = scale.x0 * scale.x0 * N0 / scale.D0;
 
         points.fill(layer.composition, 1.0, mesh.y);
+        // A law that rounds, or a file that is continued, may touch the bounds of a composition.
+        for (std::size_t i = points.first; i < points.first + points.count; ++i)
+            mesh.y[i] = std::clamp(mesh.y[i], 0.0, 1.0);
         points.fill(m.Eg, 1.0, on.Eg);
         points.fill(m.chi, 1.0, on.chi);
         points.fill(m.eps, 1.0, on.eps);
@@ -102,15 +125,10 @@ void Full_x_Dependence(CalculationParameters& set3, Mesh& mesh)
 void Full_Nt_x_Dependence(const CalculationParameters& set3, const Mesh& mesh, const BulkRecombinationParameters& level,
                           double weight, std::span<double> Nt)
 {
-    const auto j = static_cast<std::size_t>(level.layer);
-    const auto first = static_cast<std::size_t>(mesh.first[j]);
-    const auto count = static_cast<std::size_t>(mesh.n_in_layer[j]);
-    assert(Nt.size() == count);
-    const std::vector<double>& at = level.Nt.dependence == Dependence::on_x ? mesh.x_um : mesh.y;
-    evaluate_profile(level.Nt, std::span<const double>(at.data() + first, count), Nt);
-    // Densities of the levels are normalised with the cell; those of a grading file come in m^-3.
-    const double factor = level.Nt.law == Law::from_file ? weight / set3.scale.N0[j] : weight;
-    for (double& value : Nt) value *= factor;
+    const LayerPoints points = points_of(set3, mesh, static_cast<std::size_t>(level.layer));
+    assert(Nt.size() == points.count);
+    points.evaluate(level.Nt, Nt);
+    for (double& value : Nt) value *= weight;
 }
 
 }  // namespace kovin

@@ -22,8 +22,8 @@ enum class Law : int {
     uniform_y = 11,
     from_file = 12,
     table = 13,
-    diffusion_erfc = 14,
-    diffusion_gauss = 15,
+    diffusion_gauss = 14,
+    diffusion_erfc = 15,
 };
 
 /// What a quantity is graded on; the numbers stand in definition files.
@@ -62,8 +62,11 @@ struct Profile {
     double left = 0.0, right = 0.0;                    ///< values at the two ends of the layer, computed
     bool third_scaled = false, fourth_scaled = false;  ///< the constant carries the unit of the quantity
     std::string file;                                  ///< of Law::from_file
-    std::vector<double> table_x, table_y;              ///< of Law::table
-    int layer = 0;                                     ///< from 0
+    /// Rows of Law::table and, once loaded, of Law::from_file: position [um] from the left end of the layer or, graded
+    /// on y, composition, strictly rising; values in the unit of the quantity.
+    std::vector<double> table_x, table_y;
+    bool table_log = false;  ///< the rows are joined in ln(value)
+    int layer = 0;           ///< from 0
     Quantity quantity = Quantity::none;
     double thickness = 1e-6;  ///< of the layer, in the length unit of the set that holds this
 };
@@ -71,8 +74,8 @@ struct Profile {
 /// Sets the two scale marks from the law.
 constexpr void SetProfileScaleParameters(Profile& p)
 {
-    p.third_scaled = p.law == Law::parabolic || p.law == Law::exponential || p.law == Law::diffusion_erfc ||
-                     p.law == Law::diffusion_gauss;
+    p.third_scaled = p.law == Law::parabolic || p.law == Law::exponential || p.law == Law::diffusion_gauss ||
+                     p.law == Law::diffusion_erfc;
     p.fourth_scaled = p.law == Law::parabolic || p.law == Law::parabolic_2;
 }
 

@@ -1,11 +1,9 @@
 #include "optics/absorption_on_mesh.h"
 
 #include "device/absorption_models.h"
-#include "device/grading.h"
+#include "device/alpha_interpolation.h"
 
-#include <algorithm>
-#include <array>
-#include <cmath>
+#include <compare>
 #include <map>
 
 namespace kovin {
@@ -17,32 +15,12 @@ struct Materials {
     MaterialAbsorption A, B;
 };
 
-/// Linear map of the interval from (s_from, edge_from) to (s_to, edge_to).
-double mapped(double lambda, double s_from, double edge_from, double s_to, double edge_to)
+/// Does the absorption follow the composition? Otherwise it is that of one pure material throughout.
+bool mixes(const LayerParameters& layer)
 {
-    const double slope = edge_from != s_from ? (edge_to - s_to) / (edge_from - s_from) : 1.0;
-    return s_to + (lambda - s_from) * slope;
-}
-
-/// Absorption of a layer's material at composition y, 0 < y < 1.
-void InterpolateAlpha(const LayerParameters& layer, const Materials& materials, double y,
-                      const std::vector<double>& lambda, std::vector<double>& alpha)
-{
-    const Profile& gap = layer.material.Eg;
-    const std::array<double, 3> at{0.0, 1.0, y};
-    std::array<double, 3> Eg{gap.left, gap.right, gap.left};
-    if (gap.dependence != Dependence::on_x) evaluate_profile(gap, at, Eg);
-    const double edge_A = hc_eV_nm / Eg[0], edge_B = hc_eV_nm / Eg[1], edge_y = hc_eV_nm / Eg[2];
-    // The short-wavelength anchors are the constants of the absorption grading, at least 10 nm below their edges.
-    const Profile& grading = layer.material.absorption.grading;
-    const double s_A = std::min(grading.third, edge_A - 10.0), s_B = std::min(grading.fourth, edge_B - 10.0);
-    const double s_y = s_B * y + s_A * (1 - y);
-    for (std::size_t k = 0; k < lambda.size(); ++k) {
-        const double of_A = alpha_at(materials.A, mapped(lambda[k], s_y, edge_y, s_A, edge_A));
-        const double of_B = alpha_at(materials.B, mapped(lambda[k], s_y, edge_y, s_B, edge_B));
-        const double a = std::max(of_A, 1e-10 * of_B), b = std::max(of_B, 1e-10 * of_A);
-        alpha[k] = a > 0.0 && b > 0.0 ? std::pow(a, 1 - y) * std::pow(b, y) : 0.0;
-    }
+    const Law law = layer.material.absorption.grading.law;
+    const bool between = layer.composition_mode == 1 || layer.composition_mode == 21;
+    return between && law != Law::uniform && law != Law::uniform_B;
 }
 
 /// The materials a layer can contain. @return false if a file could not be read (reported)
@@ -50,27 +28,18 @@ bool load_materials(Surroundings& surroundings, const LayerParameters& layer, Ma
 {
     const Absorption& data = layer.material.absorption;
     const bool only_B = layer.composition_mode == 20 || data.grading.law == Law::uniform_B;
-    const bool both = layer.composition_mode != 0 && !only_B && data.grading.law == Law::alpha_interpolation;
     if (!load_absorption(surroundings, data, only_B, materials.A)) return false;
-    if (both) return load_absorption(surroundings, data, true, materials.B);
+    if (mixes(layer)) return load_absorption(surroundings, data, true, materials.B);
     materials.B = materials.A;
     return true;
 }
 
-/// Absorption of a layer at composition y: one of the pure materials, or between them.
-void alpha_of_composition(const LayerParameters& layer, const Materials& materials, double y,
-                          const std::vector<double>& lambda, std::vector<double>& alpha)
-{
-    alpha.resize(lambda.size());
-    const bool can_mix = layer.composition_mode != 0 && layer.composition_mode != 20 &&
-                         layer.material.absorption.grading.law == Law::alpha_interpolation;
-    if (can_mix && y > 0.0 && y < 1.0) {
-        InterpolateAlpha(layer, materials, y, lambda, alpha);
-    } else {
-        const MaterialAbsorption& material = y >= 1.0 ? materials.B : materials.A;
-        for (std::size_t k = 0; k < lambda.size(); ++k) alpha[k] = alpha_at(material, lambda[k]);
-    }
-}
+/// A composition with its gap [eV]: what a list of absorption values belongs to. A gap graded on position makes points
+/// of one composition differ.
+struct Mixture {
+    double y, Eg;
+    auto operator<=>(const Mixture&) const = default;
+};
 
 }  // namespace
 
@@ -81,16 +50,24 @@ bool bepaal_alfa(Surroundings& surroundings, const CalculationParameters& set3, 
     found.of_point.resize(static_cast<std::size_t>(mesh.N));
     for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j) {
         const LayerParameters& layer = set3.layer[j];
+        const MaterialParameters& m = layer.material;
         Materials materials;
         if (!load_materials(surroundings, layer, materials)) return false;
-        std::map<double, int> index_of;  // composition to entry, for this layer
+        AlphaInterpolation mixed(m.Eg, m.absorption.grading, materials.A, materials.B);
+        const auto fill = [&](const Mixture& mixture, std::vector<double>& alpha) {
+            alpha.resize(gp.lambda.size());
+            if (mixture.y > 0.0 && mixture.y < 1.0 && mixes(layer))
+                return mixed.InterpolateAlpha(mixture.y, mixture.Eg, gp.lambda, alpha);
+            const MaterialAbsorption& pure = mixture.y < 1.0 ? materials.A : materials.B;
+            for (std::size_t k = 0; k < alpha.size(); ++k) alpha[k] = alpha_at(pure, gp.lambda[k]);
+        };
+        std::map<Mixture, int> index_of;  // to the entry, for this layer
         const auto first = static_cast<std::size_t>(mesh.first[j]);
         for (std::size_t i = first; i < first + static_cast<std::size_t>(mesh.n_in_layer[j]); ++i) {
-            const auto [entry, is_new] = index_of.try_emplace(mesh.y[i], static_cast<int>(found.alpha.size()));
-            if (is_new) {
-                found.alpha.emplace_back();
-                alpha_of_composition(layer, materials, mesh.y[i], gp.lambda, found.alpha.back());
-            }
+            // Without mixing all points are alike.
+            const Mixture mixture = mixes(layer) ? Mixture{mesh.y[i], set3.on.Eg[i]} : Mixture{0.0, 0.0};
+            const auto [entry, is_new] = index_of.try_emplace(mixture, static_cast<int>(found.alpha.size()));
+            if (is_new) fill(mixture, found.alpha.emplace_back());
             found.of_point[i] = entry->second;
         }
     }

@@ -9,8 +9,8 @@
 namespace kovin {
 
 /// Fills gp.absorption for the compositions on the mesh; each distinct composition of a layer is interpolated once.
-/// A composition between the pure materials: alpha_A^(1-y) alpha_B^y, each at the wavelength that stands to its own
-/// edge as the wanted one stands to the edge at y.
+/// Where a layer's composition varies its absorption follows (alpha_interpolation), unless its absorption grading says
+/// that it is uniform.
 /// @param set3  its layers give the absorption data; @param mesh  with its compositions
 /// @return false if an absorption file cannot be used (reported)
 [[nodiscard]] bool bepaal_alfa(Surroundings& surroundings, const CalculationParameters& set3, const Mesh& mesh,

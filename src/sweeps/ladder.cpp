@@ -2,6 +2,7 @@
 
 #include "base/text_format.h"
 #include "device/contacts.h"
+#include "device/grading_file.h"
 #include "device/model_table.h"
 #include "device/parameterset3.h"
 #include "device/shockley_queisser.h"
@@ -55,6 +56,8 @@ bool prepare_problem(Surroundings& surroundings, Simulation& s)
     InputParameters& set1 = s.problem.input;
     CheckShockleyQueisserLimitForBandToBandRecombination(s.zonnecel, s.wp.T, set1.convergence.shockley_queisser);
     set1.cell = parameterset2_to_1(s.zonnecel);
+    if (!load_grading_files(surroundings, set1.cell) || !graded_values_hold(surroundings.report, set1.cell))
+        return false;
     check_contacts(set1.cell, s.wp.T, set1.convergence);
 
     const bool from_spectrum = !s.wp.generationSpecified;

@@ -2,8 +2,6 @@
 
 #include "base/text_format.h"
 #include "device/absorption_models.h"
-#include "device/grading.h"
-#include "device/quantities.h"
 
 namespace kovin {
 
@@ -14,12 +12,6 @@ using Names = std::vector<std::string>;
 std::string layer_name(std::size_t j, const LayerParameters& layer)
 {
     return "layer " + integer(static_cast<long>(j) + 1) + " (" + layer.name + "): ";
-}
-
-void check_profile(const Profile& profile, const std::string& where, std::string_view what, Names& names)
-{
-    if (profile.dependence != Dependence::uniform && !law_is_computed(profile.law))
-        names.push_back(where + "grading law " + integer(static_cast<long>(profile.law)) + " of " + std::string(what));
 }
 
 void check_models(const AbsorptionModelSet& set, const std::string& where, Names& names)
@@ -33,12 +25,11 @@ void check_absorption(const Absorption& absorption, const std::string& where, in
 {
     // Only the pure materials that the layer consists of are computed: one, or both where they mix.
     const Law law = absorption.grading.law;
-    const bool mixes = composition_mode == 21 && law == Law::alpha_interpolation;
+    const bool between = composition_mode == 1 || composition_mode == 21;
+    const bool mixes = between && law != Law::uniform && law != Law::uniform_B;
     const bool only_B = composition_mode == 20 || law == Law::uniform_B;
     if ((mixes || !only_B) && !absorption.pure_A_from_file) check_models(absorption.model_A, where, names);
     if ((mixes || only_B) && !absorption.pure_B_from_file) check_models(absorption.model_B, where, names);
-    if (composition_mode == 21 && !mixes && law != Law::uniform && law != Law::uniform_B)
-        names.push_back(where + "grading law " + integer(static_cast<long>(law)) + " of the absorption");
 }
 
 void check_defect(const BulkRecombinationParameters& level, const std::string& where, Names& names)
@@ -53,14 +44,10 @@ void check_defect(const BulkRecombinationParameters& level, const std::string& w
 void check_layer(std::size_t j, const LayerParameters& layer, bool tunneling_allowed, Names& names)
 {
     const std::string where = layer_name(j, layer);
-    if (layer.composition_mode == 1) names.push_back(where + "graded composition");
-    for (const QuantityRow& row : graded_quantities())
-        check_profile(layer.material.*row.member, where, row.word, names);
     check_absorption(layer.material.absorption, where, layer.composition_mode, names);
     if (tunneling_allowed && layer.material.tunneling) names.push_back(where + "tunnelling");
     for (std::size_t d = 0; d < static_cast<std::size_t>(layer.srhteller) && d < layer.srh.size(); ++d) {
         const std::string defect = where + "defect " + integer(static_cast<long>(d) + 1) + ": ";
-        check_profile(layer.srh[d][0].Nt, defect, "Nt", names);
         check_defect(layer.srh[d][0], defect, names);
     }
     for (const MetaStableDefectParameters& pair : layer.metastable)

@@ -235,9 +235,6 @@ TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
     const Row rows[] = {
         {"interface states", [](Simulation& s) { s.zonnecel.cell.interfaces[0].defect_count = 1; }, true,
          "interface 1"},
-        {"graded layer", [](Simulation& s) { s.zonnecel.cell.layer[1].composition_mode = 1; }, true, "layer 2"},
-        {"grading law", [](Simulation& s) { s.zonnecel.cell.layer[0].material.Eg.law = Law::exponential; }, true,
-         "law 4"},
         {"tunnelling into a contact",
          [](Simulation& s) {
              s.zonnecel.cell.right.tunneling = true;

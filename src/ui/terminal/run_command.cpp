@@ -76,7 +76,7 @@ bool complete_actions(Session& session, const Options& options, const CommandLin
     beside.replace_extension(".act");
     std::error_code error;
     if (!fs::is_regular_file(beside, error)) {
-        ask_for_light_IV(session);
+        if (!ask_for_light_IV(session)) return false;
         if (!options.quiet) std::cerr << "no action list: light and an I-V curve from 0 V to beyond Voc\n";
         return true;
     }

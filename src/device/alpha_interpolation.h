@@ -1,0 +1,54 @@
+// Absorption of a material between two pure ones.
+//
+// An edge of the mixture stands where its own gap is: the wavelengths between a short-wavelength anchor s and the edge
+// are mapped linearly from the mixture onto each pure material, and
+//
+//     alpha(lambda, y) = alpha_A(lambda_A)^(1-y) alpha_B(lambda_B)^y,
+//     lambda_M = s_M + (lambda - s_y) (edge_M - s_M)/(edge_y - s_y),   edge = hc/Eg,   s_y = (1-y) s_A + y s_B.
+#pragma once
+
+#include "device/absorption_models.h"
+#include "device/cell.h"
+
+#include <span>
+#include <vector>
+
+namespace kovin {
+
+/// ln(alpha) of a pure material, made for many wavelengths at a time: the logarithms of a table are taken once.
+class LogAbsorption {
+public:
+    explicit LogAbsorption(const MaterialAbsorption& material);
+
+    /// ln_alpha[k] = ln(alpha [1/m]) at the wavelength start + slope lambda[k], -infinity where nothing is absorbed.
+    /// @param lambda  [nm], rising; @param slope  above 0
+    void at(std::span<const double> lambda, double start, double slope, std::span<double> ln_alpha) const;
+
+private:
+    /// Between two rows, or beyond the last: ln(alpha) = value + slope (lambda - from) for lambda below `to`.
+    struct Stretch {
+        double to, from, value, slope;
+    };
+    const MaterialAbsorption& material_;
+    std::vector<Stretch> stretches_;  ///< of a table
+};
+
+/// A layer that mixes two materials. Keeps references: the materials must outlive it.
+class AlphaInterpolation {
+public:
+    /// @param gap      of the layer: gives the gaps of the pure materials
+    /// @param anchors  short-wavelength anchors of A and B in third and fourth [nm]; kept 10 nm below the edges
+    AlphaInterpolation(const Profile& gap, const Profile& anchors, const MaterialAbsorption& A,
+                       const MaterialAbsorption& B);
+
+    /// alpha[k] [1/m] at lambda[k] [nm], rising, for composition 0 <= y <= 1 with the gap Eg [eV]. A material that
+    /// absorbs nothing counts as 1e-10 of the other. Without allocation after the first call.
+    void InterpolateAlpha(double y, double Eg, std::span<const double> lambda, std::span<double> alpha);
+
+private:
+    LogAbsorption A_, B_;
+    double edge_A_, edge_B_, anchor_A_, anchor_B_;  ///< [nm]
+    std::vector<double> ln_A_, ln_B_;
+};
+
+}  // namespace kovin

@@ -1,0 +1,55 @@
+// Grading files: rows of position or composition and value, behind a head that tells how to take them.
+//
+//     > interpolation: lin      lin (default) or log: how the rows are joined
+//     > position: rel           abs (default): um from the left end; rel: in units of the thickness
+//     > range: this             this (default): the layer; shared: neighbouring layers that name the same file for the
+//                               same quantity count as one, and positions from the left end of the first of them
+//
+// "thickness" may stand for "position". Of a quantity graded on composition only the first line matters. Values are in
+// SI units, as in a definition file.
+#pragma once
+
+#include "base/surroundings.h"
+#include "device/cell.h"
+#include "device/keyed_source.h"
+
+#include <string_view>
+#include <vector>
+
+namespace kovin {
+
+/// A grading file as it stands: at least one row, positions strictly rising.
+struct GradingFile {
+    std::vector<double> position, value;
+    bool logarithmic = false, relative = false, shared = false;
+};
+
+/// A setting in the head of a grading file: its words, and what the second of two values sets.
+struct GradingHeadWord {
+    std::string_view word, first, second;  ///< values are told by how they begin; the first is the default
+    bool GradingFile::*is_second;
+};
+inline constexpr GradingHeadWord grading_head_words[] = {
+    {"interpolation", "lin", "log", &GradingFile::logarithmic},
+    {"position", "abs", "rel", &GradingFile::relative},
+    {"thickness", "abs", "rel", &GradingFile::relative},
+    {"range", "this", "shared", &GradingFile::shared},
+};
+
+/// @param limits  of the values
+/// @return false if the file cannot be used: missing, without rows, with a broken row or keyword, out of order, too
+///         long, a value outside its limits (reported with file, line and value)
+[[nodiscard]] bool read_grading_file(Surroundings& surroundings, std::string_view name, const Limits& limits,
+                                     GradingFile& file);
+
+/// Reads the file of every profile with Law::from_file into the profile's table. Told when a table does not cover its
+/// layer and has to be continued. @return false if one cannot be used (reported)
+[[nodiscard]] bool load_grading_files(Surroundings& surroundings, SiCell& cell);
+
+/// Looks for values that no material has, between the ends of every profile of the layers in use: a gap or a density of
+/// states that is not above 0, a composition outside 0 to 1, a table without rows, and the like.
+/// @param cell  with its grading files loaded; ends of the profiles as RecalculateLeftRightValues makes them
+/// @return false if there is one (the first of each profile is reported by layer, name, law, value and place)
+[[nodiscard]] bool graded_values_hold(Report& report, const SiCell& cell);
+
+}  // namespace kovin
