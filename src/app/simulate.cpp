@@ -7,6 +7,7 @@
 #include "device/layer_profiles.h"
 #include "device/unit_systems.h"
 #include "results/curve_files.h"
+#include "results/material_tables.h"
 #include "results/profile_files.h"
 #include "sweeps/ladder.h"
 #include "sweeps/supported.h"
@@ -79,7 +80,7 @@ bool ask_for_light_IV(Session& session)
     return true;
 }
 
-ResultTexts result_texts(const Session& session)
+ResultTexts result_texts(Session& session, const WantedTables& wanted)
 {
     const Simulation& s = session.simulation;
     const std::string& version = session.surroundings.version;
@@ -93,6 +94,9 @@ ResultTexts result_texts(const Session& session)
     texts.eb = eb_naar_file(source, profiles);
     texts.gen = gen_naar_file(source, profiles);
     texts.occ = ft_naar_file(source, profiles);
+    if (wanted.grading) texts.grading = grading_table(version, run, s.set3, s.werkpuntcv.mesh);
+    if (wanted.absorption)
+        texts.absorption = BewaarAlfa(session.surroundings.report, run, s.set3, s.currentCalcVars.mesh, s.light);
     return texts;
 }
 

@@ -19,10 +19,16 @@ SimulateOutcome Simulate(Session& session);
 /// is measured when nothing else was asked for. @return false if a grading file of the cell cannot be used (reported)
 [[nodiscard]] bool ask_for_light_IV(Session& session);
 
+/// Tables that are only made on request.
+struct WantedTables {
+    bool absorption = false, grading = false;
+};
+
 /// Texts of the files of the present working point and of the calculated curves.
 struct ResultTexts {
     std::string iv, eb, gen, occ;  ///< empty: there is nothing to write
+    std::string absorption, grading;
 };
-[[nodiscard]] ResultTexts result_texts(const Session& session);
+[[nodiscard]] ResultTexts result_texts(Session& session, const WantedTables& wanted = {});
 
 }  // namespace kovin

@@ -122,6 +122,15 @@ void Full_x_Dependence(CalculationParameters& set3, Mesh& mesh)
     }
 }
 
+void graded_values(const CalculationParameters& set3, const Mesh& mesh, Profile MaterialParameters::*quantity,
+                   std::span<double> values)
+{
+    for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j) {
+        const LayerPoints points = points_of(set3, mesh, j);
+        points.evaluate(set3.layer[j].material.*quantity, values.subspan(points.first, points.count));
+    }
+}
+
 void Full_Nt_x_Dependence(const CalculationParameters& set3, const Mesh& mesh, const BulkRecombinationParameters& level,
                           double weight, std::span<double> Nt)
 {

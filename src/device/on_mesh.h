@@ -13,6 +13,12 @@ namespace kovin {
 /// doping by 1/N0; then Wn, Wp, Gn, Gp.
 void Full_x_Dependence(CalculationParameters& set3, Mesh& mesh);
 
+/// A quantity of the material at all mesh points as its profile gives it, SI, without scales and factors of
+/// temperature.
+/// @param values  N values
+void graded_values(const CalculationParameters& set3, const Mesh& mesh, Profile MaterialParameters::*quantity,
+                   std::span<double> values);
+
 /// Density of a defect level at the points of its layer in units of N0, times `weight`; `Nt` holds the layer's points.
 void Full_Nt_x_Dependence(const CalculationParameters& set3, const Mesh& mesh, const BulkRecombinationParameters& level,
                           double weight, std::span<double> Nt);

@@ -8,6 +8,11 @@
 
 namespace kovin {
 
+/// Does the absorption of a layer follow its composition, or is it that of one pure material throughout?
+[[nodiscard]] bool absorption_follows_composition(const LayerParameters& layer);
+/// Is that material B?
+[[nodiscard]] bool absorption_of_pure_B(const LayerParameters& layer);
+
 /// Fills gp.absorption for the compositions on the mesh; each distinct composition of a layer is interpolated once.
 /// Where a layer's composition varies its absorption follows (alpha_interpolation), unless its absorption grading says
 /// that it is uniform.

@@ -18,6 +18,8 @@ std::string_view title(OutputKind kind)
             return "Simulation of I-V curves";
         case OutputKind::occupation:
             return "Simulation of Occupation probability of deep defects";
+        case OutputKind::grading:
+            return "Grading data during simulation";
     }
     return "";
 }

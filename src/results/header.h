@@ -8,7 +8,7 @@
 namespace kovin {
 
 /// Kind of a result file; the numbers are those of the first title line.
-enum class OutputKind : int { energy_bands = 0, generation = 1, iv = 3, occupation = 7 };
+enum class OutputKind : int { energy_bands = 0, generation = 1, iv = 3, occupation = 7, grading = 11 };
 
 /// The header of one block. @param version  text of the first line
 /// @param fromCurrent  the block shows the present working point instead of a run of the result list

@@ -2,6 +2,7 @@
 
 #include "base/text_format.h"
 #include "device/absorption_models.h"
+#include "optics/absorption_on_mesh.h"
 
 namespace kovin {
 
@@ -21,13 +22,11 @@ void check_models(const AbsorptionModelSet& set, const std::string& where, Names
             names.push_back(where + "absorption model '" + model.name + "'");
 }
 
-void check_absorption(const Absorption& absorption, const std::string& where, int composition_mode, Names& names)
+void check_absorption(const LayerParameters& layer, const std::string& where, Names& names)
 {
     // Only the pure materials that the layer consists of are computed: one, or both where they mix.
-    const Law law = absorption.grading.law;
-    const bool between = composition_mode == 1 || composition_mode == 21;
-    const bool mixes = between && law != Law::uniform && law != Law::uniform_B;
-    const bool only_B = composition_mode == 20 || law == Law::uniform_B;
+    const Absorption& absorption = layer.material.absorption;
+    const bool mixes = absorption_follows_composition(layer), only_B = absorption_of_pure_B(layer);
     if ((mixes || !only_B) && !absorption.pure_A_from_file) check_models(absorption.model_A, where, names);
     if ((mixes || only_B) && !absorption.pure_B_from_file) check_models(absorption.model_B, where, names);
 }
@@ -44,7 +43,7 @@ void check_defect(const BulkRecombinationParameters& level, const std::string& w
 void check_layer(std::size_t j, const LayerParameters& layer, bool tunneling_allowed, Names& names)
 {
     const std::string where = layer_name(j, layer);
-    check_absorption(layer.material.absorption, where, layer.composition_mode, names);
+    check_absorption(layer, where, names);
     if (tunneling_allowed && layer.material.tunneling) names.push_back(where + "tunnelling");
     for (std::size_t d = 0; d < static_cast<std::size_t>(layer.srhteller) && d < layer.srh.size(); ++d) {
         const std::string defect = where + "defect " + integer(static_cast<long>(d) + 1) + ": ";

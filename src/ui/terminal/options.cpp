@@ -34,6 +34,8 @@ bool read_options(int argc, char** argv, const std::string& version, Options& op
     CLI::App* run = app.add_subcommand("run", "Load the files, calculate, write the results and a summary");
     run->fallthrough();
     run->add_option("files", options.files, "Definition file; action list, spectrum, ... beside it")->required();
+    run->add_flag("--absorption-table", options.absorption_table, "Write alpha by wavelength and layer (.abs)");
+    run->add_flag("--grading-table", options.grading_table, "Write the graded material point by point (.grading)");
     run->add_flag("--repair", options.repair, "Go on with a stand-in for each input file that is missing");
     CLI::App* check =
         app.add_subcommand("check", "Read the files, tell every fault by file and line, calculate nothing");

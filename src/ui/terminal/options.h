@@ -29,12 +29,13 @@ enum class Command {
 struct Options {
     Command command = Command::load;
     std::vector<std::string> files;
-    std::filesystem::path home;    ///< empty: find it
-    std::filesystem::path output;  ///< empty: the results folder of the home
-    std::filesystem::path init;    ///< home: folder that becomes a home
-    bool force = false;            ///< overwrite result files
-    bool repair = false;           ///< go on with a stand-in for each missing file
-    int error_mode = 0;            ///< ErrorMessageMode
+    std::filesystem::path home;                            ///< empty: find it
+    std::filesystem::path output;                          ///< empty: the results folder of the home
+    std::filesystem::path init;                            ///< home: folder that becomes a home
+    bool force = false;                                    ///< overwrite result files
+    bool absorption_table = false, grading_table = false;  ///< write these as well
+    bool repair = false;                                   ///< go on with a stand-in for each missing file
+    int error_mode = 0;                                    ///< ErrorMessageMode
     bool quiet = false, verbose = false;
     bool json = false;
     bool progress = true;

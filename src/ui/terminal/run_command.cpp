@@ -6,6 +6,7 @@
 #include "base/line_file.h"
 #include "device/file_check.h"
 
+#include <algorithm>
 #include <iostream>
 #include <system_error>
 
@@ -34,7 +35,7 @@ struct ResultFile {
 };
 
 /// The files that a run is going to write.
-std::vector<ResultFile> planned_files(const Session& session)
+std::vector<ResultFile> planned_files(const Session& session, const Options& options)
 {
     const Simulation& s = session.simulation;
     const fs::path stem = session.surroundings.folders.results / s.problem.input.path.stem();
@@ -46,6 +47,8 @@ std::vector<ResultFile> planned_files(const Session& session)
     files.push_back(file("eb", &ResultTexts::eb));
     files.push_back(file("gen", &ResultTexts::gen));
     files.push_back(file("occ", &ResultTexts::occ));
+    if (options.absorption_table) files.push_back(file("abs", &ResultTexts::absorption));
+    if (options.grading_table) files.push_back(file("grading", &ResultTexts::grading));
     return files;
 }
 
@@ -88,9 +91,9 @@ bool complete_actions(Session& session, const Options& options, const CommandLin
            (named.wp2.empty() || load_second_work_point(session, named.wp2));
 }
 
-bool write_files(Session& session, const std::vector<ResultFile>& files, Summary& summary)
+bool write_files(Session& session, const Options& options, const std::vector<ResultFile>& files, Summary& summary)
 {
-    const ResultTexts texts = result_texts(session);
+    const ResultTexts texts = result_texts(session, {options.absorption_table, options.grading_table});
     bool written = true;
     for (const ResultFile& file : files) {
         const std::string& text = texts.*(file.text);
@@ -145,14 +148,18 @@ ExitStatus run_command(Session& session, const Options& options, Summary& summar
         return ExitStatus::input;
     }
 
-    const std::vector<ResultFile> planned = planned_files(session);
+    const std::vector<ResultFile> planned = planned_files(session, options);
     if (!ready_to_write(session, planned, options.force)) return ExitStatus::output;
     const SimulateOutcome outcome = Simulate(session);
     if (outcome == SimulateOutcome::refused) return ExitStatus::incomplete;
 
     ExitStatus status = status_of(session, outcome);
     if (status == ExitStatus::good && !all_there) status = ExitStatus::incomplete;
-    const bool written = write_files(session, planned, summary);
+    const bool written = write_files(session, options, planned, summary);
+    const auto is_absorption = [](const auto& file) { return file.first == "abs"; };
+    const bool table_missing =
+        options.absorption_table && std::none_of(summary.files.begin(), summary.files.end(), is_absorption);
+    if (status == ExitStatus::good && table_missing) status = ExitStatus::incomplete;
     summary.converged = status == ExitStatus::good;
     if (!session.simulation.results.empty() && session.simulation.results.back().iv.points() > 0)
         summary.iv = &session.simulation.results.back();
