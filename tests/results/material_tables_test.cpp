@@ -22,7 +22,7 @@ TEST(MaterialTables, GradedMaterialInTheUnitsOfItsHeadingsAtAnyTemperature)
     InitialiseCellDefinition(cell);
     cell.layers = 2;
     test::set_layer(cell.layer[0], 0, {.d = 2e-6, .Na = 1e22});
-    test::set_layer(cell.layer[1], 1, {.d = 1e-6, .Eg = 1.4, .Nc = 2e24, .Nd = 3e22, .Na = 1e22, .mu_n = 0.02});
+    test::set_layer(cell.layer[1], 1, {.d = 1e-6, .Eg = 1.4, .Nc = 2e24, .Na = 1e22, .Nd = 3e22, .mu_n = 0.02});
     LayerParameters& layer = cell.layer[0];
     layer.composition_mode = 1;
     layer.composition.law = Law::linear;
