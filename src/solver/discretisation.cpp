@@ -100,8 +100,9 @@ void discretise(const CalculationParameters& set3, const Mesh& mesh, Discretisat
 void Workspace::resize(std::size_t points, std::size_t layers)
 {
     for (auto* v : {&res, &sub, &main, &super, &delta, &t, &rho_total, &psi_before, &Fn_before, &Fp_before,
-                    &currents.j_n, &currents.j_p, &currents.j_tot, &currents.sorted})
+                    &currents.j_n, &currents.j_p, &currents.j_tot, &currents.sorted, &link_ratio})
         v->assign(points, 0.0);
+    new_x.reserve(max_mesh_points);
     extra.assign(layers, 0.0);
     E.assign(layers, 0.0);
 }

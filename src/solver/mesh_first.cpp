@@ -88,11 +88,7 @@ void DefineKOVINMesh(CalculationParameters& set3, Mesh& mesh, int refine)
         mesh.last[j] = static_cast<int>(i) - 1;
         start = mesh.x[i - 1];
     }
-    for (i = 0; i < mesh.x.size(); ++i) {
-        mesh.h[i] = i + 1 < mesh.x.size() ? mesh.x[i + 1] - mesh.x[i] : 0.0;
-        mesh.x_m[i] = mesh.x[i] * x0;
-        mesh.x_um[i] = mesh.x_m[i] * 1e6;
-    }
+    mesh.measure(x0);
     Full_x_Dependence(set3, mesh);
 }
 

@@ -4,6 +4,7 @@
 #include "solver/currents.h"
 #include "solver/estimates.h"
 #include "solver/gummel.h"
+#include "solver/mesh_adapt.h"
 
 #include <algorithm>
 #include <cmath>
@@ -45,7 +46,7 @@ bool current_has_settled(const Problem& problem, Workspace& work, CalculationVar
     const double tol = std::max(settings.current_abs_tol, settings.current_rel_tol * std::fabs(J));
     if (std::fabs(J - test.J1) < tol && cv.J_constant) return true;
     const double last = std::fabs(J - test.J1), one_before = std::fabs(J - test.J2);
-    if (last > one_before && one_before < 1e10 * tol && settings.recalculate_mesh == 0) {
+    if (last > one_before && one_before < 1e10 * tol && !problem.mesh_may_move()) {
         AverageDynamicVariables(problem, work, cv);
         J = current_A_m2(problem, work, cv);
     }
@@ -73,6 +74,7 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
     work.Fn_before = cv.Fn;
     work.Fp_before = cv.Fp;
     CurrentTest test;
+    int mesh_alone = 0;  // passes in a row in which nothing but the mesh moved
     for (int it = 1;; ++it) {
         cv.iterations = it;
         if (problem.monitor != nullptr && problem.monitor->stopRequested()) return failed(cv);
@@ -81,8 +83,14 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
         if (!dc_Gummel_iteration_u_or_v(problem, work, cv, Carrier::holes)) return failed(cv);
         const bool moved = cv.its_psi >= 1 || cv.its_u >= 1 || cv.its_v >= 1;
         if (it >= settings.maxiter) return failed(cv);
-        // A solve normally ends here as soon as nothing moves; the test of the current is for long fights.
-        if (it <= min_outer ? !moved : current_has_settled(problem, work, cv, test)) break;
+        // A solve normally ends when nothing moves; the test of the current is for long fights. It comes before the
+        // mesh moves, so that the state that is left has been solved on its mesh.
+        if (it > min_outer && current_has_settled(problem, work, cv, test)) break;
+        // A mesh that alone keeps moving swings between two shapes: either will do.
+        const bool mesh_moved = (moved || mesh_alone < settings.mesh_changes) &&
+                                RecalculateIntervals(problem, work, cv) == MeshChange::changed;
+        mesh_alone = moved ? 0 : mesh_alone + (mesh_moved ? 1 : 0);
+        if (it <= min_outer && !moved && !mesh_moved) break;
     }
     totale_rdcbijdrage(problem, cv);
     extraheer_stroom(problem, cv, work.currents);

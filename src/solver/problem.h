@@ -8,6 +8,8 @@
 #include "solver/state.h"
 
 #include <array>
+#include <functional>
+#include <optional>
 #include <vector>
 
 namespace kovin {
@@ -79,7 +81,18 @@ struct Workspace {
     std::vector<double> rho_total;
     std::vector<double> psi_before, Fn_before, Fp_before;  ///< state of the outer pass before
     CurrentProfile currents;
+    std::vector<double> link_ratio, new_x;  ///< of a change of the mesh
     void resize(std::size_t points, std::size_t layers);
+};
+
+struct SolverMemory;
+
+/// Links to what a change of the mesh renews beside the state. A Problem that has none is solved on its mesh as it is.
+struct MeshAdaption {
+    CalculationParameters& set3;
+    SolverMemory& memory;
+    std::vector<double>& G;                      ///< the generation of the Problem
+    std::function<void(const Mesh&)> relight{};  ///< renews G for a mesh; empty in the dark
 };
 
 /// Links to what one solve reads; made afresh for each call of the upper floors.
@@ -88,9 +101,11 @@ struct Problem {
     const Discretisation& grid;
     const BulkDefects& defects;
     const InterfaceStates& interface_states;
-    const std::vector<double>& G;      ///< generation at the mesh points [D0 N0/x0^2]
-    const Monitor* monitor = nullptr;  ///< asked for a stop between two passes
-    Report* report = nullptr;          ///< told when a loop comes to its limit, if the settings ask for it
+    const std::vector<double>& G;            ///< generation at the mesh points [D0 N0/x0^2]
+    const Monitor* monitor = nullptr;        ///< asked for a stop between two passes
+    Report* report = nullptr;                ///< told when a loop comes to its limit, if the settings ask for it
+    std::optional<MeshAdaption> adaption{};  ///< lets the mesh follow the solution, where the settings want it
+    [[nodiscard]] bool mesh_may_move() const { return adaption && set3.convergence.recalculate_mesh != 0; }
 };
 
 /// Everything of a Problem that is computed from calculation set and mesh.
@@ -99,6 +114,8 @@ struct SolverMemory {
     BulkDefects defects;
     InterfaceStates interface_states;
     Workspace work;
+    Mesh first_mesh;         ///< as first defined, profile grid included: its points are never dropped
+    bool mesh_full = false;  ///< a refinement was given up for want of points
 };
 
 /// Fills geometry, defect rates and work space. @pre Full_x_Dependence has run on this mesh
