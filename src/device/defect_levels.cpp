@@ -33,22 +33,12 @@ double NChargedInOneDefectOneSubLevel(const NeutralBulk& bulk, const NeutralityL
 double NChargedInOneDefect(const NeutralBulk& bulk, const NeutralityLevel& level, double n, double p,
                            double& derivative)
 {
-    const EnergyTable table = bereken_energie_as(level.distribution, level.Ekar, level.Et, bulk.discretisations,
-                                                 bulk.widthtail, bulk.widthgauss);
-    const std::size_t count = table.energy.size();
-    if (count < 2) return NChargedInOneDefectOneSubLevel(bulk, level, level.Et, level.Nt, n, p, derivative);
-
     derivative = 0.0;
     double charge = 0.0;
-    const double peak = level.Nt * peak_to_total(level.distribution, level.Ekar);
-    for (std::size_t m = 0; m < count; ++m) {
-        const double below = m > 0 ? table.step[m - 1] : 0.0;
-        const double above = m + 1 < count ? table.step[m] : 0.0;
-        const double E = table.energy[m];
-        const double N =
-            peak * distribution_weight(level.distribution, E, level.Et, level.Ekar) * 0.5 * (below + above);
+    for (const WeightedEnergy& energy : discrete_energies(level.distribution, level.Ekar, level.Et,
+                                                          bulk.discretisations, bulk.widthtail, bulk.widthgauss)) {
         double slope = 0.0;
-        charge += NChargedInOneDefectOneSubLevel(bulk, level, E, N, n, p, slope);
+        charge += NChargedInOneDefectOneSubLevel(bulk, level, energy.E, level.Nt * energy.share, n, p, slope);
         derivative += slope;
     }
     return charge;
@@ -117,6 +107,27 @@ double distribution_weight(EnergyDistribution distribution, double E, double E0,
     }
 }
 
+std::vector<WeightedEnergy> discrete_energies(EnergyDistribution distribution, double Ekar, double E0, int n,
+                                              double widthtail, double widthgauss)
+{
+    const EnergyTable table = bereken_energie_as(distribution, Ekar, E0, n, widthtail, widthgauss);
+    const std::size_t count = table.energy.size();
+    std::vector<WeightedEnergy> energies;
+    energies.reserve(count);
+    for (std::size_t m = 0; m < count; ++m) {
+        const double E = table.energy[m];
+        if (count < 2) {
+            energies.push_back({E, 1.0});
+            continue;
+        }
+        const double before = m > 0 ? table.step[m - 1] : 0.0, after = m + 1 < count ? table.step[m] : 0.0;
+        const double width = 0.5 * (std::abs(before) + std::abs(after));
+        energies.push_back(
+            {E, peak_to_total(distribution, Ekar) * distribution_weight(distribution, E, E0, Ekar) * width});
+    }
+    return energies;
+}
+
 double level_above_EV(EnergyReference reference, double E, double Eg, double kT, double ratio)
 {
     switch (reference) {
@@ -126,6 +137,28 @@ double level_above_EV(EnergyReference reference, double E, double Eg, double kT,
             return Eg - E;
         default:
             return E;
+    }
+}
+
+double level_above_EV_left(EnergyReference reference, double E, const InterfaceBands& bands)
+{
+    const double highest_EV = std::max(bands.dEv, 0.0);
+    const double lowest_EC = bands.Eg_left - std::max(bands.dEc, 0.0);
+    switch (reference) {
+        case EnergyReference::below_lowest_EC:
+            return lowest_EC - E;
+        case EnergyReference::above_Ei_left:
+            return E + bands.Ei_left;
+        case EnergyReference::above_Ei_right:
+            return E + bands.dEv + bands.Ei_right;
+        case EnergyReference::above_EV_left:
+            return E;
+        case EnergyReference::above_EV_right:
+            return E + bands.dEv;
+        case EnergyReference::above_middle:
+            return E + 0.5 * (highest_EV + lowest_EC);
+        default:
+            return E + highest_EV;
     }
 }
 

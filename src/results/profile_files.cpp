@@ -46,29 +46,34 @@ constexpr Column<Profiles> eb_columns[] = {
      [](const Profiles& s, std::size_t i) { return s.recombination_R_to_L[i]; }},
 };
 
-// Currents just left (1) and right (2) of each interface. Interface states, hence their charge and current, are
-// refused before a run.
+// Electrons (jn) and holes (jp) that the states take from the left (1) and the right (2) layer, the thermionic current
+// over the interface (js), and the charge of the states (pi). A cell with tunnelling is refused before a run, so that
+// the currents with their tunnel share are the plain ones.
+template <double InterfaceCurrents::*quantity>
+constexpr double of_interface(const Profiles& s, std::size_t k)
+{
+    return s.interfaces[k].*quantity;
+}
+double sheet_density(const Profiles& s, std::size_t k) { return s.interfaces[k].charge / elementary_charge; }
+
+using IF = InterfaceCurrents;
 constexpr Column<Profiles> interface_columns[] = {
     {"  IF",
      "   ",
      {NumberFormat::whole, 1, 0},
      [](const Profiles&, std::size_t k) { return static_cast<double>(k + 1); }},
     {"       x(um)", "  ", position, [](const Profiles& s, std::size_t k) { return s.x_um[s.interface_left[k]]; }},
-    {" jn1(mA/cm2)", "  ", density, [](const Profiles& s, std::size_t k) { return s.j.j_n[s.interface_left[k]]; }},
-    {" jn2(mA/cm2)", "  ", density, [](const Profiles& s, std::size_t k) { return s.j.j_n[s.interface_left[k] + 1]; }},
-    {" jp1(mA/cm2)", "  ", density, [](const Profiles& s, std::size_t k) { return s.j.j_p[s.interface_left[k]]; }},
-    {" jp2(mA/cm2)", "  ", density, [](const Profiles& s, std::size_t k) { return s.j.j_p[s.interface_left[k] + 1]; }},
-    {" jn1[with tunnel](mA/cm2)", "  ", density,
-     [](const Profiles& s, std::size_t k) { return s.j.j_n[s.interface_left[k]]; }},
-    {" jn2[with tunnel](mA/cm2)", "  ", density,
-     [](const Profiles& s, std::size_t k) { return s.j.j_n[s.interface_left[k] + 1]; }},
-    {" jp1[with tunnel](mA/cm2)", "  ", density,
-     [](const Profiles& s, std::size_t k) { return s.j.j_p[s.interface_left[k]]; }},
-    {" jp2[with tunnel](mA/cm2)", "  ", density,
-     [](const Profiles& s, std::size_t k) { return s.j.j_p[s.interface_left[k] + 1]; }},
-    {"  js(mA/cm2)", "  ", density, zero},
-    {"   pi(C/cm2)", "  ", density, zero},
-    {"  pi/q(/cm2)", "  ", density, zero},
+    {" jn1(mA/cm2)", "  ", density, of_interface<&IF::n_left>},
+    {" jn2(mA/cm2)", "  ", density, of_interface<&IF::n_right>},
+    {" jp1(mA/cm2)", "  ", density, of_interface<&IF::p_left>},
+    {" jp2(mA/cm2)", "  ", density, of_interface<&IF::p_right>},
+    {" jn1[with tunnel](mA/cm2)", "  ", density, of_interface<&IF::n_left>},
+    {" jn2[with tunnel](mA/cm2)", "  ", density, of_interface<&IF::n_right>},
+    {" jp1[with tunnel](mA/cm2)", "  ", density, of_interface<&IF::p_left>},
+    {" jp2[with tunnel](mA/cm2)", "  ", density, of_interface<&IF::p_right>},
+    {"  js(mA/cm2)", "  ", density, of_interface<&IF::thermionic>},
+    {"   pi(C/cm2)", "  ", density, of_interface<&IF::charge>},
+    {"  pi/q(/cm2)", "  ", density, sheet_density},
 };
 
 std::string header(const ProfileSource& source, OutputKind kind)

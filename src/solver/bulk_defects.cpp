@@ -11,15 +11,6 @@ namespace {
 
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
-/// Weight of energy m in the trapezoid rule over the energies of a distribution; 1 for a single level.
-double trapezoid_weight(const EnergyTable& table, std::size_t m)
-{
-    const std::size_t n = table.energy.size();
-    if (n < 2) return 1.0;
-    const double before = m > 0 ? table.step[m - 1] : 0.0, after = m + 1 < n ? table.step[m] : 0.0;
-    return 0.5 * (std::fabs(before) + std::fabs(after));
-}
-
 /// Rates of one discrete energy E of a defect with a single level. The distribution stands about the defect's energy,
 /// on the scale above EV whatever the reference: a tail of the conduction band reaches into the gap also when its
 /// energy is given below EC.
@@ -62,17 +53,10 @@ void define_defects(const CalculationParameters& set3, const Mesh& mesh, BulkDef
             const BulkRecombinationParameters& level = layer.srh[d][0];
             // A defect that captures nothing neither recombines nor has a defined charge.
             if (level.sigma_n <= 0.0 && level.sigma_p <= 0.0) continue;
-            const EnergyDistribution kind = level.energy_distribution;
-            const EnergyTable table = bereken_energie_as(kind, level.Ekar, level.Et, settings.defectdiscretisations,
-                                                         settings.widthtail, settings.widthgauss);
-            // One energy alone holds the whole density.
-            const double peak = table.energy.size() > 1 ? peak_to_total(kind, level.Ekar) : 1.0;
-            for (std::size_t m = 0; m < table.energy.size(); ++m) {
-                const double E = table.energy[m];
-                const double weight =
-                    peak * distribution_weight(kind, E, level.Et, level.Ekar) * trapezoid_weight(table, m);
-                defects.energies.push_back(defect_energy(set3, mesh, level, j, E, weight));
-            }
+            for (const WeightedEnergy& energy :
+                 discrete_energies(level.energy_distribution, level.Ekar, level.Et, settings.defectdiscretisations,
+                                   settings.widthtail, settings.widthgauss))
+                defects.energies.push_back(defect_energy(set3, mesh, level, j, energy.E, energy.share));
         }
         for (std::size_t i = at(mesh.first[j]); i <= at(mesh.last[j]); ++i)
             if (set3.on.K_rad[i] != 0.0 || set3.on.Cn[i] != 0.0 || set3.on.Cp[i] != 0.0) defects.band_to_band[j] = true;

@@ -1,5 +1,7 @@
 #include "solver/bulk_terms.h"
 
+#include "solver/interface_terms.h"
+
 #include <algorithm>
 
 namespace kovin {
@@ -106,6 +108,7 @@ void rdcbijdrage_radiative_auger(const OnMesh& on, std::size_t first, std::size_
 
 void totale_rdcbijdrage(const Problem& problem, CalculationVariables& cv, Terms terms)
 {
+    totale_ifrdcbijdrage(problem, cv);
     clear(cv.terms_total, terms);
     for (const DefectEnergy& level : problem.defects.energies) rdcbijdrage_een_niveau(level, cv, cv.terms_total, terms);
     if (terms == Terms::psi) return;  // no charge

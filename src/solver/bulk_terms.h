@@ -27,7 +27,8 @@ void rdcbijdrage_een_niveau(const DefectEnergy& level, const CalculationVariable
 void rdcbijdrage_radiative_auger(const OnMesh& on, std::size_t first, std::size_t last, const CalculationVariables& cv,
                                  DcTerms& out);
 
-/// All bulk contributions of the present state into cv.terms_total.
+/// All contributions of the present state: those of the bulk into cv.terms_total and, complete whatever `terms`, those
+/// of the interfaces into cv.terms_interface.
 void totale_rdcbijdrage(const Problem& problem, CalculationVariables& cv, Terms terms = Terms::all);
 
 }  // namespace kovin

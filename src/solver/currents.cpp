@@ -67,6 +67,30 @@ ContactCurrents contact_currents(const Problem& problem, const CalculationVariab
             -right * cv.bn.back() * set3.Sn_right * n_right, right * cv.bp.back() * set3.Sp_right * p_right};
 }
 
+InterfaceCurrents interface_currents(const Problem& problem, const CalculationVariables& cv, std::size_t interface)
+{
+    const Scale& scale = problem.set3.scale;
+    const InterfaceTerms& states = cv.terms_interface[interface];
+    const Discretisation::Interface& row = problem.grid.interfaces[interface];
+    const std::size_t l = at(cv.mesh.last[interface]), f = l + 1;
+    const double left = 0.1 * scale.current(static_cast<int>(interface));
+    const double right = 0.1 * scale.current(static_cast<int>(interface) + 1);
+    return {.n_left = left * states.In_left,
+            .n_right = right * states.In_right,
+            .p_left = left * states.Ip_left,
+            .p_right = right * states.Ip_right,
+            .thermionic = left * (cv.bn[l] * row.vn * cv.du[f] - cv.bp[l] * row.vp * cv.dv[f]),
+            .charge = 1e-4 * states.rho_if};
+}
+
+double interface_recombination(const Problem& problem, const CalculationVariables& cv)
+{
+    double sum = 0.0;
+    for (std::size_t j = 0; j < problem.grid.interfaces.size(); ++j)
+        sum += interface_currents(problem, cv, j).recombination();
+    return sum;
+}
+
 void extract_recombination(const Problem& problem, const CalculationVariables& cv, RecombinationProfile& profile)
 {
     const std::size_t N = cv.psi.size();

@@ -1,5 +1,6 @@
 // Geometry and material factors of the box scheme; see residuals for the equations they stand in.
 #include "solver/bulk_defects.h"
+#include "solver/interface_states.h"
 #include "solver/problem.h"
 #include "solver/residuals.h"
 
@@ -67,6 +68,7 @@ Discretisation::Interface interface_factors(const CalculationParameters& set3, c
     const double row = (hf + hl) / (eps[f] + eps[l]);
     Discretisation::Interface r;
     r.row_scale = row;
+    r.sheet = row * set3.scale.x0 / (set3.kT * vacuum_permittivity);
     r.left = row * a * eps[l] / hl;
     r.right = row * b * eps[f] / hf;
     if (set3.convergence.interfacial_half_cells != 0) {
@@ -111,6 +113,7 @@ void prepare_solver(const CalculationParameters& set3, const Mesh& mesh, SolverM
 {
     discretise(set3, mesh, memory.grid);
     define_defects(set3, mesh, memory.defects);
+    define_interface_states(set3, mesh, memory.interface_states);
     memory.work.resize(at(mesh.N), at(mesh.nlayers));
 }
 

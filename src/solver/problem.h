@@ -32,6 +32,7 @@ struct Discretisation {
         double left = 0.0, right = 0.0;  ///< a eps/h, b eps/h of the displacement row
         double charge_l = 0.0, charge_l1 = 0.0, charge_f = 0.0, charge_f1 = 0.0;  ///< factors of the half-cell charges
         double row_scale = 1.0;                                                   ///< (h[f] + h[l-1])/(eps[f] + eps[l])
+        double sheet = 0.0;                                                       ///< factor of the sheet charge
         double vn = 0.0, vp = 0.0;                                                ///< thermionic velocities
         double n_ratio = 1.0, p_ratio = 1.0;                                      ///< N0[j] W[l]/(N0[j+1] W[f])
     };

@@ -47,7 +47,7 @@ void add_point(const Simulation& s, CalculationVariables& cv, double v_cell, Rec
     curve.recSRH.push_back(bulk(recombination.SRH));
     curve.recRadiative.push_back(bulk(recombination.radiative));
     curve.recAuger.push_back(bulk(recombination.auger));
-    curve.ivifr.push_back(0.0);  // sheets of interface states are refused before a run
+    curve.ivifr.push_back(10.0 * interface_recombination(problem, cv));
     curve.TotalRec.push_back(curve.ivleftcontact.back() + curve.ivrightcontact.back() +
                              0.1 * (curve.ivifr.back() + curve.ivbulk.back()));
     curve.TotalGen.push_back(s.light.total_mA_cm2);

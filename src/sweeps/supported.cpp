@@ -69,14 +69,24 @@ void check_layer(std::size_t j, const LayerParameters& layer, bool tunneling_all
 
 /// Tunnel paths that the settings open: all of them, none, or those marked one by one.
 struct OpenPaths {
-    bool intraband, band_to_band, contact;
+    bool intraband, band_to_band, contact, interface_states;
 };
 OpenPaths open_paths(const ConvergenceParameters& settings)
 {
-    if (settings.tunnel_paths == 1) return {false, false, false};
+    if (settings.tunnel_paths == 1) return {false, false, false, false};
     const bool all = settings.tunnel_paths == 0;
     return {all || settings.Tunnelintraband_allowed != 0, all || settings.TunnelBtoB_allowed != 0,
-            all || settings.Tunnelcontact_allowed != 0};
+            all || settings.Tunnelcontact_allowed != 0, all || settings.Tunneliface_allowed != 0};
+}
+
+void check_interface_defect(const InterfaceRecombinationParameters& defect, const std::string& where,
+                            const OpenPaths& open, Names& names)
+{
+    // States at an interface have one level, whatever a file says.
+    if (defect.defectType > DefectType::donor)
+        names.push_back(where + "defect with several levels (" +
+                        std::string(defect_type_words[static_cast<std::size_t>(defect.defectType)]) + ")");
+    if (defect.tunneling && open.interface_states) names.push_back(where + "tunnelling to the states");
 }
 
 void check_cell(const CellParameters& cell, const ConvergenceParameters& settings, Names& names)
@@ -88,7 +98,9 @@ void check_cell(const CellParameters& cell, const ConvergenceParameters& setting
     for (std::size_t i = 0; i + 1 < layers; ++i) {
         const InterfaceParameters& interface = cell.interfaces[i];
         const std::string where = "interface " + integer(static_cast<long>(i) + 1) + " (" + interface.name + "): ";
-        if (interface.defect_count > 0) names.push_back(where + "recombination at interface states");
+        for (std::size_t d = 0; d < static_cast<std::size_t>(interface.defect_count); ++d)
+            check_interface_defect(interface.defects[d], where + "defect " + integer(static_cast<long>(d) + 1) + ": ",
+                                   open, names);
         if (interface.tunneling && open.intraband) names.push_back(where + "intraband tunnelling");
     }
     if (open.contact) {

@@ -223,8 +223,19 @@ TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
         const char* named;
     };
     const Row rows[] = {
-        {"interface states", [](Simulation& s) { s.zonnecel.cell.interfaces[0].defect_count = 1; }, true,
-         "interface 1"},
+        {"tunnelling to interface states",
+         [](Simulation& s) {
+             s.zonnecel.cell.interfaces[0].defect_count = 1;
+             s.zonnecel.cell.interfaces[0].defects[0].tunneling = true;
+             s.problem.input.convergence.Tunneliface_allowed = 1;
+         },
+         true, "interface 1"},
+        {"interface states with two levels",
+         [](Simulation& s) {
+             s.zonnecel.cell.interfaces[0].defect_count = 1;
+             s.zonnecel.cell.interfaces[0].defects[0].defectType = DefectType::doubledonor;
+         },
+         true, "doubledonor"},
         {"graded layer", [](Simulation& s) { s.zonnecel.cell.layer[1].composition_mode = 1; }, true, "layer 2"},
         {"grading law", [](Simulation& s) { s.zonnecel.cell.layer[0].material.Eg.law = Law::exponential; }, true,
          "law 4"},

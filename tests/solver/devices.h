@@ -81,6 +81,39 @@ inline CellParameters thin_film_cell()
     return cell;
 }
 
+/// A sheet of states at interface i with equal capture on both sides.
+inline InterfaceRecombinationParameters& add_sheet(CellParameters& cell, std::size_t i, DefectType type, double N,
+                                                   EnergyReference reference, double Et, double sigma_n, double sigma_p)
+{
+    InterfaceParameters& interface = cell.interfaces[i];
+    InterfaceRecombinationParameters& d = interface.defects[static_cast<std::size_t>(interface.defect_count)];
+    InitialiseInterfaceRecombinationParameters(d, static_cast<int>(i), interface.defect_count++);
+    d.defectType = type;
+    d.N = N;
+    d.reference = reference;
+    d.Et = Et;
+    d.sigma_nleft = d.sigma_nright = sigma_n;
+    d.sigma_pleft = d.sigma_pright = sigma_p;
+    return d;
+}
+
+/// The reference of an interface level seen from the other side.
+inline EnergyReference other_side(EnergyReference reference)
+{
+    switch (reference) {
+        case EnergyReference::above_Ei_left:
+            return EnergyReference::above_Ei_right;
+        case EnergyReference::above_Ei_right:
+            return EnergyReference::above_Ei_left;
+        case EnergyReference::above_EV_left:
+            return EnergyReference::above_EV_right;
+        case EnergyReference::above_EV_right:
+            return EnergyReference::above_EV_left;
+        default:
+            return reference;
+    }
+}
+
 /// A cell turned round: layers in reverse order, contacts exchanged.
 inline CellParameters mirrored(const CellParameters& cell)
 {
@@ -91,6 +124,16 @@ inline CellParameters mirrored(const CellParameters& cell)
         image.layer[j].layernumber = static_cast<int>(j);
         for (auto& defect : image.layer[j].srh)
             for (auto& level : defect) level.layer = static_cast<int>(j);
+    }
+    for (std::size_t i = 0; i + 1 < n; ++i) {
+        image.interfaces[i] = cell.interfaces[n - 2 - i];
+        image.interfaces[i].number = static_cast<int>(i);
+        for (InterfaceRecombinationParameters& d : image.interfaces[i].defects) {
+            d.interface_number = static_cast<int>(i);
+            std::swap(d.sigma_nleft, d.sigma_nright);
+            std::swap(d.sigma_pleft, d.sigma_pright);
+            d.reference = other_side(d.reference);
+        }
     }
     std::swap(image.left, image.right);
     UpdateThicknessInProfiles_Cell(image);
@@ -141,14 +184,15 @@ public:
         });
     }
 
-    /// Contact minority currents plus bulk recombination minus generation [mA/cm2]; equals J for a p side at the left.
+    /// Contact minority currents plus recombination in the bulk and at interfaces minus generation [mA/cm2]; equals J
+    /// for a p side at the left.
     [[nodiscard]] double recombination_minus_generation(bool p_left)
     {
         const ContactCurrents c = contact_currents(problem(), cv);
         const double at_left = p_left ? c.j_n_left : -c.j_p_left;
         const double at_right = p_left ? c.j_p_right : -c.j_n_right;
-        return at_left + at_right + integrated_current(set3, cv.mesh, cv.terms_total.rec) -
-               integrated_current(set3, cv.mesh, G);
+        return at_left + at_right + interface_recombination(problem(), cv) +
+               integrated_current(set3, cv.mesh, cv.terms_total.rec) - integrated_current(set3, cv.mesh, G);
     }
 
     [[nodiscard]] std::size_t layers() const { return static_cast<std::size_t>(cv.mesh.nlayers); }

@@ -21,6 +21,14 @@ Device lit_cell(int half_cells)
     set_uniform(cell.layer[1].material.c_p_auger, 1e-40);
     add_defect(cell.layer[0], DefectType::acceptor, 5e20, 0.3, 1e-19, 2e-18).energy_distribution =
         EnergyDistribution::gauss;
+    // Charged sheets whose exchange with both layers weighs as much as the thermionic current.
+    InterfaceRecombinationParameters& donors =
+        add_sheet(cell, 0, DefectType::donor, 1e17, EnergyReference::above_middle, 0.1, 2e-17, 5e-17);
+    donors.energy_distribution = EnergyDistribution::gauss;
+    donors.sigma_nright = 4e-18;
+    donors.sigma_pright = 3e-16;
+    add_sheet(cell, 0, DefectType::acceptor, 4e15, EnergyReference::above_EV_left, 0.5, 3e-17, 1e-17);
+    add_sheet(cell, 1, DefectType::acceptor, 1e15, EnergyReference::below_lowest_EC, 0.6, 1e-17, 3e-17);
     Device device(cell, 350.0, [&](ConvergenceParameters& c) { c.interfacial_half_cells = half_cells; });
     device.solve_equilibrium();
     device.illuminate_exponentially(33.0, 0.5e-6);
