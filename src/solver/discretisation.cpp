@@ -99,7 +99,7 @@ void discretise(const CalculationParameters& set3, const Mesh& mesh, Discretisat
 
 }  // namespace
 
-void Workspace::resize(std::size_t points, std::size_t layers)
+void Workspace::resize(std::size_t points, std::size_t layers, bool coupled)
 {
     for (auto* v : {&res, &sub, &main, &super, &delta, &t, &rho_total, &psi_before, &Fn_before, &Fp_before,
                     &currents.j_n, &currents.j_p, &currents.j_tot, &currents.sorted, &link_ratio})
@@ -107,6 +107,9 @@ void Workspace::resize(std::size_t points, std::size_t layers)
     new_x.reserve(max_mesh_points);
     extra.assign(layers, 0.0);
     E.assign(layers, 0.0);
+    if (!coupled) return;
+    block.resize(points, layers - 1);
+    for (auto* v : {&psi_start, &Fn_start, &Fp_start}) v->assign(points, 0.0);
 }
 
 void prepare_solver(const CalculationParameters& set3, const Mesh& mesh, SolverMemory& memory)
@@ -114,7 +117,7 @@ void prepare_solver(const CalculationParameters& set3, const Mesh& mesh, SolverM
     discretise(set3, mesh, memory.grid);
     define_defects(set3, mesh, memory.defects);
     define_interface_states(set3, mesh, memory.interface_states);
-    memory.work.resize(at(mesh.N), at(mesh.nlayers));
+    memory.work.resize(at(mesh.N), at(mesh.nlayers), is_coupled(set3.convergence.coupling_scheme));
 }
 
 }  // namespace kovin

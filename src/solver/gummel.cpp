@@ -78,7 +78,8 @@ bool dc_Gummel_iteration_u_or_v(const Problem& problem, Workspace& work, Calcula
             its = -1;
             return false;
         }
-        for (double& step : work.delta) step *= relax;
+        const auto& w = electrons ? cv.expFn : cv.expmFp;
+        for (std::size_t i = 0; i < w.size(); ++i) work.delta[i] = relax * work.delta[i] / w[i];
         const bool more = clamping_u_or_v(settings, carrier, k, work.delta, cv);
         if (std::isnan(electrons ? cv.max_delta_Fn : cv.max_delta_Fp)) {
             its = -1;

@@ -126,7 +126,8 @@ void change_mesh(const MeshAdaption& adaption, Workspace& work, Mesh&& new_mesh,
     cv.mesh = std::move(new_mesh);
     Full_x_Dependence(adaption.set3, cv.mesh);
     prepare_solver(adaption.set3, cv.mesh, adaption.memory);
-    if (&work != &adaption.memory.work) work.resize(at(cv.mesh.N), at(cv.mesh.nlayers));
+    if (&work != &adaption.memory.work)
+        work.resize(at(cv.mesh.N), at(cv.mesh.nlayers), is_coupled(adaption.set3.convergence.coupling_scheme));
     if (adaption.relight)
         adaption.relight(cv.mesh);
     else

@@ -64,11 +64,7 @@ bool clamping_u_or_v(const ConvergenceParameters& settings, Carrier carrier, int
     const double clamp = clamp_at(settings, electrons ? settings.clamp_n : settings.clamp_p, k);
     const double lowest = std::exp(-10.0 * clamp);
     auto& F = electrons ? cv.Fn : cv.Fp;
-    const auto& w = electrons ? cv.expFn : cv.expmFp;
-    for (std::size_t i = 0; i < delta.size(); ++i) {
-        const double relative = delta[i] / w[i];
-        delta[i] = 1.0 + relative > lowest ? s * std::log1p(relative) : -s * 10.0 * clamp;
-    }
+    for (double& step : delta) step = 1.0 + step > lowest ? s * std::log1p(step) : -s * 10.0 * clamp;
     const double largest = ApplyClamping(delta, settings, clamp);
     for (std::size_t i = 0; i < delta.size(); ++i) F[i] += delta[i];
     (electrons ? cv.max_delta_Fn : cv.max_delta_Fp) = largest;

@@ -18,8 +18,8 @@ namespace kovin {
 /// Limits `delta` to `limit` in the way of clamp_mode. @return the largest element afterwards
 double ApplyClamping(std::span<double> delta, const ConvergenceParameters& settings, double limit);
 
-/// Turns `delta`, a step in u or v, into a clamped step of Fn or Fp and makes it. The density falls at most by
-/// exp(-10 clamp) in one step, so the logarithm never sees a number that is not positive.
+/// Turns `delta`, a relative step du/u or dv/v, into a clamped step of Fn or Fp and makes it. The density falls at most
+/// by exp(-10 clamp) in one step, so the logarithm never sees a number that is not positive.
 /// @return true if the step was larger than the termination: not yet converged
 bool clamping_u_or_v(const ConvergenceParameters& settings, Carrier carrier, int k, std::span<double> delta,
                      CalculationVariables& cv);

@@ -1,6 +1,7 @@
 #include "solver/outer_iteration.h"
 
 #include "solver/bulk_terms.h"
+#include "solver/coupled.h"
 #include "solver/currents.h"
 #include "solver/estimates.h"
 #include "solver/gummel.h"
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace kovin {
 
@@ -63,6 +65,47 @@ bool failed(CalculationVariables& cv)
     return false;
 }
 
+/// One pass of the decoupled schemes. @return false on failure; `moved` tells whether anything did
+bool decoupled_pass(const Problem& problem, Workspace& work, CalculationVariables& cv, bool& moved)
+{
+    const ConvergenceParameters& settings = problem.set3.convergence;
+    if (!dc_Gummel_iteration_psi(problem, work, cv, settings.maxiter_psi)) return false;
+    if (settings.coupling_scheme == coupled_uv) {
+        if (!dc_Gummel_iteration_uv(problem, work, cv)) return false;
+    } else if (!dc_Gummel_iteration_u_or_v(problem, work, cv, Carrier::electrons) ||
+               !dc_Gummel_iteration_u_or_v(problem, work, cv, Carrier::holes)) {
+        return false;
+    }
+    moved = cv.its_psi >= 1 || cv.its_u >= 1 || cv.its_v >= 1;
+    return true;
+}
+
+/// The coupled loop; if it fails, the state is as it was before. @return converged
+bool try_coupled(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    work.psi_start = cv.psi;
+    work.Fn_start = cv.Fn;
+    work.Fp_start = cv.Fp;
+    if (fully_coupled_iteration(problem, work, cv)) return true;
+    cv.psi = work.psi_start;
+    cv.Fn = work.Fn_start;
+    cv.Fp = work.Fp_start;
+    update_psivar(problem.set3, cv);
+    update_Fn(cv);
+    update_Fp(cv);
+    return false;
+}
+
+constexpr int never = std::numeric_limits<int>::max();
+
+/// First pass of the outer iteration that solves all equations together.
+int first_coupled_pass(const ConvergenceParameters& settings)
+{
+    if (settings.coupling_scheme == gummel_then_coupled) return settings.gummel_to_coupled_iteration;
+    if (settings.coupling_scheme == fully_coupled) return 1;
+    return never;
+}
+
 }  // namespace
 
 bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, CalculationVariables& cv)
@@ -75,13 +118,14 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
     work.Fp_before = cv.Fp;
     CurrentTest test;
     int mesh_alone = 0;  // passes in a row in which nothing but the mesh moved
+    int coupled_from = first_coupled_pass(settings);
     for (int it = 1;; ++it) {
         cv.iterations = it;
         if (problem.monitor != nullptr && problem.monitor->stopRequested()) return failed(cv);
-        if (!dc_Gummel_iteration_psi(problem, work, cv, settings.maxiter_psi)) return failed(cv);
-        if (!dc_Gummel_iteration_u_or_v(problem, work, cv, Carrier::electrons)) return failed(cv);
-        if (!dc_Gummel_iteration_u_or_v(problem, work, cv, Carrier::holes)) return failed(cv);
-        const bool moved = cv.its_psi >= 1 || cv.its_u >= 1 || cv.its_v >= 1;
+        bool moved = false;
+        // Too far off, the coupled loop fails: decoupled passes go on from where it began, and finish the point.
+        if (it >= coupled_from && !try_coupled(problem, work, cv)) coupled_from = never;
+        if (it < coupled_from && !decoupled_pass(problem, work, cv, moved)) return failed(cv);
         if (it >= settings.maxiter) return failed(cv);
         // A solve normally ends when nothing moves; the test of the current is for long fights. It comes before the
         // mesh moves, so that the state that is left has been solved on its mesh.

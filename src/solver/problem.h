@@ -5,6 +5,7 @@
 #include "base/report.h"
 #include "device/calculation_set.h"
 #include "device/mesh.h"
+#include "solver/block_solve.h"
 #include "solver/state.h"
 
 #include <array>
@@ -82,8 +83,11 @@ struct Workspace {
     std::vector<double> rho_total;
     std::vector<double> psi_before, Fn_before, Fp_before;  ///< state of the outer pass before
     CurrentProfile currents;
-    std::vector<double> link_ratio, new_x;  ///< of a change of the mesh
-    void resize(std::size_t points, std::size_t layers);
+    std::vector<double> link_ratio, new_x;              ///< of a change of the mesh
+    BlockSystem block;                                  ///< of the coupled schemes
+    std::vector<double> psi_start, Fn_start, Fp_start;  ///< state before an attempt of the coupled loop
+    /// @param coupled  what the coupled schemes need as well; it stays empty without
+    void resize(std::size_t points, std::size_t layers, bool coupled);
 };
 
 struct SolverMemory;

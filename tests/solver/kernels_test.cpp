@@ -70,7 +70,7 @@ TEST(BandSolve, AgreesWithDenseEliminationAndRefusesSingularSystems)
     mesh.first = {0, 5, 9};
     mesh.last = {4, 8, 14};
     Workspace w;
-    w.resize(15, 3);
+    w.resize(15, 3, false);
     std::mt19937 random(7);
     std::uniform_real_distribution<double> number(-1.0, 1.0);
     for (const bool with_extra : {true, false}) {
