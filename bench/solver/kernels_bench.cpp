@@ -23,7 +23,7 @@ void time_kernel(benchmark::State& state, Levels levels, const Kernel& kernel)
         benchmark::ClobberMemory();
     }
     state.counters["points"] = s.currentCalcVars.mesh.N;
-    state.counters["energies"] = static_cast<double>(s.memory.defects.energies.size());
+    state.counters["energies"] = static_cast<double>(s.memory.defects.energies.size() + s.memory.defects.chains.size());
 }
 
 void recombination_single(benchmark::State& state)

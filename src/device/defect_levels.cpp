@@ -1,44 +1,64 @@
 #include "device/defect_levels.h"
 
+#include "device/charge_states.h"
+
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <numbers>
 
 namespace kovin {
 
 namespace {
 
-/// Charge of one discrete level of density N and energy Et above EV, with its derivative [1/eV].
+/// Mean charge of a defect with L levels, all of them `offset` from their energies, and its derivative [1/eV].
 ///
-///     f = (n cn + p1 cp) / D,   1 - f = (p cp + n1 cn) / D,   D = (n + n1) cn + (p + p1) cp
+///     A = n cn + g p1 cp,   B = p cp + n1 cn/g
 ///
-/// A donor holds +N (1 - f), an acceptor -N f.
-double NChargedInOneDefectOneSubLevel(const NeutralBulk& bulk, const NeutralityLevel& level, double Et, double N,
-                                      double n, double p, double& derivative)
+/// with n1, p1 the densities at which the Fermi level would lie on the level.
+template <int L>
+double chain_charge(const NeutralBulk& bulk, const NeutralDefect& defect, double offset, double n, double p,
+                    double& derivative)
 {
+    double A[L], B[L], slope[L];
+    for (int s = 0; s < L; ++s) {
+        const NeutralDefect::Level& level = defect.levels[static_cast<std::size_t>(s)];
+        const double Et = level.Et + offset, g = defect.degeneracy_one ? 1.0 : degeneracy_factor(L, s);
+        A[s] = n * level.cn + g * bulk.Nv * std::exp(-Et / bulk.kT) * level.cp + negligible_rate;
+        B[s] = p * level.cp + bulk.Nc * std::exp((Et - bulk.Eg) / bulk.kT) * level.cn / g + negligible_rate;
+        slope[s] = n * level.cn / A[s] + p * level.cp / B[s];
+    }
+    const ChainOccupation<L> chain(A, B);
+    const double top = charge_of_state_0(defect.first);
+    double charge = 0.0;
     derivative = 0.0;
-    const bool donor = level.type == DefectType::donor;
-    if (!donor && level.type != DefectType::acceptor) return 0.0;
-    const double n1 = bulk.Nc * std::exp((Et - bulk.Eg) / bulk.kT);
-    const double p1 = bulk.Nv * std::exp(-Et / bulk.kT);
-    const double D = (n + n1) * level.cn + (p + p1) * level.cp;
-    if (!(D > 0.0)) return 0.0;  // a level that captures nothing has no defined occupation
-    const double f = (n * level.cn + p1 * level.cp) / D;
-    const double one_min_f = (p * level.cp + n1 * level.cn) / D;
-    derivative = -N * (f * p * level.cp + one_min_f * n * level.cn) / (bulk.kT * D);
-    return donor ? N * one_min_f : -N * f;
+    for (int s = 0; s <= L; ++s) charge += (top - s) * chain.f[s];
+    for (int s = 0; s < L; ++s) derivative -= slope[s] * chain.response[s] / bulk.kT;
+    return charge;
 }
 
-/// Charge of a defect: its level, or the trapezoid rule over the energies of its distribution.
-double NChargedInOneDefect(const NeutralBulk& bulk, const NeutralityLevel& level, double n, double p,
-                           double& derivative)
+/// Charge of one discrete energy that holds the density N.
+double NChargedInOneDefectOneEnergy(const NeutralBulk& bulk, const NeutralDefect& defect, double offset, double N,
+                                    double n, double p, double& derivative)
+{
+    constexpr decltype(&chain_charge<1>) by_levels[] = {chain_charge<1>, chain_charge<2>, chain_charge<3>,
+                                                        chain_charge<4>};
+    static_assert(std::size(by_levels) == max_levels);
+    const double charge = by_levels[defect.levels.size() - 1](bulk, defect, offset, n, p, derivative);
+    derivative *= N;
+    return N * charge;
+}
+
+/// Charge of a defect: one energy, or the trapezoid rule over the energies of its distribution.
+double NChargedInOneDefect(const NeutralBulk& bulk, const NeutralDefect& defect, double n, double p, double& derivative)
 {
     derivative = 0.0;
+    if (defect.first == LevelType::neutral || defect.levels.empty()) return 0.0;
     double charge = 0.0;
-    for (const WeightedEnergy& energy : discrete_energies(level.distribution, level.Ekar, level.Et,
-                                                          bulk.discretisations, bulk.widthtail, bulk.widthgauss)) {
+    for (const WeightedEnergy& energy : discrete_energies(defect.distribution, defect.Ekar, 0.0, bulk.discretisations,
+                                                          bulk.widthtail, bulk.widthgauss)) {
         double slope = 0.0;
-        charge += NChargedInOneDefectOneSubLevel(bulk, level, energy.E, level.Nt * energy.share, n, p, slope);
+        charge += NChargedInOneDefectOneEnergy(bulk, defect, energy.E, defect.Nt * energy.share, n, p, slope);
         derivative += slope;
     }
     return charge;
@@ -166,9 +186,9 @@ double NChargedInDefects(const NeutralBulk& bulk, double n, double p, double& de
 {
     derivative = 0.0;
     double charge = 0.0;
-    for (const NeutralityLevel& level : bulk.levels) {
+    for (const NeutralDefect& defect : bulk.defects) {
         double slope = 0.0;
-        charge += NChargedInOneDefect(bulk, level, n, p, slope);
+        charge += NChargedInOneDefect(bulk, defect, n, p, slope);
         derivative += slope;
     }
     return charge;

@@ -43,18 +43,22 @@ struct InterfaceBands {
 /// Energy of an interface level above EV at the left [eV]. A reference of the bulk counts as "above the highest EV".
 [[nodiscard]] double level_above_EV_left(EnergyReference reference, double E, const InterfaceBands& bands);
 
-/// A defect level as the neutrality sum sees it: energies from EV, any consistent unit of density.
-struct NeutralityLevel {
-    DefectType type = DefectType::neutral;
+/// A defect as the neutrality sum sees it: energies from EV, any consistent unit of density.
+struct NeutralDefect {
+    LevelType first = LevelType::neutral;  ///< transition of the first level: it tells the charges of all states
     EnergyDistribution distribution = EnergyDistribution::single;
-    double Et = 0.0;            ///< above EV [eV]
-    double Ekar = 0.1;          ///< [eV]
-    double Nt = 0.0;            ///< total density
-    double cn = 0.0, cp = 0.0;  ///< capture coefficients, any common unit
+    double Ekar = 0.1;  ///< [eV]
+    double Nt = 0.0;    ///< total density
+    struct Level {
+        double Et = 0.0;            ///< above EV [eV]
+        double cn = 0.0, cp = 0.0;  ///< capture coefficients, any common unit
+    };
+    std::vector<Level> levels;  ///< 1 to max_levels, the most positive transition first
+    bool degeneracy_one = false;
 };
 struct NeutralBulk {
     double Nc = 0.0, Nv = 0.0, Nd = 0.0, Na = 0.0, Eg = 0.0, kT = 0.0;
-    std::vector<NeutralityLevel> levels;
+    std::vector<NeutralDefect> defects;
     int discretisations = 7;
     double widthtail = 7.0, widthgauss = 6.0;
 };

@@ -19,9 +19,13 @@ enum class Terms {
     v     ///< rec, drec_dv
 };
 
-/// Adds one discrete energy to the terms.
+/// Adds one discrete energy of a defect with a single level to the terms.
 void rdcbijdrage_een_niveau(const DefectEnergy& level, const CalculationVariables& cv, DcTerms& out,
                             Terms terms = Terms::all);
+
+/// Adds all defects to the terms: single levels, and chains (chain_terms.h).
+void rdcbijdrage_defects(const BulkDefects& defects, const CalculationVariables& cv, DcTerms& out,
+                         Terms terms = Terms::all);
 
 /// Adds K_rad (n p - ni^2) + (Cn n + Cp p)(n p - ni^2) at the points first to last.
 void rdcbijdrage_radiative_auger(const OnMesh& on, std::size_t first, std::size_t last, const CalculationVariables& cv,

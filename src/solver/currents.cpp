@@ -97,7 +97,7 @@ void extract_recombination(const Problem& problem, const CalculationVariables& c
     const OnMesh& on = problem.set3.on;
     DcTerms defects;
     defects.resize(N);
-    for (const DefectEnergy& level : problem.defects.energies) rdcbijdrage_een_niveau(level, cv, defects);
+    rdcbijdrage_defects(problem.defects, cv, defects);
     profile.SRH = std::move(defects.rec);
     for (auto* v : {&profile.radiative, &profile.auger, &profile.total}) v->assign(N, 0.0);
     for (std::size_t i = 0; i < N; ++i) {
@@ -123,19 +123,6 @@ double integrated_current(const CalculationParameters& set3, const Mesh& mesh, s
         sum += 0.1 * set3.scale.current(static_cast<int>(j)) * layer;
     }
     return sum;
-}
-
-Occupation occupation(const CalculationVariables& cv, const DefectEnergy& level)
-{
-    Occupation o;
-    for (std::size_t k = 0; k < level.Nt.size(); ++k) {
-        const std::size_t i = level.first + k;
-        const double A = level.ep[k] + level.cn[k] * cv.n[i];
-        const double B = level.en[k] + level.cp[k] * cv.p[i];
-        o.f.push_back(A / (A + B));
-        o.one_minus_f.push_back(B / (A + B));
-    }
-    return o;
 }
 
 }  // namespace kovin

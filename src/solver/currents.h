@@ -48,10 +48,4 @@ void extract_recombination(const Problem& problem, const CalculationVariables& c
 [[nodiscard]] double integrated_current(const CalculationParameters& set3, const Mesh& mesh,
                                         std::span<const double> rate);
 
-/// Occupation of one defect energy by electrons at the points of its layer; f and 1 - f.
-struct Occupation {
-    std::vector<double> f, one_minus_f;
-};
-[[nodiscard]] Occupation occupation(const CalculationVariables& cv, const DefectEnergy& level);
-
 }  // namespace kovin

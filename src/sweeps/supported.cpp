@@ -2,6 +2,7 @@
 
 #include "base/text_format.h"
 #include "device/absorption_models.h"
+#include "device/charge_states.h"
 #include "device/grading.h"
 #include "device/quantities.h"
 
@@ -41,13 +42,18 @@ void check_absorption(const Absorption& absorption, const std::string& where, in
         names.push_back(where + "grading law " + integer(static_cast<long>(law)) + " of the absorption");
 }
 
-void check_defect(const BulkRecombinationParameters& level, const std::string& where, Names& names)
+void check_defect(const DefectLevels& levels, const std::string& where, Names& names)
 {
-    if (level.levels > 1 || level.defectType > DefectType::donor)
-        names.push_back(where + "defect with several levels (" +
-                        std::string(defect_type_words[static_cast<std::size_t>(level.defectType)]) + ")");
-    if (level.electrons.present || level.holes.present) names.push_back(where + "optical capture");
-    if (level.metastable_transition >= 0) names.push_back(where + "metastable defect");
+    const BulkRecombinationParameters& first = levels[0];
+    // Between the states on its two sides nothing decides. (A single level of this kind has no effect at all.)
+    if (const int level = level_without_capture(levels); level >= 0 && level_count(levels) > 1)
+        names.push_back(where + "level " + integer(level + 1) + " captures neither electrons nor holes");
+    for (std::size_t s = 0; s < static_cast<std::size_t>(level_count(levels)); ++s)
+        if (levels[s].electrons.present || levels[s].holes.present) {
+            names.push_back(where + "optical capture");
+            break;
+        }
+    if (first.metastable_transition >= 0) names.push_back(where + "metastable defect");
 }
 
 void check_layer(std::size_t j, const LayerParameters& layer, bool tunneling_allowed, Names& names)
@@ -61,7 +67,7 @@ void check_layer(std::size_t j, const LayerParameters& layer, bool tunneling_all
     for (std::size_t d = 0; d < static_cast<std::size_t>(layer.srhteller) && d < layer.srh.size(); ++d) {
         const std::string defect = where + "defect " + integer(static_cast<long>(d) + 1) + ": ";
         check_profile(layer.srh[d][0].Nt, defect, "Nt", names);
-        check_defect(layer.srh[d][0], defect, names);
+        check_defect(layer.srh[d], defect, names);
     }
     for (const MetaStableDefectParameters& pair : layer.metastable)
         if (pair.present) names.push_back(where + "metastable transition " + integer(pair.number + 1));
