@@ -59,7 +59,7 @@ struct CigsBaseline {
     {
         Simulation& s = *simulation;
         const int points = static_cast<int>(V / 0.02 + 0.5) + 1;
-        if (!volgende_iv_punt(s.solver_problem(nullptr), s.memory.work, s.currentCalcVars, 0.0, V, points)) give_up();
+        if (!volgende_iv_punt(s.solver_problem(), s.memory.work, s.currentCalcVars, 0.0, V, points)) give_up();
     }
 
     Surroundings surroundings;

@@ -12,7 +12,7 @@ void bias_point(benchmark::State& state, Levels levels)
     const CigsAtHalfAVolt c(levels);
     Simulation& s = *c.simulation;
     const CalculationVariables start = s.currentCalcVars;
-    const Problem problem = s.solver_problem(nullptr);
+    const Problem problem = s.solver_problem();
     for (auto _ : state) {
         s.currentCalcVars = start;
         if (!volgende_iv_punt(problem, s.memory.work, s.currentCalcVars, 0.5, 0.52, 2))

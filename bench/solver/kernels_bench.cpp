@@ -17,7 +17,7 @@ void time_kernel(benchmark::State& state, Levels levels, const Kernel& kernel)
 {
     const CigsAtHalfAVolt c(levels);
     Simulation& s = *c.simulation;
-    const Problem problem = s.solver_problem(nullptr);
+    const Problem problem = s.solver_problem();
     for (auto _ : state) {
         kernel(problem, s.memory.work, s.currentCalcVars);
         benchmark::ClobberMemory();
@@ -92,7 +92,7 @@ void time_solve(benchmark::State& state, const Assemble& assemble, const Solve& 
 {
     const CigsAtHalfAVolt c(Levels::single);
     Simulation& s = *c.simulation;
-    assemble(s.solver_problem(nullptr), s.memory.work, s.currentCalcVars);
+    assemble(s.solver_problem(), s.memory.work, s.currentCalcVars);
     const Workspace system = s.memory.work;
     Workspace work = system;
     for (auto _ : state) {

@@ -1,7 +1,9 @@
 // Numerical settings that travel with a cell. Keywords, defaults and rules: definition_tables, docs/numerics.md.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <utility>
 
 namespace kovin {
 
@@ -54,6 +56,15 @@ struct ConvergenceParameters {
 
     bool operator==(const ConvergenceParameters&) const = default;
 };
+
+/// Keeps the two ratios of the adaptive mesh sensible together: exchanged if the largest is below the smallest, then
+/// the largest cut to [1.1, 3], the smallest to [1, 1.3].
+inline void GovernMaxMinMesh(ConvergenceParameters& settings)
+{
+    if (settings.mesh_ratio_max < settings.mesh_ratio_min) std::swap(settings.mesh_ratio_max, settings.mesh_ratio_min);
+    settings.mesh_ratio_max = std::clamp(settings.mesh_ratio_max, 1.1, 3.0);
+    settings.mesh_ratio_min = std::clamp(settings.mesh_ratio_min, 1.0, 1.3);
+}
 
 /// Settings of the Mott-Schottky analysis (`NW`).
 struct MottSchottkySettings {

@@ -12,11 +12,6 @@ namespace kovin {
 
 namespace {
 
-/// The two pure materials of a layer; B is that of A where the layer cannot contain it.
-struct Materials {
-    MaterialAbsorption A, B;
-};
-
 /// Linear map of the interval from (s_from, edge_from) to (s_to, edge_to).
 double mapped(double lambda, double s_from, double edge_from, double s_to, double edge_to)
 {
@@ -25,7 +20,7 @@ double mapped(double lambda, double s_from, double edge_from, double s_to, doubl
 }
 
 /// Absorption of a layer's material at composition y, 0 < y < 1.
-void InterpolateAlpha(const LayerParameters& layer, const Materials& materials, double y,
+void InterpolateAlpha(const LayerParameters& layer, const LayerAbsorption& materials, double y,
                       const std::vector<double>& lambda, std::vector<double>& alpha)
 {
     const Profile& gap = layer.material.Eg;
@@ -46,7 +41,7 @@ void InterpolateAlpha(const LayerParameters& layer, const Materials& materials, 
 }
 
 /// The materials a layer can contain. @return false if a file could not be read (reported)
-bool load_materials(Surroundings& surroundings, const LayerParameters& layer, Materials& materials)
+bool load_materials(Surroundings& surroundings, const LayerParameters& layer, LayerAbsorption& materials)
 {
     const Absorption& data = layer.material.absorption;
     const bool only_B = layer.composition_mode == 20 || data.grading.law == Law::uniform_B;
@@ -58,7 +53,7 @@ bool load_materials(Surroundings& surroundings, const LayerParameters& layer, Ma
 }
 
 /// Absorption of a layer at composition y: one of the pure materials, or between them.
-void alpha_of_composition(const LayerParameters& layer, const Materials& materials, double y,
+void alpha_of_composition(const LayerParameters& layer, const LayerAbsorption& materials, double y,
                           const std::vector<double>& lambda, std::vector<double>& alpha)
 {
     alpha.resize(lambda.size());
@@ -74,28 +69,46 @@ void alpha_of_composition(const LayerParameters& layer, const Materials& materia
 
 }  // namespace
 
-bool bepaal_alfa(Surroundings& surroundings, const CalculationParameters& set3, const Mesh& mesh,
-                 GenerationParameters& gp)
+bool read_absorption(Surroundings& surroundings, const CalculationParameters& set3, GenerationParameters& gp)
 {
-    AbsorptionOnMesh found;
+    gp.absorption = {};
+    gp.materials.assign(static_cast<std::size_t>(set3.layers), {});
+    for (std::size_t j = 0; j < gp.materials.size(); ++j)
+        if (!load_materials(surroundings, set3.layer[j], gp.materials[j])) return false;
+    return true;
+}
+
+double ExtractAlpha(const GenerationParameters& gp, double lambda, std::size_t layer)
+{
+    if (gp.n == 0 || layer >= gp.materials.size()) return 0.0;
+    const LayerAbsorption& materials = gp.materials[layer];
+    return std::max(alpha_at(materials.A, lambda), alpha_at(materials.B, lambda));
+}
+
+void bepaal_alfa(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp)
+{
+    AbsorptionOnMesh found, &known = gp.absorption;
     found.of_point.resize(static_cast<std::size_t>(mesh.N));
     for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j) {
-        const LayerParameters& layer = set3.layer[j];
-        Materials materials;
-        if (!load_materials(surroundings, layer, materials)) return false;
-        std::map<double, int> index_of;  // composition to entry, for this layer
+        std::map<double, std::size_t> known_at, found_at;  // composition to entry, for this layer
+        for (std::size_t k = known.first_entry[j]; k < known.first_entry[j + 1]; ++k) known_at[known.y[k]] = k;
         const auto first = static_cast<std::size_t>(mesh.first[j]);
         for (std::size_t i = first; i < first + static_cast<std::size_t>(mesh.n_in_layer[j]); ++i) {
-            const auto [entry, is_new] = index_of.try_emplace(mesh.y[i], static_cast<int>(found.alpha.size()));
+            const double y = mesh.y[i];
+            const auto [entry, is_new] = found_at.try_emplace(y, found.alpha.size());
             if (is_new) {
+                found.y.push_back(y);
                 found.alpha.emplace_back();
-                alpha_of_composition(layer, materials, mesh.y[i], gp.lambda, found.alpha.back());
+                if (const auto k = known_at.find(y); k != known_at.end())
+                    found.alpha.back() = std::move(known.alpha[k->second]);
+                else
+                    alpha_of_composition(set3.layer[j], gp.materials[j], y, gp.lambda, found.alpha.back());
             }
-            found.of_point[i] = entry->second;
+            found.of_point[i] = static_cast<int>(entry->second);
         }
+        found.first_entry[j + 1] = found.alpha.size();
     }
     gp.absorption = std::move(found);
-    return true;
 }
 
 }  // namespace kovin

@@ -22,7 +22,7 @@ std::vector<std::vector<double>*> columns(IvCurve& c)
 void add_point(const Simulation& s, CalculationVariables& cv, double v_cell, RecombinationProfile& recombination,
                IvCurve& curve)
 {
-    const Problem problem = s.solver_problem(nullptr);
+    const Problem problem = s.solver_problem();
     const ContactCurrents contact = contact_currents(problem, cv);
     double J = cv.J_median;
     if (s.wp.GshPresent) J += v_cell * s.wp.Gsh * 0.1;
@@ -145,7 +145,7 @@ SweepOutcome calciv(Surroundings& surroundings, Simulation& simulation, const St
         }
         if (i == 0) {
             // The sweep may begin at a stored state: its currents are not those of the last solve.
-            extraheer_stroom(simulation.solver_problem(nullptr), cv, simulation.memory.work.currents);
+            extraheer_stroom(simulation.solver_problem(), cv, simulation.memory.work.currents);
         }
         add_point(simulation, cv, v_cell[i], recombination, curve);
         const bool same_leg = i > 0 && i != secondLeg;

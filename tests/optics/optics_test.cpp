@@ -275,7 +275,8 @@ TEST(Fluxes, BeerLambertWithBothReflections)
         front.filter_value = r.front;
         back.filter_value = r.back;
         ASSERT_TRUE(BerekenFilterSpectra(surroundings, cell, gp));
-        ASSERT_TRUE(bepaal_alfa(surroundings, stack.set3, stack.mesh, gp));
+        ASSERT_TRUE(read_absorption(surroundings, stack.set3, gp));
+        bepaal_alfa(stack.set3, stack.mesh, gp);
         EXPECT_EQ(gp.absorption.alpha.size(), 3u) << "one table a uniform layer";
         CalculateIncomingFluxes(gp, photons_per_nm_W, FluxMode::work_point);
         CalculateFluxesAndGeneration(stack.set3, stack.mesh, gp);
@@ -314,7 +315,8 @@ TEST(Fluxes, NoLightGivesExactlyNothing)
     GenerationParameters gp;
     ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp));
     ASSERT_TRUE(BerekenFilterSpectra(surroundings, stack.set1.cell.cell, gp));
-    ASSERT_TRUE(bepaal_alfa(surroundings, stack.set3, stack.mesh, gp));
+    ASSERT_TRUE(read_absorption(surroundings, stack.set3, gp));
+    bepaal_alfa(stack.set3, stack.mesh, gp);
     CalculateIncomingFluxes(gp, photons_per_nm_W, FluxMode::work_point);
     CalculateFluxesAndGeneration(stack.set3, stack.mesh, gp);
     for (const double G : gp.generation) EXPECT_EQ(G, 0.0);
@@ -347,7 +349,8 @@ TEST(AbsorptionOnMesh, MixturesKeepTheirOwnEdge)
     GenerationParameters gp;
     const double edge = hc_eV_nm / 1.3;  // at y = 0.5
     gp.lambda = {300, edge - 1, edge + 1, 1200};
-    ASSERT_TRUE(bepaal_alfa(surroundings, stack.set3, stack.mesh, gp));
+    ASSERT_TRUE(read_absorption(surroundings, stack.set3, gp));
+    bepaal_alfa(stack.set3, stack.mesh, gp);
     ASSERT_EQ(gp.absorption.alpha.size(), 3u);
     const auto at = [&](std::size_t point, std::size_t k) {
         return gp.absorption.alpha[static_cast<std::size_t>(gp.absorption.of_point[point])][k];
@@ -373,7 +376,8 @@ TEST(Generation, ProfileFromFile)
     wp.generationFile = (scratch.path() / "g.gen").string();
     wp.attenuation = 50.0;
     GenerationParameters gp;
-    ASSERT_TRUE(CalculateGenerationFromFileOrFromModel(surroundings, wp, stack.set3, stack.mesh, gp));
+    ASSERT_TRUE(read_given_generation(surroundings, wp, gp));
+    CalculateGenerationFromFileOrFromModel(wp, stack.set3, stack.mesh, gp);
     std::vector<double> G;
     ExtractGeneration(stack.set3, stack.mesh, gp, G);
     for (std::size_t i = 0; i < G.size(); ++i) {
@@ -384,19 +388,17 @@ TEST(Generation, ProfileFromFile)
         if (x > 1.5 && x <= 2.0) expected = 4e26 * (x - 1.5) / 0.5;
         EXPECT_NEAR(G[i], 0.5 * expected, 1e15) << "x = " << x << " um";
     }
-    ASSERT_TRUE(CalculateIdealCurrentFromGenerationFileOrModel(surroundings, wp));
     // 1e26 x 0.25 um + 3e26 x 0.5 um + 4e26 x 0.25 um, whatever the attenuation.
-    EXPECT_NEAR(wp.idealCurrent, 2.75e20 * elementary_charge * 0.1, 1e-9);
+    EXPECT_NEAR(CalculateIdealCurrentFromGenerationFileOrModel(gp.given), 2.75e20 * elementary_charge * 0.1, 1e-9);
 
     wp.dark = true;
-    wp.generationFile = "missing.gen";
-    ASSERT_TRUE(CalculateGenerationFromFileOrFromModel(surroundings, wp, stack.set3, stack.mesh, gp));
-    EXPECT_EQ(sum(gp.generation), 0.0) << "dark, and no file is touched";
+    CalculateGenerationFromFileOrFromModel(wp, stack.set3, stack.mesh, gp);
+    EXPECT_EQ(sum(gp.generation), 0.0) << "dark";
     wp.dark = false;
     for (const char* name : {"missing.gen", ""}) {
         wp.generationFile = name;
         const std::size_t told = surroundings.report.messages.size();
-        EXPECT_FALSE(CalculateGenerationFromFileOrFromModel(surroundings, wp, stack.set3, stack.mesh, gp));
+        EXPECT_FALSE(read_given_generation(surroundings, wp, gp));
         EXPECT_GT(surroundings.report.messages.size(), told) << "'" << name << "'";
     }
 }
@@ -407,8 +409,10 @@ TEST(Generation, ShippedProfileHoldsItsCurrent)
     WorkPoint wp = lit();
     wp.generationSpecified = wp.generationFromFile = true;
     wp.generationFile = "exponential_right_40mA.gen";
-    ASSERT_TRUE(CalculateIdealCurrentFromGenerationFileOrModel(surroundings, wp));
-    EXPECT_NEAR(wp.idealCurrent, 40.0, 0.05) << "trapezoid rule on the rows of the file";
+    GenerationParameters gp;
+    ASSERT_TRUE(read_given_generation(surroundings, wp, gp));
+    EXPECT_NEAR(CalculateIdealCurrentFromGenerationFileOrModel(gp.given), 40.0, 0.05)
+        << "trapezoid rule on the rows of the file";
 }
 
 }  // namespace

@@ -56,7 +56,8 @@ TEST(ShippedCells, ContactsAndGeneration)
         GenerationParameters gp;
         ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp)) << r.name;
         ASSERT_TRUE(BerekenFilterSpectra(surroundings, cell, gp)) << r.name;
-        ASSERT_TRUE(bepaal_alfa(surroundings, set3, mesh, gp)) << r.name;
+        ASSERT_TRUE(read_absorption(surroundings, set3, gp)) << r.name;
+        bepaal_alfa(set3, mesh, gp);
         CalculateIncomingFluxes(gp, photons_per_nm_W, FluxMode::work_point);
         CalculateFluxesAndGeneration(set3, mesh, gp);
         update_generation_current(set3, mesh, gp);

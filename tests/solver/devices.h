@@ -153,15 +153,19 @@ public:
         check_contacts(input.cell, T, input.convergence);
         parameterset1_to_3(input, T, set3);
         if (D0_factor != 1.0) rescale(D0_factor);
-        DefineKOVINMesh(set3, cv.mesh, refine);
+        DefineKOVINMesh(set3, cv.mesh, {.refine = refine});
         cv.resize();
+        memory.first_mesh = cv.mesh;
         prepare_solver(set3, cv.mesh, memory);
-        G.assign(static_cast<std::size_t>(cv.mesh.N), 0.0);
+        relight(cv.mesh);
     }
 
-    [[nodiscard]] Problem problem() const
+    /// The mesh follows the solution, as the settings have it.
+    [[nodiscard]] Problem problem()
     {
-        return {set3, memory.grid, memory.defects, memory.interface_states, G, nullptr};
+        Problem p{set3, memory.grid, memory.defects, memory.interface_states, G};
+        p.adaption.emplace(MeshAdaption{set3, memory, G, [this](const Mesh& mesh) { relight(mesh); }});
+        return p;
     }
     bool solve_equilibrium() { return equilibrium(problem(), memory.work, cv); }
     bool solve() { return onder_belichting(problem(), memory.work, cv); }
@@ -170,9 +174,8 @@ public:
     /// Generation G_SI(x) [m^-3 s^-1], x in m from the left contact.
     void illuminate(const std::function<double(double)>& G_SI)
     {
-        for (std::size_t j = 0; j < layers(); ++j)
-            for (std::size_t i = first(j); i <= last(j); ++i)
-                G[i] = G_SI(cv.mesh.x_m[i]) * set3.scale.x0 * set3.scale.x0 / (set3.scale.D0 * set3.scale.N0[j]);
+        light = G_SI;
+        relight(cv.mesh);
     }
     /// Exponential light of `J` mA/cm2 in all, from the right unless `from_left`, over the decay length [m].
     void illuminate_exponentially(double J, double decay, bool from_left = false)
@@ -206,6 +209,15 @@ public:
     std::vector<double> G;
 
 private:
+    std::function<double(double)> light = [](double) { return 0.0; };
+
+    void relight(const Mesh& mesh)
+    {
+        G.resize(static_cast<std::size_t>(mesh.N));
+        for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j)
+            for (auto i = static_cast<std::size_t>(mesh.first[j]); i <= static_cast<std::size_t>(mesh.last[j]); ++i)
+                G[i] = light(mesh.x_m[i]) * set3.scale.x0 * set3.scale.x0 / (set3.scale.D0 * set3.scale.N0[j]);
+    }
     /// Another diffusion scale: everything that is measured in v0 follows.
     void rescale(double factor)
     {
