@@ -17,7 +17,8 @@ namespace kovin::bench {
 
 enum class Levels {
     as_shipped,  ///< Gaussian distributions
-    single       ///< the same defects at one energy each, their Nt the total density
+    single,      ///< the same defects at one energy each, their Nt the total density
+    chains       ///< these as amphoteric defects, 0.1 eV below and above the energy
 };
 
 inline void make_levels_single(CellParameters& cell)
@@ -25,6 +26,19 @@ inline void make_levels_single(CellParameters& cell)
     for (LayerParameters& layer : cell.layer)
         for (auto& defect : layer.srh)
             for (BulkRecombinationParameters& level : defect) level.energy_distribution = EnergyDistribution::single;
+}
+
+inline void make_levels_amphoteric(CellParameters& cell)
+{
+    for (LayerParameters& layer : cell.layer)
+        for (auto& defect : layer.srh) {
+            defect[0].levels = 2;
+            defect[0].aard = LevelType::plus_zero;
+            defect[1] = defect[0];
+            defect[1].aard = LevelType::zero_minus;
+            defect[0].Et -= 0.1;
+            defect[1].Et += 0.1;
+        }
 }
 
 /// The CIGS sample with its light on and, on request, the I-V curve of 41 points from 0 to 0.8 V.
@@ -37,7 +51,8 @@ struct CigsBaseline {
         s.panel = InitialiseActionPanel();
         if (!lees_structuurfile(surroundings, surroundings.folders.root / "def/cigs-baseline.def", s.problem))
             give_up();
-        if (levels == Levels::single) make_levels_single(s.problem.input.cell.cell);
+        if (levels != Levels::as_shipped) make_levels_single(s.problem.input.cell.cell);
+        if (levels == Levels::chains) make_levels_amphoteric(s.problem.input.cell.cell);
         s.zonnecel = parameterset1_to_2(s.problem.input.cell);
         WorkPoint& wp = s.panel.workPoint;
         wp.dark = false;

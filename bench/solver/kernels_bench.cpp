@@ -40,6 +40,13 @@ void recombination_gauss(benchmark::State& state)
 }
 BENCHMARK(recombination_gauss);
 
+void recombination_chains(benchmark::State& state)
+{
+    time_kernel(state, Levels::chains,
+                [](const Problem& p, Workspace&, CalculationVariables& cv) { totale_rdcbijdrage(p, cv); });
+}
+BENCHMARK(recombination_chains);
+
 void update_psivar_and_bernoulli(benchmark::State& state)
 {
     time_kernel(state, Levels::single,

@@ -18,7 +18,8 @@ void fraction_slopes(const ChainOccupation<L>& chain, const double* slope, doubl
     for (int s = 0; s < L; ++s) d[s + 1] += up += slope[s] * chain.below[s];
 }
 
-/// One energy of a chain with L levels. Loops over levels are unrolled, so that the loop over the points vectorises.
+/// One energy of a chain with L levels. psi acts on the fractions through n and p alone, as u d/du - v d/dv. Loops over
+/// levels are unrolled, so that the loop over the points vectorises.
 template <int L, Terms terms>
 void add_chain(const DefectChain& chain, const CalculationVariables& cv, DcTerms& out)
 {
@@ -34,6 +35,8 @@ void add_chain(const DefectChain& chain, const CalculationVariables& cv, DcTerms
     const double* p_ = cv.p.data() + first;
     const double* bn_ = cv.bn.data() + first;
     const double* bp_ = cv.bp.data() + first;
+    const double* u_ = cv.expFn.data() + first;
+    const double* v_ = cv.expmFp.data() + first;
     const double* P_ = cv.P.data() + first;
     double* rho = out.rho.data() + first;
     double* rho_psi = out.drho_dpsi.data() + first;
@@ -46,7 +49,7 @@ void add_chain(const DefectChain& chain, const CalculationVariables& cv, DcTerms
     const double charged = chain.charged, top_charge = chain.charge;
 #pragma GCC ivdep
     for (std::size_t i = 0; i < count; ++i) {
-        double cnn[L], cpp[L], A[L], B[L], slope_u[L], slope_v[L], slope_psi[L];
+        double cnn[L], cpp[L], A[L], B[L], slope_u[L], slope_v[L];
 #pragma GCC unroll 4
         for (int s = 0; s < L; ++s) {
             const std::size_t k = static_cast<std::size_t>(s) * count + i;
@@ -54,37 +57,34 @@ void add_chain(const DefectChain& chain, const CalculationVariables& cv, DcTerms
             cpp[s] = cp_[k] * p_[i];
             A[s] = ep_[k] + cnn[s] + negligible_rate;
             B[s] = en_[k] + cpp[s] + negligible_rate;
-            const double per_A = 1.0 / A[s], per_B = 1.0 / B[s];
-            slope_u[s] = cn_[k] * bn_[i] * per_A;
-            slope_v[s] = -cp_[k] * bp_[i] * per_B;
-            slope_psi[s] = cnn[s] * per_A + cpp[s] * per_B;
+            slope_u[s] = cn_[k] * bn_[i] / A[s];
+            slope_v[s] = -cp_[k] * bp_[i] / B[s];
         }
         const ChainOccupation<L> states(A, B);
         if constexpr (for_psi) {
-            double charge = 0.0, by_psi = 0.0, by_u = 0.0, by_v = 0.0;
+            double charge = 0.0, by_u = 0.0, by_v = 0.0;
 #pragma GCC unroll 5
             for (int s = 0; s <= L; ++s) charge += (top_charge - s) * states.f[s];
 #pragma GCC unroll 4
             for (int s = 0; s < L; ++s) {
                 const double response = states.response[s];
-                by_psi += slope_psi[s] * response;
                 by_u += slope_u[s] * response;
                 by_v += slope_v[s] * response;
             }
             const double N = charged * Nt_[i];
             rho[i] += N * charge;
-            rho_psi[i] -= N * by_psi;
+            rho_psi[i] -= N * (u_[i] * by_u - v_[i] * by_v);
             if constexpr (all) {
                 rho_u[i] -= N * by_u;
                 rho_v[i] -= N * by_v;
             }
         }
         if constexpr (for_u || for_v) {
-            double d_psi[L + 1], d_u[L + 1], d_v[L + 1];  // of ln f; what is not read is not computed
-            fraction_slopes(states, slope_psi, d_psi);
+            double d_u[L + 1], d_v[L + 1];  // of ln f; what is not read is not computed
             fraction_slopes(states, slope_u, d_u);
             fraction_slopes(states, slope_v, d_v);
             double R = 0.0, R_psi = 0.0, R_u = 0.0, R_v = 0.0;
+            double shift_u = 0.0, shift_v = 0.0;  // change of the rate by that of the fractions
 #pragma GCC unroll 4
             for (int s = 0; s < L; ++s) {
                 const std::size_t k = static_cast<std::size_t>(s) * count + i;
@@ -92,12 +92,15 @@ void add_chain(const DefectChain& chain, const CalculationVariables& cv, DcTerms
                 const double per_both = 1.0 / (A[s] + B[s]), w = (f + f1) * per_both;
                 const double emission = en_[k] * ep_[k], rate = P_[i] * emission * per_both;
                 R += rate * (f + f1);
-                R_psi += rate * (f * d_psi[s] + f1 * d_psi[s + 1] - w * (cnn[s] - cpp[s]));
-                R_u += rate * (f * d_u[s] + f1 * d_u[s + 1]) +
-                       w * per_both * (emission + (ep_[k] + B[s]) * cpp[s]) * bn_[i] * cn_[k];
-                R_v += rate * (f * d_v[s] + f1 * d_v[s + 1]) +
-                       w * per_both * (emission + (en_[k] + A[s]) * cnn[s]) * bp_[i] * cp_[k];
+                R_psi -= rate * w * (cnn[s] - cpp[s]);
+                shift_u += rate * (f * d_u[s] + f1 * d_u[s + 1]);
+                shift_v += rate * (f * d_v[s] + f1 * d_v[s + 1]);
+                R_u += w * per_both * (emission + (ep_[k] + B[s]) * cpp[s]) * bn_[i] * cn_[k];
+                R_v += w * per_both * (emission + (en_[k] + A[s]) * cnn[s]) * bp_[i] * cp_[k];
             }
+            R_psi += u_[i] * shift_u - v_[i] * shift_v;
+            R_u += shift_u;
+            R_v += shift_v;
             rec[i] += Nt_[i] * R;
             if constexpr (all) rec_psi[i] += Nt_[i] * R_psi;
             if constexpr (for_u) rec_u[i] += Nt_[i] * R_u;
