@@ -44,55 +44,46 @@ const Cell cells[] = {
     {"perovskite-nip", 1.177, 23.2, 83.0, 22.7, 5.2431, 4.0596},
 };
 
-/// Largest of the currents that balance.
-double scale_of(const IvCurve& c, std::size_t i)
-{
-    return std::max({std::fabs(c.ivcurrent[i]), c.TotalRec[i], c.TotalGen[i]});
-}
-
 TEST(SampleCells, MeetTheirFiguresAndBalanceTheirCurrents)
 {
-    for (const Cell& cell : cells) {
-        const auto session = session_with(cell.name);
-        const DataListElement& element = curve_of(*session);
-        const IVCharacteristics& r = element.characteristics;
-        EXPECT_NEAR(r.Voc, cell.Voc, 0.008) << cell.name;
-        EXPECT_NEAR(r.Jsc, cell.Jsc, 0.02 * cell.Jsc) << cell.name;
-        EXPECT_NEAR(r.FF, cell.FF, 1.5) << cell.name;
-        EXPECT_NEAR(r.eta, cell.eta, 0.03 * cell.eta) << cell.name;
-        EXPECT_TRUE(r.VocValid && r.JscValid && r.FFValid && r.etaValid) << cell.name;
-        const CalculationParameters& set3 = session->simulation.set3;
-        if (cell.phi_left > 0.0) {
-            EXPECT_NEAR(set3.phi_left, cell.phi_left, 1e-3) << cell.name;
-        }
-        if (cell.phi_right > 0.0) {
-            EXPECT_NEAR(set3.phi_right, cell.phi_right, 1e-3) << cell.name;
-        }
+    struct Row {
+        double termination, to_Voc, beyond;  ///< [kT], relative error of the balance
+    };
+    // Beyond Voc the bands go flat and psi, electrons and holes follow each other slowly: there a solve that stops
+    // when no level moves by more than the termination is off by no more than that, in kT and so in the densities.
+    for (const Row& row : {Row{1e-3, 2e-5, 1e-3}, Row{1e-6, 1e-6, 1e-6}})
+        for (const Cell& cell : cells) {
+            SCOPED_TRACE(cell.name);
+            const auto session = session_with(cell.name);
+            ConvergenceParameters& settings = session->simulation.problem.input.convergence;
+            settings.termination_psi = settings.termination_Fn = settings.termination_Fp = row.termination;
+            const DataListElement& element = curve_of(*session);
+            const IVCharacteristics& r = element.characteristics;
+            EXPECT_NEAR(r.Voc, cell.Voc, 0.008);
+            EXPECT_NEAR(r.Jsc, cell.Jsc, 0.02 * cell.Jsc);
+            EXPECT_NEAR(r.FF, cell.FF, 1.5);
+            EXPECT_NEAR(r.eta, cell.eta, 0.03 * cell.eta);
+            EXPECT_TRUE(r.VocValid && r.JscValid && r.FFValid && r.etaValid);
+            const CalculationParameters& set3 = session->simulation.set3;
+            if (cell.phi_left > 0.0) {
+                EXPECT_NEAR(set3.phi_left, cell.phi_left, 1e-3);
+            }
+            if (cell.phi_right > 0.0) {
+                EXPECT_NEAR(set3.phi_right, cell.phi_right, 1e-3);
+            }
 
-        // All cells have their p side at the left: J = TotalRec - TotalGen. Behind open circuit the termination of
-        // 1e-3 kT weighs more, up to 2e-4; the next test covers that part.
-        const IvCurve& c = element.iv;
-        ASSERT_EQ(c.points(), static_cast<std::size_t>(session->simulation.actie.IV_points)) << cell.name;
-        for (std::size_t i = 0; i < c.points() && c.iv_as[i] < r.Voc; ++i) {
-            EXPECT_NEAR(c.ivcurrent[i], c.TotalRec[i] - c.TotalGen[i], 2e-5 * scale_of(c, i))
-                << cell.name << ' ' << c.iv_as[i];
-            EXPECT_NEAR(c.ivbulk[i], c.recSRH[i] + c.recRadiative[i] + c.recAuger[i], 1e-9 * std::fabs(c.ivbulk[i]));
+            // All cells have their p side at the left: J = TotalRec - TotalGen.
+            const IvCurve& c = element.iv;
+            ASSERT_EQ(c.points(), static_cast<std::size_t>(session->simulation.actie.IV_points));
+            for (std::size_t i = 0; i < c.points(); ++i) {
+                const double largest = std::max({std::fabs(c.ivcurrent[i]), c.TotalRec[i], c.TotalGen[i]});
+                EXPECT_NEAR(c.ivcurrent[i], c.TotalRec[i] - c.TotalGen[i],
+                            largest * (c.iv_as[i] < r.Voc ? row.to_Voc : row.beyond))
+                    << c.iv_as[i] << " V, termination " << row.termination;
+                EXPECT_NEAR(c.ivbulk[i], c.recSRH[i] + c.recRadiative[i] + c.recAuger[i],
+                            1e-9 * std::fabs(c.ivbulk[i]));
+            }
         }
-    }
-}
-
-TEST(SampleCells, TightTerminationsBalanceTheCurrentsEverywhere)
-{
-    for (const Cell& cell : cells) {
-        const auto session = session_with(cell.name);
-        ConvergenceParameters& settings = session->simulation.problem.input.convergence;
-        settings.termination_psi = settings.termination_Fn = settings.termination_Fp = 1e-6;
-        const IvCurve& c = curve_of(*session).iv;
-        ASSERT_EQ(c.points(), static_cast<std::size_t>(session->simulation.actie.IV_points)) << cell.name;
-        for (std::size_t i = 0; i < c.points(); ++i)
-            EXPECT_NEAR(c.ivcurrent[i], c.TotalRec[i] - c.TotalGen[i], 1e-6 * scale_of(c, i))
-                << cell.name << ' ' << c.iv_as[i];
-    }
 }
 
 TEST(SampleCells, DarkCellAtZeroVoltCarriesNoCurrent)
@@ -156,14 +147,12 @@ TEST(IvSweep, OrderAndSignDoNotChangeTheCurve)
         const DataListElement& element = silicon(*session, row.start, row.stop, points);
         const IvCurve& c = element.iv;
         ASSERT_EQ(c.points(), static_cast<std::size_t>(points)) << row.what;
-        if (row.falls) {
-            EXPECT_TRUE(std::is_sorted(c.iv_as.rbegin(), c.iv_as.rend())) << row.what;
-        }
-        if (!row.falls) {
-            EXPECT_TRUE(std::is_sorted(c.iv_as.begin(), c.iv_as.end())) << row.what;
-        }
+        EXPECT_TRUE(row.falls ? std::is_sorted(c.iv_as.rbegin(), c.iv_as.rend())
+                              : std::is_sorted(c.iv_as.begin(), c.iv_as.end()))
+            << row.what;
         for (std::size_t i = 0; i < c.points(); ++i) {
             const double V = row.sign_V * c.iv_as[i];
+            EXPECT_FALSE(c.iv_as[i] == 0.0 && std::signbit(c.iv_as[i])) << "0 V must not be written as -0";
             const auto k = static_cast<std::size_t>(std::lround((V + 0.2) / 0.1));
             ASSERT_LT(k, reference.points()) << row.what;
             EXPECT_NEAR(V, reference.iv_as[k], 1e-12) << row.what;
@@ -177,21 +166,22 @@ TEST(IvSweep, StopsOnePointBehindVoc)
 {
     struct Row {
         const char* what;
-        double start, stop;
+        double V, start, stop;
         int points;
-        double first, last;
     };
     const Row rows[] = {
-        {"one leg", 0.0, 1.0, 21, 0.0, 0.65},
-        {"two legs: only the rest of the first is cut", -0.1, 1.0, 23, -0.1, 0.65},
+        {"one leg", 0.0, 0.0, 1.0, 21},
+        {"two legs: only the rest of the first is cut", 0.0, -0.1, 1.0, 23},
+        {"two legs from a working point", 0.4, 0.2, 1.0, 17},
     };
     for (const Row& row : rows) {
         const auto session = session_with("silicon-pn");
         session->simulation.panel.actions.stopAfterVoc = true;
+        session->simulation.panel.workPoint.V = row.V;
         const IvCurve& c = silicon(*session, row.start, row.stop, row.points).iv;
         ASSERT_GE(c.points(), 2u) << row.what;
-        EXPECT_NEAR(c.iv_as.front(), row.first, 1e-12) << row.what;
-        EXPECT_NEAR(c.iv_as.back(), row.last, 1e-12) << row.what;
+        EXPECT_NEAR(c.iv_as.front(), row.start, 1e-12) << row.what;
+        EXPECT_NEAR(c.iv_as.back(), 0.65, 1e-12) << row.what;
         EXPECT_GT(c.ivcurrent.back(), 0.0) << row.what;
         EXPECT_LT(c.ivcurrent[c.points() - 2], 0.0) << row.what;
     }
