@@ -47,6 +47,7 @@ struct ConvergenceParameters {
     int allow_references = 1;       ///< the user may change the voltage and current references
     int flatband_with_defects = 1;  ///< defect charge takes part in the flat-band condition
     int same_N0_all_layers = 0;
+    int versieschatting = 0;              ///< predictor from one voltage to the next, see estimates; no file holds it
     double tunnel_barrier_minimum = 2.0;  ///< [kT]
     int recalculate_mesh = 1;
     int mesh_changes = 10;  ///< most changes of the mesh per iteration step

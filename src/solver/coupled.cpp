@@ -28,14 +28,15 @@ void continuity(const Problem& problem, const CalculationVariables& cv, BlockSys
 }
 
 /// Makes the steps of both carriers, of pass k. @return more passes are needed
-bool step_uv(const ConvergenceParameters& settings, Workspace& work, CalculationVariables& cv, int k)
+bool step_uv(const Problem& problem, Workspace& work, CalculationVariables& cv, int k)
 {
+    const ConvergenceParameters& settings = problem.set3.convergence;
     auto& du = work.block.delta[of_u];
     auto& dv = work.block.delta[of_v];
     for (double& step : du) step *= settings.relax_n;
     for (double& step : dv) step *= settings.relax_p;
-    const bool more_u = clamping_u_or_v(settings, Carrier::electrons, k, du, cv);
-    const bool more_v = clamping_u_or_v(settings, Carrier::holes, k, dv, cv);
+    const bool more_u = clamping_u_or_v(problem, work, Carrier::electrons, k, du, cv);
+    const bool more_v = clamping_u_or_v(problem, work, Carrier::holes, k, dv, cv);
     return more_u || more_v;
 }
 
@@ -81,7 +82,7 @@ bool dc_Gummel_iteration_uv(const Problem& problem, Workspace& work, Calculation
             return act_on_iteration_limit(problem, LimitedLoop::uv, settings.on_limit_n, k) || failed();
         assemble_uv(problem, work, cv);
         if (!tridiagonal_2x2(work.block, cv.expFn, cv.expmFp)) return failed();
-        const bool more = step_uv(settings, work, cv, k);
+        const bool more = step_uv(problem, work, cv, k);
         if (!is_number(cv)) return failed();
         if (!more) return true;
     }
@@ -106,7 +107,7 @@ bool fully_coupled_iteration(const Problem& problem, Workspace& work, Calculatio
         // psi is given at both contacts: rounding in the elimination must not move it there.
         for (std::size_t i = 1; i + 1 < cv.psi.size(); ++i) cv.psi[i] += dpsi[i];
         update_psivar(problem.set3, cv);
-        const bool more = step_uv(settings, work, cv, k);
+        const bool more = step_uv(problem, work, cv, k);
         if (!is_number(cv)) return failed();
         if (!more && cv.max_delta_psi <= settings.termination_psi) return true;
     }

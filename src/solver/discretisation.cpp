@@ -101,8 +101,9 @@ void discretise(const CalculationParameters& set3, const Mesh& mesh, Discretisat
 
 void Workspace::resize(std::size_t points, std::size_t layers, bool coupled)
 {
-    for (auto* v : {&res, &sub, &main, &super, &delta, &t, &rho_total, &psi_before, &Fn_before, &Fp_before,
-                    &currents.j_n, &currents.j_p, &currents.j_tot, &currents.sorted, &link_ratio})
+    for (auto* v :
+         {&res, &sub, &main, &super, &delta, &t, &rho_total, &psi_before, &Fn_before, &Fp_before, &search_from,
+          &search_res, &currents.j_n, &currents.j_p, &currents.j_tot, &currents.sorted, &link_ratio})
         v->assign(points, 0.0);
     new_x.reserve(max_mesh_points);
     extra.assign(layers, 0.0);

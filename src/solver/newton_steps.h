@@ -19,9 +19,10 @@ namespace kovin {
 double ApplyClamping(std::span<double> delta, const ConvergenceParameters& settings, double limit);
 
 /// Turns `delta`, a relative step du/u or dv/v, into a clamped step of Fn or Fp and makes it. The density falls at most
-/// by exp(-10 clamp) in one step, so the logarithm never sees a number that is not positive.
+/// by exp(-10 clamp) in one step, so the logarithm never sees a number that is not positive. With `backtracking` on the
+/// step is shortened by a line search on the residual of this carrier.
 /// @return true if the step was larger than the termination: not yet converged
-bool clamping_u_or_v(const ConvergenceParameters& settings, Carrier carrier, int k, std::span<double> delta,
+bool clamping_u_or_v(const Problem& problem, Workspace& work, Carrier carrier, int k, std::span<double> delta,
                      CalculationVariables& cv);
 
 }  // namespace kovin

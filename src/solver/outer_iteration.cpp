@@ -26,6 +26,13 @@ double current_A_m2(const Problem& problem, Workspace& work, CalculationVariable
     return 10.0 * cv.J_median;
 }
 
+void keep_for_averaging(Workspace& work, const CalculationVariables& cv)
+{
+    work.psi_before = cv.psi;
+    work.Fn_before = cv.Fn;
+    work.Fp_before = cv.Fp;
+}
+
 /// The mean of this pass and the pass before: ends an oscillation between two states.
 void AverageDynamicVariables(const Problem& problem, const Workspace& work, CalculationVariables& cv)
 {
@@ -48,14 +55,14 @@ bool current_has_settled(const Problem& problem, Workspace& work, CalculationVar
     const double tol = std::max(settings.current_abs_tol, settings.current_rel_tol * std::fabs(J));
     if (std::fabs(J - test.J1) < tol && cv.J_constant) return true;
     const double last = std::fabs(J - test.J1), one_before = std::fabs(J - test.J2);
-    if (last > one_before && one_before < 1e10 * tol && !problem.mesh_may_move()) {
+    // A mesh that moves ends such a swing by itself; with a line search the averaging is open all the same.
+    const bool may_average = !problem.mesh_may_move() || settings.backtracking != 0;
+    if (last > one_before && one_before < 1e10 * tol && may_average) {
         AverageDynamicVariables(problem, work, cv);
         J = current_A_m2(problem, work, cv);
     }
     test = {J, test.J1};
-    work.psi_before = cv.psi;
-    work.Fn_before = cv.Fn;
-    work.Fp_before = cv.Fp;
+    keep_for_averaging(work, cv);
     return false;
 }
 
@@ -113,9 +120,7 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
     const ConvergenceParameters& settings = problem.set3.convergence;
     const int min_outer = std::max(2, static_cast<int>(0.2 * settings.maxiter));
     cv.max_delta_psi = cv.max_delta_Fn = cv.max_delta_Fp = 1e30;
-    work.psi_before = cv.psi;
-    work.Fn_before = cv.Fn;
-    work.Fp_before = cv.Fp;
+    keep_for_averaging(work, cv);
     CurrentTest test;
     int mesh_alone = 0;  // passes in a row in which nothing but the mesh moved
     int coupled_from = first_coupled_pass(settings);
@@ -133,6 +138,7 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
         // A mesh that alone keeps moving swings between two shapes: either will do.
         const bool mesh_moved = (moved || mesh_alone < settings.mesh_changes) &&
                                 RecalculateIntervals(problem, work, cv) == MeshChange::changed;
+        if (mesh_moved) keep_for_averaging(work, cv);  // the same state, on the mesh of the next pass
         mesh_alone = moved ? 0 : mesh_alone + (mesh_moved ? 1 : 0);
         if (it <= min_outer && !moved && !mesh_moved) break;
     }

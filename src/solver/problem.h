@@ -97,6 +97,7 @@ struct Workspace {
     std::vector<double> extra, E;                         ///< elements outside the band, by interface
     std::vector<double> rho_total;
     std::vector<double> psi_before, Fn_before, Fp_before;  ///< state of the outer pass before
+    std::vector<double> search_from, search_res;           ///< line search: where it began, residual on the way
     CurrentProfile currents;
     std::vector<double> link_ratio, new_x;              ///< of a change of the mesh
     BlockSystem block;                                  ///< of the coupled schemes

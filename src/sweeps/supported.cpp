@@ -141,7 +141,6 @@ UnsupportedPhysics unsupported_physics(const Simulation& simulation)
         if (other.asked) found.left_out.emplace_back(other.name);
     if (settings.coupling_scheme != 11)
         found.left_out.push_back("coupling scheme " + integer(settings.coupling_scheme) + " (scheme 11 is used)");
-    if (settings.backtracking != 0) found.left_out.emplace_back("backtracking of the iteration");
     return found;
 }
 
