@@ -70,7 +70,7 @@ ResultTexts result_texts(const Session& session)
     const Simulation& s = session.simulation;
     const std::string& version = session.surroundings.version;
     ResultTexts texts;
-    texts.iv = iv_naar_file(version, s.results);
+    texts.iv = iv_naar_file(version, s.results, session.ActionListMode);
     if (s.failures.work_point) return texts;
     const RunRecord run = run_record(session.surroundings, s);
     const StateOnItsMesh work_point(s, s.werkpuntcv);

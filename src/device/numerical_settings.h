@@ -67,6 +67,12 @@ inline void GovernMaxMinMesh(ConvergenceParameters& settings)
     settings.mesh_ratio_min = std::clamp(settings.mesh_ratio_min, 1.0, 1.3);
 }
 
+/// Sets the terminations of psi, Fn and Fp [kT].
+inline void set_terminations(ConvergenceParameters& c, double termination)
+{
+    c.termination_psi = c.termination_Fn = c.termination_Fp = termination;
+}
+
 /// Settings of the Mott-Schottky analysis (`NW`).
 struct MottSchottkySettings {
     int side = 0;    ///< -1 left, +1 right

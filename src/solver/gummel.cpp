@@ -53,7 +53,7 @@ bool dc_Gummel_iteration_psi(const Problem& problem, Workspace& work, Calculatio
         }
         for (double& step : work.delta) step *= settings.relax_psi;
         const double clamped = ApplyClamping(work.delta, settings, clamp_at(settings, settings.clamp_psi, k));
-        const double lambda = BacktrackingNewtonStep(problem, work, cv, Unknown::psi, work.delta);
+        const double lambda = BacktrackingNewtonStep(problem, work, cv, of_psi, work.delta);
         cv.max_delta_psi = lambda * clamped;
         add_to_psi(problem, work, cv, lambda);
     }

@@ -15,22 +15,22 @@ namespace {
 
 std::vector<double>& values_of(CalculationVariables& cv, Unknown unknown)
 {
-    return unknown == Unknown::psi ? cv.psi : unknown == Unknown::Fn ? cv.Fn : cv.Fp;
+    return unknown == of_psi ? cv.psi : unknown == of_u ? cv.Fn : cv.Fp;
 }
 
 double termination_of(const ConvergenceParameters& settings, Unknown unknown)
 {
-    return unknown == Unknown::psi  ? settings.termination_psi
-           : unknown == Unknown::Fn ? settings.termination_Fn
-                                    : settings.termination_Fp;
+    return unknown == of_psi ? settings.termination_psi
+           : unknown == of_u ? settings.termination_Fn
+                             : settings.termination_Fp;
 }
 
 /// Brings up to date what depends on one unknown alone.
 void update_from(const Problem& problem, CalculationVariables& cv, Unknown unknown)
 {
-    if (unknown == Unknown::psi)
+    if (unknown == of_psi)
         update_psivar(problem.set3, cv);
-    else if (unknown == Unknown::Fn)
+    else if (unknown == of_u)
         update_Fn(cv);
     else
         update_Fp(cv);
@@ -39,12 +39,11 @@ void update_from(const Problem& problem, CalculationVariables& cv, Unknown unkno
 /// Half the sum of squares of the residual of one equation at the present state.
 double judge(const Problem& problem, Workspace& work, CalculationVariables& cv, Unknown unknown)
 {
-    if (unknown == Unknown::psi) {
+    if (unknown == of_psi) {
         total_charge(problem, cv, work.rho_total);
         calculate_dc_residue_psi(problem, cv, work.rho_total, work.search_res);
     } else {
-        calculate_dc_residue(problem, cv, unknown == Unknown::Fn ? Carrier::electrons : Carrier::holes,
-                             work.search_res);
+        calculate_dc_residue(problem, cv, unknown == of_u ? Carrier::electrons : Carrier::holes, work.search_res);
     }
     return HalfSumOfSquares(work.search_res);
 }
@@ -84,10 +83,7 @@ void UpdateBacktrackCalcVars(const Problem& problem, CalculationVariables& cv, U
     std::vector<double>& X = values_of(cv, unknown);
     for (std::size_t i = 0; i < X.size(); ++i) X[i] = start[i] + lambda * step[i];
     update_from(problem, cv, unknown);
-    totale_rdcbijdrage(problem, cv,
-                       unknown == Unknown::psi  ? Terms::psi
-                       : unknown == Unknown::Fn ? Terms::u
-                                                : Terms::v);
+    totale_rdcbijdrage(problem, cv, unknown == of_psi ? Terms::psi : unknown == of_u ? Terms::u : Terms::v);
 }
 
 double BacktrackingNewtonStep(const Problem& problem, Workspace& work, CalculationVariables& cv, Unknown unknown,

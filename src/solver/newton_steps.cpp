@@ -68,7 +68,7 @@ bool clamping_u_or_v(const Problem& problem, Workspace& work, Carrier carrier, i
     auto& F = electrons ? cv.Fn : cv.Fp;
     for (double& step : delta) step = 1.0 + step > lowest ? s * std::log1p(step) : -s * 10.0 * clamp;
     const double clamped = ApplyClamping(delta, settings, clamp);
-    const double lambda = BacktrackingNewtonStep(problem, work, cv, electrons ? Unknown::Fn : Unknown::Fp, delta);
+    const double lambda = BacktrackingNewtonStep(problem, work, cv, electrons ? of_u : of_v, delta);
     for (std::size_t i = 0; i < delta.size(); ++i) F[i] += lambda * delta[i];
     (electrons ? cv.max_delta_Fn : cv.max_delta_Fp) = lambda * clamped;
     if (electrons)

@@ -173,8 +173,7 @@ SweepOutcome calciv(Surroundings& surroundings, Simulation& simulation, const St
     for (double& V : curve.iv_as) V = sign_V * V + 0.0;  // the sum turns -0 into 0
     for (double& J : curve.ivcurrent) J = simulation.polarity.J * J + 0.0;
     element.iv = std::move(curve);
-    element.IV_done = static_cast<int>(element.iv.points());
-    element.IV_cut = stopped || simulation.failures.IV;
+    element.IV_points = n;
     return stopped ? SweepOutcome::stopped : SweepOutcome::done;
 }
 

@@ -185,8 +185,8 @@ RunOutcome calculate_IV(Surroundings& surroundings, Simulation& s, DataListEleme
     const SweepOutcome sweep = calciv(surroundings, s, decision, element);
     const std::string volt = " V = " + fixed(s.currentCalcVars.V * s.polarity.V, 0, 3) + " Volt";
     surroundings.monitor.post({.text = (s.currentCalcVars.failed() ? "I(V) stopped at" : "I(V) done;") + volt,
-                               .done = element.IV_done,
-                               .total = element.IV_done});
+                               .done = static_cast<int>(element.iv.points()),
+                               .total = static_cast<int>(element.iv.points())});
     return sweep == SweepOutcome::stopped ? RunOutcome::stopped : RunOutcome::done;
 }
 

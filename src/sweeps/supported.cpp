@@ -139,8 +139,6 @@ UnsupportedPhysics unsupported_physics(const Simulation& simulation)
     };
     for (const auto& other : others)
         if (other.asked) found.left_out.emplace_back(other.name);
-    if (settings.coupling_scheme != 11)
-        found.left_out.push_back("coupling scheme " + integer(settings.coupling_scheme) + " (scheme 11 is used)");
     return found;
 }
 

@@ -238,7 +238,6 @@ TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
         {"tunnelling that is switched off", [](Simulation& s) { s.zonnecel.cell.right.tunneling = true; }, false,
          nullptr},
         {"quantum efficiency", [](Simulation& s) { s.panel.actions.QE_calculate = true; }, false, "quantum"},
-        {"coupling scheme", [](Simulation& s) { s.problem.input.convergence.coupling_scheme = 12; }, false, "12"},
     };
     for (const Row& row : rows) {
         const auto session = session_with("silicon-pn");

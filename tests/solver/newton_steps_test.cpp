@@ -57,7 +57,7 @@ TEST(LineSearch, ShortensToALowerResidual)
     Workspace& work = device.memory.work;
     const auto f = [&](const std::vector<double>& step, double lambda) {
         const std::vector<double> start = cv.psi;
-        UpdateBacktrackCalcVars(device.problem(), cv, Unknown::psi, start, lambda, step);
+        UpdateBacktrackCalcVars(device.problem(), cv, of_psi, start, lambda, step);
         total_charge(device.problem(), cv, work.rho_total);
         calculate_dc_residue_psi(device.problem(), cv, work.rho_total, work.res);
         cv.psi = start;
@@ -76,7 +76,7 @@ TEST(LineSearch, ShortensToALowerResidual)
                 step[i] = -factor * hump;
             }
             const std::vector<double> start = cv.psi;
-            const double lambda = BacktrackingNewtonStep(device.problem(), work, cv, Unknown::psi, step);
+            const double lambda = BacktrackingNewtonStep(device.problem(), work, cv, of_psi, step);
             EXPECT_EQ(cv.psi, start);
             EXPECT_GT(lambda, 0.0);
             EXPECT_LE(lambda, 1.0);
