@@ -36,6 +36,7 @@ TEST(LineSearch, ChangesTheWayNotTheAnswer)
         for (const int on : {0, 1}) {
             Device device(cell, 300.0, [&](ConvergenceParameters& c) {
                 c.backtracking = on;
+                c.clamp_mode = 0;
                 c.termination_psi = c.termination_Fn = c.termination_Fp = 1e-6;
             });
             J[on] = currents_of(device, 0.8, 0.1, passes);
@@ -44,7 +45,8 @@ TEST(LineSearch, ChangesTheWayNotTheAnswer)
         ASSERT_EQ(J[0].size(), 9U);
         for (std::size_t i = 0; i < J[0].size(); ++i)
             EXPECT_NEAR(J[1][i], J[0][i], 1e-7 * std::max(33.0, std::fabs(J[0][i]))) << i;
-        EXPECT_NE(equilibrium_passes[1], equilibrium_passes[0]) << "nothing was searched";
+        // Without clamps raw steps overshoot far; the search cuts them to what they are good for.
+        EXPECT_LT(5 * equilibrium_passes[1], equilibrium_passes[0]);
     }
 }
 
