@@ -1,7 +1,9 @@
-// How far the curves of the shipped cells depend on the mesh; odd conditions; a composition between two materials.
+// The curves of the shipped cells: resistances and references, the mesh, odd conditions, a composition between two
+// materials.
 #include "device/action_file.h"
 #include "device/definition_reader.h"
 #include "device/unit_systems.h"
+#include "solver/devices.h"
 #include "sweeps/ladder.h"
 #include "sweeps/supported.h"
 
@@ -40,6 +42,52 @@ const IvCurve& run(Surroundings& surroundings, Simulation& s)
     EXPECT_EQ(calculate(surroundings, s), RunOutcome::done);
     EXPECT_FALSE(s.failures.IV);
     return s.results.back().iv;
+}
+
+// A series resistance moves the voltage by J Rs, a shunt adds V Gsh to the current, whatever the references; and a cell
+// that is turned round, with its light and its references, is the same cell.
+TEST(ShippedCells, ResistancesShiftTheCurveExactly)
+{
+    constexpr double Rs = 2e-4, Gsh = 30.0;  // [ohm m2], [S/m2]
+    AtHome surroundings;
+    auto plain = sample(surroundings, "cigs-baseline");
+    ASSERT_TRUE(plain);
+    // On a fixed mesh: a moving one drops points from left to right, which shows as 3e-6 of J in a turned cell.
+    const auto settle = [](Simulation& s) {
+        s.problem.input.convergence.recalculate_mesh = 0;
+        set_terminations(s.problem.input.convergence, 1e-6);
+    };
+    settle(*plain);
+    const IvCurve expected = run(surroundings, *plain);
+    for (const bool turned : {false, true})
+        for (const int side : {-1, 1})
+            for (const int reference : {0, 1}) {
+                auto s = sample(surroundings, "cigs-baseline");
+                settle(*s);
+                CellParameters& cell = s->zonnecel.cell;
+                if (turned) {
+                    cell = testing::mirrored(cell);
+                    s->panel.workPoint.lightFromRight = !s->panel.workPoint.lightFromRight;
+                }
+                cell.voltage_reference = turned ? -side : side;
+                cell.reference_system = reference;
+                WorkPoint& wp = s->panel.workPoint;
+                wp.RsPresent = wp.GshPresent = true;
+                wp.Rs = Rs;
+                wp.Gsh = Gsh;
+                s->panel.actions.IV_stopV *= -side;
+                const IvCurve& curve = run(surroundings, *s);
+                ASSERT_EQ(curve.points(), expected.points());
+                // To the user's signs: forward voltage and current positive where the reference lies at the p side.
+                const double sign_V = -side, sign_J = reference == 1 ? -side : side;
+                for (std::size_t i = 0; i < curve.points(); ++i) {
+                    const double J = expected.ivcurrent[i] + 0.1 * Gsh * expected.iv_as[i];
+                    const double exact = turned ? 1e-7 * std::max(33.0, std::fabs(J)) : 1e-12 * std::fabs(J);
+                    EXPECT_NEAR(sign_J * curve.ivcurrent[i], J, exact) << side << reference << turned;
+                    EXPECT_NEAR(sign_V * curve.iv_as[i], expected.iv_as[i] + 10.0 * Rs * J, 1e-12 + 10.0 * Rs * exact)
+                        << side << reference << turned;
+                }
+            }
 }
 
 TEST(ShippedCells, StrangeConditionsGiveFiniteFigures)

@@ -101,7 +101,7 @@ TEST(Program, SchemesAgreeAtATightTermination)
     const auto FF = [&](const std::string& options) {
         return figure(kovin(scratch, "run cigs-baseline.def --json -f -o out " + options).out, "FF");
     };
-    const double loose = FF("--termination 0.3"), tight = FF("--termination 1e-7");
+    const double loose = FF("--termination 3"), tight = FF("--termination 1e-7");
     EXPECT_GT(std::fabs(loose / tight - 1.0), 1e-5) << "the option has no effect";
     for (const char* scheme : {"11", "12", "13", "14", "14 --switch 3"})
         EXPECT_NEAR(FF(std::string("--termination 1e-7 --scheme ") + scheme) / tight, 1.0, 1e-7) << scheme;
