@@ -55,14 +55,14 @@ struct DefectEnergy {
 /// One discrete energy of a bulk defect with several levels: a chain of charge states, see device/charge_states.h. The
 /// distribution moves all levels together. Rates have one row a level, `Nt.size()` points each, row after row.
 struct DefectChain {
-    std::size_t first = 0;       ///< mesh index of the first value
-    int levels = 0;              ///< 2 to max_levels
-    std::vector<double> Nt;      ///< density times weight of the energy [N0]
-    std::vector<double> cn, cp;  ///< capture coefficients
-    std::vector<double> en, ep;  ///< thermal emission rates, with degeneracy
-    double charge = 0.0;         ///< of the most positive state; see `charged`
-    double charged = 0.0;        ///< 0 for a neutral defect, 1 otherwise
-    int layer = 0, defect = 0;   ///< from 0
+    std::size_t first = 0;                    ///< mesh index of the first value
+    int levels = 0;                           ///< 2 to max_levels
+    std::vector<double> Nt;                   ///< density times weight of the energy [N0]
+    std::vector<double> cn, cp;               ///< capture coefficients
+    std::vector<double> en, ep;               ///< thermal emission rates, with degeneracy
+    double charge = 0.0;                      ///< of the most positive state; see `charged`
+    double charged = 0.0;                     ///< 0 for a neutral defect, 1 otherwise
+    int layer = 0, defect = 0;                ///< from 0
     std::array<double, max_levels> energy{};  ///< of each level [eV] against the reference of the defect
 };
 

@@ -3,6 +3,7 @@
 #include "app/initialise.h"
 #include "app/load.h"
 #include "app/simulate.h"
+#include "device/charge_states.h"
 #include "sweeps/supported.h"
 
 #include <gtest/gtest.h>
@@ -226,6 +227,14 @@ TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
              s.zonnecel.cell.interfaces[0].defects[0].defectType = DefectType::doubledonor;
          },
          true, "doubledonor"},
+        {"a level that captures nothing between two charge states",
+         [](Simulation& s) {
+             DefectLevels& levels = s.zonnecel.cell.layer[0].srh[0];
+             levels[0].levels = 2;
+             levels[1] = levels[0];
+             levels[1].sigma_n = levels[1].sigma_p = 0.0;
+         },
+         true, "level 2"},
         {"graded layer", [](Simulation& s) { s.zonnecel.cell.layer[1].composition_mode = 1; }, true, "layer 2"},
         {"grading law", [](Simulation& s) { s.zonnecel.cell.layer[0].material.Eg.law = Law::exponential; }, true,
          "law 4"},
