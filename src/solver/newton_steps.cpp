@@ -57,8 +57,10 @@ double ApplyClamping(std::span<double> delta, const ConvergenceParameters& setti
     return L;
 }
 
+double damped_step(double x) { return std::copysign(std::log1p(std::fabs(x)), x); }
+
 bool clamping_u_or_v(const Problem& problem, Workspace& work, Carrier carrier, int k, std::span<double> delta,
-                     CalculationVariables& cv)
+                     CalculationVariables& cv, LevelStep form)
 {
     const ConvergenceParameters& settings = problem.set3.convergence;
     const bool electrons = carrier == Carrier::electrons;
@@ -66,7 +68,10 @@ bool clamping_u_or_v(const Problem& problem, Workspace& work, Carrier carrier, i
     const double clamp = clamp_at(settings, electrons ? settings.clamp_n : settings.clamp_p, k);
     const double lowest = std::exp(-10.0 * clamp);
     auto& F = electrons ? cv.Fn : cv.Fp;
-    for (double& step : delta) step = 1.0 + step > lowest ? s * std::log1p(step) : -s * 10.0 * clamp;
+    if (form == LevelStep::damped)
+        for (double& step : delta) step = s * damped_step(step);
+    else
+        for (double& step : delta) step = 1.0 + step > lowest ? s * std::log1p(step) : -s * 10.0 * clamp;
     const double clamped = ApplyClamping(delta, settings, clamp);
     const double lambda = BacktrackingNewtonStep(problem, work, cv, electrons ? of_u : of_v, delta);
     for (std::size_t i = 0; i < delta.size(); ++i) F[i] += lambda * delta[i];

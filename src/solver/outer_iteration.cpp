@@ -87,13 +87,19 @@ bool decoupled_pass(const Problem& problem, Workspace& work, CalculationVariable
     return true;
 }
 
-/// The coupled loop; if it fails, the state is as it was before. @return converged
-bool try_coupled(const Problem& problem, Workspace& work, CalculationVariables& cv)
+/// Two decoupled passes bring any state that has been met near enough for the coupled loop.
+constexpr int surely_near_pass = 3;
+/// Before, as after a step of the voltage by a few mV, its first step tells [kT]: loops that begin with less converge.
+constexpr double near_first_step = 0.5;
+
+/// The coupled loop in outer pass `it`; if it fails, the state is as it was before. @return converged
+bool try_coupled(const Problem& problem, Workspace& work, CalculationVariables& cv, int it)
 {
     work.psi_start = cv.psi;
     work.Fn_start = cv.Fn;
     work.Fp_start = cv.Fp;
-    if (fully_coupled_iteration(problem, work, cv)) return true;
+    const double largest_first_step = it < surely_near_pass ? near_first_step : std::numeric_limits<double>::infinity();
+    if (fully_coupled_iteration(problem, work, cv, largest_first_step)) return true;
     cv.psi = work.psi_start;
     cv.Fn = work.Fn_start;
     cv.Fp = work.Fp_start;
@@ -128,8 +134,10 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
         cv.iterations = it;
         if (problem.monitor != nullptr && problem.monitor->stopRequested()) return failed(cv);
         bool moved = false;
-        // Too far off, the coupled loop fails: decoupled passes go on from where it began, and finish the point.
-        if (it >= coupled_from && !try_coupled(problem, work, cv)) coupled_from = never;
+        // Too far off, the coupled loop fails: decoupled passes go on from where it began, until they have finished the
+        // point or there are twice as many.
+        if (it >= coupled_from && !try_coupled(problem, work, cv, it))
+            coupled_from = std::max(surely_near_pass, 2 * it);
         if (it < coupled_from && !decoupled_pass(problem, work, cv, moved)) return failed(cv);
         if (it >= settings.maxiter) return failed(cv);
         // A solve normally ends when nothing moves; the test of the current is for long fights. It comes before the
