@@ -96,13 +96,13 @@ double CalculateIdealCurrentFromGenerationFileOrModel(const GivenGeneration& giv
 }
 
 void update_generation(const WorkPoint& wp, const CalculationParameters& set3, const Mesh& mesh,
-                       GenerationParameters& gp)
+                       GenerationParameters& gp, const Mesh* lit)
 {
     if (wp.dark || wp.generationSpecified) {
         CalculateGenerationFromFileOrFromModel(wp, set3, mesh, gp);
     } else {
         bepaal_alfa(set3, mesh, gp);
-        CalculateFluxesAndGeneration(set3, mesh, gp);
+        CalculateFluxesAndGeneration(set3, mesh, gp, lit);
     }
     update_generation_current(set3, mesh, gp);
 }

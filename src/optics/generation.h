@@ -25,8 +25,9 @@ void CalculateGenerationFromFileOrFromModel(const WorkPoint& wp, const Calculati
 /// The light of a work point on a mesh: nothing in the dark, the given profile, or what the spectrum leaves; and its
 /// current. Says nothing and reads no file, so that it can follow the mesh.
 /// @pre what the work point asks for has been read: given profile, or spectrum, filters, incoming fluxes, absorption
+/// @param lit  mesh that gp.generation stands on already, under the same light: what both meshes share is kept
 void update_generation(const WorkPoint& wp, const CalculationParameters& set3, const Mesh& mesh,
-                       GenerationParameters& gp);
+                       GenerationParameters& gp, const Mesh* lit = nullptr);
 
 /// G [1/(m3 s)] at the mesh points, and the generation current gp.total_mA_cm2: the sum over half intervals.
 void ExtractGeneration(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp,

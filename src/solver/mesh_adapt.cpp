@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace kovin {
 
@@ -123,13 +124,13 @@ void change_mesh(const MeshAdaption& adaption, Workspace& work, Mesh&& new_mesh,
     std::vector<double> Fp = InterpolateLevel(transfer, cv.Fp);
     for (double& F : Fp) F = -F;
 
-    cv.mesh = std::move(new_mesh);
+    const Mesh old_mesh = std::exchange(cv.mesh, std::move(new_mesh));
     Full_x_Dependence(adaption.set3, cv.mesh);
     prepare_solver(adaption.set3, cv.mesh, adaption.memory);
     if (&work != &adaption.memory.work)
         work.resize(at(cv.mesh.N), at(cv.mesh.nlayers), is_coupled(adaption.set3.convergence.coupling_scheme));
     if (adaption.relight)
-        adaption.relight(cv.mesh);
+        adaption.relight(old_mesh, cv.mesh);
     else
         adaption.G.assign(at(cv.mesh.N), 0.0);
 

@@ -8,6 +8,7 @@
 #include "solver/mesh_adapt.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <limits>
 
@@ -124,6 +125,7 @@ int first_coupled_pass(const ConvergenceParameters& settings)
 bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
     const ConvergenceParameters& settings = problem.set3.convergence;
+    assert(problem.G.size() == cv.psi.size());
     const int min_outer = std::max(2, static_cast<int>(0.2 * settings.maxiter));
     cv.max_delta_psi = cv.max_delta_Fn = cv.max_delta_Fp = 1e30;
     keep_for_averaging(work, cv);

@@ -112,8 +112,9 @@ struct SolverMemory;
 struct MeshAdaption {
     CalculationParameters& set3;
     SolverMemory& memory;
-    std::vector<double>& G;                      ///< the generation of the Problem
-    std::function<void(const Mesh&)> relight{};  ///< renews G for a mesh; empty in the dark
+    std::vector<double>& G;  ///< the generation of the Problem
+    /// Brings G from one mesh to another; empty in the dark.
+    std::function<void(const Mesh& from, const Mesh& to)> relight{};
 };
 
 /// Links to what one solve reads; made afresh for each call of the upper floors.

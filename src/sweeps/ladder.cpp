@@ -115,17 +115,21 @@ bool calculate_equilibrium(Surroundings& surroundings, Simulation& s)
     return CheckConvergenceFailure(surroundings, s, converged, s.equiberekend, "equilibrium");
 }
 
-/// On a fixed mesh the light comes up in steps, logarithmically from 1e-10 to 1.
+/// On a fixed mesh the light comes up in steps, logarithmically from 1e-10 to 1; a mesh that moves takes it at once,
+/// and the generation moves with it.
 bool light_up(Surroundings& surroundings, Simulation& s)
 {
+    const auto solve = [&] {
+        return onder_belichting(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars);
+    };
+    if (s.set3.convergence.recalculate_mesh != 0) return solve();
     const int n = std::max(s.panel.workPoint.numberOfPoints, 2);
-    const bool ramp = s.set3.convergence.recalculate_mesh == 0;
     const std::vector<double> G = s.light.generation;
     bool converged = true;
-    for (int i = ramp ? 0 : n - 1; i < n && converged; ++i) {
+    for (int i = 0; i < n && converged; ++i) {
         const double factor = i == n - 1 ? 1.0 : 1e-10 * std::pow(1e-10, -static_cast<double>(i) / (n - 1));
         for (std::size_t k = 0; k < G.size(); ++k) s.light.generation[k] = factor * G[k];
-        converged = onder_belichting(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars);
+        converged = solve();
     }
     s.light.generation = G;
     return converged;

@@ -10,7 +10,8 @@ Problem Simulation::solver_problem(Surroundings& surroundings)
     solve.monitor = &surroundings.monitor;
     solve.report = &surroundings.report;
     MeshAdaption& adaption = solve.adaption.emplace(MeshAdaption{set3, memory, light.generation});
-    if (!wp.dark) adaption.relight = [this](const Mesh& mesh) { update_generation(wp, set3, mesh, light); };
+    if (!wp.dark)
+        adaption.relight = [this](const Mesh& from, const Mesh& to) { update_generation(wp, set3, to, light, &from); };
     return solve;
 }
 

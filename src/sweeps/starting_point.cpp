@@ -97,12 +97,13 @@ void ReturnToAKnownStartingPoint(Simulation& simulation, const CalculationVariab
 {
     Simulation& s = simulation;
     CalculationVariables& cv = s.currentCalcVars;
-    const bool same_mesh = cv.mesh.x == state.mesh.x && cv.mesh.n_in_layer == state.mesh.n_in_layer;
+    if (&state == &cv) return;
+    const Mesh before = std::move(cv.mesh);
     cv = state;
-    if (same_mesh) return;
+    if (before.x == cv.mesh.x && before.n_in_layer == cv.mesh.n_in_layer) return;
     Full_x_Dependence(s.set3, cv.mesh);
     prepare_solver(s.set3, cv.mesh, s.memory);
-    update_generation(s.wp, s.set3, cv.mesh, s.light);
+    update_generation(s.wp, s.set3, cv.mesh, s.light, &before);
 }
 
 StateOnItsMesh::StateOnItsMesh(const Simulation& simulation, const CalculationVariables& state)
@@ -111,7 +112,7 @@ StateOnItsMesh::StateOnItsMesh(const Simulation& simulation, const CalculationVa
     Mesh mesh = state.mesh;
     Full_x_Dependence(set3, mesh);
     prepare_solver(set3, mesh, memory);
-    update_generation(simulation.wp, set3, mesh, light);
+    update_generation(simulation.wp, set3, mesh, light, &simulation.currentCalcVars.mesh);
 }
 
 StartOutcome CalculateStartingPoint(Surroundings& surroundings, Simulation& simulation, const std::string& name,

@@ -164,7 +164,7 @@ public:
     [[nodiscard]] Problem problem()
     {
         Problem p{set3, memory.grid, memory.defects, memory.interface_states, G};
-        p.adaption.emplace(MeshAdaption{set3, memory, G, [this](const Mesh& mesh) { relight(mesh); }});
+        p.adaption.emplace(MeshAdaption{set3, memory, G, [this](const Mesh&, const Mesh& mesh) { relight(mesh); }});
         return p;
     }
     bool solve_equilibrium() { return equilibrium(problem(), memory.work, cv); }
