@@ -34,16 +34,20 @@ MergedMesh merged_list(std::span<const double> profile_x, double x0, const Mesh&
     return sorted;
 }
 
-/// Points that fall together within `near`: of a pair the left one goes, and a profile point beside a fixed one.
+/// Points that fall together within `near`: a mesh point makes room for a profile point, which goes beside a fixed one;
+/// of two alike the left one goes.
 void drop_coinciding(double near, MergedMesh& m)
 {
     for (std::size_t k = 0; k + 1 < m.x.size();) {
-        if (m.x[k + 1] - m.x[k] < near && m.origin[k] != PointOrigin::fixed)
-            RemovePointFromMergedMesh(m, k);
-        else if (m.x[k + 1] == m.x[k] && of_profile(m.origin[k + 1]))
+        const bool left_of_profile = of_profile(m.origin[k]), right_of_profile = of_profile(m.origin[k + 1]);
+        if (m.x[k + 1] == m.x[k] && right_of_profile && m.origin[k] == PointOrigin::fixed)
+            RemovePointFromMergedMesh(m, k + 1);
+        else if (m.x[k + 1] - m.x[k] >= near || m.origin[k] == PointOrigin::fixed)
+            ++k;
+        else if (left_of_profile && m.origin[k + 1] == PointOrigin::mesh)
             RemovePointFromMergedMesh(m, k + 1);
         else
-            ++k;
+            RemovePointFromMergedMesh(m, k);
     }
 }
 
