@@ -24,8 +24,8 @@ void UpdateBacktrackCalcVars(const Problem& problem, CalculationVariables& cv, U
                              std::span<const double> start, double lambda, std::span<const double> step);
 
 /// Searches along `delta`, a clamped step in psi, Fn (of_u) or Fp (of_v), by the residual of the equation of this
-/// unknown. Does nothing but return 1 with `backtracking` off. At the end the unknown is as it was; what follows from it
-/// is left to the caller, who makes the step. Of `work` the search arrays and rho_total are used.
+/// unknown. Does nothing but return 1 with `backtracking` off. At the end the unknown is as it was; what follows from
+/// it is left to the caller, who makes the step. Of `work` the search arrays and rho_total are used.
 /// @return lambda, by which the caller scales the step: in ]0, 1]
 [[nodiscard]] double BacktrackingNewtonStep(const Problem& problem, Workspace& work, CalculationVariables& cv,
                                             Unknown unknown, std::span<const double> delta);

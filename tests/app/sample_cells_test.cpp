@@ -57,7 +57,7 @@ TEST(SampleCells, MeetTheirFiguresAndBalanceTheirCurrents)
             SCOPED_TRACE(cell.name);
             const auto session = session_with(cell.name);
             ConvergenceParameters& settings = session->simulation.problem.input.convergence;
-            settings.termination_psi = settings.termination_Fn = settings.termination_Fp = row.termination;
+            set_terminations(settings, row.termination);
             const DataListElement& element = curve_of(*session);
             const IVCharacteristics& r = element.characteristics;
             EXPECT_NEAR(r.Voc, cell.Voc, 0.008);
@@ -179,8 +179,10 @@ TEST(IvSweep, StopsOnePointBehindVoc)
         const auto session = session_with("silicon-pn");
         session->simulation.panel.actions.stopAfterVoc = true;
         session->simulation.panel.workPoint.V = row.V;
-        const IvCurve& c = silicon(*session, row.start, row.stop, row.points).iv;
+        const DataListElement& element = silicon(*session, row.start, row.stop, row.points);
+        const IvCurve& c = element.iv;
         ASSERT_GE(c.points(), 2u) << row.what;
+        EXPECT_EQ(element.IV_points, c.points()) << row.what;
         EXPECT_NEAR(c.iv_as.front(), row.start, 1e-12) << row.what;
         EXPECT_NEAR(c.iv_as.back(), 0.65, 1e-12) << row.what;
         EXPECT_GT(c.ivcurrent.back(), 0.0) << row.what;
@@ -188,21 +190,30 @@ TEST(IvSweep, StopsOnePointBehindVoc)
     }
 }
 
-TEST(IvSweep, SeriesAndShuntResistanceActOutsideTheDevice)
+// The rows of a curve that was cut follow the setting; the end behind Voc above is no cut.
+TEST(IvSweep, StoppedKeepsItsPointsAndKnowsOfTheRest)
 {
-    const auto plain = session_with("silicon-pn");
-    const IvCurve bare = silicon(*plain, 0.0, 0.5, 6).iv;
     const auto session = session_with("silicon-pn");
-    WorkPoint& wp = session->simulation.panel.workPoint;
-    wp.RsPresent = wp.GshPresent = true;
-    wp.Rs = 1e-4;   // 1 ohm cm2
-    wp.Gsh = 10.0;  // 1 mS/cm2
-    const IvCurve c = silicon(*session, 0.0, 0.5, 6).iv;
-    for (std::size_t i = 0; i < c.points(); ++i) {
-        const double J = bare.ivcurrent[i] + 1.0 * bare.iv_as[i];  // mA/cm2
-        EXPECT_NEAR(c.ivcurrent[i], J, 1e-9);
-        EXPECT_NEAR(c.iv_as[i], bare.iv_as[i] + 1e-3 * J, 1e-9);
-    }
+    Monitor& monitor = session->surroundings.monitor;
+    monitor.listener = [&](const Event& event) {
+        if (event.total == 9 && event.done == 3) monitor.requestStop();
+    };
+    ActionList& actions = session->simulation.panel.actions;
+    actions.IV_startV = 0.0;
+    actions.IV_stopV = 0.4;
+    actions.IV_points = 9;
+    EXPECT_EQ(Simulate(*session), SimulateOutcome::stopped);
+    const DataListElement& element = session->simulation.results.back();
+    EXPECT_EQ(element.iv.points(), 3U);
+    EXPECT_EQ(element.IV_points, 9U);
+    EXPECT_TRUE(element.characteristics.JscValid) << "from the points that are there";
+    const auto lines = [&] {
+        const std::string text = result_texts(*session).iv;
+        return std::count(text.begin(), text.end(), '\n');
+    };
+    const auto cut = lines();
+    session->ActionListMode = CutCurves::blanks;
+    EXPECT_EQ(lines(), cut + 6);
 }
 
 TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
