@@ -33,11 +33,11 @@ void add_settings(CLI::App& run, Options& options, Typed& typed)
     const auto group = "Settings of this run, over those of the cell";
     auto* scheme = run.add_option("--scheme", options.scheme, "Coupling of the equations")
                        ->check(CLI::IsMember({11, 12, 13, 14}))
-                       ->type_name("N");
+                       ->type_name("");
     auto* switch_at =
         run.add_option("--switch", options.switch_at, "Pass from which scheme 14 solves all equations together")
-            ->check(CLI::Range(2, 1000000))
-            ->type_name("N")
+            ->check(CLI::Range(2, 1000000).description(""))
+            ->type_name("N >= 2")
             ->needs(scheme);
     auto* termination = run.add_option("--termination", typed.termination, "Largest last step of psi, EFn and EFp [kT]")
                             ->check(CLI::Validator(check_termination, ""))
