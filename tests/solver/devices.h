@@ -97,6 +97,30 @@ inline InterfaceRecombinationParameters& add_sheet(CellParameters& cell, std::si
     return d;
 }
 
+/// The thin-film cell with a conduction band that falls by 0.2 eV from absorber to buffer, and a neutral sheet of
+/// 1e13 cm-2 between them.
+inline CellParameters cliff_cell()
+{
+    CellParameters cell = thin_film_cell();
+    set_uniform(cell.layer[1].material.chi, 4.7);
+    set_uniform(cell.layer[2].material.chi, 4.7);
+    add_sheet(cell, 0, DefectType::neutral, 1e17, EnergyReference::above_highest_EV, 0.6, 1e-19, 1e-19);
+    return cell;
+}
+
+/// The thin-film cell with a Gaussian of donors between absorber and buffer, unlike on both sides, and deep acceptors
+/// between buffer and window.
+inline CellParameters charged_sheet_cell()
+{
+    CellParameters cell = thin_film_cell();
+    InterfaceRecombinationParameters& donors =
+        add_sheet(cell, 0, DefectType::donor, 3e16, EnergyReference::above_EV_left, 0.9, 1e-19, 1e-18);
+    donors.energy_distribution = EnergyDistribution::gauss;
+    donors.sigma_nright = 1e-18;
+    add_sheet(cell, 1, DefectType::acceptor, 1e16, EnergyReference::above_middle, 0.2, 1e-19, 1e-19);
+    return cell;
+}
+
 /// The reference of an interface level seen from the other side.
 inline EnergyReference other_side(EnergyReference reference)
 {

@@ -33,7 +33,9 @@ std::vector<Case> cases()
             {"thin-film cell, 350 K", thin_film_cell(), 350.0, 33.0, 0.5e-6},
             {"chains, 250 K", chain_cell(), 250.0, 33.0, 0.5e-6},
             {"chains", chain_cell(), 300.0, 33.0, 0.5e-6},
-            {"chains, 400 K", chain_cell(), 400.0, 33.0, 0.5e-6}};
+            {"chains, 400 K", chain_cell(), 400.0, 33.0, 0.5e-6},
+            {"cliff with interface states", cliff_cell(), 300.0, 33.0, 0.5e-6},
+            {"charged interfaces", charged_sheet_cell(), 300.0, 33.0, 0.5e-6}};
 }
 
 TEST(Identities, NoCurrentInTheDarkAtZeroVolt)
