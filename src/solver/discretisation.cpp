@@ -106,6 +106,7 @@ void Workspace::resize(std::size_t points, std::size_t layers, bool coupled)
           &search_res, &currents.j_n, &currents.j_p, &currents.j_tot, &currents.sorted, &link_ratio})
         v->assign(points, 0.0);
     new_x.reserve(max_mesh_points);
+    relaxation.resize(points);
     extra.assign(layers, 0.0);
     E.assign(layers, 0.0);
     if (!coupled) return;

@@ -110,6 +110,10 @@ bool try_coupled(const Problem& problem, Workspace& work, CalculationVariables& 
     return false;
 }
 
+/// From this pass on the mesh waits until nothing else moves, so that a swing of the solution and one of the mesh do
+/// not keep each other going.
+constexpr int mesh_waits_from = 10;
+
 constexpr int never = std::numeric_limits<int>::max();
 
 /// First pass of the outer iteration that solves all equations together.
@@ -130,6 +134,7 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
     cv.max_delta_psi = cv.max_delta_Fn = cv.max_delta_Fp = 1e30;
     keep_for_averaging(work, cv);
     CurrentTest test;
+    work.relaxation.start();
     int mesh_alone = 0;  // passes in a row in which nothing but the mesh moved
     int coupled_from = first_coupled_pass(settings);
     for (int it = 1;; ++it) {
@@ -140,17 +145,24 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
         // point or there are twice as many.
         if (it >= coupled_from && !try_coupled(problem, work, cv, it))
             coupled_from = std::max(surely_near_pass, 2 * it);
-        if (it < coupled_from && !decoupled_pass(problem, work, cv, moved)) return failed(cv);
+        if (it < coupled_from) {
+            work.relaxation.before_pass(cv);
+            if (!decoupled_pass(problem, work, cv, moved)) return failed(cv);
+            if (moved) relax_pass(problem.set3, work.relaxation, cv);
+        }
         if (it >= settings.maxiter) return failed(cv);
-        // A solve normally ends when nothing moves; the test of the current is for long fights. It comes before the
-        // mesh moves, so that the state that is left has been solved on its mesh.
-        if (it > min_outer && current_has_settled(problem, work, cv, test)) break;
+        // A solve ends when nothing moves; the test of the current is for long fights. It comes before the mesh moves,
+        // so that the state that is left has been solved on its mesh.
+        if (moved && it > min_outer && current_has_settled(problem, work, cv, test)) break;
         // A mesh that alone keeps moving swings between two shapes: either will do.
-        const bool mesh_moved = (moved || mesh_alone < settings.mesh_changes) &&
+        const bool mesh_moved = (moved ? it < mesh_waits_from : mesh_alone < settings.mesh_changes) &&
                                 RecalculateIntervals(problem, work, cv) == MeshChange::changed;
-        if (mesh_moved) keep_for_averaging(work, cv);  // the same state, on the mesh of the next pass
+        if (mesh_moved) {
+            keep_for_averaging(work, cv);  // the same state, on the mesh of the next pass
+            work.relaxation.mesh_has_changed();
+        }
         mesh_alone = moved ? 0 : mesh_alone + (mesh_moved ? 1 : 0);
-        if (it <= min_outer && !moved && !mesh_moved) break;
+        if (!moved && !mesh_moved) break;
     }
     totale_rdcbijdrage(problem, cv);
     extraheer_stroom(problem, cv, work.currents);

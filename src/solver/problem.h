@@ -6,6 +6,7 @@
 #include "device/calculation_set.h"
 #include "device/mesh.h"
 #include "solver/block_solve.h"
+#include "solver/relaxation.h"
 #include "solver/state.h"
 
 #include <array>
@@ -98,6 +99,7 @@ struct Workspace {
     std::vector<double> rho_total;
     std::vector<double> psi_before, Fn_before, Fp_before;  ///< state of the outer pass before
     std::vector<double> search_from, search_res;           ///< line search: where it began, residual on the way
+    Relaxation relaxation;
     CurrentProfile currents;
     std::vector<double> link_ratio, new_x;              ///< of a change of the mesh
     BlockSystem block;                                  ///< of the coupled schemes
