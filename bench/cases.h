@@ -74,7 +74,8 @@ struct CigsBaseline {
     {
         Simulation& s = *simulation;
         const int points = static_cast<int>(V / 0.02 + 0.5) + 1;
-        if (!volgende_iv_punt(s.solver_problem(), s.memory.work, s.currentCalcVars, 0.0, V, points)) give_up();
+        if (!volgende_iv_punt(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars, 0.0, V, points))
+            give_up();
     }
 
     Surroundings surroundings;
@@ -88,7 +89,8 @@ private:
     }
 };
 
-/// The sample at 0.5 V in the light, on its first mesh of 300 points: a state near the maximum power point.
+/// The sample at 0.5 V in the light, on the mesh of some 400 points that the light draws: a state near the maximum
+/// power point.
 struct CigsAtHalfAVolt : CigsBaseline {
     explicit CigsAtHalfAVolt(Levels levels) : CigsBaseline(levels, false)
     {

@@ -1,5 +1,6 @@
 // One bias point: from a converged state to the voltage 20 mV further, near the maximum power point.
 #include "cases.h"
+#include "sweeps/starting_point.h"
 
 #include <benchmark/benchmark.h>
 
@@ -9,12 +10,12 @@ namespace {
 /// Each pass begins at the stored state, so that all of them do the same work.
 void bias_point(benchmark::State& state, Levels levels)
 {
-    const CigsAtHalfAVolt c(levels);
+    CigsAtHalfAVolt c(levels);
     Simulation& s = *c.simulation;
     const CalculationVariables start = s.currentCalcVars;
-    const Problem problem = s.solver_problem();
+    const Problem problem = s.solver_problem(c.surroundings);
     for (auto _ : state) {
-        s.currentCalcVars = start;
+        ReturnToAKnownStartingPoint(s, start);
         if (!volgende_iv_punt(problem, s.memory.work, s.currentCalcVars, 0.5, 0.52, 2))
             state.SkipWithError("no convergence");
     }

@@ -1,4 +1,4 @@
-// The kernels of one Newton step on the CIGS sample: 300 points, in the light at 0.5 V.
+// The kernels of one Newton step on the CIGS sample: 400 points, in the light at 0.5 V.
 #include "cases.h"
 #include "solver/band_solve.h"
 #include "solver/bulk_terms.h"

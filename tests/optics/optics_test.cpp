@@ -281,6 +281,16 @@ TEST(Fluxes, BeerLambertWithBothReflections)
         // What is absorbed is what entered and did not leave; the sum over half intervals is good to its mesh.
         const double absorbed = series * (1 - std::exp(-T)) * (1 + r.back * std::exp(-T));
         EXPECT_NEAR(gp.total_mA_cm2, absorbed * elementary_charge * 0.1, 2e-3 * gp.total_mA_cm2) << r.what;
+
+        // Taken for graded, the second layer goes interval by interval: the same light.
+        const std::vector<double> uniform = gp.generation;
+        const std::vector<double> alpha = gp.absorption.alpha[1];
+        gp.absorption.alpha.insert(gp.absorption.alpha.begin() + 1, alpha);
+        for (std::size_t i = 62; i < uniform.size(); ++i) ++gp.absorption.of_point[i];
+        gp.absorption.first_entry = {0, 1, 3, 4};
+        CalculateFluxesAndGeneration(stack.set3, stack.mesh, gp);
+        for (std::size_t i = 0; i < uniform.size(); ++i)
+            EXPECT_NEAR(gp.generation[i], uniform[i], 1e-10 * uniform[i]) << r.what << ", point " << i;
     }
 }
 

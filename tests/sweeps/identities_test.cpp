@@ -1,16 +1,19 @@
 // The curves of the shipped cells: resistances and references, the mesh, odd conditions, a composition between two
 // materials.
+#include "base/scratch_folder.h"
 #include "device/action_file.h"
 #include "device/definition_reader.h"
 #include "device/unit_systems.h"
 #include "solver/devices.h"
 #include "sweeps/ladder.h"
+#include "sweeps/starting_point.h"
 #include "sweeps/supported.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <memory>
 #include <string>
 
@@ -124,24 +127,102 @@ TEST(ShippedCells, StrangeConditionsGiveFiniteFigures)
     }
 }
 
-TEST(ShippedCells, FixedMeshIsFineEnough)
+/// Figures that show how fine a mesh is: dark currents in forward direction, and the collected share of the light.
+struct MeshFigures {
+    double dark[3] = {}, collected = 0.0;
+    int points = 0;
+};
+
+MeshFigures figures_of(const char* name, int refine, double ratio_max, double ratio_min)
 {
-    IVCharacteristics result[2];
-    double generation[2] = {};
-    for (const int parts : {1, 2}) {
+    MeshFigures figures;
+    for (const bool dark : {false, true}) {
         AtHome surroundings;
-        auto s = sample(surroundings, "cigs-baseline");
-        ASSERT_TRUE(s);
-        s->mesh_refinement = parts;
-        run(surroundings, *s);
-        result[parts - 1] = s->results.back().characteristics;
-        generation[parts - 1] = s->light.total_mA_cm2;
+        auto s = sample(surroundings, name);
+        ConvergenceParameters& settings = s->problem.input.convergence;
+        settings.termination_psi = settings.termination_Fn = settings.termination_Fp = 1e-5;
+        settings.mesh_ratio_max = ratio_max;
+        settings.mesh_ratio_min = ratio_min;
+        s->mesh_refinement = refine;
+        s->panel.actions = {};
+        s->panel.workPoint.dark = dark;
+        EXPECT_EQ(calculate(surroundings, *s), RunOutcome::done) << name;
+        if (!dark) figures.collected = s->JShortCircuit / s->light.total_mA_cm2;
+        figures.points = s->currentCalcVars.mesh.N;
+        double V = 0.0;  // all cells have their p side at the left
+        for (double& J : figures.dark) {
+            if (!dark) continue;
+            EXPECT_TRUE(
+                volgende_iv_punt(s->solver_problem(surroundings), s->memory.work, s->currentCalcVars, V, V + 0.2, 6));
+            V += 0.2;
+            J = s->currentCalcVars.J_median;
+            figures.points = s->currentCalcVars.mesh.N;
+        }
+        EXPECT_TRUE(surroundings.report.messages.empty()) << name;
     }
-    const auto& [coarse, fine] = result;
-    EXPECT_NEAR(coarse.Voc, fine.Voc, 3e-3);
-    EXPECT_NEAR(coarse.FF, fine.FF, 0.3);
-    EXPECT_NEAR(coarse.Jsc / fine.Jsc, 1.0, 5e-3);
-    EXPECT_NEAR((coarse.Jsc / generation[0]) / (fine.Jsc / generation[1]), 1.0, 2e-3);
+    return figures;
+}
+
+// Against intervals of half the width, cut further wherever a quantity changes by more than 1.2 instead of 1.6.
+TEST(ShippedCells, AdaptiveMeshIsFineEnough)
+{
+    for (const char* name : {"cigs-baseline", "cdte-baseline", "silicon-pn", "perovskite-nip"}) {
+        const MeshFigures usual = figures_of(name, 1, 1.6, 1.05), fine = figures_of(name, 2, 1.2, 1.0);
+        EXPECT_LT(usual.points, 450) << name;
+        EXPECT_GT(fine.points, 1.9 * usual.points) << name;
+        for (int k = 0; k < 3; ++k)
+            EXPECT_NEAR(usual.dark[k] / fine.dark[k], 1.0, 2e-3) << name << " at " << 0.2 * (k + 1) << " V";
+        EXPECT_NEAR(usual.collected / fine.collected, 1.0, 1e-3) << name;
+    }
+}
+
+// The way from a stored state is the same to the bit, whatever mesh the solver stood on before.
+TEST(ShippedCells, AStoredStateBringsItsMeshBack)
+{
+    AtHome surroundings;
+    auto s = sample(surroundings, "cigs-baseline");
+    s->panel.actions = {};
+    s->panel.workPoint.dark = false;
+    ASSERT_EQ(calculate(surroundings, *s), RunOutcome::done);
+    const std::vector<double> G = s->light.generation;
+    double J[2], total[2];
+    for (const std::size_t k : {0u, 1u}) {
+        ReturnToAKnownStartingPoint(*s, s->kortsluitcv);
+        EXPECT_EQ(s->light.generation, G);
+        EXPECT_TRUE(volgende_iv_punt(s->solver_problem(surroundings), s->memory.work, s->currentCalcVars, 0.0, 0.8, 9));
+        J[k] = s->currentCalcVars.J_median;
+        total[k] = s->light.total_mA_cm2;
+    }
+    EXPECT_EQ(J[0], J[1]);
+    EXPECT_EQ(total[0], total[1]);
+    ASSERT_NE(s->currentCalcVars.mesh.x, s->kortsluitcv.mesh.x) << "this case shows nothing";
+    // Beside the running state, for its files.
+    const StateOnItsMesh stored(*s, s->kortsluitcv);
+    EXPECT_EQ(stored.problem().G, G);
+    EXPECT_EQ(stored.problem().set3.on.Wn.size(), G.size());
+    CalculationVariables cv = s->kortsluitcv;
+    CurrentProfile currents;
+    extraheer_stroom(stored.problem(), cv, currents);
+    EXPECT_EQ(cv.J_median, s->JShortCircuit);
+}
+
+// A line of 40 nm that the mesh alone (127 nm there) would not see.
+TEST(ShippedCells, AGivenProfileKeepsItsCurrentOnTheMesh)
+{
+    const ScratchFolder scratch;
+    std::ofstream(scratch.path() / "line.gen") << "0.5 1e25\n1.48 1e25\n1.50 2e28\n1.52 1e25\n2.5 1e25\n";
+    AtHome surroundings;
+    auto s = sample(surroundings, "cigs-baseline");
+    s->panel.actions = {};
+    WorkPoint& wp = s->panel.workPoint;
+    wp.dark = false;
+    wp.generationSpecified = wp.generationFromFile = true;
+    wp.generationFile = (scratch.path() / "line.gen").string();
+    ASSERT_EQ(calculate(surroundings, *s), RunOutcome::done);
+    // Between the rows G is linear, and all rows are points; at its ends the profile drops to 0 within an interval.
+    EXPECT_NEAR(s->light.total_mA_cm2, s->wp.idealCurrent, 5e-3 * s->wp.idealCurrent);
+    EXPECT_LT(s->JShortCircuit, 0.0);
+    EXPECT_TRUE(surroundings.report.messages.empty());
 }
 
 // A layer of uniform composition y between two materials is the layer of the interpolated material.
