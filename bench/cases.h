@@ -92,8 +92,11 @@ private:
 /// The sample at 0.5 V in the light, on the mesh of some 400 points that the light draws: a state near the maximum
 /// power point.
 struct CigsAtHalfAVolt : CigsBaseline {
-    explicit CigsAtHalfAVolt(Levels levels) : CigsBaseline(levels, false)
+    explicit CigsAtHalfAVolt(Levels levels, int scheme = decoupled) : CigsBaseline(levels, false)
     {
+        ConvergenceParameters& settings = simulation->problem.input.convergence;
+        settings.coupling_scheme = scheme;
+        settings.gummel_to_coupled_iteration = 3;
         run();
         go_to(0.5);
     }

@@ -8,6 +8,7 @@
 #include "solver/residuals.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <limits>
 
@@ -73,6 +74,7 @@ bool is_number(const CalculationVariables& cv)
 void assemble_uv(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
     BlockSystem& system = work.block;
+    assert(system.points() == cv.psi.size());
     totale_rdcbijdrage(problem, cv);
     system.clear();
     continuity(problem, cv, system);
@@ -82,6 +84,7 @@ void assemble_uv(const Problem& problem, Workspace& work, CalculationVariables& 
 void assemble_psi_uv(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
     BlockSystem& system = work.block;
+    assert(system.points() == cv.psi.size());
     totale_rdcbijdrage(problem, cv);
     system.clear();
     total_charge(problem, cv, work.rho_total);
