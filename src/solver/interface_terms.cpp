@@ -77,13 +77,6 @@ void ifrdcbijdrage_een_niveau(const InterfaceEnergy& level, const InterfaceCarri
     out.dIp_right_du_right += NR * h_R * df_duR;
 }
 
-double interface_occupation(const InterfaceEnergy& level, const InterfaceCarriers& c)
-{
-    const double filling = level.epL * level.cpL + level.epR * level.cpR + c.nL * level.cnL + c.nR * level.cnR;
-    const double emptying = level.enL * level.cnL + level.enR * level.cnR + c.pL * level.cpL + c.pR * level.cpR;
-    return filling / (filling + emptying);
-}
-
 void totale_ifrdcbijdrage(const Problem& problem, CalculationVariables& cv)
 {
     const auto& energies = problem.interface_states.energies;

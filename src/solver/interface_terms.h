@@ -38,9 +38,6 @@ struct InterfaceCarriers {
 /// Adds one energy to the terms of its interface.
 void ifrdcbijdrage_een_niveau(const InterfaceEnergy& level, const InterfaceCarriers& c, InterfaceTerms& out);
 
-/// Fraction of the states of one energy that holds an electron.
-[[nodiscard]] double interface_occupation(const InterfaceEnergy& level, const InterfaceCarriers& c);
-
 /// All interface contributions of the present state into cv.terms_interface.
 void totale_ifrdcbijdrage(const Problem& problem, CalculationVariables& cv);
 

@@ -10,7 +10,7 @@ namespace {
 
 /// From here on a swing is damped; a milder one dies out by itself.
 constexpr double swing = -0.5;
-/// Below this a pass would hardly move at all; no cell has been met that needs less than a fifth.
+/// A floor, so that one wrong estimate cannot stop the iteration.
 constexpr double smallest_omega = 0.05;
 
 /// Adds <r', r> and <r, r> of one unknown and keeps its movement.
