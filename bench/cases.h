@@ -17,7 +17,8 @@ namespace kovin::bench {
 
 enum class Levels {
     as_shipped,  ///< Gaussian distributions
-    single       ///< the same defects at one energy each, their Nt the total density
+    single,      ///< the same defects at one energy each, their Nt the total density
+    chains       ///< these as amphoteric defects, 0.1 eV below and above the energy
 };
 
 inline void make_levels_single(CellParameters& cell)
@@ -25,6 +26,19 @@ inline void make_levels_single(CellParameters& cell)
     for (LayerParameters& layer : cell.layer)
         for (auto& defect : layer.srh)
             for (BulkRecombinationParameters& level : defect) level.energy_distribution = EnergyDistribution::single;
+}
+
+inline void make_levels_amphoteric(CellParameters& cell)
+{
+    for (LayerParameters& layer : cell.layer)
+        for (auto& defect : layer.srh) {
+            defect[0].levels = 2;
+            defect[0].aard = LevelType::plus_zero;
+            defect[1] = defect[0];
+            defect[1].aard = LevelType::zero_minus;
+            defect[0].Et -= 0.1;
+            defect[1].Et += 0.1;
+        }
 }
 
 /// The CIGS sample with its light on and, on request, the I-V curve of 41 points from 0 to 0.8 V.
@@ -37,7 +51,8 @@ struct CigsBaseline {
         s.panel = InitialiseActionPanel();
         if (!lees_structuurfile(surroundings, surroundings.folders.root / "def/cigs-baseline.def", s.problem))
             give_up();
-        if (levels == Levels::single) make_levels_single(s.problem.input.cell.cell);
+        if (levels != Levels::as_shipped) make_levels_single(s.problem.input.cell.cell);
+        if (levels == Levels::chains) make_levels_amphoteric(s.problem.input.cell.cell);
         s.zonnecel = parameterset1_to_2(s.problem.input.cell);
         WorkPoint& wp = s.panel.workPoint;
         wp.dark = false;
@@ -59,7 +74,8 @@ struct CigsBaseline {
     {
         Simulation& s = *simulation;
         const int points = static_cast<int>(V / 0.02 + 0.5) + 1;
-        if (!volgende_iv_punt(s.solver_problem(nullptr), s.memory.work, s.currentCalcVars, 0.0, V, points)) give_up();
+        if (!volgende_iv_punt(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars, 0.0, V, points))
+            give_up();
     }
 
     Surroundings surroundings;
@@ -73,10 +89,14 @@ private:
     }
 };
 
-/// The sample at 0.5 V in the light, on its first mesh of 300 points: a state near the maximum power point.
+/// The sample at 0.5 V in the light, on the mesh of some 400 points that the light draws: a state near the maximum
+/// power point.
 struct CigsAtHalfAVolt : CigsBaseline {
-    explicit CigsAtHalfAVolt(Levels levels) : CigsBaseline(levels, false)
+    explicit CigsAtHalfAVolt(Levels levels, int scheme = decoupled) : CigsBaseline(levels, false)
     {
+        ConvergenceParameters& settings = simulation->problem.input.convergence;
+        settings.coupling_scheme = scheme;
+        settings.gummel_to_coupled_iteration = 3;
         run();
         go_to(0.5);
     }

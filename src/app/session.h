@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/surroundings.h"
+#include "results/curve_files.h"
 #include "sweeps/simulation.h"
 
 #include <string>
@@ -12,7 +13,8 @@ namespace kovin {
 struct Session {
     Surroundings surroundings;
     Simulation simulation;
-    std::vector<std::string> unsupported;  ///< what the last run asked for and did not get, by name
+    CutCurves ActionListMode = CutCurves::truncate;  ///< rows of a result file for points behind a convergence failure
+    std::vector<std::string> unsupported;            ///< what the last run asked for and did not get, by name
 };
 
 }  // namespace kovin

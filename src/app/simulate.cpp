@@ -10,6 +10,7 @@
 #include "results/material_tables.h"
 #include "results/profile_files.h"
 #include "sweeps/ladder.h"
+#include "sweeps/starting_point.h"
 #include "sweeps/supported.h"
 
 #include <algorithm>
@@ -85,10 +86,11 @@ ResultTexts result_texts(Session& session, const WantedTables& wanted)
     const Simulation& s = session.simulation;
     const std::string& version = session.surroundings.version;
     ResultTexts texts;
-    texts.iv = iv_naar_file(version, s.results);
+    texts.iv = iv_naar_file(version, s.results, session.ActionListMode);
     if (s.failures.work_point) return texts;
     const RunRecord run = run_record(session.surroundings, s);
-    const Problem problem = s.solver_problem(nullptr);
+    const StateOnItsMesh work_point(s, s.werkpuntcv);
+    const Problem problem = work_point.problem();
     const Profiles profiles = extract_profiles(problem, s.werkpuntcv);
     const ProfileSource source{version, run, problem, s.werkpuntcv, s.results.empty()};
     texts.eb = eb_naar_file(source, profiles);

@@ -148,7 +148,7 @@ struct InterfaceRecombinationParameters {
     DefectType defectType = DefectType::neutral;
     double sigma_nleft = 1e-19, sigma_nright = 1e-19, sigma_pleft = 1e-19, sigma_pright = 1e-19;  ///< m2 / cm2
     double N = 1e10;       ///< m^-2 (m^-2 eV^-1 if distributed) / cm^-2
-    double N_peak = 1e10;  ///< N over the peak-to-total factor
+    double N_peak = 1e10;  ///< N over the peak-to-total factor: with a distribution, in spite of its name, the total
     bool tunneling = false;
     double m_h = 1.0, m_e = 1.0;
     EnergyDistribution energy_distribution = EnergyDistribution::single;

@@ -1,9 +1,11 @@
 #include "device/contacts.h"
 
+#include "device/charge_states.h"
 #include "device/defect_levels.h"
 #include "device/grading.h"
 
 #include <cmath>
+#include <utility>
 
 namespace kovin {
 
@@ -29,16 +31,19 @@ NeutralBulk bulk_at_side(int side, const LayerParameters& layer, double T, const
     if (settings.flatband_with_defects == 0) return bulk;
 
     for (std::size_t d = 0; d < static_cast<std::size_t>(layer.srhteller) && d < layer.srh.size(); ++d) {
-        const BulkRecombinationParameters& level = layer.srh[d][0];
-        NeutralityLevel entry;
-        entry.type = level.defectType;
-        entry.distribution = level.energy_distribution;
-        entry.Et = level_above_EV(level.reference, level.Et, bulk.Eg, bulk.kT, bulk.Nv / bulk.Nc);
-        entry.Ekar = level.Ekar;
-        entry.Nt = value(level.Nt);
-        entry.cn = value(m.v_th_n) * level.sigma_n;
-        entry.cp = value(m.v_th_p) * level.sigma_p;
-        bulk.levels.push_back(entry);
+        const DefectLevels& levels = layer.srh[d];
+        if (level_without_capture(levels) >= 0) continue;
+        NeutralDefect defect;
+        defect.first = levels[0].aard;
+        defect.distribution = levels[0].energy_distribution;
+        defect.Ekar = levels[0].Ekar;
+        defect.Nt = value(levels[0].Nt);
+        defect.degeneracy_one = levels[0].degeneracy_one;
+        for (std::size_t s = 0; s < static_cast<std::size_t>(level_count(levels)); ++s)
+            defect.levels.push_back(
+                {level_above_EV(levels[s].reference, levels[s].Et, bulk.Eg, bulk.kT, bulk.Nv / bulk.Nc),
+                 value(m.v_th_n) * levels[s].sigma_n, value(m.v_th_p) * levels[s].sigma_p});
+        bulk.defects.push_back(std::move(defect));
     }
     return bulk;
 }

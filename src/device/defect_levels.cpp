@@ -1,54 +1,64 @@
 #include "device/defect_levels.h"
 
+#include "device/charge_states.h"
+
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <numbers>
 
 namespace kovin {
 
 namespace {
 
-/// Charge of one discrete level of density N and energy Et above EV, with its derivative [1/eV].
+/// Mean charge of a defect with L levels, all of them `offset` from their energies, and its derivative [1/eV].
 ///
-///     f = (n cn + p1 cp) / D,   1 - f = (p cp + n1 cn) / D,   D = (n + n1) cn + (p + p1) cp
+///     A = n cn + g p1 cp,   B = p cp + n1 cn/g
 ///
-/// A donor holds +N (1 - f), an acceptor -N f.
-double NChargedInOneDefectOneSubLevel(const NeutralBulk& bulk, const NeutralityLevel& level, double Et, double N,
-                                      double n, double p, double& derivative)
+/// with n1, p1 the densities at which the Fermi level would lie on the level.
+template <int L>
+double chain_charge(const NeutralBulk& bulk, const NeutralDefect& defect, double offset, double n, double p,
+                    double& derivative)
 {
+    double A[L], B[L], slope[L];
+    for (int s = 0; s < L; ++s) {
+        const NeutralDefect::Level& level = defect.levels[static_cast<std::size_t>(s)];
+        const double Et = level.Et + offset, g = defect.degeneracy_one ? 1.0 : degeneracy_factor(L, s);
+        A[s] = n * level.cn + g * bulk.Nv * std::exp(-Et / bulk.kT) * level.cp + negligible_rate;
+        B[s] = p * level.cp + bulk.Nc * std::exp((Et - bulk.Eg) / bulk.kT) * level.cn / g + negligible_rate;
+        slope[s] = n * level.cn / A[s] + p * level.cp / B[s];
+    }
+    const ChainOccupation<L> chain(A, B);
+    const double top = charge_of_state_0(defect.first);
+    double charge = 0.0;
     derivative = 0.0;
-    const bool donor = level.type == DefectType::donor;
-    if (!donor && level.type != DefectType::acceptor) return 0.0;
-    const double n1 = bulk.Nc * std::exp((Et - bulk.Eg) / bulk.kT);
-    const double p1 = bulk.Nv * std::exp(-Et / bulk.kT);
-    const double D = (n + n1) * level.cn + (p + p1) * level.cp;
-    if (!(D > 0.0)) return 0.0;  // a level that captures nothing has no defined occupation
-    const double f = (n * level.cn + p1 * level.cp) / D;
-    const double one_min_f = (p * level.cp + n1 * level.cn) / D;
-    derivative = -N * (f * p * level.cp + one_min_f * n * level.cn) / (bulk.kT * D);
-    return donor ? N * one_min_f : -N * f;
+    for (int s = 0; s <= L; ++s) charge += (top - s) * chain.f[s];
+    for (int s = 0; s < L; ++s) derivative -= slope[s] * chain.response[s] / bulk.kT;
+    return charge;
 }
 
-/// Charge of a defect: its level, or the trapezoid rule over the energies of its distribution.
-double NChargedInOneDefect(const NeutralBulk& bulk, const NeutralityLevel& level, double n, double p,
-                           double& derivative)
+/// Charge of one discrete energy that holds the density N.
+double NChargedInOneDefectOneEnergy(const NeutralBulk& bulk, const NeutralDefect& defect, double offset, double N,
+                                    double n, double p, double& derivative)
 {
-    const EnergyTable table = bereken_energie_as(level.distribution, level.Ekar, level.Et, bulk.discretisations,
-                                                 bulk.widthtail, bulk.widthgauss);
-    const std::size_t count = table.energy.size();
-    if (count < 2) return NChargedInOneDefectOneSubLevel(bulk, level, level.Et, level.Nt, n, p, derivative);
+    constexpr decltype(&chain_charge<1>) by_levels[] = {chain_charge<1>, chain_charge<2>, chain_charge<3>,
+                                                        chain_charge<4>};
+    static_assert(std::size(by_levels) == max_levels);
+    const double charge = by_levels[defect.levels.size() - 1](bulk, defect, offset, n, p, derivative);
+    derivative *= N;
+    return N * charge;
+}
 
+/// Charge of a defect: one energy, or the trapezoid rule over the energies of its distribution.
+double NChargedInOneDefect(const NeutralBulk& bulk, const NeutralDefect& defect, double n, double p, double& derivative)
+{
     derivative = 0.0;
+    if (defect.first == LevelType::neutral || defect.levels.empty()) return 0.0;
     double charge = 0.0;
-    const double peak = level.Nt * peak_to_total(level.distribution, level.Ekar);
-    for (std::size_t m = 0; m < count; ++m) {
-        const double below = m > 0 ? table.step[m - 1] : 0.0;
-        const double above = m + 1 < count ? table.step[m] : 0.0;
-        const double E = table.energy[m];
-        const double N =
-            peak * distribution_weight(level.distribution, E, level.Et, level.Ekar) * 0.5 * (below + above);
+    for (const WeightedEnergy& energy : discrete_energies(defect.distribution, defect.Ekar, 0.0, bulk.discretisations,
+                                                          bulk.widthtail, bulk.widthgauss)) {
         double slope = 0.0;
-        charge += NChargedInOneDefectOneSubLevel(bulk, level, E, N, n, p, slope);
+        charge += NChargedInOneDefectOneEnergy(bulk, defect, energy.E, defect.Nt * energy.share, n, p, slope);
         derivative += slope;
     }
     return charge;
@@ -117,6 +127,27 @@ double distribution_weight(EnergyDistribution distribution, double E, double E0,
     }
 }
 
+std::vector<WeightedEnergy> discrete_energies(EnergyDistribution distribution, double Ekar, double E0, int n,
+                                              double widthtail, double widthgauss)
+{
+    const EnergyTable table = bereken_energie_as(distribution, Ekar, E0, n, widthtail, widthgauss);
+    const std::size_t count = table.energy.size();
+    std::vector<WeightedEnergy> energies;
+    energies.reserve(count);
+    for (std::size_t m = 0; m < count; ++m) {
+        const double E = table.energy[m];
+        if (count < 2) {
+            energies.push_back({E, 1.0});
+            continue;
+        }
+        const double before = m > 0 ? table.step[m - 1] : 0.0, after = m + 1 < count ? table.step[m] : 0.0;
+        const double width = 0.5 * (std::abs(before) + std::abs(after));
+        energies.push_back(
+            {E, peak_to_total(distribution, Ekar) * distribution_weight(distribution, E, E0, Ekar) * width});
+    }
+    return energies;
+}
+
 double level_above_EV(EnergyReference reference, double E, double Eg, double kT, double ratio)
 {
     switch (reference) {
@@ -129,13 +160,35 @@ double level_above_EV(EnergyReference reference, double E, double Eg, double kT,
     }
 }
 
+double level_above_EV_left(EnergyReference reference, double E, const InterfaceBands& bands)
+{
+    const double highest_EV = std::max(bands.dEv, 0.0);
+    const double lowest_EC = bands.Eg_left - std::max(bands.dEc, 0.0);
+    switch (reference) {
+        case EnergyReference::below_lowest_EC:
+            return lowest_EC - E;
+        case EnergyReference::above_Ei_left:
+            return E + bands.Ei_left;
+        case EnergyReference::above_Ei_right:
+            return E + bands.dEv + bands.Ei_right;
+        case EnergyReference::above_EV_left:
+            return E;
+        case EnergyReference::above_EV_right:
+            return E + bands.dEv;
+        case EnergyReference::above_middle:
+            return E + 0.5 * (highest_EV + lowest_EC);
+        default:
+            return E + highest_EV;
+    }
+}
+
 double NChargedInDefects(const NeutralBulk& bulk, double n, double p, double& derivative)
 {
     derivative = 0.0;
     double charge = 0.0;
-    for (const NeutralityLevel& level : bulk.levels) {
+    for (const NeutralDefect& defect : bulk.defects) {
         double slope = 0.0;
-        charge += NChargedInOneDefect(bulk, level, n, p, slope);
+        charge += NChargedInOneDefect(bulk, defect, n, p, slope);
         derivative += slope;
     }
     return charge;

@@ -22,21 +22,43 @@ struct EnergyTable {
 /// Density at energy E over the peak density, for a distribution of width W about E0.
 [[nodiscard]] double distribution_weight(EnergyDistribution distribution, double E, double E0, double W);
 
+/// One energy of a distribution in the trapezoid rule.
+struct WeightedEnergy {
+    double E = 0.0;      ///< [eV]
+    double share = 1.0;  ///< of the total density; a single level, or one energy alone, holds all of it
+};
+/// The energies of a distribution of width Ekar about E0; parameters as in bereken_energie_as.
+[[nodiscard]] std::vector<WeightedEnergy> discrete_energies(EnergyDistribution distribution, double Ekar, double E0,
+                                                            int n, double widthtail, double widthgauss);
+
 /// Energy of a bulk level above the valence band [eV]. @param ratio Nv/Nc
 [[nodiscard]] double level_above_EV(EnergyReference reference, double E, double Eg, double kT, double ratio);
 
-/// A defect level as the neutrality sum sees it: energies from EV, any consistent unit of density.
-struct NeutralityLevel {
-    DefectType type = DefectType::neutral;
+/// Bands at an interface, counted from EV at the left [eV].
+struct InterfaceBands {
+    double Eg_left = 0.0, Eg_right = 0.0;
+    double Ei_left = 0.0, Ei_right = 0.0;  ///< intrinsic levels, each from EV of its own side
+    double dEc = 0.0, dEv = 0.0;           ///< EC left - EC right, EV right - EV left
+};
+/// Energy of an interface level above EV at the left [eV]. A reference of the bulk counts as "above the highest EV".
+[[nodiscard]] double level_above_EV_left(EnergyReference reference, double E, const InterfaceBands& bands);
+
+/// A defect as the neutrality sum sees it: energies from EV, any consistent unit of density.
+struct NeutralDefect {
+    LevelType first = LevelType::neutral;  ///< transition of the first level: it tells the charges of all states
     EnergyDistribution distribution = EnergyDistribution::single;
-    double Et = 0.0;            ///< above EV [eV]
-    double Ekar = 0.1;          ///< [eV]
-    double Nt = 0.0;            ///< total density
-    double cn = 0.0, cp = 0.0;  ///< capture coefficients, any common unit
+    double Ekar = 0.1;  ///< [eV]
+    double Nt = 0.0;    ///< total density
+    struct Level {
+        double Et = 0.0;            ///< above EV [eV]
+        double cn = 0.0, cp = 0.0;  ///< capture coefficients, any common unit
+    };
+    std::vector<Level> levels;  ///< 1 to max_levels, the most positive transition first
+    bool degeneracy_one = false;
 };
 struct NeutralBulk {
     double Nc = 0.0, Nv = 0.0, Nd = 0.0, Na = 0.0, Eg = 0.0, kT = 0.0;
-    std::vector<NeutralityLevel> levels;
+    std::vector<NeutralDefect> defects;
     int discretisations = 7;
     double widthtail = 7.0, widthgauss = 6.0;
 };

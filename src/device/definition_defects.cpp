@@ -31,6 +31,15 @@ void in_all(Levels& levels, Value BulkRecombinationParameters::*field, const Val
     for (auto& level : levels) level.*field = value;
 }
 
+/// Each level further is one charge lower; beyond the lowest transition, and if the first is neutral, all are neutral.
+void set_level_types(Levels& levels, LevelType first, int count)
+{
+    for (int k = 0; k < count; ++k) {
+        const int number = first == LevelType::neutral ? 0 : std::max(static_cast<int>(first) - k, 0);
+        levels[static_cast<std::size_t>(k)].aard = static_cast<LevelType>(number);
+    }
+}
+
 void read_type(KeyedSource& source, Levels& levels)
 {
     int type = 0, count = 1;
@@ -44,13 +53,28 @@ void read_type(KeyedSource& source, Levels& levels)
     }
     in_all(levels, &B::defectType, static_cast<DefectType>(type));
     in_all(levels, &B::levels, count);
-    const auto defect_type = static_cast<DefectType>(type);
-    if (defect_type == DefectType::acceptor) levels[0].aard = LevelType::zero_minus;
-    if (defect_type == DefectType::donor) levels[0].aard = LevelType::plus_zero;
-    if (defect_type == DefectType::neutral) levels[0].aard = LevelType::neutral;
+    // What the type alone says of the charges; "leveltype" may follow.
+    switch (static_cast<DefectType>(type)) {
+        case DefectType::neutral:
+            levels[0].aard = LevelType::neutral;
+            break;
+        case DefectType::acceptor:
+        case DefectType::doubleacceptor:
+            set_level_types(levels, LevelType::zero_minus, count);
+            break;
+        case DefectType::donor:
+        case DefectType::amphoteric:
+            set_level_types(levels, LevelType::plus_zero, count);
+            break;
+        case DefectType::doubledonor:
+            set_level_types(levels, LevelType::two_plus_plus, count);
+            break;
+        case DefectType::custom_multilevel:
+            break;
+    }
 }
 
-/// The first transition names all: each level further is one charge lower.
+/// The first transition names all.
 void read_level_type(KeyedSource& source, Levels& levels)
 {
     const std::string_view text = source.value("leveltype");
@@ -67,14 +91,11 @@ void read_level_type(KeyedSource& source, Levels& levels)
         first = 5;
     else if (text.starts_with('3'))
         first = 6;
-    for (int k = 0; k < max_levels; ++k) {
-        const int number = first == 0 ? 0 : first - k;
-        if (first != 0 && number < 1 && k < levels[0].levels) {
-            source.refuse("leveltype", "there are fewer charge states than levels");
-            return;
-        }
-        levels[static_cast<std::size_t>(k)].aard = static_cast<LevelType>(std::max(number, 0));
+    if (first != 0 && first < levels[0].levels) {
+        source.refuse("leveltype", "there are fewer charge states than levels");
+        return;
     }
+    set_level_types(levels, static_cast<LevelType>(first), max_levels);
 }
 
 /// "optical capture data (electrons): file", "optical capture data [electrons]: level 2, file" or "..., none".

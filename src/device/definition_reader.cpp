@@ -63,10 +63,7 @@ void settle_numerical_block(Surroundings& surroundings, ConvergenceParameters& s
                           "The maximum number of discretisationlevels for distributed defects is limited to " +
                               integer(max_energies) + " levels.");
     settings.defectdiscretisations = std::clamp(settings.defectdiscretisations, 1, max_energies);
-    // GovernMaxMinMesh: the two ratios stay sensible together.
-    if (settings.mesh_ratio_max < settings.mesh_ratio_min) std::swap(settings.mesh_ratio_max, settings.mesh_ratio_min);
-    settings.mesh_ratio_max = std::clamp(settings.mesh_ratio_max, 1.1, 3.0);
-    settings.mesh_ratio_min = std::clamp(settings.mesh_ratio_min, 1.0, 1.3);
+    GovernMaxMinMesh(settings);
 }
 
 void read_numerical_block(Reading& reading)

@@ -24,6 +24,15 @@ struct Mesh {
         const auto n = static_cast<std::size_t>(points);
         for (auto* v : {&x, &x_m, &x_um, &h, &y}) v->assign(n, 0.0);
     }
+    /// Fills h and the positions in m and um from x; x0 is the total thickness [m].
+    void measure(double x0)
+    {
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            h[i] = i + 1 < x.size() ? x[i + 1] - x[i] : 0.0;
+            x_m[i] = x[i] * x0;
+            x_um[i] = x_m[i] * 1e6;
+        }
+    }
 };
 
 }  // namespace kovin

@@ -1,9 +1,15 @@
 // Numerical settings that travel with a cell. Keywords, defaults and rules: definition_tables, docs/numerics.md.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <utility>
 
 namespace kovin {
+
+/// Which equations are solved together. `gummel_then_coupled` goes over at gummel_to_coupled_iteration.
+enum CouplingScheme { decoupled = 11, coupled_uv = 12, fully_coupled = 13, gummel_then_coupled = 14 };
+[[nodiscard]] constexpr bool is_coupled(int scheme) { return scheme >= coupled_uv && scheme <= gummel_then_coupled; }
 
 struct ConvergenceParameters {
     double clamp_psi = 0.5, clamp_p = 0.5, clamp_n = 0.5;                         ///< [kT]
@@ -28,7 +34,7 @@ struct ConvergenceParameters {
     int gummel_to_coupled_iteration = 10;
     int maxiter_psi_equilibrium = 1000, maxiter_psi = 1000, maxiter_n = 1000, maxiter_p = 1000;
     int maxiter_Ft = 50;
-    int coupling_scheme = 11;  ///< 11 psi, u, v in turn; 12, 13, 14 coupled
+    int coupling_scheme = 11;  ///< see CouplingScheme; an unknown number acts as 11
     int clamp_mode = 1;        ///< 0 none; 1, 3 scale; 2 clip; 4 soft
     int clamp_ramp_iterations = 10;
     int on_limit_psi = 2, on_limit_n = 2, on_limit_p = 2;
@@ -41,6 +47,7 @@ struct ConvergenceParameters {
     int allow_references = 1;       ///< the user may change the voltage and current references
     int flatband_with_defects = 1;  ///< defect charge takes part in the flat-band condition
     int same_N0_all_layers = 0;
+    int versieschatting = 0;              ///< predictor from one voltage to the next, see estimates; no file holds it
     double tunnel_barrier_minimum = 2.0;  ///< [kT]
     int recalculate_mesh = 1;
     int mesh_changes = 10;  ///< most changes of the mesh per iteration step
@@ -50,6 +57,21 @@ struct ConvergenceParameters {
 
     bool operator==(const ConvergenceParameters&) const = default;
 };
+
+/// Keeps the two ratios of the adaptive mesh sensible together: exchanged if the largest is below the smallest, then
+/// the largest cut to [1.1, 3], the smallest to [1, 1.3].
+inline void GovernMaxMinMesh(ConvergenceParameters& settings)
+{
+    if (settings.mesh_ratio_max < settings.mesh_ratio_min) std::swap(settings.mesh_ratio_max, settings.mesh_ratio_min);
+    settings.mesh_ratio_max = std::clamp(settings.mesh_ratio_max, 1.1, 3.0);
+    settings.mesh_ratio_min = std::clamp(settings.mesh_ratio_min, 1.0, 1.3);
+}
+
+/// Sets the terminations of psi, Fn and Fp [kT].
+inline void set_terminations(ConvergenceParameters& c, double termination)
+{
+    c.termination_psi = c.termination_Fn = c.termination_Fp = termination;
+}
 
 /// Settings of the Mott-Schottky analysis (`NW`).
 struct MottSchottkySettings {

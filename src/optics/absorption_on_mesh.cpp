@@ -1,22 +1,16 @@
 #include "optics/absorption_on_mesh.h"
 
-#include "device/absorption_models.h"
 #include "device/alpha_interpolation.h"
 
-#include <compare>
+#include <algorithm>
 #include <map>
 
 namespace kovin {
 
 namespace {
 
-/// The two pure materials of a layer; B is that of A where the layer cannot contain it.
-struct Materials {
-    MaterialAbsorption A, B;
-};
-
 /// The materials a layer can contain. @return false if a file could not be read (reported)
-bool load_materials(Surroundings& surroundings, const LayerParameters& layer, Materials& materials)
+bool load_materials(Surroundings& surroundings, const LayerParameters& layer, LayerAbsorption& materials)
 {
     const Absorption& data = layer.material.absorption;
     if (!load_absorption(surroundings, data, absorption_of_pure_B(layer), materials.A)) return false;
@@ -24,13 +18,6 @@ bool load_materials(Surroundings& surroundings, const LayerParameters& layer, Ma
     materials.B = materials.A;
     return true;
 }
-
-/// A composition with its gap [eV]: what a list of absorption values belongs to. A gap graded on position makes points
-/// of one composition differ.
-struct Mixture {
-    double y, Eg;
-    auto operator<=>(const Mixture&) const = default;
-};
 
 }  // namespace
 
@@ -46,17 +33,30 @@ bool absorption_of_pure_B(const LayerParameters& layer)
     return layer.composition_mode == 20 || layer.material.absorption.grading.law == Law::uniform_B;
 }
 
-bool bepaal_alfa(Surroundings& surroundings, const CalculationParameters& set3, const Mesh& mesh,
-                 GenerationParameters& gp)
+bool read_absorption(Surroundings& surroundings, const CalculationParameters& set3, GenerationParameters& gp)
 {
-    AbsorptionOnMesh found;
+    gp.absorption = {};
+    gp.materials.assign(static_cast<std::size_t>(set3.layers), {});
+    for (std::size_t j = 0; j < gp.materials.size(); ++j)
+        if (!load_materials(surroundings, set3.layer[j], gp.materials[j])) return false;
+    return true;
+}
+
+double ExtractAlpha(const GenerationParameters& gp, double lambda, std::size_t layer)
+{
+    if (gp.n == 0 || layer >= gp.materials.size()) return 0.0;
+    const LayerAbsorption& materials = gp.materials[layer];
+    return std::max(alpha_at(materials.A, lambda), alpha_at(materials.B, lambda));
+}
+
+void bepaal_alfa(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp)
+{
+    AbsorptionOnMesh found, &known = gp.absorption;
     found.of_point.resize(static_cast<std::size_t>(mesh.N));
     for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j) {
-        const LayerParameters& layer = set3.layer[j];
-        const MaterialParameters& m = layer.material;
-        const bool mixes = absorption_follows_composition(layer);
-        Materials materials;
-        if (!load_materials(surroundings, layer, materials)) return false;
+        const MaterialParameters& m = set3.layer[j].material;
+        const LayerAbsorption& materials = gp.materials[j];
+        const bool mixes = absorption_follows_composition(set3.layer[j]);
         AlphaInterpolation mixed(m.Eg, m.absorption.grading, materials.A, materials.B);
         const auto fill = [&](const Mixture& mixture, std::vector<double>& alpha) {
             alpha.resize(gp.lambda.size());
@@ -65,18 +65,26 @@ bool bepaal_alfa(Surroundings& surroundings, const CalculationParameters& set3, 
             const MaterialAbsorption& pure = mixture.y < 1.0 ? materials.A : materials.B;
             for (std::size_t k = 0; k < alpha.size(); ++k) alpha[k] = alpha_at(pure, gp.lambda[k]);
         };
-        std::map<Mixture, int> index_of;  // to the entry, for this layer
+        std::map<Mixture, std::size_t> known_at, found_at;  // to the entry, for this layer
+        for (std::size_t k = known.first_entry[j]; k < known.first_entry[j + 1]; ++k) known_at[known.mixture[k]] = k;
         const auto first = static_cast<std::size_t>(mesh.first[j]);
         for (std::size_t i = first; i < first + static_cast<std::size_t>(mesh.n_in_layer[j]); ++i) {
             // Without mixing all points are alike.
-            const Mixture mixture = mixes ? Mixture{mesh.y[i], set3.on.Eg[i]} : Mixture{0.0, 0.0};
-            const auto [entry, is_new] = index_of.try_emplace(mixture, static_cast<int>(found.alpha.size()));
-            if (is_new) fill(mixture, found.alpha.emplace_back());
-            found.of_point[i] = entry->second;
+            const Mixture mixture = mixes ? Mixture{mesh.y[i], set3.on.Eg[i]} : Mixture{};
+            const auto [entry, is_new] = found_at.try_emplace(mixture, found.alpha.size());
+            if (is_new) {
+                found.mixture.push_back(mixture);
+                found.alpha.emplace_back();
+                if (const auto k = known_at.find(mixture); k != known_at.end())
+                    found.alpha.back() = std::move(known.alpha[k->second]);
+                else
+                    fill(mixture, found.alpha.back());
+            }
+            found.of_point[i] = static_cast<int>(entry->second);
         }
+        found.first_entry[j + 1] = found.alpha.size();
     }
     gp.absorption = std::move(found);
-    return true;
 }
 
 }  // namespace kovin

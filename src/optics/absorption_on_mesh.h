@@ -13,12 +13,18 @@ namespace kovin {
 /// Is that material B?
 [[nodiscard]] bool absorption_of_pure_B(const LayerParameters& layer);
 
+/// Takes the absorption data of all layers into gp.materials. @return false if a file cannot be used (reported)
+[[nodiscard]] bool read_absorption(Surroundings& surroundings, const CalculationParameters& set3,
+                                   GenerationParameters& gp);
+
+/// The larger of the absorptions of the two pure materials of a layer at lambda [nm], in 1/m; 0 without a spectrum.
+[[nodiscard]] double ExtractAlpha(const GenerationParameters& gp, double lambda, std::size_t layer);
+
 /// Fills gp.absorption for the compositions on the mesh; each distinct composition of a layer is interpolated once.
+/// Compositions that gp.absorption holds already, from another mesh of the same cell and light, are taken over.
 /// Where a layer's composition varies its absorption follows (alpha_interpolation), unless its absorption grading says
 /// that it is uniform.
-/// @param set3  its layers give the absorption data; @param mesh  with its compositions
-/// @return false if an absorption file cannot be used (reported)
-[[nodiscard]] bool bepaal_alfa(Surroundings& surroundings, const CalculationParameters& set3, const Mesh& mesh,
-                               GenerationParameters& gp);
+/// @pre read_absorption has succeeded; @param mesh  with its compositions
+void bepaal_alfa(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp);
 
 }  // namespace kovin

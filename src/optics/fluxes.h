@@ -19,8 +19,11 @@ namespace kovin {
 ///
 ///     generation[i] = sum_k flux[k][i] alpha[k][i]   [D0 N0/x0^2]
 ///
-/// as they arise. Wavelengths without light are passed over.
+/// as they arise. Wavelengths without light are passed over. Where no layer is graded a value depends on the place
+/// alone and not on the other points, to the bit.
 /// @pre incoming fluxes, filters and absorption are filled for this mesh
-void CalculateFluxesAndGeneration(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp);
+/// @param lit  mesh that gp.generation stands on, under the same light: points that both meshes have keep their value
+void CalculateFluxesAndGeneration(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp,
+                                  const Mesh* lit = nullptr);
 
 }  // namespace kovin

@@ -11,15 +11,23 @@
 
 namespace kovin {
 
-/// G(x) of the work point's generation file on the mesh: linear between its rows, 0 outside them and in the dark.
+/// Takes the work point's given profile into gp.given.
 /// @return false when there is nothing to read (reported); parametric profiles are not computed yet (reported)
-[[nodiscard]] bool CalculateGenerationFromFileOrFromModel(Surroundings& surroundings, const WorkPoint& wp,
-                                                          const CalculationParameters& set3, const Mesh& mesh,
-                                                          GenerationParameters& gp);
+[[nodiscard]] bool read_given_generation(Surroundings& surroundings, const WorkPoint& wp, GenerationParameters& gp);
 
-/// Generation current of the generation file itself, without attenuation [mA/cm2], by the trapezoid rule; also stored
-/// in wp.idealCurrent. @return false when there is nothing to read (reported)
-[[nodiscard]] bool CalculateIdealCurrentFromGenerationFileOrModel(Surroundings& surroundings, WorkPoint& wp);
+/// The given profile on the mesh: linear between its rows, times the attenuation; 0 outside them and in the dark.
+void CalculateGenerationFromFileOrFromModel(const WorkPoint& wp, const CalculationParameters& set3, const Mesh& mesh,
+                                            GenerationParameters& gp);
+
+/// Generation current of the given profile itself, without attenuation [mA/cm2], by the trapezoid rule.
+[[nodiscard]] double CalculateIdealCurrentFromGenerationFileOrModel(const GivenGeneration& given);
+
+/// The light of a work point on a mesh: nothing in the dark, the given profile, or what the spectrum leaves; and its
+/// current. Says nothing and reads no file, so that it can follow the mesh.
+/// @pre what the work point asks for has been read: given profile, or spectrum, filters, incoming fluxes, absorption
+/// @param lit  mesh that gp.generation stands on already, under the same light: what both meshes share is kept
+void update_generation(const WorkPoint& wp, const CalculationParameters& set3, const Mesh& mesh,
+                       GenerationParameters& gp, const Mesh* lit = nullptr);
 
 /// G [1/(m3 s)] at the mesh points, and the generation current gp.total_mA_cm2: the sum over half intervals.
 void ExtractGeneration(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp,

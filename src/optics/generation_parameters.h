@@ -1,18 +1,39 @@
 // The light of a calculation: spectrum, filters, absorption, and the generation that they give on the mesh.
 #pragma once
 
-#include <array>
-#include <vector>
-
 #include "base/constants.h"
+#include "device/absorption_models.h"
+
+#include <array>
+#include <compare>
+#include <vector>
 
 namespace kovin {
 
-/// Absorption at the wavelengths of the spectrum, once per distinct composition; points refer to it by index. The
-/// points of a uniform layer share one entry.
+/// The two pure materials of a layer, as read; B is that of A where the layer cannot contain it.
+struct LayerAbsorption {
+    MaterialAbsorption A, B;
+};
+
+/// A composition with its gap [eV]: what a list of absorption values belongs to. A gap graded on position makes points
+/// of one composition differ.
+struct Mixture {
+    double y = 0.0, Eg = 0.0;
+    auto operator<=>(const Mixture&) const = default;
+};
+
+/// Absorption at the wavelengths of the spectrum, once per distinct composition of a layer; points refer to it by
+/// index. The points of a uniform layer share one entry.
 struct AbsorptionOnMesh {
-    std::vector<std::vector<double>> alpha;  ///< [1/m], one list of n values per composition
-    std::vector<int> of_point;               ///< index into alpha, one a mesh point
+    std::vector<std::vector<double>> alpha;                 ///< [1/m], one list of n values per entry
+    std::vector<Mixture> mixture;                           ///< of the entry; entries of a layer stand together
+    std::array<std::size_t, max_layers + 1> first_entry{};  ///< of each layer, and the end
+    std::vector<int> of_point;                              ///< index into alpha, one a mesh point
+};
+
+/// A given profile as read: positions from the left contact [m], rising, and G [1/(m3 s)], not negative.
+struct GivenGeneration {
+    std::vector<double> x, G;
 };
 
 /// `generatieparameters`. Wavelength arrays hold n values, generation one value a mesh point.
@@ -27,7 +48,9 @@ struct GenerationParameters {
     std::vector<double> spectrum;                   ///< power of each wavelength interval [W/m2]
     std::vector<double> rightFilter, leftFilter;    ///< transmission on the light side, reflection on the other
     std::vector<double> incomingFlux_us;            ///< photons through the light-side contact [1/(m2 s)]
+    std::vector<LayerAbsorption> materials;         ///< one a layer
     AbsorptionOnMesh absorption;
+    GivenGeneration given;           ///< without attenuation; empty where the light is a spectrum
     std::vector<double> generation;  ///< G(x) [D0 N0/x0^2]
     double total_mA_cm2 = 0.0;       ///< generation current on the mesh, by ExtractGeneration
 };

@@ -36,27 +36,38 @@ struct Column {
     double (*value)(const Record&, std::size_t row);
 };
 
-/// One line of headings and `rows` lines of numbers, parted by tabs.
+/// One line with a field for each column, parted by tabs.
+template <class Record, class Field>
+void write_line(std::string& out, std::span<const Column<Record>> columns, const Field& field)
+{
+    for (std::size_t k = 0; k < columns.size(); ++k) {
+        if (k > 0) out += '\t';
+        field(columns[k]);
+    }
+    out += '\n';
+}
+
+/// One line of headings and `rows` lines of numbers.
 template <class Record>
 void write_table(std::string& out, std::span<const Column<Record>> columns, const Record& record, std::size_t rows)
 {
-    bool first = true;
-    for (const auto& column : columns) {
-        if (!first) out += '\t';
-        out += column.heading;
-        first = false;
-    }
-    out += '\n';
-    for (std::size_t row = 0; row < rows; ++row) {
-        first = true;
-        for (const auto& column : columns) {
-            if (!first) out += '\t';
+    write_line(out, columns, [&](const Column<Record>& column) { out += column.heading; });
+    for (std::size_t row = 0; row < rows; ++row)
+        write_line(out, columns, [&](const Column<Record>& column) {
             out += column.lead;
             out += formatted(column.format, column.value(record, row));
-            first = false;
-        }
-        out += '\n';
-    }
+        });
+}
+
+/// `rows` lines for points that have no values: zeros, or blanks as wide.
+template <class Record>
+void write_empty_rows(std::string& out, std::span<const Column<Record>> columns, std::size_t rows, bool zeros)
+{
+    for (std::size_t row = 0; row < rows; ++row)
+        write_line(out, columns, [&](const Column<Record>& column) {
+            const std::string zero = std::string(column.lead) + formatted(column.format, 0.0);
+            out += zeros ? zero : std::string(zero.size(), ' ');
+        });
 }
 
 }  // namespace kovin

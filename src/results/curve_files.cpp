@@ -43,13 +43,16 @@ void write_characteristics(std::string& out, const IVCharacteristics& r)
 
 }  // namespace
 
-std::string iv_naar_file(const std::string& version, std::span<const DataListElement> results)
+std::string iv_naar_file(const std::string& version, std::span<const DataListElement> results, CutCurves ActionListMode)
 {
     std::string out;
     for (const DataListElement& element : results) {
         if (element.iv.points() == 0) continue;
         out += WriteOutputHeader(version, element.run, OutputKind::iv);
-        write_table<IvCurve>(out, iv_columns, element.iv, element.iv.points());
+        const std::size_t done = element.iv.points();
+        write_table<IvCurve>(out, iv_columns, element.iv, done);
+        if (ActionListMode != CutCurves::truncate && element.IV_points > done)
+            write_empty_rows<IvCurve>(out, iv_columns, element.IV_points - done, ActionListMode == CutCurves::zeros);
         out += '\n';
         write_characteristics(out, element.characteristics);
         out += '\n';

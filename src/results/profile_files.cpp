@@ -2,6 +2,7 @@
 
 #include "results/columns.h"
 #include "results/header.h"
+#include "solver/occupation.h"
 
 #include <utility>
 
@@ -46,29 +47,34 @@ constexpr Column<Profiles> eb_columns[] = {
      [](const Profiles& s, std::size_t i) { return s.recombination_R_to_L[i]; }},
 };
 
-// Currents just left (1) and right (2) of each interface. Interface states, hence their charge and current, are
-// refused before a run.
+// Electrons (jn) and holes (jp) that the states take from the left (1) and the right (2) layer, the thermionic current
+// over the interface (js), and the charge of the states (pi). A cell with tunnelling is refused before a run, so that
+// the currents with their tunnel share are the plain ones.
+template <double InterfaceCurrents::*quantity>
+constexpr double of_interface(const Profiles& s, std::size_t k)
+{
+    return s.interfaces[k].*quantity;
+}
+double sheet_density(const Profiles& s, std::size_t k) { return s.interfaces[k].charge / elementary_charge; }
+
+using IF = InterfaceCurrents;
 constexpr Column<Profiles> interface_columns[] = {
     {"  IF",
      "   ",
      {NumberFormat::whole, 1, 0},
      [](const Profiles&, std::size_t k) { return static_cast<double>(k + 1); }},
     {"       x(um)", "  ", position, [](const Profiles& s, std::size_t k) { return s.x_um[s.interface_left[k]]; }},
-    {" jn1(mA/cm2)", "  ", density, [](const Profiles& s, std::size_t k) { return s.j.j_n[s.interface_left[k]]; }},
-    {" jn2(mA/cm2)", "  ", density, [](const Profiles& s, std::size_t k) { return s.j.j_n[s.interface_left[k] + 1]; }},
-    {" jp1(mA/cm2)", "  ", density, [](const Profiles& s, std::size_t k) { return s.j.j_p[s.interface_left[k]]; }},
-    {" jp2(mA/cm2)", "  ", density, [](const Profiles& s, std::size_t k) { return s.j.j_p[s.interface_left[k] + 1]; }},
-    {" jn1[with tunnel](mA/cm2)", "  ", density,
-     [](const Profiles& s, std::size_t k) { return s.j.j_n[s.interface_left[k]]; }},
-    {" jn2[with tunnel](mA/cm2)", "  ", density,
-     [](const Profiles& s, std::size_t k) { return s.j.j_n[s.interface_left[k] + 1]; }},
-    {" jp1[with tunnel](mA/cm2)", "  ", density,
-     [](const Profiles& s, std::size_t k) { return s.j.j_p[s.interface_left[k]]; }},
-    {" jp2[with tunnel](mA/cm2)", "  ", density,
-     [](const Profiles& s, std::size_t k) { return s.j.j_p[s.interface_left[k] + 1]; }},
-    {"  js(mA/cm2)", "  ", density, zero},
-    {"   pi(C/cm2)", "  ", density, zero},
-    {"  pi/q(/cm2)", "  ", density, zero},
+    {" jn1(mA/cm2)", "  ", density, of_interface<&IF::n_left>},
+    {" jn2(mA/cm2)", "  ", density, of_interface<&IF::n_right>},
+    {" jp1(mA/cm2)", "  ", density, of_interface<&IF::p_left>},
+    {" jp2(mA/cm2)", "  ", density, of_interface<&IF::p_right>},
+    {" jn1[with tunnel](mA/cm2)", "  ", density, of_interface<&IF::n_left>},
+    {" jn2[with tunnel](mA/cm2)", "  ", density, of_interface<&IF::n_right>},
+    {" jp1[with tunnel](mA/cm2)", "  ", density, of_interface<&IF::p_left>},
+    {" jp2[with tunnel](mA/cm2)", "  ", density, of_interface<&IF::p_right>},
+    {"  js(mA/cm2)", "  ", density, of_interface<&IF::thermionic>},
+    {"   pi(C/cm2)", "  ", density, of_interface<&IF::charge>},
+    {"  pi/q(/cm2)", "  ", density, sheet_density},
 };
 
 std::string header(const ProfileSource& source, OutputKind kind)
@@ -83,38 +89,33 @@ struct DefectColumn {
     std::vector<double> values;  ///< at the points of one layer; nothing elsewhere
 };
 
-/// "layer,defect,level,energy" of a discrete energy: layer and defect from 1, level and energy from 0.
-std::string index_text(const DefectEnergy& level, int energy_number)
+/// "layer,defect,level" of a transition: layer and defect from 1, level from 0.
+std::string index_text(const DefectTransition& t)
 {
-    return integer(level.layer + 1) + ',' + integer(level.defect + 1) + ",0," + integer(energy_number);
+    return integer(t.layer + 1) + ',' + integer(t.defect + 1) + ',' + integer(t.level);
 }
 
-/// Thermal capture and emission rates of each defect, its energies added up.
+/// Thermal capture and emission rates of each level of each defect, its energies added up.
 std::vector<DefectColumn> rate_columns(const ProfileSource& source)
 {
     const CalculationVariables& cv = source.cv;
     const Scale& scale = source.problem.set3.scale;
     constexpr std::string_view titles[] = {"Rnth", "Rpth", "Gnth", "Gpth", "net Gn", "net Gp"};
     std::vector<DefectColumn> columns;
-    const DefectEnergy* before = nullptr;
-    for (const DefectEnergy& level : source.problem.defects.energies) {
-        const bool same_defect = before != nullptr && before->layer == level.layer && before->defect == level.defect;
-        if (!same_defect)
+    for (const DefectTransition& t : defect_transitions(source.problem.defects, cv)) {
+        if (t.energy_number == 0)
             for (const std::string_view title : titles)
                 columns.push_back(
-                    {std::string(title) + integer(level.layer + 1) + ',' + integer(level.defect + 1) + ",0 (#/cm3.s)",
-                     level.first, std::vector<double>(level.Nt.size())});
-        before = &level;
+                    {std::string(title) + index_text(t) + " (#/cm3.s)", t.first, std::vector<double>(t.Nt.size())});
         DefectColumn* c = columns.data() + columns.size() - std::size(titles);
-        const Occupation o = occupation(cv, level);
-        const double per_cm3 = 1e-6 * scale.N0[static_cast<std::size_t>(level.layer)] / scale.t0;
-        for (std::size_t k = 0; k < level.Nt.size(); ++k) {
-            const std::size_t i = level.first + k;
-            const double Nt = per_cm3 * level.Nt[k];
-            const double Rn = Nt * level.cn[k] * cv.n[i] * o.one_minus_f[k];
-            const double Rp = Nt * level.cp[k] * cv.p[i] * o.f[k];
-            const double Gn = Nt * level.en[k] * o.f[k];
-            const double Gp = Nt * level.ep[k] * o.one_minus_f[k];
+        const double per_cm3 = 1e-6 * scale.N0[static_cast<std::size_t>(t.layer)] / scale.t0;
+        for (std::size_t k = 0; k < t.Nt.size(); ++k) {
+            const std::size_t i = t.first + k;
+            const double Nt = per_cm3 * t.Nt[k];
+            const double Rn = Nt * t.cn[k] * cv.n[i] * t.een_min_f_t[k];
+            const double Rp = Nt * t.cp[k] * cv.p[i] * t.f_t[k];
+            const double Gn = Nt * t.en[k] * t.f_t[k];
+            const double Gp = Nt * t.ep[k] * t.een_min_f_t[k];
             const double values[] = {Rn, Rp, Gn, Gp, Gn - Rn, Gp - Rp};
             for (std::size_t m = 0; m < std::size(values); ++m) c[m].values[k] += values[m];
         }
@@ -122,37 +123,30 @@ std::vector<DefectColumn> rate_columns(const ProfileSource& source)
     return columns;
 }
 
-std::vector<DefectColumn> occupation_columns(const ProfileSource& source)
+std::vector<DefectColumn> occupation_columns(std::vector<DefectTransition> transitions)
 {
     std::vector<DefectColumn> columns;
-    const DefectEnergy* before = nullptr;
-    int energy_number = 0;
-    for (const DefectEnergy& level : source.problem.defects.energies) {
-        const bool same_defect = before != nullptr && before->layer == level.layer && before->defect == level.defect;
-        energy_number = same_defect ? energy_number + 1 : 0;
-        before = &level;
-        Occupation o = occupation(source.cv, level);
-        const std::string where = index_text(level, energy_number) + " {" + fixed(level.energy, 0, 4) + " eV}";
-        columns.push_back({"f_t(electrons)" + where, level.first, std::move(o.f)});
-        columns.push_back({"f_t(holes)" + where, level.first, std::move(o.one_minus_f)});
+    for (DefectTransition& t : transitions) {
+        const std::string where =
+            index_text(t) + ',' + integer(t.energy_number) + " {" + fixed(t.energy, 0, 4) + " eV}";
+        columns.push_back({"f_t(electrons)" + where, t.first, std::move(t.f_t)});
+        columns.push_back({"f_t(holes)" + where, t.first, std::move(t.een_min_f_t)});
     }
     return columns;
 }
 
-/// One line per defect that is no single level: layer and defect from 1, distribution, its discrete energies [eV].
-std::string distributions_text(const ProfileSource& source)
+/// One line per level of a defect that is spread over energies: layer, defect, level; distribution; energies [eV].
+std::string distributions_text(const ProfileSource& source, std::span<const DefectTransition> transitions)
 {
     std::string text;
-    const DefectEnergy* before = nullptr;
-    for (const DefectEnergy& level : source.problem.defects.energies) {
-        const auto layer = static_cast<std::size_t>(level.layer), defect = static_cast<std::size_t>(level.defect);
+    for (const DefectTransition& t : transitions) {
+        const auto layer = static_cast<std::size_t>(t.layer), defect = static_cast<std::size_t>(t.defect);
         const EnergyDistribution kind = source.problem.set3.layer[layer].srh[defect][0].energy_distribution;
         if (kind == EnergyDistribution::single) continue;
-        if (before == nullptr || before->layer != level.layer || before->defect != level.defect)
-            text += '\n' + integer(level.layer + 1) + ',' + integer(level.defect + 1) + '\t' +
-                    std::string(energy_distribution_words[static_cast<std::size_t>(kind)]);
-        text += '\t' + fixed(level.energy, 0, 4);
-        before = &level;
+        if (t.energy_number == 0)
+            text +=
+                '\n' + index_text(t) + '\t' + std::string(energy_distribution_words[static_cast<std::size_t>(kind)]);
+        text += '\t' + fixed(t.energy, 0, 4);
     }
     return text.empty() ? text
                         : "The energydistribution of the defects which are not single level are:" + text + "\n\n";
@@ -216,12 +210,14 @@ std::string gen_naar_file(const ProfileSource& source, const Profiles& profiles)
 std::string ft_naar_file(const ProfileSource& source, const Profiles& profiles)
 {
     std::string out = header(source, OutputKind::occupation);
-    const std::vector<DefectColumn> columns = occupation_columns(source);
+    std::vector<DefectTransition> transitions = defect_transitions(source.problem.defects, source.cv);
+    const std::string distributions = distributions_text(source, transitions);
+    const std::vector<DefectColumn> columns = occupation_columns(std::move(transitions));
     out +=
         "Legend:\n=======\n"
         "All following properties are split up per layer and per defect in this layer, per charge state transition "
         "in this defect and per energy if there is an energydistribution\n\n";
-    out += distributions_text(source);
+    out += distributions;
     out += "x (um)";
     append_titles(out, columns);
     for (std::size_t i = 0; i < profiles.x_um.size(); ++i) {

@@ -23,8 +23,8 @@ struct ProfileSource {
 /// Text of a .gen file. Its first two columns, x [um] and G(x) [1/(m3 s)], can be read back as a generation file.
 [[nodiscard]] std::string gen_naar_file(const ProfileSource& source, const Profiles& profiles);
 
-/// Text of an .occ file: for every discrete energy of every bulk defect the probability of holding an electron and
-/// that of holding a hole.
+/// Text of an .occ file: for every discrete energy and level of every bulk defect the fractions in the states with and
+/// without the level's electron.
 [[nodiscard]] std::string ft_naar_file(const ProfileSource& source, const Profiles& profiles);
 
 }  // namespace kovin

@@ -111,7 +111,10 @@ Profiles extract_profiles(const Problem& problem, const CalculationVariables& cv
     profiles.recombination_L_to_R = cumulative(set3, mesh, recombination.total);
     for (const double left : profiles.recombination_L_to_R)
         profiles.recombination_R_to_L.push_back(profiles.recombination_L_to_R.back() - left);
-    for (std::size_t j = 0; j + 1 < layers_of(mesh); ++j) profiles.interface_left.push_back(points_of(mesh, j).last);
+    for (std::size_t j = 0; j + 1 < layers_of(mesh); ++j) {
+        profiles.interface_left.push_back(points_of(mesh, j).last);
+        profiles.interfaces.push_back(interface_currents(problem, cv, j));
+    }
     return profiles;
 }
 

@@ -22,6 +22,7 @@ struct Profiles {
     std::vector<double> recombination_L_to_R;         ///< from the left up to the point [mA/cm2]
     std::vector<double> recombination_R_to_L;         ///< from the point to the right end [mA/cm2]
     std::vector<std::size_t> interface_left;          ///< last point of the layer left of each interface
+    std::vector<InterfaceCurrents> interfaces;        ///< one each
 };
 
 /// Ec = phi_left - chi - psi kT, Ev = Ec - Eg, and the quasi-Fermi levels.

@@ -42,8 +42,7 @@ struct DataListElement {
     RunRecord run;
     ActionList actions;  ///< as asked for, internal sign
     IvCurve iv;
-    int IV_done = 0;
-    bool IV_cut = false;  ///< a point failed: the curve ends before it
+    std::size_t IV_points = 0;  ///< of the sweep; where it was cut, `iv` holds fewer. Ending behind Voc is no cut
     IVCharacteristics characteristics;
 };
 

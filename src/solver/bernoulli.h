@@ -3,6 +3,7 @@
 // Source: Scharfetter, Gummel, IEEE Trans. Electron Devices 16 (1969) 64.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 
 namespace kovin {
@@ -49,6 +50,18 @@ struct BernoulliPair {
     const double b = t < 0.01 ? 1.0 + t * (t * (1.0 / 12.0 - t * t / 720.0) - 0.5) : t / std::expm1(t);
     const double other = b + t;
     return x < 0.0 ? BernoulliPair{other, b} : BernoulliPair{b, other};
+}
+
+/// B'(x) and B'(-x) from B(x) and B(-x), without another exponential: with t = |x| and exp(t) - 1 = t/B(t),
+/// B'(t) = (1 - B(-t)) B(t)/t, and B'(-t) = -1 - B'(t).
+[[nodiscard]] inline BernoulliPair bernoulli_slopes(const BernoulliPair& values)
+{
+    const double small = std::min(values.plus, values.minus), large = std::max(values.plus, values.minus);
+    const double t = large - small;
+    // Series of B' about 0; the term left out, t^7/151200, is below rounding for t < 0.01.
+    const double near = t * (1.0 / 6.0 - t * t * (1.0 / 180.0 - t * t / 5040.0)) - 0.5;
+    const double at_t = t < 0.01 ? near : (1.0 - large) * small / std::max(t, 0.01);
+    return values.plus <= values.minus ? BernoulliPair{at_t, -1.0 - at_t} : BernoulliPair{-1.0 - at_t, at_t};
 }
 
 }  // namespace kovin

@@ -1,9 +1,11 @@
 #include "solver/bulk_defects.h"
 
+#include "device/charge_states.h"
 #include "device/defect_levels.h"
 #include "device/on_mesh.h"
 
 #include <cmath>
+#include <utility>
 
 namespace kovin {
 
@@ -11,43 +13,72 @@ namespace {
 
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
-/// Weight of energy m in the trapezoid rule over the energies of a distribution; 1 for a single level.
-double trapezoid_weight(const EnergyTable& table, std::size_t m)
-{
-    const std::size_t n = table.energy.size();
-    if (n < 2) return 1.0;
-    const double before = m > 0 ? table.step[m - 1] : 0.0, after = m + 1 < n ? table.step[m] : 0.0;
-    return 0.5 * (std::fabs(before) + std::fabs(after));
-}
+/// Where the rates of one level at the points of its layer go.
+struct Rates {
+    double *cn, *cp, *en, *ep;
+};
 
-/// Rates of one discrete energy E of a defect with a single level. The distribution stands about the defect's energy,
-/// on the scale above EV whatever the reference: a tail of the conduction band reaches into the gap also when its
-/// energy is given below EC.
+/// Rates of a level at its energy plus `offset`. The distribution stands about the defect's energy, on the scale above
+/// EV whatever the reference: a tail of the conduction band reaches into the gap also when its energy is given below
+/// EC. @param g  degeneracy factor
 /// Source: Shockley, Read, Phys. Rev. 87 (1952) 835.
-DefectEnergy defect_energy(const CalculationParameters& set3, const Mesh& mesh,
-                           const BulkRecombinationParameters& level, std::size_t layer, double E, double weight)
+void set_rates(const CalculationParameters& set3, const Mesh& mesh, const BulkRecombinationParameters& level,
+               std::size_t layer, double offset, double g, const Rates& to)
 {
     const OnMesh& on = set3.on;
     const std::size_t first = at(mesh.first[layer]), count = at(mesh.n_in_layer[layer]);
-    DefectEnergy r;
-    r.first = first;
-    r.layer = static_cast<int>(layer);
-    r.defect = level.defect;
-    r.energy = E;
-    for (auto* v : {&r.Nt, &r.cn, &r.cp, &r.en, &r.ep}) v->assign(count, 0.0);
-    r.charged = level.aard == LevelType::neutral ? 0.0 : 1.0;
-    r.charge = level.aard == LevelType::plus_zero ? 1.0 : 0.0;
-    Full_Nt_x_Dependence(set3, mesh, level, weight, r.Nt);
     for (std::size_t k = 0; k < count; ++k) {
         const std::size_t i = first + k;
         const double above_EV =
-            level_above_EV(level.reference, level.Et, on.Eg[i], set3.kT, on.Nv[i] / on.Nc[i]) + (E - level.Et);
-        r.cn[k] = on.vth_n[i] * level.sigma_n;
-        r.cp[k] = on.vth_p[i] * level.sigma_p;
-        r.en[k] = on.Nc[i] * r.cn[k] * std::exp(-(on.Eg[i] - above_EV) / set3.kT);
-        r.ep[k] = on.Nv[i] * r.cp[k] * std::exp(-above_EV / set3.kT);
+            level_above_EV(level.reference, level.Et, on.Eg[i], set3.kT, on.Nv[i] / on.Nc[i]) + offset;
+        to.cn[k] = on.vth_n[i] * level.sigma_n;
+        to.cp[k] = on.vth_p[i] * level.sigma_p;
+        to.en[k] = on.Nc[i] * (to.cn[k] / g) * std::exp(-(on.Eg[i] - above_EV) / set3.kT);
+        to.ep[k] = on.Nv[i] * (g * to.cp[k]) * std::exp(-above_EV / set3.kT);
     }
+}
+
+/// What a single level and a chain have in common: place, density, charge, room for the rates of `levels` levels.
+template <class Record>
+Record empty_record(const CalculationParameters& set3, const Mesh& mesh, const BulkRecombinationParameters& first_level,
+                    std::size_t layer, double weight, std::size_t levels)
+{
+    const std::size_t count = at(mesh.n_in_layer[layer]);
+    Record r;
+    r.first = at(mesh.first[layer]);
+    r.layer = static_cast<int>(layer);
+    r.defect = first_level.defect;
+    r.charged = first_level.aard == LevelType::neutral ? 0.0 : 1.0;
+    r.charge = charge_of_state_0(first_level.aard);
+    r.Nt.assign(count, 0.0);
+    for (auto* v : {&r.cn, &r.cp, &r.en, &r.ep}) v->assign(levels * count, 0.0);
+    Full_Nt_x_Dependence(set3, mesh, first_level, weight, r.Nt);
     return r;
+}
+
+/// One discrete energy of a defect, `offset` from the energies of its levels.
+void add_energy(const CalculationParameters& set3, const Mesh& mesh, const DefectLevels& levels, std::size_t layer,
+                double offset, double weight, BulkDefects& defects)
+{
+    const BulkRecombinationParameters& first = levels[0];
+    const auto count = static_cast<std::size_t>(level_count(levels));
+    if (count == 1) {
+        auto r = empty_record<DefectEnergy>(set3, mesh, first, layer, weight, 1);
+        r.energy = first.Et + offset;
+        set_rates(set3, mesh, first, layer, offset, 1.0, {r.cn.data(), r.cp.data(), r.en.data(), r.ep.data()});
+        defects.energies.push_back(std::move(r));
+        return;
+    }
+    auto r = empty_record<DefectChain>(set3, mesh, first, layer, weight, count);
+    r.levels = static_cast<int>(count);
+    for (std::size_t s = 0; s < count; ++s) {
+        r.energy[s] = levels[s].Et + offset;
+        const double g = first.degeneracy_one ? 1.0 : degeneracy_factor(r.levels, static_cast<int>(s));
+        const std::size_t row = s * r.Nt.size();
+        set_rates(set3, mesh, levels[s], layer, offset, g,
+                  {r.cn.data() + row, r.cp.data() + row, r.en.data() + row, r.ep.data() + row});
+    }
+    defects.chains.push_back(std::move(r));
 }
 
 }  // namespace
@@ -60,19 +91,11 @@ void define_defects(const CalculationParameters& set3, const Mesh& mesh, BulkDef
         const LayerParameters& layer = set3.layer[j];
         for (std::size_t d = 0; d < at(layer.srhteller); ++d) {
             const BulkRecombinationParameters& level = layer.srh[d][0];
-            // A defect that captures nothing neither recombines nor has a defined charge.
-            if (level.sigma_n <= 0.0 && level.sigma_p <= 0.0) continue;
-            const EnergyDistribution kind = level.energy_distribution;
-            const EnergyTable table = bereken_energie_as(kind, level.Ekar, level.Et, settings.defectdiscretisations,
-                                                         settings.widthtail, settings.widthgauss);
-            // One energy alone holds the whole density.
-            const double peak = table.energy.size() > 1 ? peak_to_total(kind, level.Ekar) : 1.0;
-            for (std::size_t m = 0; m < table.energy.size(); ++m) {
-                const double E = table.energy[m];
-                const double weight =
-                    peak * distribution_weight(kind, E, level.Et, level.Ekar) * trapezoid_weight(table, m);
-                defects.energies.push_back(defect_energy(set3, mesh, level, j, E, weight));
-            }
+            if (level_without_capture(layer.srh[d]) >= 0) continue;
+            for (const WeightedEnergy& energy :
+                 discrete_energies(level.energy_distribution, level.Ekar, level.Et, settings.defectdiscretisations,
+                                   settings.widthtail, settings.widthgauss))
+                add_energy(set3, mesh, layer.srh[d], j, energy.E - level.Et, energy.share, defects);
         }
         for (std::size_t i = at(mesh.first[j]); i <= at(mesh.last[j]); ++i)
             if (set3.on.K_rad[i] != 0.0 || set3.on.Cn[i] != 0.0 || set3.on.Cp[i] != 0.0) defects.band_to_band[j] = true;

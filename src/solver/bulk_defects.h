@@ -5,7 +5,8 @@
 
 namespace kovin {
 
-/// Fills the list. Only level 0 of each defect is looked at: defects with several levels are refused further up.
+/// Fills the lists. A defect with a level that captures neither carrier is left out: how often it is in the states
+/// that only this level connects is not defined.
 void define_defects(const CalculationParameters& set3, const Mesh& mesh, BulkDefects& defects);
 
 }  // namespace kovin

@@ -1,5 +1,8 @@
 #include "solver/bulk_terms.h"
 
+#include "solver/chain_terms.h"
+#include "solver/interface_terms.h"
+
 #include <algorithm>
 
 namespace kovin {
@@ -90,6 +93,12 @@ void rdcbijdrage_een_niveau(const DefectEnergy& level, const CalculationVariable
     }
 }
 
+void rdcbijdrage_defects(const BulkDefects& defects, const CalculationVariables& cv, DcTerms& out, Terms terms)
+{
+    for (const DefectEnergy& level : defects.energies) rdcbijdrage_een_niveau(level, cv, out, terms);
+    for (const DefectChain& chain : defects.chains) rdcbijdrage_een_niveau_multilevel(chain, cv, out, terms);
+}
+
 void rdcbijdrage_radiative_auger(const OnMesh& on, std::size_t first, std::size_t last, const CalculationVariables& cv,
                                  DcTerms& out)
 {
@@ -106,8 +115,9 @@ void rdcbijdrage_radiative_auger(const OnMesh& on, std::size_t first, std::size_
 
 void totale_rdcbijdrage(const Problem& problem, CalculationVariables& cv, Terms terms)
 {
+    totale_ifrdcbijdrage(problem, cv);
     clear(cv.terms_total, terms);
-    for (const DefectEnergy& level : problem.defects.energies) rdcbijdrage_een_niveau(level, cv, cv.terms_total, terms);
+    rdcbijdrage_defects(problem.defects, cv, cv.terms_total, terms);
     if (terms == Terms::psi) return;  // no charge
     for (std::size_t j = 0; j < static_cast<std::size_t>(cv.mesh.nlayers); ++j)
         if (problem.defects.band_to_band[j])

@@ -19,15 +19,20 @@ enum class Terms {
     v     ///< rec, drec_dv
 };
 
-/// Adds one discrete energy to the terms.
+/// Adds one discrete energy of a defect with a single level to the terms.
 void rdcbijdrage_een_niveau(const DefectEnergy& level, const CalculationVariables& cv, DcTerms& out,
                             Terms terms = Terms::all);
+
+/// Adds all defects to the terms: single levels, and chains (chain_terms.h).
+void rdcbijdrage_defects(const BulkDefects& defects, const CalculationVariables& cv, DcTerms& out,
+                         Terms terms = Terms::all);
 
 /// Adds K_rad (n p - ni^2) + (Cn n + Cp p)(n p - ni^2) at the points first to last.
 void rdcbijdrage_radiative_auger(const OnMesh& on, std::size_t first, std::size_t last, const CalculationVariables& cv,
                                  DcTerms& out);
 
-/// All bulk contributions of the present state into cv.terms_total.
+/// All contributions of the present state: those of the bulk into cv.terms_total and, complete whatever `terms`, those
+/// of the interfaces into cv.terms_interface.
 void totale_rdcbijdrage(const Problem& problem, CalculationVariables& cv, Terms terms = Terms::all);
 
 }  // namespace kovin

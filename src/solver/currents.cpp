@@ -67,13 +67,37 @@ ContactCurrents contact_currents(const Problem& problem, const CalculationVariab
             -right * cv.bn.back() * set3.Sn_right * n_right, right * cv.bp.back() * set3.Sp_right * p_right};
 }
 
+InterfaceCurrents interface_currents(const Problem& problem, const CalculationVariables& cv, std::size_t interface)
+{
+    const Scale& scale = problem.set3.scale;
+    const InterfaceTerms& states = cv.terms_interface[interface];
+    const Discretisation::Interface& row = problem.grid.interfaces[interface];
+    const std::size_t l = at(cv.mesh.last[interface]), f = l + 1;
+    const double left = 0.1 * scale.current(static_cast<int>(interface));
+    const double right = 0.1 * scale.current(static_cast<int>(interface) + 1);
+    return {.n_left = left * states.In_left,
+            .n_right = right * states.In_right,
+            .p_left = left * states.Ip_left,
+            .p_right = right * states.Ip_right,
+            .thermionic = left * (cv.bn[l] * row.vn * cv.du[f] - cv.bp[l] * row.vp * cv.dv[f]),
+            .charge = 1e-4 * states.rho_if};
+}
+
+double interface_recombination(const Problem& problem, const CalculationVariables& cv)
+{
+    double sum = 0.0;
+    for (std::size_t j = 0; j < problem.grid.interfaces.size(); ++j)
+        sum += interface_currents(problem, cv, j).recombination();
+    return sum;
+}
+
 void extract_recombination(const Problem& problem, const CalculationVariables& cv, RecombinationProfile& profile)
 {
     const std::size_t N = cv.psi.size();
     const OnMesh& on = problem.set3.on;
     DcTerms defects;
     defects.resize(N);
-    for (const DefectEnergy& level : problem.defects.energies) rdcbijdrage_een_niveau(level, cv, defects);
+    rdcbijdrage_defects(problem.defects, cv, defects);
     profile.SRH = std::move(defects.rec);
     for (auto* v : {&profile.radiative, &profile.auger, &profile.total}) v->assign(N, 0.0);
     for (std::size_t i = 0; i < N; ++i) {
@@ -99,19 +123,6 @@ double integrated_current(const CalculationParameters& set3, const Mesh& mesh, s
         sum += 0.1 * set3.scale.current(static_cast<int>(j)) * layer;
     }
     return sum;
-}
-
-Occupation occupation(const CalculationVariables& cv, const DefectEnergy& level)
-{
-    Occupation o;
-    for (std::size_t k = 0; k < level.Nt.size(); ++k) {
-        const std::size_t i = level.first + k;
-        const double A = level.ep[k] + level.cn[k] * cv.n[i];
-        const double B = level.en[k] + level.cp[k] * cv.p[i];
-        o.f.push_back(A / (A + B));
-        o.one_minus_f.push_back(B / (A + B));
-    }
-    return o;
 }
 
 }  // namespace kovin

@@ -20,6 +20,22 @@ struct ContactCurrents {
 };
 [[nodiscard]] ContactCurrents contact_currents(const Problem& problem, const CalculationVariables& cv);
 
+/// What passes through the states of one interface and over it [mA/cm2]. The current on its left is
+/// thermionic - n_left + p_left, that on its right thermionic + n_right - p_right.
+struct InterfaceCurrents {
+    double n_left = 0.0, n_right = 0.0;  ///< electrons that the states take from the left and the right layer
+    double p_left = 0.0, p_right = 0.0;  ///< the same for holes
+    double thermionic = 0.0;             ///< both carriers over the band steps, positive to the right
+    double charge = 0.0;                 ///< held by the states [C/cm2]
+    /// As many electrons as holes end in the states: each pair is counted once, by the mean of the two.
+    [[nodiscard]] double recombination() const { return 0.5 * (n_left + n_right + p_left + p_right); }
+};
+[[nodiscard]] InterfaceCurrents interface_currents(const Problem& problem, const CalculationVariables& cv,
+                                                   std::size_t interface);
+
+/// Recombination in the states of all interfaces [mA/cm2].
+[[nodiscard]] double interface_recombination(const Problem& problem, const CalculationVariables& cv);
+
 /// Recombination by mechanism at the mesh points [D0 N0/x0^2]: defects, radiative, Auger.
 struct RecombinationProfile {
     std::vector<double> SRH, radiative, auger, total;
@@ -31,11 +47,5 @@ void extract_recombination(const Problem& problem, const CalculationVariables& c
 /// plain boxes a rate that drops within the first interval (a fast contact) would miss the current by some 1e-5.
 [[nodiscard]] double integrated_current(const CalculationParameters& set3, const Mesh& mesh,
                                         std::span<const double> rate);
-
-/// Occupation of one defect energy by electrons at the points of its layer; f and 1 - f.
-struct Occupation {
-    std::vector<double> f, one_minus_f;
-};
-[[nodiscard]] Occupation occupation(const CalculationVariables& cv, const DefectEnergy& level);
 
 }  // namespace kovin

@@ -1,5 +1,6 @@
 // Geometry and material factors of the box scheme; see residuals for the equations they stand in.
 #include "solver/bulk_defects.h"
+#include "solver/interface_states.h"
 #include "solver/problem.h"
 #include "solver/residuals.h"
 
@@ -67,6 +68,7 @@ Discretisation::Interface interface_factors(const CalculationParameters& set3, c
     const double row = (hf + hl) / (eps[f] + eps[l]);
     Discretisation::Interface r;
     r.row_scale = row;
+    r.sheet = row * set3.scale.x0 / (set3.kT * vacuum_permittivity);
     r.left = row * a * eps[l] / hl;
     r.right = row * b * eps[f] / hf;
     if (set3.convergence.interfacial_half_cells != 0) {
@@ -97,20 +99,27 @@ void discretise(const CalculationParameters& set3, const Mesh& mesh, Discretisat
 
 }  // namespace
 
-void Workspace::resize(std::size_t points, std::size_t layers)
+void Workspace::resize(std::size_t points, std::size_t layers, bool coupled)
 {
-    for (auto* v : {&res, &sub, &main, &super, &delta, &t, &rho_total, &psi_before, &Fn_before, &Fp_before,
-                    &currents.j_n, &currents.j_p, &currents.j_tot, &currents.sorted})
+    for (auto* v :
+         {&res, &sub, &main, &super, &delta, &t, &rho_total, &psi_before, &Fn_before, &Fp_before, &search_from,
+          &search_res, &currents.j_n, &currents.j_p, &currents.j_tot, &currents.sorted, &link_ratio})
         v->assign(points, 0.0);
+    new_x.reserve(max_mesh_points);
+    relaxation.resize(points);
     extra.assign(layers, 0.0);
     E.assign(layers, 0.0);
+    if (!coupled) return;
+    block.resize(points, layers - 1);
+    for (auto* v : {&psi_start, &Fn_start, &Fp_start}) v->assign(points, 0.0);
 }
 
 void prepare_solver(const CalculationParameters& set3, const Mesh& mesh, SolverMemory& memory)
 {
     discretise(set3, mesh, memory.grid);
     define_defects(set3, mesh, memory.defects);
-    memory.work.resize(at(mesh.N), at(mesh.nlayers));
+    define_interface_states(set3, mesh, memory.interface_states);
+    memory.work.resize(at(mesh.N), at(mesh.nlayers), is_coupled(set3.convergence.coupling_scheme));
 }
 
 }  // namespace kovin

@@ -91,17 +91,48 @@ void eerste_schatting(const CalculationParameters& set3, CalculationVariables& c
     update_Fp(cv);
 }
 
+namespace {
+
+/// Moves psi to where a step of dV would put it if the field alone took it up: linearly in x.
+void shift_psi(const CalculationParameters& set3, CalculationVariables& cv, double dV)
+{
+    const auto& x = cv.mesh.x;
+    for (std::size_t i = 0; i < x.size(); ++i) cv.psi[i] -= dV / set3.kT * (x[i] - x.front()) / (x.back() - x.front());
+}
+
+void shift_levels(const CalculationParameters& set3, CalculationVariables& cv, double dV)
+{
+    const auto& x = cv.mesh.x;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const double t = dV / set3.kT * (x[i] - x.front()) / (x.back() - x.front());
+        cv.Fn[i] += t;
+        cv.Fp[i] += t;
+    }
+}
+
+/// Fn jumps with the contact where it follows it. A return to V = 0 counts as a step back.
+void jump_electrons(const CalculationParameters& set3, CalculationVariables& cv, double V, double dV)
+{
+    const double reach = std::fabs(V / set3.kT);
+    const bool away = V * dV > 0.0;
+    for (double& F : cv.Fn) {
+        const double level = std::fabs(F);
+        if (away ? level < reach : level > reach) F += dV / set3.kT;
+    }
+}
+
+}  // namespace
+
 void volgende_schatting(const CalculationParameters& set3, CalculationVariables& cv, double V, double dV)
 {
     cv.V = V;
     cv.V_kT = V / set3.kT;
-    const auto& x = cv.mesh.x;
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        const double t = dV / set3.kT * (x[i] - x.front()) / (x.back() - x.front());
-        cv.psi[i] -= t;
-        cv.Fn[i] += t;
-        cv.Fp[i] += t;
-    }
+    const int variant = set3.convergence.versieschatting;
+    if (variant == 0 || variant == 20) shift_psi(set3, cv, dV);
+    if (variant == 0)
+        shift_levels(set3, cv, dV);
+    else
+        jump_electrons(set3, cv, V, dV);
     cv.psi.front() = 0.0;
     cv.psi.back() = (set3.phi_left - set3.phi_right - V) / set3.kT;
     update_psivar(set3, cv);

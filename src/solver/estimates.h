@@ -15,7 +15,14 @@ void update_Fp(CalculationVariables& cv);
 /// V = 0: psi linear between the contacts, flat quasi-Fermi levels.
 void eerste_schatting(const CalculationParameters& set3, CalculationVariables& cv);
 
-/// State at V from the state at V - dV: dV laid over the device linearly in x, on psi and both quasi-Fermi levels.
+/// Predicts the state at V from that at V - dV, in the way of the setting versieschatting:
+///
+///      0     dV laid over the device linearly in x, on psi and both quasi-Fermi levels
+///     20     linear in x on psi alone; Fn follows dV as a whole where it lies within |V| of 0 (for a step away from
+///            V = 0) or beyond (for a step back); Fp stays
+///     other  as 20, but psi stays as well, except at the right contact
+///
+/// 20 and the others suit a p side at the left, where the electrons follow the right contact.
 void volgende_schatting(const CalculationParameters& set3, CalculationVariables& cv, double V, double dV);
 
 }  // namespace kovin

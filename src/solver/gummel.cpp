@@ -4,6 +4,7 @@
 #include "solver/bulk_terms.h"
 #include "solver/estimates.h"
 #include "solver/iteration_limit.h"
+#include "solver/line_search.h"
 #include "solver/newton_steps.h"
 
 #include <cmath>
@@ -21,9 +22,9 @@ bool solve_poisson_step(const Problem& problem, Workspace& work, CalculationVari
     return calculate_dc_delta_psi(cv.mesh, work);
 }
 
-void add_to_psi(const Problem& problem, const Workspace& work, CalculationVariables& cv)
+void add_to_psi(const Problem& problem, const Workspace& work, CalculationVariables& cv, double lambda = 1.0)
 {
-    for (std::size_t i = 0; i < cv.psi.size(); ++i) cv.psi[i] += work.delta[i];
+    for (std::size_t i = 0; i < cv.psi.size(); ++i) cv.psi[i] += lambda * work.delta[i];
     update_psivar(problem.set3, cv);
 }
 
@@ -51,8 +52,10 @@ bool dc_Gummel_iteration_psi(const Problem& problem, Workspace& work, Calculatio
             return true;
         }
         for (double& step : work.delta) step *= settings.relax_psi;
-        cv.max_delta_psi = ApplyClamping(work.delta, settings, clamp_at(settings, settings.clamp_psi, k));
-        add_to_psi(problem, work, cv);
+        const double clamped = ApplyClamping(work.delta, settings, clamp_at(settings, settings.clamp_psi, k));
+        const double lambda = BacktrackingNewtonStep(problem, work, cv, of_psi, work.delta);
+        cv.max_delta_psi = lambda * clamped;
+        add_to_psi(problem, work, cv, lambda);
     }
 }
 
@@ -78,8 +81,9 @@ bool dc_Gummel_iteration_u_or_v(const Problem& problem, Workspace& work, Calcula
             its = -1;
             return false;
         }
-        for (double& step : work.delta) step *= relax;
-        const bool more = clamping_u_or_v(settings, carrier, k, work.delta, cv);
+        const auto& w = electrons ? cv.expFn : cv.expmFp;
+        for (std::size_t i = 0; i < w.size(); ++i) work.delta[i] = relax * work.delta[i] / w[i];
+        const bool more = clamping_u_or_v(problem, work, carrier, k, work.delta, cv);
         if (std::isnan(electrons ? cv.max_delta_Fn : cv.max_delta_Fp)) {
             its = -1;
             return false;

@@ -1,6 +1,7 @@
 #include "solver/mesh_first.h"
 
 #include "device/on_mesh.h"
+#include "solver/mesh_merge.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,11 +14,22 @@ constexpr int points_min = 40;
 constexpr int points_max = 100;
 constexpr double smallest_step_m = 1e-10;
 
-/// Positions of the points of one layer, from 0 to d [x0].
-std::vector<double> layer_points(double d, double screening, double x0, int budget)
+/// Shortest length of a layer that the mesh must resolve [x0]: its Debye lengths, or the depth of ultraviolet light.
+double shortest_length(const CalculationParameters& set3, std::size_t j, double alpha_300nm)
 {
-    double step = std::min(screening, smallest_step_m / x0);
-    const double wanted = std::min(d / points_max / 2.0, screening);
+    const Profile& gap = set3.layer[j].material.Eg;
+    double L = std::min(set3.debye_left[j] / std::sqrt(gap.left / set3.kT),
+                        set3.debye_right[j] / std::sqrt(gap.right / set3.kT));
+    const double a = set3.scale.x0 * alpha_300nm;
+    if (std::fabs(a) > 1e-10) L = std::min(1.0 / a, L);
+    return L;
+}
+
+/// Positions of the points of one layer, from 0 to d [x0], fine enough for a length L.
+std::vector<double> layer_points(double d, double L, double x0, int budget)
+{
+    double step = std::min(L, smallest_step_m / x0);
+    const double wanted = std::min(d / points_max / 2.0, L);
     const double count = d / wanted;  // compared before the conversion: huge for a tiny length, NaN without one
     const int wished = count < points_max ? std::max(static_cast<int>(count), points_min) : points_max;
     const int n = std::min(wished, budget);
@@ -57,19 +69,18 @@ std::vector<double> refined(const std::vector<double>& X, int parts)
 
 }  // namespace
 
-void DefineKOVINMesh(CalculationParameters& set3, Mesh& mesh, int refine)
+void DefineKOVINMesh(CalculationParameters& set3, Mesh& mesh, const MeshWishes& wishes)
 {
     const double x0 = set3.scale.x0;
     std::vector<std::vector<double>> X;
     int budget = max_mesh_points;
     for (std::size_t j = 0; j < static_cast<std::size_t>(set3.layers); ++j) {
-        const Profile& gap = set3.layer[j].material.Eg;
-        const double screening = std::min(set3.debye_left[j] / std::sqrt(gap.left / set3.kT),
-                                          set3.debye_right[j] / std::sqrt(gap.right / set3.kT));
-        X.push_back(layer_points(set3.d[j], screening, x0, budget / (set3.layers - static_cast<int>(j))));
+        const double L = shortest_length(set3, j, wishes.alpha_300nm[j]);
+        X.push_back(layer_points(set3.d[j], L, x0, budget / (set3.layers - static_cast<int>(j))));
         budget -= static_cast<int>(X.back().size());
     }
     int total = max_mesh_points - budget;
+    int refine = wishes.refine;
     while (refine > 1 && (total - set3.layers) * refine + set3.layers > max_mesh_points) --refine;
     if (refine > 1)
         for (auto& layer : X) layer = refined(layer, refine);
@@ -88,11 +99,8 @@ void DefineKOVINMesh(CalculationParameters& set3, Mesh& mesh, int refine)
         mesh.last[j] = static_cast<int>(i) - 1;
         start = mesh.x[i - 1];
     }
-    for (i = 0; i < mesh.x.size(); ++i) {
-        mesh.h[i] = i + 1 < mesh.x.size() ? mesh.x[i + 1] - mesh.x[i] : 0.0;
-        mesh.x_m[i] = mesh.x[i] * x0;
-        mesh.x_um[i] = mesh.x_m[i] * 1e6;
-    }
+    if (set3.convergence.include_generation_mesh != 0) merge_profile_grid(wishes.profile_x, x0, mesh);
+    mesh.measure(x0);
     Full_x_Dependence(set3, mesh);
 }
 

@@ -1,6 +1,7 @@
 #include "solver/newton_steps.h"
 
 #include "solver/estimates.h"
+#include "solver/line_search.h"
 
 #include <algorithm>
 #include <array>
@@ -56,27 +57,30 @@ double ApplyClamping(std::span<double> delta, const ConvergenceParameters& setti
     return L;
 }
 
-bool clamping_u_or_v(const ConvergenceParameters& settings, Carrier carrier, int k, std::span<double> delta,
-                     CalculationVariables& cv)
+double damped_step(double x) { return std::copysign(std::log1p(std::fabs(x)), x); }
+
+bool clamping_u_or_v(const Problem& problem, Workspace& work, Carrier carrier, int k, std::span<double> delta,
+                     CalculationVariables& cv, LevelStep form)
 {
+    const ConvergenceParameters& settings = problem.set3.convergence;
     const bool electrons = carrier == Carrier::electrons;
     const double s = electrons ? 1.0 : -1.0;
     const double clamp = clamp_at(settings, electrons ? settings.clamp_n : settings.clamp_p, k);
     const double lowest = std::exp(-10.0 * clamp);
     auto& F = electrons ? cv.Fn : cv.Fp;
-    const auto& w = electrons ? cv.expFn : cv.expmFp;
-    for (std::size_t i = 0; i < delta.size(); ++i) {
-        const double relative = delta[i] / w[i];
-        delta[i] = 1.0 + relative > lowest ? s * std::log1p(relative) : -s * 10.0 * clamp;
-    }
-    const double largest = ApplyClamping(delta, settings, clamp);
-    for (std::size_t i = 0; i < delta.size(); ++i) F[i] += delta[i];
-    (electrons ? cv.max_delta_Fn : cv.max_delta_Fp) = largest;
+    if (form == LevelStep::damped)
+        for (double& step : delta) step = s * damped_step(step);
+    else
+        for (double& step : delta) step = 1.0 + step > lowest ? s * std::log1p(step) : -s * 10.0 * clamp;
+    const double clamped = ApplyClamping(delta, settings, clamp);
+    const double lambda = BacktrackingNewtonStep(problem, work, cv, electrons ? of_u : of_v, delta);
+    for (std::size_t i = 0; i < delta.size(); ++i) F[i] += lambda * delta[i];
+    (electrons ? cv.max_delta_Fn : cv.max_delta_Fp) = lambda * clamped;
     if (electrons)
         update_Fn(cv);
     else
         update_Fp(cv);
-    return !(largest <= (electrons ? settings.termination_Fn : settings.termination_Fp));
+    return !(clamped <= (electrons ? settings.termination_Fn : settings.termination_Fp));
 }
 
 }  // namespace kovin

@@ -1,12 +1,16 @@
 #include "solver/outer_iteration.h"
 
 #include "solver/bulk_terms.h"
+#include "solver/coupled.h"
 #include "solver/currents.h"
 #include "solver/estimates.h"
 #include "solver/gummel.h"
+#include "solver/mesh_adapt.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
+#include <limits>
 
 namespace kovin {
 
@@ -21,6 +25,13 @@ double current_A_m2(const Problem& problem, Workspace& work, CalculationVariable
 {
     extraheer_stroom(problem, cv, work.currents);
     return 10.0 * cv.J_median;
+}
+
+void keep_for_averaging(Workspace& work, const CalculationVariables& cv)
+{
+    work.psi_before = cv.psi;
+    work.Fn_before = cv.Fn;
+    work.Fp_before = cv.Fp;
 }
 
 /// The mean of this pass and the pass before: ends an oscillation between two states.
@@ -45,14 +56,14 @@ bool current_has_settled(const Problem& problem, Workspace& work, CalculationVar
     const double tol = std::max(settings.current_abs_tol, settings.current_rel_tol * std::fabs(J));
     if (std::fabs(J - test.J1) < tol && cv.J_constant) return true;
     const double last = std::fabs(J - test.J1), one_before = std::fabs(J - test.J2);
-    if (last > one_before && one_before < 1e10 * tol && settings.recalculate_mesh == 0) {
+    // A mesh that moves ends such a swing by itself; with a line search the averaging is open all the same.
+    const bool may_average = !problem.mesh_may_move() || settings.backtracking != 0;
+    if (last > one_before && one_before < 1e10 * tol && may_average) {
         AverageDynamicVariables(problem, work, cv);
         J = current_A_m2(problem, work, cv);
     }
     test = {J, test.J1};
-    work.psi_before = cv.psi;
-    work.Fn_before = cv.Fn;
-    work.Fp_before = cv.Fp;
+    keep_for_averaging(work, cv);
     return false;
 }
 
@@ -62,27 +73,96 @@ bool failed(CalculationVariables& cv)
     return false;
 }
 
+/// One pass of the decoupled schemes. @return false on failure; `moved` tells whether anything did
+bool decoupled_pass(const Problem& problem, Workspace& work, CalculationVariables& cv, bool& moved)
+{
+    const ConvergenceParameters& settings = problem.set3.convergence;
+    if (!dc_Gummel_iteration_psi(problem, work, cv, settings.maxiter_psi)) return false;
+    if (settings.coupling_scheme == coupled_uv) {
+        if (!dc_Gummel_iteration_uv(problem, work, cv)) return false;
+    } else if (!dc_Gummel_iteration_u_or_v(problem, work, cv, Carrier::electrons) ||
+               !dc_Gummel_iteration_u_or_v(problem, work, cv, Carrier::holes)) {
+        return false;
+    }
+    moved = cv.its_psi >= 1 || cv.its_u >= 1 || cv.its_v >= 1;
+    return true;
+}
+
+/// Two decoupled passes bring any state that has been met near enough for the coupled loop.
+constexpr int surely_near_pass = 3;
+/// Before, as after a step of the voltage by a few mV, its first step tells [kT]: loops that begin with less converge.
+constexpr double near_first_step = 0.5;
+
+/// The coupled loop in outer pass `it`; if it fails, the state is as it was before. @return converged
+bool try_coupled(const Problem& problem, Workspace& work, CalculationVariables& cv, int it)
+{
+    work.psi_start = cv.psi;
+    work.Fn_start = cv.Fn;
+    work.Fp_start = cv.Fp;
+    const double largest_first_step = it < surely_near_pass ? near_first_step : std::numeric_limits<double>::infinity();
+    if (fully_coupled_iteration(problem, work, cv, largest_first_step)) return true;
+    cv.psi = work.psi_start;
+    cv.Fn = work.Fn_start;
+    cv.Fp = work.Fp_start;
+    update_psivar(problem.set3, cv);
+    update_Fn(cv);
+    update_Fp(cv);
+    return false;
+}
+
+/// From this pass on the mesh waits until nothing else moves, so that a swing of the solution and one of the mesh do
+/// not keep each other going.
+constexpr int mesh_waits_from = 10;
+
+constexpr int never = std::numeric_limits<int>::max();
+
+/// First pass of the outer iteration that solves all equations together.
+int first_coupled_pass(const ConvergenceParameters& settings)
+{
+    if (settings.coupling_scheme == gummel_then_coupled) return settings.gummel_to_coupled_iteration;
+    if (settings.coupling_scheme == fully_coupled) return 1;
+    return never;
+}
+
 }  // namespace
 
 bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
     const ConvergenceParameters& settings = problem.set3.convergence;
+    assert(problem.G.size() == cv.psi.size());
     const int min_outer = std::max(2, static_cast<int>(0.2 * settings.maxiter));
     cv.max_delta_psi = cv.max_delta_Fn = cv.max_delta_Fp = 1e30;
-    work.psi_before = cv.psi;
-    work.Fn_before = cv.Fn;
-    work.Fp_before = cv.Fp;
+    keep_for_averaging(work, cv);
     CurrentTest test;
+    work.relaxation.start();
+    int mesh_alone = 0;  // passes in a row in which nothing but the mesh moved
+    int coupled_from = first_coupled_pass(settings);
     for (int it = 1;; ++it) {
         cv.iterations = it;
         if (problem.monitor != nullptr && problem.monitor->stopRequested()) return failed(cv);
-        if (!dc_Gummel_iteration_psi(problem, work, cv, settings.maxiter_psi)) return failed(cv);
-        if (!dc_Gummel_iteration_u_or_v(problem, work, cv, Carrier::electrons)) return failed(cv);
-        if (!dc_Gummel_iteration_u_or_v(problem, work, cv, Carrier::holes)) return failed(cv);
-        const bool moved = cv.its_psi >= 1 || cv.its_u >= 1 || cv.its_v >= 1;
+        bool moved = false;
+        // Too far off, the coupled loop fails: decoupled passes go on from where it began, until they have finished the
+        // point or there are twice as many.
+        if (it >= coupled_from && !try_coupled(problem, work, cv, it))
+            coupled_from = std::max(surely_near_pass, 2 * it);
+        if (it < coupled_from) {
+            work.relaxation.before_pass(cv);
+            if (!decoupled_pass(problem, work, cv, moved)) return failed(cv);
+            if (moved) relax_pass(problem.set3, work.relaxation, cv);
+        }
         if (it >= settings.maxiter) return failed(cv);
-        // A solve normally ends here as soon as nothing moves; the test of the current is for long fights.
-        if (it <= min_outer ? !moved : current_has_settled(problem, work, cv, test)) break;
+        // A solve ends when nothing moves; the test of the current is for long fights. It comes before the mesh moves,
+        // so that the state that is left has been solved on its mesh.
+        if (moved && it > min_outer && current_has_settled(problem, work, cv, test)) break;
+        // A mesh that alone keeps moving swings between two shapes: either will do.
+        const bool mesh_moved = (moved ? it < mesh_waits_from : mesh_alone < settings.mesh_changes) &&
+                                RecalculateIntervals(problem, work, cv) == MeshChange::changed;
+        if (mesh_moved) {
+            keep_for_averaging(work, cv);  // the same state, on the mesh of the next pass
+            work.relaxation.mesh_has_changed();
+        }
+        mesh_alone = moved ? 0 : mesh_alone + (mesh_moved ? 1 : 0);
+        if (!moved && !mesh_moved) break;
     }
     totale_rdcbijdrage(problem, cv);
     extraheer_stroom(problem, cv, work.currents);

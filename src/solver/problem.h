@@ -5,9 +5,13 @@
 #include "base/report.h"
 #include "device/calculation_set.h"
 #include "device/mesh.h"
+#include "solver/block_solve.h"
+#include "solver/relaxation.h"
 #include "solver/state.h"
 
 #include <array>
+#include <functional>
+#include <optional>
 #include <vector>
 
 namespace kovin {
@@ -30,13 +34,14 @@ struct Discretisation {
         double left = 0.0, right = 0.0;  ///< a eps/h, b eps/h of the displacement row
         double charge_l = 0.0, charge_l1 = 0.0, charge_f = 0.0, charge_f1 = 0.0;  ///< factors of the half-cell charges
         double row_scale = 1.0;                                                   ///< (h[f] + h[l-1])/(eps[f] + eps[l])
+        double sheet = 0.0;                                                       ///< factor of the sheet charge
         double vn = 0.0, vp = 0.0;                                                ///< thermionic velocities
         double n_ratio = 1.0, p_ratio = 1.0;                                      ///< N0[j] W[l]/(N0[j+1] W[f])
     };
     std::vector<Interface> interfaces;
 };
 
-/// One discrete energy of a bulk defect at the points of its layer.
+/// One discrete energy of a bulk defect with a single level, at the points of its layer.
 struct DefectEnergy {
     std::size_t first = 0;       ///< mesh index of the first value
     std::vector<double> Nt;      ///< density times weight of the energy [N0]
@@ -48,9 +53,24 @@ struct DefectEnergy {
     double energy = 0.0;         ///< [eV] against the reference of the defect
 };
 
-/// All discrete energies of the device, in the order layer, defect, energy.
+/// One discrete energy of a bulk defect with several levels: a chain of charge states, see device/charge_states.h. The
+/// distribution moves all levels together. Rates have one row a level, `Nt.size()` points each, row after row.
+struct DefectChain {
+    std::size_t first = 0;                    ///< mesh index of the first value
+    int levels = 0;                           ///< 2 to max_levels
+    std::vector<double> Nt;                   ///< density times weight of the energy [N0]
+    std::vector<double> cn, cp;               ///< capture coefficients
+    std::vector<double> en, ep;               ///< thermal emission rates, with degeneracy
+    double charge = 0.0;                      ///< of the most positive state; see `charged`
+    double charged = 0.0;                     ///< 0 for a neutral defect, 1 otherwise
+    int layer = 0, defect = 0;                ///< from 0
+    std::array<double, max_levels> energy{};  ///< of each level [eV] against the reference of the defect
+};
+
+/// All discrete energies of the device; each list in the order layer, defect, energy.
 struct BulkDefects {
     std::vector<DefectEnergy> energies;
+    std::vector<DefectChain> chains;
     std::array<bool, max_layers> band_to_band{};  ///< the layer has radiative or Auger recombination
 };
 
@@ -78,8 +98,25 @@ struct Workspace {
     std::vector<double> extra, E;                         ///< elements outside the band, by interface
     std::vector<double> rho_total;
     std::vector<double> psi_before, Fn_before, Fp_before;  ///< state of the outer pass before
+    std::vector<double> search_from, search_res;           ///< line search: where it began, residual on the way
+    Relaxation relaxation;
     CurrentProfile currents;
-    void resize(std::size_t points, std::size_t layers);
+    std::vector<double> link_ratio, new_x;              ///< of a change of the mesh
+    BlockSystem block;                                  ///< of the coupled schemes
+    std::vector<double> psi_start, Fn_start, Fp_start;  ///< state before an attempt of the coupled loop
+    /// @param coupled  what the coupled schemes need as well; it stays empty without
+    void resize(std::size_t points, std::size_t layers, bool coupled);
+};
+
+struct SolverMemory;
+
+/// Links to what a change of the mesh renews beside the state. A Problem that has none is solved on its mesh as it is.
+struct MeshAdaption {
+    CalculationParameters& set3;
+    SolverMemory& memory;
+    std::vector<double>& G;  ///< the generation of the Problem
+    /// Brings G from one mesh to another; empty in the dark.
+    std::function<void(const Mesh& from, const Mesh& to)> relight{};
 };
 
 /// Links to what one solve reads; made afresh for each call of the upper floors.
@@ -88,9 +125,11 @@ struct Problem {
     const Discretisation& grid;
     const BulkDefects& defects;
     const InterfaceStates& interface_states;
-    const std::vector<double>& G;      ///< generation at the mesh points [D0 N0/x0^2]
-    const Monitor* monitor = nullptr;  ///< asked for a stop between two passes
-    Report* report = nullptr;          ///< told when a loop comes to its limit, if the settings ask for it
+    const std::vector<double>& G;            ///< generation at the mesh points [D0 N0/x0^2]
+    const Monitor* monitor = nullptr;        ///< asked for a stop between two passes
+    Report* report = nullptr;                ///< told when a loop comes to its limit, if the settings ask for it
+    std::optional<MeshAdaption> adaption{};  ///< lets the mesh follow the solution, where the settings want it
+    [[nodiscard]] bool mesh_may_move() const { return adaption && set3.convergence.recalculate_mesh != 0; }
 };
 
 /// Everything of a Problem that is computed from calculation set and mesh.
@@ -99,6 +138,8 @@ struct SolverMemory {
     BulkDefects defects;
     InterfaceStates interface_states;
     Workspace work;
+    Mesh first_mesh;         ///< as first defined, profile grid included: its points are never dropped
+    bool mesh_full = false;  ///< a refinement was given up for want of points
 };
 
 /// Fills geometry, defect rates and work space. @pre Full_x_Dependence has run on this mesh

@@ -30,7 +30,8 @@ void calculate_dc_residue_psi(const Problem& problem, const CalculationVariables
         const auto& r = g.interfaces[j];
         const std::size_t l = at(cv.mesh.last[j]), f = l + 1;
         res[l] = r.right * (psi[f + 1] - psi[l]) + r.left * (psi[l - 1] - psi[l]) + r.charge_f1 * rho[f + 1] +
-                 r.charge_f * rho[f] + r.charge_l1 * rho[l - 1] + r.charge_l * rho[l];
+                 r.charge_f * rho[f] + r.charge_l1 * rho[l - 1] + r.charge_l * rho[l] +
+                 r.sheet * cv.terms_interface[j].rho_if;
         res[f] = psi[l] - psi[f];
     }
     res.front() = res.back() = 0.0;
@@ -55,7 +56,8 @@ void calculate_dc_jacobian_psi(const Problem& problem, const CalculationVariable
         const std::size_t l = at(cv.mesh.last[j]), f = l + 1;
         // The entry of psi[f] stands in the main element, since psi[f] = psi[l].
         jac.sub[l] = -r.left - r.charge_l1 * slope(l - 1);
-        jac.main[l] = r.left + r.right - r.charge_f * slope(f) - r.charge_l * slope(l);
+        jac.main[l] = r.left + r.right - r.charge_f * slope(f) - r.charge_l * slope(l) -
+                      r.sheet * cv.terms_interface[j].drho_if_dpsi;
         jac.super[l] = 0.0;
         extra[j] = -r.right - r.charge_f1 * slope(f + 1);
         jac.sub[f] = -1.0;

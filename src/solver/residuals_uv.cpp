@@ -20,6 +20,11 @@ struct View {
     double excess_left, excess_right;  ///< w at the contacts beyond its value there
     double Discretisation::Interface::*velocity;
     double Discretisation::Interface::*ratio;
+    const std::vector<double>& b;  ///< density over w
+    /// Currents into the states of an interface from the left and the right layer, with their derivatives to w.
+    double InterfaceTerms::*I_left, InterfaceTerms::*I_right;
+    double InterfaceTerms::*dI_left_left, InterfaceTerms::*dI_left_right;
+    double InterfaceTerms::*dI_right_left, InterfaceTerms::*dI_right_right;
 };
 
 View view_of(const Problem& problem, const CalculationVariables& cv, Carrier carrier)
@@ -41,7 +46,14 @@ View view_of(const Problem& problem, const CalculationVariables& cv, Carrier car
                 std::expm1(cv.Fn.front()),
                 std::exp(cv.V_kT) * std::expm1(cv.Fn.back() - cv.V_kT),
                 &Discretisation::Interface::vn,
-                &Discretisation::Interface::n_ratio};
+                &Discretisation::Interface::n_ratio,
+                cv.bn,
+                &InterfaceTerms::In_left,
+                &InterfaceTerms::In_right,
+                &InterfaceTerms::dIn_left_du_left,
+                &InterfaceTerms::dIn_left_du_right,
+                &InterfaceTerms::dIn_right_du_left,
+                &InterfaceTerms::dIn_right_du_right};
     return {g.p_source,
             g.p_left,
             g.p_right,
@@ -56,7 +68,14 @@ View view_of(const Problem& problem, const CalculationVariables& cv, Carrier car
             std::expm1(-cv.Fp.front()),
             std::exp(-cv.V_kT) * std::expm1(cv.V_kT - cv.Fp.back()),
             &Discretisation::Interface::vp,
-            &Discretisation::Interface::p_ratio};
+            &Discretisation::Interface::p_ratio,
+            cv.bp,
+            &InterfaceTerms::Ip_left,
+            &InterfaceTerms::Ip_right,
+            &InterfaceTerms::dIp_left_dv_left,
+            &InterfaceTerms::dIp_left_dv_right,
+            &InterfaceTerms::dIp_right_dv_left,
+            &InterfaceTerms::dIp_right_dv_right};
 }
 
 }  // namespace
@@ -81,8 +100,9 @@ void calculate_dc_residue(const Problem& problem, const CalculationVariables& cv
     for (std::size_t j = 0; j < problem.grid.interfaces.size(); ++j) {
         const auto& r = problem.grid.interfaces[j];
         const std::size_t l = at(cv.mesh.last[j]), f = l + 1;
-        res[l] += w.C[l] * r.*w.velocity * w.step[f];
-        res[f] -= r.*w.ratio * w.C[f] * r.*w.velocity * w.step[f];
+        const InterfaceTerms& states = cv.terms_interface[j];
+        res[l] += w.C[l] * (r.*w.velocity * w.step[f] - states.*w.I_left / w.b[l]);
+        res[f] -= w.C[f] * (r.*w.ratio * r.*w.velocity * w.step[f] + states.*w.I_right / w.b[f]);
     }
     res.front() -= w.C.front() * w.S_left * w.excess_left;
     res.back() -= w.C.back() * w.S_right * w.excess_right;
@@ -112,10 +132,12 @@ void calculate_dc_jacobian(const Problem& problem, const CalculationVariables& c
         const auto& r = problem.grid.interfaces[j];
         const std::size_t l = at(cv.mesh.last[j]), f = l + 1;
         const double at_left = w.C[l] * r.*w.velocity, at_right = r.*w.ratio * w.C[f] * r.*w.velocity;
-        jac.main[l] += at_left;
-        jac.super[l] = -at_left;
-        jac.main[f] += at_right;
-        jac.sub[f] = -at_right;
+        const InterfaceTerms& states = cv.terms_interface[j];
+        const double per_left = w.C[l] / w.b[l], per_right = w.C[f] / w.b[f];
+        jac.main[l] += at_left + per_left * states.*w.dI_left_left;
+        jac.super[l] = -at_left + per_left * states.*w.dI_left_right;
+        jac.main[f] += at_right + per_right * states.*w.dI_right_right;
+        jac.sub[f] = -at_right + per_right * states.*w.dI_right_left;
     }
     jac.main.front() += w.C.front() * w.S_left;
     jac.main.back() += w.C.back() * w.S_right;

@@ -34,7 +34,7 @@ struct DcTerms {
 
 /// States at one interface: their charge, the currents of carriers they take from the left and the right layer, and the
 /// derivatives of all of these to u and v at both sides. Currents in the flux unit D0 N0/x0 of the layer on their side.
-/// psi acts through the densities alone: see dpsi_left and dpsi_right.
+/// psi acts through the densities alone: d/dpsi of one side is u d/du - v d/dv of that side.
 struct InterfaceTerms {
     double rho_if = 0.0;        ///< sheet charge [C/m2]
     double drho_if_dpsi = 0.0;  ///< with psi of both sides moving together

@@ -22,7 +22,7 @@ std::vector<std::vector<double>*> columns(IvCurve& c)
 void add_point(const Simulation& s, CalculationVariables& cv, double v_cell, RecombinationProfile& recombination,
                IvCurve& curve)
 {
-    const Problem problem = s.solver_problem(nullptr);
+    const Problem problem = s.solver_problem();
     const ContactCurrents contact = contact_currents(problem, cv);
     double J = cv.J_median;
     if (s.wp.GshPresent) J += v_cell * s.wp.Gsh * 0.1;
@@ -47,7 +47,7 @@ void add_point(const Simulation& s, CalculationVariables& cv, double v_cell, Rec
     curve.recSRH.push_back(bulk(recombination.SRH));
     curve.recRadiative.push_back(bulk(recombination.radiative));
     curve.recAuger.push_back(bulk(recombination.auger));
-    curve.ivifr.push_back(0.0);  // sheets of interface states are refused before a run
+    curve.ivifr.push_back(10.0 * interface_recombination(problem, cv));
     curve.TotalRec.push_back(curve.ivleftcontact.back() + curve.ivrightcontact.back() +
                              0.1 * (curve.ivifr.back() + curve.ivbulk.back()));
     curve.TotalGen.push_back(s.light.total_mA_cm2);
@@ -145,7 +145,7 @@ SweepOutcome calciv(Surroundings& surroundings, Simulation& simulation, const St
         }
         if (i == 0) {
             // The sweep may begin at a stored state: its currents are not those of the last solve.
-            extraheer_stroom(simulation.solver_problem(nullptr), cv, simulation.memory.work.currents);
+            extraheer_stroom(simulation.solver_problem(), cv, simulation.memory.work.currents);
         }
         add_point(simulation, cv, v_cell[i], recombination, curve);
         const bool same_leg = i > 0 && i != secondLeg;
@@ -173,8 +173,7 @@ SweepOutcome calciv(Surroundings& surroundings, Simulation& simulation, const St
     for (double& V : curve.iv_as) V = sign_V * V + 0.0;  // the sum turns -0 into 0
     for (double& J : curve.ivcurrent) J = simulation.polarity.J * J + 0.0;
     element.iv = std::move(curve);
-    element.IV_done = static_cast<int>(element.iv.points());
-    element.IV_cut = stopped || simulation.failures.IV;
+    element.IV_points = n;
     return stopped ? SweepOutcome::stopped : SweepOutcome::done;
 }
 

@@ -9,7 +9,6 @@
 #include "device/unit_systems.h"
 #include "optics/absorption_on_mesh.h"
 #include "optics/filters.h"
-#include "optics/fluxes.h"
 #include "optics/generation.h"
 #include "optics/incoming_flux.h"
 #include "optics/spectrum.h"
@@ -49,6 +48,24 @@ void read_panel(Simulation& s)
     for (double* V : {&s.actie.IV_startV, &s.actie.IV_stopV, &s.actie.CV_startV, &s.actie.CV_stopV}) *V *= s.polarity.V;
 }
 
+/// What the light of the run needs beside the mesh; in the dark nothing is absorbed that anyone asks for.
+/// @return false if an input file cannot be used (reported)
+bool read_light(Surroundings& surroundings, Simulation& s)
+{
+    s.light = {};
+    if (s.wp.generationSpecified) {
+        if (s.wp.dark) return true;
+        if (!read_given_generation(surroundings, s.wp, s.light)) return false;
+        s.wp.idealCurrent = CalculateIdealCurrentFromGenerationFileOrModel(s.light.given);
+        return true;
+    }
+    if (!bepaal_spectrum(surroundings, s.wp, s.light)) return false;
+    if (!BerekenFilterSpectra(surroundings, s.problem.input.cell.cell, s.light)) return false;
+    if (s.wp.dark) return true;
+    CalculateIncomingFluxes(s.light, photons_per_nm_W, FluxMode::work_point);
+    return read_absorption(surroundings, s.set3, s.light);
+}
+
 /// Cell, light and first mesh in solver units. @return false if an input file cannot be used (reported)
 bool prepare_problem(Surroundings& surroundings, Simulation& s)
 {
@@ -60,33 +77,19 @@ bool prepare_problem(Surroundings& surroundings, Simulation& s)
         return false;
     check_contacts(set1.cell, s.wp.T, set1.convergence);
 
-    const bool from_spectrum = !s.wp.generationSpecified;
-    s.light = {};
-    if (from_spectrum) {
-        if (!bepaal_spectrum(surroundings, s.wp, s.light)) return false;
-        if (!BerekenFilterSpectra(surroundings, set1.cell.cell, s.light)) return false;
-    }
     parameterset1_to_3(set1, s.wp.T, s.set3);
-    DefineKOVINMesh(s.set3, s.currentCalcVars.mesh, s.mesh_refinement);
-    s.currentCalcVars.resize();
-    prepare_solver(s.set3, s.currentCalcVars.mesh, s.memory);
-    s.light.generation.assign(static_cast<std::size_t>(s.currentCalcVars.mesh.N), 0.0);
-    // In the dark nothing is absorbed that anyone asks for.
-    return !from_spectrum || s.wp.dark || bepaal_alfa(surroundings, s.set3, s.currentCalcVars.mesh, s.light);
-}
+    GovernMaxMinMesh(s.set3.convergence);
+    if (!read_light(surroundings, s)) return false;
 
-/// Generation of the run. @return false if there is no input for it (reported)
-bool generation_of_run(Surroundings& surroundings, Simulation& s)
-{
-    const Mesh& mesh = s.currentCalcVars.mesh;
-    if (s.wp.generationSpecified) {
-        if (!s.wp.dark && !CalculateIdealCurrentFromGenerationFileOrModel(surroundings, s.wp)) return false;
-        if (!CalculateGenerationFromFileOrFromModel(surroundings, s.wp, s.set3, mesh, s.light)) return false;
-    } else if (!s.wp.dark) {
-        CalculateIncomingFluxes(s.light, photons_per_nm_W, FluxMode::work_point);
-        CalculateFluxesAndGeneration(s.set3, mesh, s.light);
-    }
-    update_generation_current(s.set3, mesh, s.light);
+    MeshWishes wishes{.refine = s.mesh_refinement, .profile_x = s.light.given.x};
+    for (std::size_t j = 0; j < s.light.materials.size(); ++j) wishes.alpha_300nm[j] = ExtractAlpha(s.light, 300.0, j);
+    CalculationVariables& cv = s.currentCalcVars;
+    DefineKOVINMesh(s.set3, cv.mesh, wishes);
+    cv.resize();
+    s.memory = {};
+    s.memory.first_mesh = cv.mesh;
+    prepare_solver(s.set3, cv.mesh, s.memory);
+    update_generation(s.wp, s.set3, cv.mesh, s.light);
     return true;
 }
 
@@ -115,17 +118,21 @@ bool calculate_equilibrium(Surroundings& surroundings, Simulation& s)
     return CheckConvergenceFailure(surroundings, s, converged, s.equiberekend, "equilibrium");
 }
 
-/// On a fixed mesh the light comes up in steps, logarithmically from 1e-10 to 1.
+/// On a fixed mesh the light comes up in steps, logarithmically from 1e-10 to 1; a mesh that moves takes it at once,
+/// and the generation moves with it.
 bool light_up(Surroundings& surroundings, Simulation& s)
 {
+    const auto solve = [&] {
+        return onder_belichting(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars);
+    };
+    if (s.set3.convergence.recalculate_mesh != 0) return solve();
     const int n = std::max(s.panel.workPoint.numberOfPoints, 2);
-    const bool ramp = s.set3.convergence.recalculate_mesh == 0;
     const std::vector<double> G = s.light.generation;
     bool converged = true;
-    for (int i = ramp ? 0 : n - 1; i < n && converged; ++i) {
+    for (int i = 0; i < n && converged; ++i) {
         const double factor = i == n - 1 ? 1.0 : 1e-10 * std::pow(1e-10, -static_cast<double>(i) / (n - 1));
         for (std::size_t k = 0; k < G.size(); ++k) s.light.generation[k] = factor * G[k];
-        converged = onder_belichting(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars);
+        converged = solve();
     }
     s.light.generation = G;
     return converged;
@@ -140,7 +147,7 @@ bool calculate_short_circuit(Surroundings& surroundings, Simulation& s)
         return true;
     }
     surroundings.monitor.post({.status = 1, .text = "calculating short circuit ..."});
-    s.currentCalcVars = s.evenwichtcv;
+    ReturnToAKnownStartingPoint(s, s.evenwichtcv);
     const bool converged = light_up(surroundings, s);
     s.failures.short_circuit = !converged;
     s.JShortCircuit = converged ? s.currentCalcVars.J_median : 0.0;
@@ -151,7 +158,7 @@ bool calculate_short_circuit(Surroundings& surroundings, Simulation& s)
 bool calculate_work_point(Surroundings& surroundings, Simulation& s)
 {
     if (s.wp.V == 0.0) {
-        s.currentCalcVars = s.kortsluitcv;
+        ReturnToAKnownStartingPoint(s, s.kortsluitcv);
         s.werkpuntcv = s.kortsluitcv;
         s.JWorkingPoint = s.JShortCircuit;
         s.failures.work_point = false;
@@ -160,7 +167,7 @@ bool calculate_work_point(Surroundings& surroundings, Simulation& s)
     }
     surroundings.monitor.post(
         {.status = 1, .text = "calculating working point V = " + fixed(s.wp.V * s.polarity.V, 0, 3) + " Volt"});
-    s.currentCalcVars = s.kortsluitcv;
+    ReturnToAKnownStartingPoint(s, s.kortsluitcv);
     const bool converged = volgende_iv_punt(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars, 0.0,
                                             s.wp.V, s.wp.numberOfPoints);
     s.failures.work_point = !converged;
@@ -185,8 +192,8 @@ RunOutcome calculate_IV(Surroundings& surroundings, Simulation& s, DataListEleme
     const SweepOutcome sweep = calciv(surroundings, s, decision, element);
     const std::string volt = " V = " + fixed(s.currentCalcVars.V * s.polarity.V, 0, 3) + " Volt";
     surroundings.monitor.post({.text = (s.currentCalcVars.failed() ? "I(V) stopped at" : "I(V) done;") + volt,
-                               .done = element.IV_done,
-                               .total = element.IV_done});
+                               .done = static_cast<int>(element.iv.points()),
+                               .total = static_cast<int>(element.iv.points())});
     return sweep == SweepOutcome::stopped ? RunOutcome::stopped : RunOutcome::done;
 }
 
@@ -219,7 +226,6 @@ RunOutcome calculate(Surroundings& surroundings, Simulation& s)
     s.started = start_text(surroundings.clock.now());
     if (!prepare_problem(surroundings, s)) return RunOutcome::failed;
     if (!calculate_equilibrium(surroundings, s)) return failed_or_stopped(surroundings);
-    if (!generation_of_run(surroundings, s)) return RunOutcome::failed;
     if (!calculate_short_circuit(surroundings, s)) return failed_or_stopped(surroundings);
     if (!calculate_work_point(surroundings, s)) return failed_or_stopped(surroundings);
 

@@ -49,16 +49,14 @@ struct Simulation {
 
     std::vector<DataListElement> results;
 
-    /// What one solve reads.
-    [[nodiscard]] Problem solver_problem(const Monitor* monitor, Report* report = nullptr) const
+    /// What the running state is read with. Set, rates and generation stand on the mesh of currentCalcVars, whatever
+    /// the stored states have.
+    [[nodiscard]] Problem solver_problem() const
     {
-        return {set3, memory.grid, memory.defects, memory.interface_states, light.generation, monitor, report};
+        return {set3, memory.grid, memory.defects, memory.interface_states, light.generation};
     }
-    /// With the user's wish to stop and the door for messages.
-    [[nodiscard]] Problem solver_problem(Surroundings& surroundings) const
-    {
-        return solver_problem(&surroundings.monitor, &surroundings.report);
-    }
+    /// What one solve reads: with the user's wish to stop, the door for messages, and a mesh that may move.
+    [[nodiscard]] Problem solver_problem(Surroundings& surroundings);
 };
 
 }  // namespace kovin

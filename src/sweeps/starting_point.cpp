@@ -1,6 +1,8 @@
 #include "sweeps/starting_point.h"
 
 #include "base/text_format.h"
+#include "device/on_mesh.h"
+#include "optics/generation.h"
 #include "solver/outer_iteration.h"
 
 #include <cmath>
@@ -93,8 +95,24 @@ StartDecision choose_starting_point(double Vs, double Ve, double Vwp, double Va,
 
 void ReturnToAKnownStartingPoint(Simulation& simulation, const CalculationVariables& state)
 {
-    // The mesh of all states is that of the run, so that arrays, rates and generation on it still stand.
-    simulation.currentCalcVars = state;
+    Simulation& s = simulation;
+    CalculationVariables& cv = s.currentCalcVars;
+    if (&state == &cv) return;
+    const Mesh before = std::move(cv.mesh);
+    cv = state;
+    if (before.x == cv.mesh.x && before.n_in_layer == cv.mesh.n_in_layer) return;
+    Full_x_Dependence(s.set3, cv.mesh);
+    prepare_solver(s.set3, cv.mesh, s.memory);
+    update_generation(s.wp, s.set3, cv.mesh, s.light, &before);
+}
+
+StateOnItsMesh::StateOnItsMesh(const Simulation& simulation, const CalculationVariables& state)
+    : set3(simulation.set3), light(simulation.light)
+{
+    Mesh mesh = state.mesh;
+    Full_x_Dependence(set3, mesh);
+    prepare_solver(set3, mesh, memory);
+    update_generation(simulation.wp, set3, mesh, light, &simulation.currentCalcVars.mesh);
 }
 
 StartOutcome CalculateStartingPoint(Surroundings& surroundings, Simulation& simulation, const std::string& name,

@@ -31,8 +31,24 @@ struct StartDecision {
 [[nodiscard]] StartDecision choose_starting_point(double Vs, double Ve, double Vwp, double Va, int numberOfPoints,
                                                   bool present_failed);
 
-/// Takes up a stored state, with the material arrays of its mesh.
+/// Takes up a stored state; material arrays, equations and generation follow to its mesh, if it is another one.
 void ReturnToAKnownStartingPoint(Simulation& simulation, const CalculationVariables& state);
+
+/// A stored state with what belongs to its mesh, beside a running calculation that stands on another one.
+class StateOnItsMesh {
+public:
+    StateOnItsMesh(const Simulation& simulation, const CalculationVariables& state);
+    /// What the state is read with; refers to this object.
+    [[nodiscard]] Problem problem() const
+    {
+        return {set3, memory.grid, memory.defects, memory.interface_states, light.generation};
+    }
+
+private:
+    CalculationParameters set3;
+    GenerationParameters light;
+    SolverMemory memory;
+};
 
 enum class StartOutcome { failed, good, stopped };
 

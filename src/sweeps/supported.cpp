@@ -2,6 +2,7 @@
 
 #include "base/text_format.h"
 #include "device/absorption_models.h"
+#include "device/charge_states.h"
 #include "optics/absorption_on_mesh.h"
 
 namespace kovin {
@@ -31,13 +32,18 @@ void check_absorption(const LayerParameters& layer, const std::string& where, Na
     if ((mixes || only_B) && !absorption.pure_B_from_file) check_models(absorption.model_B, where, names);
 }
 
-void check_defect(const BulkRecombinationParameters& level, const std::string& where, Names& names)
+void check_defect(const DefectLevels& levels, const std::string& where, Names& names)
 {
-    if (level.levels > 1 || level.defectType > DefectType::donor)
-        names.push_back(where + "defect with several levels (" +
-                        std::string(defect_type_words[static_cast<std::size_t>(level.defectType)]) + ")");
-    if (level.electrons.present || level.holes.present) names.push_back(where + "optical capture");
-    if (level.metastable_transition >= 0) names.push_back(where + "metastable defect");
+    const BulkRecombinationParameters& first = levels[0];
+    // Between the states on its two sides nothing decides. (A single level of this kind has no effect at all.)
+    if (const int level = level_without_capture(levels); level >= 0 && level_count(levels) > 1)
+        names.push_back(where + "level " + integer(level + 1) + " captures neither electrons nor holes");
+    for (std::size_t s = 0; s < static_cast<std::size_t>(level_count(levels)); ++s)
+        if (levels[s].electrons.present || levels[s].holes.present) {
+            names.push_back(where + "optical capture");
+            break;
+        }
+    if (first.metastable_transition >= 0) names.push_back(where + "metastable defect");
 }
 
 void check_layer(std::size_t j, const LayerParameters& layer, bool tunneling_allowed, Names& names)
@@ -47,7 +53,7 @@ void check_layer(std::size_t j, const LayerParameters& layer, bool tunneling_all
     if (tunneling_allowed && layer.material.tunneling) names.push_back(where + "tunnelling");
     for (std::size_t d = 0; d < static_cast<std::size_t>(layer.srhteller) && d < layer.srh.size(); ++d) {
         const std::string defect = where + "defect " + integer(static_cast<long>(d) + 1) + ": ";
-        check_defect(layer.srh[d][0], defect, names);
+        check_defect(layer.srh[d], defect, names);
     }
     for (const MetaStableDefectParameters& pair : layer.metastable)
         if (pair.present) names.push_back(where + "metastable transition " + integer(pair.number + 1));
@@ -55,14 +61,24 @@ void check_layer(std::size_t j, const LayerParameters& layer, bool tunneling_all
 
 /// Tunnel paths that the settings open: all of them, none, or those marked one by one.
 struct OpenPaths {
-    bool intraband, band_to_band, contact;
+    bool intraband, band_to_band, contact, interface_states;
 };
 OpenPaths open_paths(const ConvergenceParameters& settings)
 {
-    if (settings.tunnel_paths == 1) return {false, false, false};
+    if (settings.tunnel_paths == 1) return {false, false, false, false};
     const bool all = settings.tunnel_paths == 0;
     return {all || settings.Tunnelintraband_allowed != 0, all || settings.TunnelBtoB_allowed != 0,
-            all || settings.Tunnelcontact_allowed != 0};
+            all || settings.Tunnelcontact_allowed != 0, all || settings.Tunneliface_allowed != 0};
+}
+
+void check_interface_defect(const InterfaceRecombinationParameters& defect, const std::string& where,
+                            const OpenPaths& open, Names& names)
+{
+    // States at an interface have one level, whatever a file says.
+    if (defect.defectType > DefectType::donor)
+        names.push_back(where + "defect with several levels (" +
+                        std::string(defect_type_words[static_cast<std::size_t>(defect.defectType)]) + ")");
+    if (defect.tunneling && open.interface_states) names.push_back(where + "tunnelling to the states");
 }
 
 void check_cell(const CellParameters& cell, const ConvergenceParameters& settings, Names& names)
@@ -74,7 +90,9 @@ void check_cell(const CellParameters& cell, const ConvergenceParameters& setting
     for (std::size_t i = 0; i + 1 < layers; ++i) {
         const InterfaceParameters& interface = cell.interfaces[i];
         const std::string where = "interface " + integer(static_cast<long>(i) + 1) + " (" + interface.name + "): ";
-        if (interface.defect_count > 0) names.push_back(where + "recombination at interface states");
+        for (std::size_t d = 0; d < static_cast<std::size_t>(interface.defect_count); ++d)
+            check_interface_defect(interface.defects[d], where + "defect " + integer(static_cast<long>(d) + 1) + ": ",
+                                   open, names);
         if (interface.tunneling && open.intraband) names.push_back(where + "intraband tunnelling");
     }
     if (open.contact) {
@@ -107,9 +125,6 @@ UnsupportedPhysics unsupported_physics(const Simulation& simulation)
     };
     for (const auto& other : others)
         if (other.asked) found.left_out.emplace_back(other.name);
-    if (settings.coupling_scheme != 11)
-        found.left_out.push_back("coupling scheme " + integer(settings.coupling_scheme) + " (scheme 11 is used)");
-    if (settings.backtracking != 0) found.left_out.emplace_back("backtracking of the iteration");
     return found;
 }
 

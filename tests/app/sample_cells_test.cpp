@@ -3,6 +3,7 @@
 #include "app/initialise.h"
 #include "app/load.h"
 #include "app/simulate.h"
+#include "device/charge_states.h"
 #include "sweeps/supported.h"
 
 #include <gtest/gtest.h>
@@ -44,41 +45,46 @@ const Cell cells[] = {
     {"perovskite-nip", 1.177, 23.2, 83.0, 22.7, 5.2431, 4.0596},
 };
 
-/// Largest of the currents that balance.
-double scale_of(const IvCurve& c, std::size_t i)
-{
-    return std::max({std::fabs(c.ivcurrent[i]), c.TotalRec[i], c.TotalGen[i]});
-}
-
 TEST(SampleCells, MeetTheirFiguresAndBalanceTheirCurrents)
 {
-    for (const Cell& cell : cells) {
-        const auto session = session_with(cell.name);
-        const DataListElement& element = curve_of(*session);
-        const IVCharacteristics& r = element.characteristics;
-        EXPECT_NEAR(r.Voc, cell.Voc, 0.008) << cell.name;
-        EXPECT_NEAR(r.Jsc, cell.Jsc, 0.02 * cell.Jsc) << cell.name;
-        EXPECT_NEAR(r.FF, cell.FF, 1.5) << cell.name;
-        EXPECT_NEAR(r.eta, cell.eta, 0.03 * cell.eta) << cell.name;
-        EXPECT_TRUE(r.VocValid && r.JscValid && r.FFValid && r.etaValid) << cell.name;
-        const CalculationParameters& set3 = session->simulation.set3;
-        if (cell.phi_left > 0.0) {
-            EXPECT_NEAR(set3.phi_left, cell.phi_left, 1e-3) << cell.name;
-        }
-        if (cell.phi_right > 0.0) {
-            EXPECT_NEAR(set3.phi_right, cell.phi_right, 1e-3) << cell.name;
-        }
+    struct Row {
+        double termination, to_Voc, beyond;  ///< [kT], relative error of the balance
+    };
+    // Beyond Voc the bands go flat and psi, electrons and holes follow each other slowly: there a solve that stops
+    // when no level moves by more than the termination is off by no more than that, in kT and so in the densities.
+    for (const Row& row : {Row{1e-3, 2e-5, 1e-3}, Row{1e-6, 1e-6, 1e-6}})
+        for (const Cell& cell : cells) {
+            SCOPED_TRACE(cell.name);
+            const auto session = session_with(cell.name);
+            ConvergenceParameters& settings = session->simulation.problem.input.convergence;
+            set_terminations(settings, row.termination);
+            const DataListElement& element = curve_of(*session);
+            const IVCharacteristics& r = element.characteristics;
+            EXPECT_NEAR(r.Voc, cell.Voc, 0.008);
+            EXPECT_NEAR(r.Jsc, cell.Jsc, 0.02 * cell.Jsc);
+            EXPECT_NEAR(r.FF, cell.FF, 1.5);
+            EXPECT_NEAR(r.eta, cell.eta, 0.03 * cell.eta);
+            EXPECT_TRUE(r.VocValid && r.JscValid && r.FFValid && r.etaValid);
+            const CalculationParameters& set3 = session->simulation.set3;
+            if (cell.phi_left > 0.0) {
+                EXPECT_NEAR(set3.phi_left, cell.phi_left, 1e-3);
+            }
+            if (cell.phi_right > 0.0) {
+                EXPECT_NEAR(set3.phi_right, cell.phi_right, 1e-3);
+            }
 
-        // All cells have their p side at the left: J = TotalRec - TotalGen. Behind open circuit the termination of
-        // 1e-3 kT weighs more, up to 2e-4; the next test covers that part.
-        const IvCurve& c = element.iv;
-        ASSERT_EQ(c.points(), static_cast<std::size_t>(session->simulation.actie.IV_points)) << cell.name;
-        for (std::size_t i = 0; i < c.points() && c.iv_as[i] < r.Voc; ++i) {
-            EXPECT_NEAR(c.ivcurrent[i], c.TotalRec[i] - c.TotalGen[i], 2e-5 * scale_of(c, i))
-                << cell.name << ' ' << c.iv_as[i];
-            EXPECT_NEAR(c.ivbulk[i], c.recSRH[i] + c.recRadiative[i] + c.recAuger[i], 1e-9 * std::fabs(c.ivbulk[i]));
+            // All cells have their p side at the left: J = TotalRec - TotalGen.
+            const IvCurve& c = element.iv;
+            ASSERT_EQ(c.points(), static_cast<std::size_t>(session->simulation.actie.IV_points));
+            for (std::size_t i = 0; i < c.points(); ++i) {
+                const double largest = std::max({std::fabs(c.ivcurrent[i]), c.TotalRec[i], c.TotalGen[i]});
+                EXPECT_NEAR(c.ivcurrent[i], c.TotalRec[i] - c.TotalGen[i],
+                            largest * (c.iv_as[i] < r.Voc ? row.to_Voc : row.beyond))
+                    << c.iv_as[i] << " V, termination " << row.termination;
+                EXPECT_NEAR(c.ivbulk[i], c.recSRH[i] + c.recRadiative[i] + c.recAuger[i],
+                            1e-9 * std::fabs(c.ivbulk[i]));
+            }
         }
-    }
 }
 
 TEST(SampleCells, OldestFormatAndGradedAbsorberMeetTheirFigures)
@@ -96,20 +102,6 @@ TEST(SampleCells, OldestFormatAndGradedAbsorberMeetTheirFigures)
         EXPECT_NEAR(r.Voc, row.Voc, 0.015) << row.name;
         EXPECT_NEAR(r.Jsc, row.Jsc, row.Jsc_tolerance * row.Jsc) << row.name;
         EXPECT_NEAR(r.FF, row.FF, row.FF_tolerance) << row.name;
-    }
-}
-
-TEST(SampleCells, TightTerminationsBalanceTheCurrentsEverywhere)
-{
-    for (const Cell& cell : cells) {
-        const auto session = session_with(cell.name);
-        ConvergenceParameters& settings = session->simulation.problem.input.convergence;
-        settings.termination_psi = settings.termination_Fn = settings.termination_Fp = 1e-6;
-        const IvCurve& c = curve_of(*session).iv;
-        ASSERT_EQ(c.points(), static_cast<std::size_t>(session->simulation.actie.IV_points)) << cell.name;
-        for (std::size_t i = 0; i < c.points(); ++i)
-            EXPECT_NEAR(c.ivcurrent[i], c.TotalRec[i] - c.TotalGen[i], 1e-6 * scale_of(c, i))
-                << cell.name << ' ' << c.iv_as[i];
     }
 }
 
@@ -174,14 +166,12 @@ TEST(IvSweep, OrderAndSignDoNotChangeTheCurve)
         const DataListElement& element = silicon(*session, row.start, row.stop, points);
         const IvCurve& c = element.iv;
         ASSERT_EQ(c.points(), static_cast<std::size_t>(points)) << row.what;
-        if (row.falls) {
-            EXPECT_TRUE(std::is_sorted(c.iv_as.rbegin(), c.iv_as.rend())) << row.what;
-        }
-        if (!row.falls) {
-            EXPECT_TRUE(std::is_sorted(c.iv_as.begin(), c.iv_as.end())) << row.what;
-        }
+        EXPECT_TRUE(row.falls ? std::is_sorted(c.iv_as.rbegin(), c.iv_as.rend())
+                              : std::is_sorted(c.iv_as.begin(), c.iv_as.end()))
+            << row.what;
         for (std::size_t i = 0; i < c.points(); ++i) {
             const double V = row.sign_V * c.iv_as[i];
+            EXPECT_FALSE(c.iv_as[i] == 0.0 && std::signbit(c.iv_as[i])) << "0 V must not be written as -0";
             const auto k = static_cast<std::size_t>(std::lround((V + 0.2) / 0.1));
             ASSERT_LT(k, reference.points()) << row.what;
             EXPECT_NEAR(V, reference.iv_as[k], 1e-12) << row.what;
@@ -195,41 +185,53 @@ TEST(IvSweep, StopsOnePointBehindVoc)
 {
     struct Row {
         const char* what;
-        double start, stop;
+        double V, start, stop;
         int points;
-        double first, last;
     };
     const Row rows[] = {
-        {"one leg", 0.0, 1.0, 21, 0.0, 0.65},
-        {"two legs: only the rest of the first is cut", -0.1, 1.0, 23, -0.1, 0.65},
+        {"one leg", 0.0, 0.0, 1.0, 21},
+        {"two legs: only the rest of the first is cut", 0.0, -0.1, 1.0, 23},
+        {"two legs from a working point", 0.4, 0.2, 1.0, 17},
     };
     for (const Row& row : rows) {
         const auto session = session_with("silicon-pn");
         session->simulation.panel.actions.stopAfterVoc = true;
-        const IvCurve& c = silicon(*session, row.start, row.stop, row.points).iv;
+        session->simulation.panel.workPoint.V = row.V;
+        const DataListElement& element = silicon(*session, row.start, row.stop, row.points);
+        const IvCurve& c = element.iv;
         ASSERT_GE(c.points(), 2u) << row.what;
-        EXPECT_NEAR(c.iv_as.front(), row.first, 1e-12) << row.what;
-        EXPECT_NEAR(c.iv_as.back(), row.last, 1e-12) << row.what;
+        EXPECT_EQ(element.IV_points, c.points()) << row.what;
+        EXPECT_NEAR(c.iv_as.front(), row.start, 1e-12) << row.what;
+        EXPECT_NEAR(c.iv_as.back(), 0.65, 1e-12) << row.what;
         EXPECT_GT(c.ivcurrent.back(), 0.0) << row.what;
         EXPECT_LT(c.ivcurrent[c.points() - 2], 0.0) << row.what;
     }
 }
 
-TEST(IvSweep, SeriesAndShuntResistanceActOutsideTheDevice)
+// The rows of a curve that was cut follow the setting; the end behind Voc above is no cut.
+TEST(IvSweep, StoppedKeepsItsPointsAndKnowsOfTheRest)
 {
-    const auto plain = session_with("silicon-pn");
-    const IvCurve bare = silicon(*plain, 0.0, 0.5, 6).iv;
     const auto session = session_with("silicon-pn");
-    WorkPoint& wp = session->simulation.panel.workPoint;
-    wp.RsPresent = wp.GshPresent = true;
-    wp.Rs = 1e-4;   // 1 ohm cm2
-    wp.Gsh = 10.0;  // 1 mS/cm2
-    const IvCurve c = silicon(*session, 0.0, 0.5, 6).iv;
-    for (std::size_t i = 0; i < c.points(); ++i) {
-        const double J = bare.ivcurrent[i] + 1.0 * bare.iv_as[i];  // mA/cm2
-        EXPECT_NEAR(c.ivcurrent[i], J, 1e-9);
-        EXPECT_NEAR(c.iv_as[i], bare.iv_as[i] + 1e-3 * J, 1e-9);
-    }
+    Monitor& monitor = session->surroundings.monitor;
+    monitor.listener = [&](const Event& event) {
+        if (event.total == 9 && event.done == 3) monitor.requestStop();
+    };
+    ActionList& actions = session->simulation.panel.actions;
+    actions.IV_startV = 0.0;
+    actions.IV_stopV = 0.4;
+    actions.IV_points = 9;
+    EXPECT_EQ(Simulate(*session), SimulateOutcome::stopped);
+    const DataListElement& element = session->simulation.results.back();
+    EXPECT_EQ(element.iv.points(), 3U);
+    EXPECT_EQ(element.IV_points, 9U);
+    EXPECT_TRUE(element.characteristics.JscValid) << "from the points that are there";
+    const auto lines = [&] {
+        const std::string text = result_texts(*session).iv;
+        return std::count(text.begin(), text.end(), '\n');
+    };
+    const auto cut = lines();
+    session->ActionListMode = CutCurves::blanks;
+    EXPECT_EQ(lines(), cut + 6);
 }
 
 TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
@@ -241,8 +243,27 @@ TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
         const char* named;
     };
     const Row rows[] = {
-        {"interface states", [](Simulation& s) { s.zonnecel.cell.interfaces[0].defect_count = 1; }, true,
-         "interface 1"},
+        {"tunnelling to interface states",
+         [](Simulation& s) {
+             s.zonnecel.cell.interfaces[0].defect_count = 1;
+             s.zonnecel.cell.interfaces[0].defects[0].tunneling = true;
+             s.problem.input.convergence.Tunneliface_allowed = 1;
+         },
+         true, "interface 1"},
+        {"interface states with two levels",
+         [](Simulation& s) {
+             s.zonnecel.cell.interfaces[0].defect_count = 1;
+             s.zonnecel.cell.interfaces[0].defects[0].defectType = DefectType::doubledonor;
+         },
+         true, "doubledonor"},
+        {"a level that captures nothing between two charge states",
+         [](Simulation& s) {
+             DefectLevels& levels = s.zonnecel.cell.layer[0].srh[0];
+             levels[0].levels = 2;
+             levels[1] = levels[0];
+             levels[1].sigma_n = levels[1].sigma_p = 0.0;
+         },
+         true, "level 2"},
         {"tunnelling into a contact",
          [](Simulation& s) {
              s.zonnecel.cell.right.tunneling = true;
@@ -252,7 +273,6 @@ TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
         {"tunnelling that is switched off", [](Simulation& s) { s.zonnecel.cell.right.tunneling = true; }, false,
          nullptr},
         {"quantum efficiency", [](Simulation& s) { s.panel.actions.QE_calculate = true; }, false, "quantum"},
-        {"coupling scheme", [](Simulation& s) { s.problem.input.convergence.coupling_scheme = 12; }, false, "12"},
     };
     for (const Row& row : rows) {
         const auto session = session_with("silicon-pn");

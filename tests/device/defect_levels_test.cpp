@@ -53,17 +53,11 @@ NeutralBulk silicon(double Nd, double Na)
     return bulk;
 }
 
-NeutralityLevel level(DefectType type, EnergyDistribution distribution, double Et, double Nt)
+NeutralDefect defect(LevelType first, EnergyDistribution distribution, const std::vector<double>& Et, double Nt)
 {
-    NeutralityLevel l;
-    l.type = type;
-    l.distribution = distribution;
-    l.Et = Et;
-    l.Ekar = 0.05;
-    l.Nt = Nt;
-    l.cn = 1e-8;
-    l.cp = 3e-9;
-    return l;
+    NeutralDefect d{.first = first, .distribution = distribution, .Ekar = 0.05, .Nt = Nt, .levels = {}};
+    for (const double E : Et) d.levels.push_back({E, 1e-8, 3e-9});
+    return d;
 }
 
 TEST(NeutralBulk, ChargeVanishesAtTheFermiLevelFound)
@@ -71,27 +65,41 @@ TEST(NeutralBulk, ChargeVanishesAtTheFermiLevelFound)
     struct Row {
         const char* what;
         double Nd, Na;
-        DefectType type;
+        LevelType first;
         EnergyDistribution distribution;
-        double Et, Nt;
+        std::vector<double> Et;
+        double Nt;
         int majority;
     };
-    constexpr Row rows[] = {
-        {"n-type, a neutral level holds no charge", 1e16, 0, DefectType::neutral, EnergyDistribution::single, 0.5, 1e18,
-         -1},
-        {"p-type, compensated in part by donors", 0, 1e16, DefectType::donor, EnergyDistribution::single, 0.6, 4e15, 1},
-        {"p doping overcompensated by shallow donors turns n", 0, 1e15, DefectType::donor, EnergyDistribution::single,
-         1.0, 1e17, -1},
-        {"deep acceptors pin an n-type bulk in mid gap", 1e15, 0, DefectType::acceptor, EnergyDistribution::gauss, 0.56,
-         1e17, 1},
-        {"undoped, acceptors alone make it p-type", 0, 0, DefectType::acceptor, EnergyDistribution::VB_tail, 0.15, 1e17,
+    constexpr auto single = EnergyDistribution::single;
+    const Row rows[] = {
+        {"n-type, a neutral level holds no charge", 1e16, 0, LevelType::neutral, single, {0.5}, 1e18, -1},
+        {"p-type, compensated in part by donors", 0, 1e16, LevelType::plus_zero, single, {0.6}, 4e15, 1},
+        {"p doping overcompensated by shallow donors turns n", 0, 1e15, LevelType::plus_zero, single, {1.0}, 1e17, -1},
+        {"each double donor gives two electrons", 0, 1e16, LevelType::two_plus_plus, single, {0.9, 1.0}, 6e15, -1},
+        {"each double acceptor takes two", 1.9e16, 0, LevelType::zero_minus, single, {0.2, 0.3}, 1e16, 1},
+        {"deep acceptors pin an n-type bulk in mid gap",
+         1e15,
+         0,
+         LevelType::zero_minus,
+         EnergyDistribution::gauss,
+         {0.56},
+         1e17,
          1},
-        {"undoped and clean is intrinsic", 0, 0, DefectType::neutral, EnergyDistribution::single, 0.5, 1e10, 0},
-        {"equal dopings are intrinsic", 1e17, 1e17, DefectType::neutral, EnergyDistribution::single, 0.5, 1e10, 0},
+        {"undoped, acceptors alone make it p-type",
+         0,
+         0,
+         LevelType::zero_minus,
+         EnergyDistribution::VB_tail,
+         {0.15},
+         1e17,
+         1},
+        {"undoped and clean is intrinsic", 0, 0, LevelType::neutral, single, {0.5}, 1e10, 0},
+        {"equal dopings are intrinsic", 1e17, 1e17, LevelType::neutral, single, {0.5}, 1e10, 0},
     };
     for (const Row& r : rows) {
         NeutralBulk bulk = silicon(r.Nd, r.Na);
-        bulk.levels.push_back(level(r.type, r.distribution, r.Et, r.Nt));
+        bulk.defects.push_back(defect(r.first, r.distribution, r.Et, r.Nt));
         const NeutralFermiLevel found = CalculateNeutralBulkEquilibriumFermiLevel(bulk);
         EXPECT_EQ(found.type, r.majority) << r.what;
         EXPECT_NEAR(found.EcEf + found.EfEv, bulk.Eg, 1e-12) << r.what;
@@ -110,9 +118,9 @@ TEST(NeutralBulk, ChargeVanishesAtTheFermiLevelFound)
 TEST(NeutralBulk, DerivativeOfTheDefectChargeAgreesWithDifferences)
 {
     NeutralBulk bulk = silicon(0, 0);
-    bulk.levels = {level(DefectType::donor, EnergyDistribution::gauss, 0.5, 1e16),
-                   level(DefectType::acceptor, EnergyDistribution::single, 0.7, 3e16),
-                   level(DefectType::acceptor, EnergyDistribution::CB_tail, 1.1, 1e17)};
+    bulk.defects = {defect(LevelType::plus_zero, EnergyDistribution::gauss, {0.5}, 1e16),
+                    defect(LevelType::three_plus_two_plus, EnergyDistribution::single, {0.3, 0.4, 0.7, 0.6}, 3e16),
+                    defect(LevelType::zero_minus, EnergyDistribution::CB_tail, {1.0, 1.1}, 1e17)};
     const auto charge_at = [&](double F, double& slope) {
         return NChargedInDefects(bulk, bulk.Nc * std::exp((F - bulk.Eg) / bulk.kT), bulk.Nv * std::exp(-F / bulk.kT),
                                  slope);

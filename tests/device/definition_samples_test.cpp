@@ -57,28 +57,13 @@ TEST(DefinitionSamples, ReadAndWriteReturnEveryLineOfTheFile)
         if (file.stem() != "earliest-format") {
             EXPECT_EQ(lines_of(written), lines_of(*read_whole_file(file)));
         }
-        // Both written forms are files of the same cell.
+        // Both written forms are files of the same cell, and remarks do not pile up.
         Definition again;
         ASSERT_TRUE(parse_definition(surroundings, written, file, again));
         EXPECT_EQ(definition_text(again, "KOVIN", {}), written);
         const std::string plain = SaveDefinitionFile(definition);
         ASSERT_TRUE(parse_definition(surroundings, plain, file, again));
         EXPECT_EQ(SaveDefinitionFile(again), plain);
-    }
-}
-
-TEST(DefinitionSamples, RemarksDoNotPileUp)
-{
-    Surroundings surroundings;
-    Definition definition;
-    ASSERT_TRUE(lees_structuurfile(surroundings, samples / "cigs-baseline.def", definition));
-    std::string text = definition_text(definition, "KOVIN 1", {});
-    for (int i = 0; i < 3; ++i) {
-        Definition again;
-        ASSERT_TRUE(parse_definition(surroundings, text, "x.def", again));
-        const std::string next = definition_text(again, "KOVIN 1", {});
-        EXPECT_EQ(next, text) << "save " << i;
-        text = next;
     }
 }
 

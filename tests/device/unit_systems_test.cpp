@@ -40,64 +40,45 @@ SiCell full_cell()
     return si;
 }
 
-TEST(UnitSystems, FactorsOfEveryKind)
+TEST(UnitSystems, FactorsOfEveryKindThereAndBack)
 {
     const SiCell si = full_cell();
     const UserCell user = parameterset1_to_2(si);
-    const LayerParameters& s = si.cell.layer[0];
-    const LayerParameters& u = user.cell.layer[0];
-    struct Row {
-        const char* what;
-        double SI, shown, factor;
+    const SiCell back = parameterset2_to_1(user);
+    const auto layer = [](const auto& c) -> const LayerParameters& { return c.cell.layer[0]; };
+    const auto material = [&](const auto& c) -> const MaterialParameters& { return layer(c).material; };
+    const auto level = [&](const auto& c) -> const BulkRecombinationParameters& { return layer(c).srh[0][0]; };
+    const auto sheet = [](const auto& c) -> const InterfaceRecombinationParameters& {
+        return c.cell.interfaces[0].defects[0];
     };
-    const Row rows[] = {
-        {"thickness, m to um", s.material.d, u.material.d, 1e6},
-        {"thermal velocity, m/s to cm/s", s.material.v_th_n.pure_A, u.material.v_th_n.pure_A, 100},
-        {"contact velocity", si.cell.left.Sn, user.cell.left.Sn, 100},
-        {"density, both ends", s.material.Nc.right, u.material.Nc.right, 1e-6},
-        {"doping", s.material.Na.left, u.material.Na.left, 1e-6},
-        {"constant of a law that carries the unit", s.material.Nd.third, u.material.Nd.third, 1e-6},
-        {"mobility", s.material.mu_p.pure_B, u.material.mu_p.pure_B, 1e4},
-        {"radiative coefficient", s.material.K_rad.pure_A, u.material.K_rad.pure_A, 1e6},
-        {"Auger coefficient", s.material.c_n_auger.left, u.material.c_n_auger.left, 1e12},
-        {"absorption coefficient A", s.material.absorption.A_pure_A, u.material.absorption.A_pure_A, 0.01},
-        {"cross section", s.srh[0][0].sigma_n, u.srh[0][0].sigma_n, 1e4},
-        {"optical sigma goes to the other carrier", s.srh[0][0].sigma_n_opt, u.srh[0][0].sigma_p_opt, 1e4},
-        {"and the other way round", s.srh[0][0].sigma_p_opt, u.srh[0][0].sigma_n_opt, 1e4},
-        {"capture table", s.srh[0][0].holes.sigmas[1], u.srh[0][0].holes.sigmas[1], 1e4},
-        {"characteristic length", s.srh[0][0].Lkar, u.srh[0][0].Lkar, 1e6},
-        {"defect density", s.srh[0][0].Nt.pure_A, u.srh[0][0].Nt.pure_A, 1e-6},
-        {"interface density, m^-2 to cm^-2", si.cell.interfaces[0].defects[0].N, user.cell.interfaces[0].defects[0].N,
-         1e-4},
-        {"interface cross section", si.cell.interfaces[0].defects[0].sigma_pright,
-         user.cell.interfaces[0].defects[0].sigma_pright, 1e4},
-        {"gap", s.material.Eg.pure_A, u.material.Eg.pure_A, 1},
-        {"permittivity", s.material.eps.left, u.material.eps.left, 1},
+    const auto expect = [&](const char* what, double factor, const auto& value) {
+        EXPECT_NEAR(value(user), value(si) * factor, 1e-12 * value(si) * factor) << what;
+        EXPECT_NEAR(value(back), value(si), 1e-14 * value(si)) << what << ", back";
     };
-    for (const Row& r : rows) EXPECT_NEAR(r.shown, r.SI * r.factor, 1e-12 * r.SI * r.factor) << r.what;
-    EXPECT_EQ(u.material.Eg.thickness, u.material.d) << "profiles know the thickness in the unit of their set";
-}
-
-TEST(UnitSystems, ThereAndBackGivesTheSameCell)
-{
-    const SiCell si = full_cell();
-    const SiCell back = parameterset2_to_1(parameterset1_to_2(si));
-    const auto same = [](double a, double b, const char* what) { EXPECT_NEAR(a, b, 1e-14 * std::abs(a)) << what; };
-    for (std::size_t i = 0; i < 2; ++i) {
-        const LayerParameters &a = si.cell.layer[i], &b = back.cell.layer[i];
-        same(a.material.d, b.material.d, "d");
-        same(a.material.Nd.left, b.material.Nd.left, "Nd left");
-        same(a.material.Nd.third, b.material.Nd.third, "Nd third");
-        same(a.material.mu_n.pure_A, b.material.mu_n.pure_A, "mu_n");
-        same(a.material.c_n_auger.pure_A, b.material.c_n_auger.pure_A, "c_n_auger");
-        same(a.material.absorption.A_pure_A, b.material.absorption.A_pure_A, "A");
-        same(a.srh[0][0].sigma_n_opt, b.srh[0][0].sigma_n_opt, "sigma_n_opt is back in its place");
-        same(a.srh[0][0].sigma_p_opt, b.srh[0][0].sigma_p_opt, "sigma_p_opt is back in its place");
-        same(a.srh[0][0].Nt.left, b.srh[0][0].Nt.left, "Nt");
-        same(a.srh[0][0].Lkar, b.srh[0][0].Lkar, "Lkar");
-    }
-    same(si.cell.interfaces[0].defects[0].N_peak, back.cell.interfaces[0].defects[0].N_peak, "N peak");
-    same(si.cell.right.Sp, back.cell.right.Sp, "Sp");
+    expect("thickness, m to um", 1e6, [&](const auto& c) { return material(c).d; });
+    expect("thermal velocity, m/s to cm/s", 100, [&](const auto& c) { return material(c).v_th_n.pure_A; });
+    expect("contact velocity", 100, [](const auto& c) { return c.cell.right.Sp; });
+    expect("density, both ends", 1e-6, [&](const auto& c) { return material(c).Nc.right; });
+    expect("doping", 1e-6, [&](const auto& c) { return material(c).Na.left; });
+    expect("constant of a law that carries the unit", 1e-6, [&](const auto& c) { return material(c).Nd.third; });
+    expect("mobility", 1e4, [&](const auto& c) { return material(c).mu_p.pure_A; });
+    expect("radiative coefficient", 1e6, [&](const auto& c) { return material(c).K_rad.pure_A; });
+    expect("Auger coefficient", 1e12, [&](const auto& c) { return material(c).c_n_auger.left; });
+    expect("absorption coefficient", 0.01, [&](const auto& c) { return material(c).absorption.A_pure_A; });
+    expect("cross section", 1e4, [&](const auto& c) { return level(c).sigma_n; });
+    expect("capture table", 1e4, [&](const auto& c) { return level(c).holes.sigmas[1]; });
+    expect("characteristic length", 1e6, [&](const auto& c) { return level(c).Lkar; });
+    expect("defect density", 1e-6, [&](const auto& c) { return level(c).Nt.pure_A; });
+    expect("interface density, m^-2 to cm^-2", 1e-4, [&](const auto& c) { return sheet(c).N; });
+    expect("its peak", 1e-4, [&](const auto& c) { return sheet(c).N_peak; });
+    expect("interface cross section", 1e4, [&](const auto& c) { return sheet(c).sigma_pright; });
+    expect("gap", 1, [&](const auto& c) { return material(c).Eg.pure_A; });
+    expect("permittivity", 1, [&](const auto& c) { return material(c).eps.left; });
+    // The optical cross sections go to the other carrier, and back.
+    EXPECT_NEAR(level(user).sigma_p_opt, 1e4 * level(si).sigma_n_opt, 1e-28);
+    EXPECT_NEAR(level(user).sigma_n_opt, 1e4 * level(si).sigma_p_opt, 1e-28);
+    EXPECT_NEAR(level(back).sigma_n_opt, level(si).sigma_n_opt, 1e-32);
+    EXPECT_EQ(material(user).Eg.thickness, material(user).d) << "profiles know the thickness in the unit of their set";
 }
 
 TEST(UnitSystems, UniformLayersGetEqualEndsUnlessGradedInPosition)

@@ -10,6 +10,7 @@
 #include "optics/generation.h"
 #include "optics/incoming_flux.h"
 #include "optics/spectrum.h"
+#include "support/layer_mesh.h"
 #include "support/uniform_layer.h"
 
 #include <gtest/gtest.h>
@@ -37,13 +38,18 @@ double sum(const std::vector<double>& v) { return std::accumulate(v.begin(), v.e
 
 // ---- spectrum -----------------------------------------------------------------------------------------------------
 
-TEST(Spectrum, StandardSunHasItsPowerAndFeedsIdealAbsorbers)
-{
+class Spectrum : public ::testing::Test {
+protected:
     Shipped surroundings;
+    ScratchFolder scratch;
     WorkPoint wp = lit();
     GenerationParameters gp;
+};
+
+TEST_F(Spectrum, StandardSunHasItsPowerAndFeedsIdealAbsorbers)
+{
     ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp));
-    EXPECT_NEAR(wp.powerFromSpectrum, 1000.37, 0.1);
+    EXPECT_NEAR(wp.powerFromSpectrum, 1000.37, 0.1) << "280 to 4000 nm, ASTM G173-03";
     EXPECT_EQ(wp.incidentPower, wp.powerFromSpectrum);
 
     CellParameters bare;
@@ -62,13 +68,10 @@ TEST(Spectrum, StandardSunHasItsPowerAndFeedsIdealAbsorbers)
     }
 }
 
-TEST(Spectrum, DarkHasTwoRowsAndTouchesNoFile)
+TEST_F(Spectrum, DarkHasTwoRowsAndTouchesNoFile)
 {
-    Shipped surroundings;
-    WorkPoint wp = lit();
     wp.dark = true;
     wp.spectrumFile = "not there.spe";
-    GenerationParameters gp;
     ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp));
     EXPECT_EQ(gp.lambda, (std::vector<double>{200.0, 5000.0}));
     EXPECT_EQ(sum(gp.spectrum), 0.0);
@@ -81,18 +84,14 @@ TEST(Spectrum, DarkHasTwoRowsAndTouchesNoFile)
         << "a model that is not computed is never passed over in silence";
 }
 
-TEST(Spectrum, FileRules)
+TEST_F(Spectrum, FileRules)
 {
-    const ScratchFolder scratch;
     std::ofstream(scratch.path() / "s.spe") << "heading 1\n700\t2\n500 -3 and more\n600 5\n";
     std::ofstream big(scratch.path() / "big.spe");
     for (int i = 0; i < MAX_NUMBER_OF_INPUT_POINTS + 1; ++i) big << 300 + i << " 1\n";
     big.close();
-    Surroundings surroundings;
-    WorkPoint wp = lit();
     wp.neutralDensity = 1.0;
     wp.spectrumFile = (scratch.path() / "s.spe").string();
-    GenerationParameters gp;
     ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp));
     EXPECT_EQ(gp.lambda, (std::vector<double>{500, 600, 700})) << "sorted, headings passed over";
     EXPECT_EQ(gp.spectrum, (std::vector<double>{0, 5, 2})) << "negative power is none";
@@ -101,10 +100,9 @@ TEST(Spectrum, FileRules)
     EXPECT_FALSE(bepaal_spectrum(surroundings, wp, gp)) << "one row too many";
 }
 
-TEST(Spectrum, CutOffCountsTheLightBetweenItsWavelengths)
+TEST_F(Spectrum, CutOffCountsTheLightBetweenItsWavelengths)
 {
     // A flat spectrum of 2 W/m2/nm from 400 to 800 nm every 10 nm: the power is 2 W times the width that is left.
-    const ScratchFolder scratch;
     {
         std::ofstream out(scratch.path() / "flat.spe");
         for (int i = 0; i <= 40; ++i) out << 400 + 10 * i << ' ' << (i == 0 || i == 40 ? 10 : 20) << '\n';
@@ -123,13 +121,10 @@ TEST(Spectrum, CutOffCountsTheLightBetweenItsWavelengths)
         {"upper part", 655, 2000, 290, 42},
     };
     for (const Row& r : rows) {
-        Surroundings surroundings;
-        WorkPoint wp = lit();
         wp.spectrumFile = (scratch.path() / "flat.spe").string();
         wp.cutOff = true;
         wp.lambdaShort = r.low;
         wp.lambdaLong = r.high;
-        GenerationParameters gp;
         ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp));
         EXPECT_EQ(gp.n, r.rows) << r.what;
         EXPECT_NEAR(wp.powerFromSpectrum, 800.0, 1e-9) << r.what;
@@ -215,26 +210,7 @@ struct Stack {
             models.models[0].values[0] = layers[j].alpha;
         }
         parameterset1_to_3(set1, 300.0, set3);
-        mesh.nlayers = cell.layers;
-        mesh.resize(n * cell.layers);
-        double start = 0.0;
-        for (int j = 0; j < cell.layers; ++j) {
-            const auto l = static_cast<std::size_t>(j);
-            mesh.first[l] = j * n;
-            mesh.last[l] = j * n + n - 1;
-            mesh.n_in_layer[l] = n;
-            for (int i = 0; i < n; ++i) {
-                const double s = 0.5 - 0.5 * std::cos(3.14159265358979 * i / (n - 1));
-                mesh.x[static_cast<std::size_t>(j * n + i)] = start + set3.d[l] * s;
-            }
-            start += set3.d[l];
-        }
-        for (std::size_t i = 0; i < mesh.x.size(); ++i) {
-            mesh.x_m[i] = mesh.x[i] * set3.scale.x0;
-            mesh.x_um[i] = mesh.x_m[i] * 1e6;
-            mesh.h[i] = i + 1 < mesh.x.size() ? mesh.x[i + 1] - mesh.x[i] : 0.0;
-        }
-        for (std::size_t l = 0; l + 1 < layers.size(); ++l) mesh.h[static_cast<std::size_t>(mesh.last[l])] = 0.0;
+        mesh = test::layer_mesh(set3, n, test::Spacing::fine_at_ends);
         Full_x_Dependence(set3, mesh);
     }
 };
@@ -245,6 +221,7 @@ TEST(Fluxes, BeerLambertWithBothReflections)
         const char* what;
         int side;
         double front, back, Rfront;  // reflections: of the front filter, of the back, and of the front from inside
+        double power = 1.0;
     };
     constexpr Row rows[] = {
         {"no reflection, from the right", +1, 0.0, 0.0, 0.0},
@@ -253,6 +230,7 @@ TEST(Fluxes, BeerLambertWithBothReflections)
         {"mirror at the back, light from the left", -1, 0.1, 0.8, 0.0},
         {"light goes to and fro", +1, 0.0, 0.9, 0.7},
         {"to and fro, light from the left", -1, 0.05, 0.9, 0.7},
+        {"no light gives exactly nothing", +1, 0.0, 0.9, 0.7, 0.0},
     };
     const std::vector<Stack::Layer> layers = {{2e-6, 3e3, 1e22}, {1e-7, 5e4, 3e23}, {3e-7, 1e3, 1e21}};
     const double depth[] = {2e-6 * 3e5, 1e-7 * 5e6, 3e-7 * 1e5};
@@ -262,7 +240,7 @@ TEST(Fluxes, BeerLambertWithBothReflections)
         GenerationParameters gp;
         gp.lambda = {400, 401, 500};  // fewer than one pass takes
         gp.n = 3;
-        gp.spectrum = {1.0, 0.0, 2.0};
+        gp.spectrum = {r.power, 0.0, 2.0 * r.power};
         gp.side = r.side;
         gp.Rfront = r.Rfront;
         CellParameters& cell = stack.set1.cell.cell;
@@ -275,7 +253,8 @@ TEST(Fluxes, BeerLambertWithBothReflections)
         front.filter_value = r.front;
         back.filter_value = r.back;
         ASSERT_TRUE(BerekenFilterSpectra(surroundings, cell, gp));
-        ASSERT_TRUE(bepaal_alfa(surroundings, stack.set3, stack.mesh, gp));
+        ASSERT_TRUE(read_absorption(surroundings, stack.set3, gp));
+        bepaal_alfa(stack.set3, stack.mesh, gp);
         EXPECT_EQ(gp.absorption.alpha.size(), 3u) << "one table a uniform layer";
         CalculateIncomingFluxes(gp, photons_per_nm_W, FluxMode::work_point);
         CalculateFluxesAndGeneration(stack.set3, stack.mesh, gp);
@@ -283,7 +262,7 @@ TEST(Fluxes, BeerLambertWithBothReflections)
         ExtractGeneration(stack.set3, stack.mesh, gp, G);
 
         // Closed formula: the geometric series of all passes. z is the depth from the light side.
-        const double photons = photons_per_nm_W * (400 * 1.0 + 500 * 2.0) * (1 - r.front);
+        const double photons = photons_per_nm_W * (400 * 1.0 + 500 * 2.0) * r.power * (1 - r.front);
         const double T = depth[0] + depth[1] + depth[2];
         const double series = photons / (1 - r.back * r.Rfront * std::exp(-2 * T));
         double start_x = 0.0, start_D = 0.0;
@@ -302,22 +281,17 @@ TEST(Fluxes, BeerLambertWithBothReflections)
         // What is absorbed is what entered and did not leave; the sum over half intervals is good to its mesh.
         const double absorbed = series * (1 - std::exp(-T)) * (1 + r.back * std::exp(-T));
         EXPECT_NEAR(gp.total_mA_cm2, absorbed * elementary_charge * 0.1, 2e-3 * gp.total_mA_cm2) << r.what;
-    }
-}
 
-TEST(Fluxes, NoLightGivesExactlyNothing)
-{
-    Stack stack({{1e-6, 1e4, 1e22}}, 20);
-    Surroundings surroundings;
-    WorkPoint wp = InitialiseWorkPoint();
-    wp.dark = true;
-    GenerationParameters gp;
-    ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp));
-    ASSERT_TRUE(BerekenFilterSpectra(surroundings, stack.set1.cell.cell, gp));
-    ASSERT_TRUE(bepaal_alfa(surroundings, stack.set3, stack.mesh, gp));
-    CalculateIncomingFluxes(gp, photons_per_nm_W, FluxMode::work_point);
-    CalculateFluxesAndGeneration(stack.set3, stack.mesh, gp);
-    for (const double G : gp.generation) EXPECT_EQ(G, 0.0);
+        // Taken for graded, the second layer goes interval by interval: the same light.
+        const std::vector<double> uniform = gp.generation;
+        const std::vector<double> alpha = gp.absorption.alpha[1];
+        gp.absorption.alpha.insert(gp.absorption.alpha.begin() + 1, alpha);
+        for (std::size_t i = 62; i < uniform.size(); ++i) ++gp.absorption.of_point[i];
+        gp.absorption.first_entry = {0, 1, 3, 4};
+        CalculateFluxesAndGeneration(stack.set3, stack.mesh, gp);
+        for (std::size_t i = 0; i < uniform.size(); ++i)
+            EXPECT_NEAR(gp.generation[i], uniform[i], 1e-10 * uniform[i]) << r.what << ", point " << i;
+    }
 }
 
 TEST(AbsorptionOnMesh, MixturesKeepTheirOwnEdge)
@@ -347,7 +321,8 @@ TEST(AbsorptionOnMesh, MixturesKeepTheirOwnEdge)
     GenerationParameters gp;
     const double edge = hc_eV_nm / 1.3;  // at y = 0.5
     gp.lambda = {300, edge - 1, edge + 1, 1200};
-    ASSERT_TRUE(bepaal_alfa(surroundings, stack.set3, stack.mesh, gp));
+    ASSERT_TRUE(read_absorption(surroundings, stack.set3, gp));
+    bepaal_alfa(stack.set3, stack.mesh, gp);
     ASSERT_EQ(gp.absorption.alpha.size(), 3u);
     const auto at = [&](std::size_t point, std::size_t k) {
         return gp.absorption.alpha[static_cast<std::size_t>(gp.absorption.of_point[point])][k];
@@ -373,7 +348,8 @@ TEST(Generation, ProfileFromFile)
     wp.generationFile = (scratch.path() / "g.gen").string();
     wp.attenuation = 50.0;
     GenerationParameters gp;
-    ASSERT_TRUE(CalculateGenerationFromFileOrFromModel(surroundings, wp, stack.set3, stack.mesh, gp));
+    ASSERT_TRUE(read_given_generation(surroundings, wp, gp));
+    CalculateGenerationFromFileOrFromModel(wp, stack.set3, stack.mesh, gp);
     std::vector<double> G;
     ExtractGeneration(stack.set3, stack.mesh, gp, G);
     for (std::size_t i = 0; i < G.size(); ++i) {
@@ -384,19 +360,17 @@ TEST(Generation, ProfileFromFile)
         if (x > 1.5 && x <= 2.0) expected = 4e26 * (x - 1.5) / 0.5;
         EXPECT_NEAR(G[i], 0.5 * expected, 1e15) << "x = " << x << " um";
     }
-    ASSERT_TRUE(CalculateIdealCurrentFromGenerationFileOrModel(surroundings, wp));
     // 1e26 x 0.25 um + 3e26 x 0.5 um + 4e26 x 0.25 um, whatever the attenuation.
-    EXPECT_NEAR(wp.idealCurrent, 2.75e20 * elementary_charge * 0.1, 1e-9);
+    EXPECT_NEAR(CalculateIdealCurrentFromGenerationFileOrModel(gp.given), 2.75e20 * elementary_charge * 0.1, 1e-9);
 
     wp.dark = true;
-    wp.generationFile = "missing.gen";
-    ASSERT_TRUE(CalculateGenerationFromFileOrFromModel(surroundings, wp, stack.set3, stack.mesh, gp));
-    EXPECT_EQ(sum(gp.generation), 0.0) << "dark, and no file is touched";
+    CalculateGenerationFromFileOrFromModel(wp, stack.set3, stack.mesh, gp);
+    EXPECT_EQ(sum(gp.generation), 0.0) << "dark";
     wp.dark = false;
     for (const char* name : {"missing.gen", ""}) {
         wp.generationFile = name;
         const std::size_t told = surroundings.report.messages.size();
-        EXPECT_FALSE(CalculateGenerationFromFileOrFromModel(surroundings, wp, stack.set3, stack.mesh, gp));
+        EXPECT_FALSE(read_given_generation(surroundings, wp, gp));
         EXPECT_GT(surroundings.report.messages.size(), told) << "'" << name << "'";
     }
 }
@@ -407,8 +381,10 @@ TEST(Generation, ShippedProfileHoldsItsCurrent)
     WorkPoint wp = lit();
     wp.generationSpecified = wp.generationFromFile = true;
     wp.generationFile = "exponential_right_40mA.gen";
-    ASSERT_TRUE(CalculateIdealCurrentFromGenerationFileOrModel(surroundings, wp));
-    EXPECT_NEAR(wp.idealCurrent, 40.0, 0.05) << "trapezoid rule on the rows of the file";
+    GenerationParameters gp;
+    ASSERT_TRUE(read_given_generation(surroundings, wp, gp));
+    EXPECT_NEAR(CalculateIdealCurrentFromGenerationFileOrModel(gp.given), 40.0, 0.05)
+        << "trapezoid rule on the rows of the file";
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 #include "device/cell_defaults.h"
 #include "device/contacts.h"
+#include "device/grading.h"
+#include "device/layer_profiles.h"
 #include "device/parameterset3.h"
 #include "solver/currents.h"
 #include "solver/mesh_first.h"
@@ -81,6 +83,92 @@ inline CellParameters thin_film_cell()
     return cell;
 }
 
+/// The thin-film cell with an absorber graded in composition, gap and affinity following it, and doping and defects
+/// graded on position: a law of each kind.
+inline CellParameters graded_cell()
+{
+    CellParameters cell = thin_film_cell();
+    LayerParameters& layer = cell.layer[0];
+    const auto grade = [](Profile& p, Law law, Dependence dependence, double left, double right) {
+        p.law = law;
+        p.dependence = dependence;
+        p.pure_A = p.left = left;
+        p.pure_B = p.right = right;
+    };
+    layer.composition_mode = 1;
+    grade(layer.composition, Law::parabolic_2, Dependence::on_x, 0.5, 0.3);
+    layer.composition.third = 2.2, layer.composition.fourth = 0.15;
+    MaterialParameters& m = layer.material;
+    grade(m.Eg, Law::parabolic, Dependence::on_y, 1.01, 1.68);
+    m.Eg.third = 0.22, m.Eg.fourth = 0.5;
+    grade(m.chi, Law::linear, Dependence::on_y, 4.57, 3.95);
+    grade(m.mu_n, Law::power, Dependence::on_y, 1e-2, 4e-3);
+    m.mu_n.third = 2.0;
+    grade(m.Na, Law::logarithmic, Dependence::on_x, 5e22, 1e22);
+    Profile& Nt = layer.srh[0][0].Nt;
+    grade(Nt, Law::exponential, Dependence::on_x, 4e20, 2e20);
+    Nt.third = 1e20, Nt.fourth = 0.3, Nt.fifth = 0.5;
+    SetProfileScaleParameters(Nt);
+    return cell;
+}
+
+/// A sheet of states at interface i with equal capture on both sides.
+inline InterfaceRecombinationParameters& add_sheet(CellParameters& cell, std::size_t i, DefectType type, double N,
+                                                   EnergyReference reference, double Et, double sigma_n, double sigma_p)
+{
+    InterfaceParameters& interface = cell.interfaces[i];
+    InterfaceRecombinationParameters& d = interface.defects[static_cast<std::size_t>(interface.defect_count)];
+    InitialiseInterfaceRecombinationParameters(d, static_cast<int>(i), interface.defect_count++);
+    d.defectType = type;
+    d.N = N;
+    d.reference = reference;
+    d.Et = Et;
+    d.sigma_nleft = d.sigma_nright = sigma_n;
+    d.sigma_pleft = d.sigma_pright = sigma_p;
+    return d;
+}
+
+/// The thin-film cell with a conduction band that falls by 0.2 eV from absorber to buffer, and a neutral sheet of
+/// 1e13 cm-2 between them.
+inline CellParameters cliff_cell()
+{
+    CellParameters cell = thin_film_cell();
+    set_uniform(cell.layer[1].material.chi, 4.7);
+    set_uniform(cell.layer[2].material.chi, 4.7);
+    add_sheet(cell, 0, DefectType::neutral, 1e17, EnergyReference::above_highest_EV, 0.6, 1e-19, 1e-19);
+    return cell;
+}
+
+/// The thin-film cell with a Gaussian of donors between absorber and buffer, unlike on both sides, and deep acceptors
+/// between buffer and window.
+inline CellParameters charged_sheet_cell()
+{
+    CellParameters cell = thin_film_cell();
+    InterfaceRecombinationParameters& donors =
+        add_sheet(cell, 0, DefectType::donor, 3e16, EnergyReference::above_EV_left, 0.9, 1e-19, 1e-18);
+    donors.energy_distribution = EnergyDistribution::gauss;
+    donors.sigma_nright = 1e-18;
+    add_sheet(cell, 1, DefectType::acceptor, 1e16, EnergyReference::above_middle, 0.2, 1e-19, 1e-19);
+    return cell;
+}
+
+/// The reference of an interface level seen from the other side.
+inline EnergyReference other_side(EnergyReference reference)
+{
+    switch (reference) {
+        case EnergyReference::above_Ei_left:
+            return EnergyReference::above_Ei_right;
+        case EnergyReference::above_Ei_right:
+            return EnergyReference::above_Ei_left;
+        case EnergyReference::above_EV_left:
+            return EnergyReference::above_EV_right;
+        case EnergyReference::above_EV_right:
+            return EnergyReference::above_EV_left;
+        default:
+            return reference;
+    }
+}
+
 /// A cell turned round: layers in reverse order, contacts exchanged.
 inline CellParameters mirrored(const CellParameters& cell)
 {
@@ -91,6 +179,19 @@ inline CellParameters mirrored(const CellParameters& cell)
         image.layer[j].layernumber = static_cast<int>(j);
         for (auto& defect : image.layer[j].srh)
             for (auto& level : defect) level.layer = static_cast<int>(j);
+        LayerParameters& layer = image.layer[j];
+        for_each_profile(layer,
+                         [&](Profile& p, const std::string&) { SwapGradingLeftRight(p, layer.material.d * 1e6); });
+    }
+    for (std::size_t i = 0; i + 1 < n; ++i) {
+        image.interfaces[i] = cell.interfaces[n - 2 - i];
+        image.interfaces[i].number = static_cast<int>(i);
+        for (InterfaceRecombinationParameters& d : image.interfaces[i].defects) {
+            d.interface_number = static_cast<int>(i);
+            std::swap(d.sigma_nleft, d.sigma_nright);
+            std::swap(d.sigma_pleft, d.sigma_pright);
+            d.reference = other_side(d.reference);
+        }
     }
     std::swap(image.left, image.right);
     UpdateThicknessInProfiles_Cell(image);
@@ -110,15 +211,19 @@ public:
         check_contacts(input.cell, T, input.convergence);
         parameterset1_to_3(input, T, set3);
         if (D0_factor != 1.0) rescale(D0_factor);
-        DefineKOVINMesh(set3, cv.mesh, refine);
+        DefineKOVINMesh(set3, cv.mesh, {.refine = refine});
         cv.resize();
+        memory.first_mesh = cv.mesh;
         prepare_solver(set3, cv.mesh, memory);
-        G.assign(static_cast<std::size_t>(cv.mesh.N), 0.0);
+        relight(cv.mesh);
     }
 
-    [[nodiscard]] Problem problem() const
+    /// The mesh follows the solution, as the settings have it.
+    [[nodiscard]] Problem problem()
     {
-        return {set3, memory.grid, memory.defects, memory.interface_states, G, nullptr};
+        Problem p{set3, memory.grid, memory.defects, memory.interface_states, G};
+        p.adaption.emplace(MeshAdaption{set3, memory, G, [this](const Mesh&, const Mesh& mesh) { relight(mesh); }});
+        return p;
     }
     bool solve_equilibrium() { return equilibrium(problem(), memory.work, cv); }
     bool solve() { return onder_belichting(problem(), memory.work, cv); }
@@ -127,9 +232,8 @@ public:
     /// Generation G_SI(x) [m^-3 s^-1], x in m from the left contact.
     void illuminate(const std::function<double(double)>& G_SI)
     {
-        for (std::size_t j = 0; j < layers(); ++j)
-            for (std::size_t i = first(j); i <= last(j); ++i)
-                G[i] = G_SI(cv.mesh.x_m[i]) * set3.scale.x0 * set3.scale.x0 / (set3.scale.D0 * set3.scale.N0[j]);
+        light = G_SI;
+        relight(cv.mesh);
     }
     /// Exponential light of `J` mA/cm2 in all, from the right unless `from_left`, over the decay length [m].
     void illuminate_exponentially(double J, double decay, bool from_left = false)
@@ -141,14 +245,15 @@ public:
         });
     }
 
-    /// Contact minority currents plus bulk recombination minus generation [mA/cm2]; equals J for a p side at the left.
+    /// Contact minority currents plus recombination in the bulk and at interfaces minus generation [mA/cm2]; equals J
+    /// for a p side at the left.
     [[nodiscard]] double recombination_minus_generation(bool p_left)
     {
         const ContactCurrents c = contact_currents(problem(), cv);
         const double at_left = p_left ? c.j_n_left : -c.j_p_left;
         const double at_right = p_left ? c.j_p_right : -c.j_n_right;
-        return at_left + at_right + integrated_current(set3, cv.mesh, cv.terms_total.rec) -
-               integrated_current(set3, cv.mesh, G);
+        return at_left + at_right + interface_recombination(problem(), cv) +
+               integrated_current(set3, cv.mesh, cv.terms_total.rec) - integrated_current(set3, cv.mesh, G);
     }
 
     [[nodiscard]] std::size_t layers() const { return static_cast<std::size_t>(cv.mesh.nlayers); }
@@ -162,6 +267,15 @@ public:
     std::vector<double> G;
 
 private:
+    std::function<double(double)> light = [](double) { return 0.0; };
+
+    void relight(const Mesh& mesh)
+    {
+        G.resize(static_cast<std::size_t>(mesh.N));
+        for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j)
+            for (auto i = static_cast<std::size_t>(mesh.first[j]); i <= static_cast<std::size_t>(mesh.last[j]); ++i)
+                G[i] = light(mesh.x_m[i]) * set3.scale.x0 * set3.scale.x0 / (set3.scale.D0 * set3.scale.N0[j]);
+    }
     /// Another diffusion scale: everything that is measured in v0 follows.
     void rescale(double factor)
     {

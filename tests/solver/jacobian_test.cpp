@@ -1,9 +1,10 @@
-// Each Jacobian against central differences of its own residual, in a lit three-layer cell away from 300 K.
+// Every derivative of the three equations against central differences of the residuals, in a lit three-layer cell away
+// from 300 K and off the solution.
 //
-// What the method leaves out of these blocks on purpose: the couplings between psi, u and v (the decoupled iteration
-// holds the other two), and in row l of an interface the entry of psi[f], which is folded into the main element because
-// row f says psi[f] = psi[l]. So psi[l] and psi[f] are moved together here.
+// Left out on purpose: nothing. Said otherwise: psi at the two points l and l + 1 of an interface is one unknown, kept
+// equal by a row of its own; the elements of a row may stand in either column, and the row of psi at l holds both in l.
 #include "solver/bulk_terms.h"
+#include "solver/coupled.h"
 #include "solver/devices.h"
 #include "solver/estimates.h"
 #include "solver/residuals.h"
@@ -21,6 +22,16 @@ Device lit_cell(int half_cells)
     set_uniform(cell.layer[1].material.c_p_auger, 1e-40);
     add_defect(cell.layer[0], DefectType::acceptor, 5e20, 0.3, 1e-19, 2e-18).energy_distribution =
         EnergyDistribution::gauss;
+    test::add_chain(cell.layer[0], LevelType::plus_zero, {0.7, 0.4}, 5e20);
+    test::add_chain(cell.layer[1], LevelType::two_plus_plus, {0.8, 1.2, 1.6}, 1e23);
+    // Charged sheets whose exchange with both layers weighs as much as the thermionic current.
+    InterfaceRecombinationParameters& donors =
+        add_sheet(cell, 0, DefectType::donor, 1e17, EnergyReference::above_middle, 0.1, 2e-17, 5e-17);
+    donors.energy_distribution = EnergyDistribution::gauss;
+    donors.sigma_nright = 4e-18;
+    donors.sigma_pright = 3e-16;
+    add_sheet(cell, 0, DefectType::acceptor, 4e15, EnergyReference::above_EV_left, 0.5, 3e-17, 1e-17);
+    add_sheet(cell, 1, DefectType::acceptor, 1e15, EnergyReference::below_lowest_EC, 0.6, 1e-17, 3e-17);
     Device device(cell, 350.0, [&](ConvergenceParameters& c) { c.interfacial_half_cells = half_cells; });
     device.solve_equilibrium();
     device.illuminate_exponentially(33.0, 0.5e-6);
@@ -40,104 +51,121 @@ Device lit_cell(int half_cells)
     return device;
 }
 
-using Residual = std::function<void(Device&, std::vector<double>&)>;
+/// The three unknowns of every point as one numbering, and their columns as -d res/d (psi, Fn, -Fp).
+struct Differences {
+    explicit Differences(Device& d) : device(d), N(d.cv.psi.size()) {}
 
-/// -d res[row]/d x by central differences, where moving x by h is done by `move`.
-std::vector<double> difference(Device& device, const Residual& residual, const std::function<void(double)>& move,
-                               double h)
+    std::vector<double> residual() const
+    {
+        std::vector<double> res(3 * N), rho(N);
+        const Problem problem = device.problem();
+        totale_rdcbijdrage(problem, device.cv);
+        total_charge(problem, device.cv, rho);
+        const std::span all(res);
+        calculate_dc_residue_psi(problem, device.cv, rho, all.first(N));
+        calculate_dc_residue(problem, device.cv, Carrier::electrons, all.subspan(N, N));
+        calculate_dc_residue(problem, device.cv, Carrier::holes, all.subspan(2 * N, N));
+        return res;
+    }
+
+    void move(std::size_t unknown, std::size_t i, double h) const
+    {
+        CalculationVariables& cv = device.cv;
+        (unknown == of_psi ? cv.psi : unknown == of_u ? cv.Fn : cv.Fp)[i] += unknown == of_v ? -h : h;
+        update_psivar(device.set3, cv);
+        update_Fn(cv);
+        update_Fp(cv);
+    }
+
+    /// Central differences of fourth order.
+    std::vector<double> column(std::size_t unknown, std::size_t i) const
+    {
+        constexpr double h = 1e-3;
+        std::vector<double> sum(3 * N, 0.0);
+        for (const auto& [step, weight] : {std::pair{-2 * h, -1.0}, {h, 8.0}, {2 * h, -8.0}, {h, 1.0}}) {
+            move(unknown, i, step);
+            const std::vector<double> res = residual();
+            for (std::size_t k = 0; k < res.size(); ++k) sum[k] += weight * res[k] / (12.0 * h);
+        }
+        move(unknown, i, -2 * h);
+        return sum;
+    }
+
+    Device& device;
+    std::size_t N;
+};
+
+/// The system of all three equations as it is solved.
+BlockSystem assembled(Device& device)
 {
-    std::vector<double> up(device.cv.psi.size()), down(up.size());
-    move(h);
-    residual(device, up);
-    move(-2.0 * h);
-    residual(device, down);
-    move(h);
-    for (std::size_t i = 0; i < up.size(); ++i) up[i] = (down[i] - up[i]) / (2.0 * h);
-    return up;
+    Workspace work;
+    work.resize(device.cv.psi.size(), device.layers(), true);
+    assemble_psi_uv(device.problem(), work, device.cv);
+    return work.block;
 }
 
-void expect_close(double analytic, double numeric, double scale, const char* what, std::size_t row, std::size_t column)
+/// Element of the row of `r` at point i to the unknown c of point k, with k at most two points off.
+double element(const Device& device, BlockSystem& s, Unknown r, std::size_t i, Unknown c, std::size_t k)
 {
-    EXPECT_NEAR(analytic, numeric, 2e-6 * scale + 1e-6 * std::fabs(analytic))
-        << what << " row " << row << " column " << column;
+    if (k == i) return s.main(r, c)[i];
+    if (k + 1 == i) return s.sub(r, c)[i];
+    if (k == i + 1) return s.super(r, c)[i];
+    for (std::size_t j = 0; j + 1 < device.layers(); ++j)
+        if (r == of_psi && i == device.last(j) && k == i + 2) return s.extra[j][c];
+    return 0.0;
 }
 
-TEST(Jacobian, PoissonAgainstDifferences)
+TEST(Jacobian, EveryElementOfTheCoupledSystemAgainstDifferences)
 {
     for (const int half_cells : {1, 0}) {
         Device device = lit_cell(half_cells);
-        CalculationVariables& cv = device.cv;
+        const CalculationVariables& cv = device.cv;
         const std::size_t N = cv.psi.size();
-        const Residual residual = [](Device& d, std::vector<double>& res) {
-            std::vector<double> rho(res.size());
-            totale_rdcbijdrage(d.problem(), d.cv);
-            total_charge(d.problem(), d.cv, rho);
-            calculate_dc_residue_psi(d.problem(), d.cv, rho, res);
+        BlockSystem system = assembled(device);
+        const auto scale = [&](Unknown c, std::size_t k) {
+            return c == of_psi ? 1.0 : c == of_u ? cv.expFn[k] : cv.expmFp[k];
         };
-        std::vector<double> sub(N), main(N), super(N), extra(device.layers());
-        totale_rdcbijdrage(device.problem(), cv);
-        calculate_dc_jacobian_psi(device.problem(), cv, {sub, main, super}, extra);
+        // Elements of a row count against the largest one of the row: rounding of the differences leaves 1e-12 of it.
+        std::array<std::vector<double>, 3> largest;
+        for (const Unknown r : {of_psi, of_u, of_v})
+            for (std::size_t i = 0; i < N; ++i) {
+                double size = 0.0;
+                for (const Unknown c : {of_psi, of_u, of_v})
+                    for (std::size_t k = i > 0 ? i - 1 : 0; k < std::min(i + 3, N); ++k)
+                        size = std::max(size, std::fabs(element(device, system, r, i, c, k) * scale(c, k)));
+                largest[r].push_back(size);
+            }
+        std::vector<bool> ends_layer(N, false);
+        for (std::size_t j = 0; j + 1 < device.layers(); ++j) ends_layer[device.last(j)] = true;
 
-        for (std::size_t j = 0; j < device.layers(); ++j)
-            for (std::size_t i = device.first(j); i <= device.last(j); ++i) {
-                if (i == 0 || i == N - 1) continue;           // contacts: psi is given
-                if (j > 0 && i == device.first(j)) continue;  // moved together with its partner
-                const bool pair = i == device.last(j) && j + 1 < device.layers();
-                const auto column = difference(
-                    device, residual,
-                    [&](double h) {
-                        cv.psi[i] += h;
-                        if (pair) cv.psi[i + 1] = cv.psi[i];
-                        update_psivar(device.set3, cv);
-                    },
-                    1e-4);
-                const double scale = std::fabs(main[i]);
-                expect_close(main[i], column[i], scale, "main", i, i);
-                if (i > 1 && i - 1 != device.first(j))
-                    expect_close(super[i - 1], column[i - 1], scale, "super", i - 1, i);
-                const bool next_is_row_f = pair;
-                if (!next_is_row_f && i + 2 < N) expect_close(sub[i + 1], column[i + 1], scale, "sub", i + 1, i);
-                if (pair) expect_close(sub[i + 2], column[i + 2], scale, "sub across the interface", i + 2, i + 1);
-                if (j > 0 && i == device.first(j) + 1)
-                    expect_close(extra[j - 1], column[i - 2], scale, "extra", i - 2, i);
+        const Differences differences(device);
+        for (const Unknown c : {of_psi, of_u, of_v})
+            for (std::size_t k = 0; k < N; ++k) {
+                const bool together = c == of_psi && ends_layer[k];
+                std::vector<double> column = differences.column(c, k);
+                if (together) {
+                    const std::vector<double> partner = differences.column(c, k + 1);
+                    for (std::size_t i = 0; i < column.size(); ++i) column[i] += partner[i];
+                }
+                for (const Unknown r : {of_psi, of_u, of_v})
+                    for (std::size_t i = 0; i < N; ++i) {
+                        if (r == of_psi && (i == 0 || i == N - 1)) continue;  // psi is given
+                        double analytic = element(device, system, r, i, c, k) * scale(c, k);
+                        if (together) analytic += element(device, system, r, i, c, k + 1);
+                        EXPECT_NEAR(analytic, column[r * N + i], 1e-8 * std::fabs(analytic) + 1e-11 * largest[r][i])
+                            << "row " << r << " of " << i << " to " << c << " of " << k << ", half cells "
+                            << half_cells;
+                    }
+                if (together) ++k;
+            }
+        // psi stays at the contacts, whatever the other unknowns do.
+        for (const std::size_t i : {std::size_t{0}, N - 1})
+            for (const Unknown c : {of_psi, of_u, of_v}) {
+                EXPECT_EQ(system.main(of_psi, c)[i], c == of_psi ? 1.0 : 0.0);
+                EXPECT_EQ(system.sub(of_psi, c)[i], 0.0);
+                EXPECT_EQ(system.super(of_psi, c)[i], 0.0);
             }
     }
-}
-
-TEST(Jacobian, ContinuityAgainstDifferences)
-{
-    for (const int half_cells : {1, 0})
-        for (const Carrier carrier : {Carrier::electrons, Carrier::holes}) {
-            Device device = lit_cell(half_cells);
-            CalculationVariables& cv = device.cv;
-            const std::size_t N = cv.psi.size();
-            const bool electrons = carrier == Carrier::electrons;
-            const Residual residual = [&](Device& d, std::vector<double>& res) {
-                totale_rdcbijdrage(d.problem(), d.cv);
-                calculate_dc_residue(d.problem(), d.cv, carrier, res);
-            };
-            std::vector<double> sub(N), main(N), super(N);
-            totale_rdcbijdrage(device.problem(), cv);
-            calculate_dc_jacobian(device.problem(), cv, carrier, {sub, main, super});
-            const auto w_of = [&](std::size_t i) { return electrons ? cv.expFn[i] : cv.expmFp[i]; };
-            for (std::size_t i = 0; i < N; ++i) {
-                // The step is made on the level: dw = +-w dF.
-                const double w = electrons ? w_of(i) : -w_of(i);
-                const auto column = difference(
-                    device, residual,
-                    [&](double h) {
-                        (electrons ? cv.Fn : cv.Fp)[i] += h;
-                        electrons ? update_Fn(cv) : update_Fp(cv);
-                    },
-                    1e-4);
-                const auto scale = [&](std::size_t row) {
-                    return std::fabs(main[row]) * std::max(w_of(row), std::fabs(w));
-                };
-                expect_close(main[i] * w, column[i], scale(i), "main", i, i);
-                if (i > 0) expect_close(super[i - 1] * w, column[i - 1], scale(i - 1), "super", i - 1, i);
-                if (i + 1 < N) expect_close(sub[i + 1] * w, column[i + 1], scale(i + 1), "sub", i + 1, i);
-            }
-        }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The small tools of the solver against slow and plain ones.
 #include "solver/band_solve.h"
 #include "solver/bernoulli.h"
+#include "solver/block_solve.h"
 #include "solver/devices.h"
 #include "solver/newton_steps.h"
 
@@ -28,6 +29,8 @@ TEST(Bernoulli, AllFormsAgreeWithExtendedPrecision)
         const long double h = 1e-4L * std::max(1.0L, std::fabs(static_cast<long double>(x)) / 10.0L);
         const double slope = static_cast<double>((exact_bernoulli(x + h) - exact_bernoulli(x - h)) / (2.0L * h));
         EXPECT_NEAR(Bern_deriv(x), slope, 2e-7) << x;
+        EXPECT_NEAR(bernoulli_slopes(pair).plus, slope, 1e-8) << x;
+        EXPECT_EQ(bernoulli_slopes(bernoulli_pair(-x)).minus, bernoulli_slopes(pair).plus) << x;
     }
     EXPECT_EQ(Bern(0.0), 1.0);
     EXPECT_EQ(Bern_deriv(0.0), -0.5);
@@ -70,7 +73,7 @@ TEST(BandSolve, AgreesWithDenseEliminationAndRefusesSingularSystems)
     mesh.first = {0, 5, 9};
     mesh.last = {4, 8, 14};
     Workspace w;
-    w.resize(15, 3);
+    w.resize(15, 3, false);
     std::mt19937 random(7);
     std::uniform_real_distribution<double> number(-1.0, 1.0);
     for (const bool with_extra : {true, false}) {
@@ -100,6 +103,60 @@ TEST(BandSolve, AgreesWithDenseEliminationAndRefusesSingularSystems)
         std::fill(w.res.begin(), w.res.end(), 1.0);
         EXPECT_FALSE(calculate_dc_delta_u_or_v(w)) << bad;
         EXPECT_FALSE(calculate_dc_delta_psi(mesh, w)) << bad;
+    }
+}
+
+TEST(BlockSolve, AgreesWithDenseEliminationAndRefusesSingularSystems)
+{
+    constexpr std::size_t N = 15;
+    Mesh mesh;
+    mesh.nlayers = 3;
+    mesh.first = {0, 5, 9};
+    mesh.last = {4, 8, 14};
+    BlockSystem s;
+    s.resize(N, 2);
+    std::mt19937 random(11);
+    std::uniform_real_distribution<double> number(-1.0, 1.0);
+    for (const std::size_t first : {std::size_t{of_psi}, std::size_t{of_u}}) {
+        const std::size_t n = 3 - first;
+        std::vector<double> u(N), v(N);  // the unknowns du/u and dv/v are of order one, u and v are not
+        for (std::size_t i = 0; i < N; ++i) {
+            u[i] = std::pow(10.0, 40.0 * number(random));
+            v[i] = std::pow(10.0, 40.0 * number(random));
+        }
+        const auto scale = [&](std::size_t c, std::size_t i) { return c == of_psi ? 1.0 : c == of_u ? u[i] : v[i]; };
+        std::vector<std::vector<double>> A(n * N, std::vector<double>(n * N, 0.0));
+        std::vector<double> b(n * N);
+        for (std::size_t i = 0; i < N; ++i)
+            for (std::size_t r = first; r < 3; ++r) {
+                const double size = std::pow(10.0, 20.0 * number(random));
+                const auto row = static_cast<Unknown>(r);
+                auto& dense = A[n * i + r - first];
+                const auto put = [&](std::size_t k, std::size_t c, double x, double& at) {
+                    dense[n * k + c - first] = size * x;
+                    at = size * x / scale(c, k);
+                };
+                for (std::size_t c = first; c < 3; ++c) {
+                    const auto column = static_cast<Unknown>(c);
+                    put(i, c, number(random) + (c == r ? 6.0 : 0.0), s.main(row, column)[i]);
+                    if (i > 0) put(i - 1, c, number(random), s.sub(row, column)[i]);
+                    if (i + 1 < N) put(i + 1, c, number(random), s.super(row, column)[i]);
+                    for (std::size_t j = 0; j < 2 && r == of_psi; ++j)
+                        if (i == static_cast<std::size_t>(mesh.last[j])) put(i + 2, c, 3.0, s.extra[j][c]);
+                }
+                b[n * i + r - first] = s.res[r][i] = size * number(random);
+            }
+        const std::vector<double> x = dense_solve(A, b);
+        const auto solve = [&] { return first == of_psi ? tridiagonal_3x3(mesh, s, u, v) : tridiagonal_2x2(s, u, v); };
+        ASSERT_TRUE(solve());
+        for (std::size_t i = 0; i < N; ++i)
+            for (std::size_t r = first; r < 3; ++r)
+                EXPECT_NEAR(s.delta[r][i], x[n * i + r - first], 1e-12) << "row " << r << " of " << i;
+        for (const double bad : {0.0, std::numeric_limits<double>::quiet_NaN()}) {
+            for (const Unknown c : {of_psi, of_u, of_v})
+                s.sub(of_u, c)[7] = s.main(of_u, c)[7] = s.super(of_u, c)[7] = bad;
+            EXPECT_FALSE(solve()) << bad;
+        }
     }
 }
 

@@ -2,7 +2,11 @@
 #pragma once
 
 #include "device/cell_defaults.h"
+#include "device/charge_states.h"
 #include "device/grading.h"
+
+#include <cmath>
+#include <vector>
 
 namespace kovin::test {
 
@@ -57,6 +61,27 @@ inline BulkRecombinationParameters& add_defect(LayerParameters& layer, DefectTyp
     level.Nt.dependence = Dependence::uniform;
     set_uniform(level.Nt, Nt);
     return level;
+}
+
+/// Adds a defect whose levels have the energies `Et`, the most positive transition first; they capture alike, but the
+/// holes of each level less than those of the level before.
+inline DefectLevels& add_chain(LayerParameters& layer, LevelType first, const std::vector<double>& Et, double Nt,
+                               EnergyDistribution distribution = EnergyDistribution::single, double Ekar = 0.05)
+{
+    DefectLevels& levels = layer.srh[static_cast<std::size_t>(layer.srhteller)];
+    add_defect(layer, DefectType::custom_multilevel, distribution, 0.0, Nt, Ekar);
+    const BulkRecombinationParameters whole = levels[0];
+    for (std::size_t s = 0; s < Et.size(); ++s) {
+        levels[s] = whole;
+        levels[s].level = static_cast<int>(s);
+        levels[s].levels = static_cast<int>(Et.size());
+        levels[s].Et = Et[s];
+        levels[s].aard =
+            static_cast<LevelType>(first == LevelType::neutral ? 0 : static_cast<int>(first) - levels[s].level);
+        levels[s].sigma_n = 1e-19;
+        levels[s].sigma_p = 3e-18 / std::pow(20.0, levels[s].level);
+    }
+    return levels;
 }
 
 }  // namespace kovin::test

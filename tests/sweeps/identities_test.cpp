@@ -1,15 +1,19 @@
-// What must hold between the columns of an I-V curve, and how far the curve depends on the mesh, for the shipped cells.
+// The curves of the shipped cells: resistances and references, the mesh, odd conditions, a composition between two
+// materials.
+#include "base/scratch_folder.h"
 #include "device/action_file.h"
 #include "device/definition_reader.h"
 #include "device/unit_systems.h"
+#include "solver/devices.h"
 #include "sweeps/ladder.h"
+#include "sweeps/starting_point.h"
 #include "sweeps/supported.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
+#include <fstream>
 #include <memory>
 #include <string>
 
@@ -43,100 +47,59 @@ const IvCurve& run(Surroundings& surroundings, Simulation& s)
     return s.results.back().iv;
 }
 
-TEST(ShippedCells, CurrentIsRecombinationLessGeneration)
+// A series resistance moves the voltage by J Rs, a shunt adds V Gsh to the current, whatever the references; and a cell
+// that is turned round, with its light and its references, is the same cell.
+TEST(ShippedCells, ResistancesShiftTheCurveExactly)
 {
-    struct Row {
-        double termination, to_Voc, beyond;  ///< [kT], relative error of the balance
-    };
-    // Beyond Voc the bands go flat and psi, electrons and holes follow each other slowly: there a solve that stops
-    // when no level moves by more than the termination is off by no more than that, in kT and so in the densities.
-    constexpr Row rows[] = {{1e-3, 2e-5, 1e-3}, {1e-6, 1e-6, 1e-6}};
-    for (const char* name : {"cigs-baseline", "cdte-baseline", "silicon-pn", "perovskite-nip"})
-        for (const Row& row : rows) {
-            AtHome surroundings;
-            auto s = sample(surroundings, name);
-            ASSERT_TRUE(s) << name;
-            ConvergenceParameters& settings = s->problem.input.convergence;
-            settings.termination_psi = settings.termination_Fn = settings.termination_Fp = row.termination;
-            const IvCurve& curve = run(surroundings, *s);
-            ASSERT_EQ(curve.points(), static_cast<std::size_t>(s->actie.IV_points)) << name;
-            const double sign = s->problem.input.cell.cell.left.majority_type == 1 ? 1.0 : -1.0;
-            const double Voc = s->results.back().characteristics.Voc;
-            for (std::size_t i = 0; i < curve.points(); ++i) {
-                const double J = sign * s->polarity.J * curve.ivcurrent[i];
-                const double largest = std::max({std::fabs(J), curve.TotalRec[i], curve.TotalGen[i]});
-                EXPECT_NEAR(J, curve.TotalRec[i] - curve.TotalGen[i],
-                            largest * (std::fabs(curve.iv_as[i]) < Voc ? row.to_Voc : row.beyond))
-                    << name << " at " << curve.iv_as[i] << " V, termination " << row.termination;
-            }
-        }
-}
-
-/// One condition changed in the panel or the cell.
-struct Changed {
-    const char* what;
-    std::function<void(Simulation&)> change;
-};
-
-TEST(ShippedCells, ReferencesChangeSignsOnly)
-{
+    constexpr double Rs = 2e-4, Gsh = 30.0;  // [ohm m2], [S/m2]
     AtHome surroundings;
     auto plain = sample(surroundings, "cigs-baseline");
     ASSERT_TRUE(plain);
-    const IvCurve expected = run(surroundings, *plain);
-    for (const int side : {-1, 1})
-        for (const int reference : {0, 1}) {
-            auto s = sample(surroundings, "cigs-baseline");
-            CellParameters& cell = s->zonnecel.cell;
-            cell.voltage_reference = side;
-            cell.reference_system = reference;
-            s->panel.actions.IV_stopV *= -side;
-            const IvCurve& curve = run(surroundings, *s);
-            ASSERT_EQ(curve.points(), expected.points());
-            const int sign_J = reference == 1 ? -side : side;
-            for (std::size_t i = 0; i < curve.points(); ++i) {
-                EXPECT_EQ(curve.iv_as[i], -side * expected.iv_as[i]);
-                EXPECT_EQ(curve.ivcurrent[i], sign_J * expected.ivcurrent[i]);
-            }
-            EXPECT_FALSE(std::signbit(curve.iv_as[0])) << "0 V must not be written as -0";
-            EXPECT_EQ(s->results.back().characteristics.Voc, plain->results.back().characteristics.Voc);
-        }
-}
-
-TEST(ShippedCells, SweepsAroundAKnownStateComeBackInOrder)
-{
-    const Changed rows[] = {
-        {"around short circuit",
-         [](Simulation& s) {
-             s.panel.actions.IV_startV = 0.7;
-             s.panel.actions.IV_stopV = -0.5;
-             s.panel.actions.IV_points = 25;
-         }},
-        {"around the working point, cut behind Voc",
-         [](Simulation& s) {
-             s.panel.workPoint.V = 0.4;
-             s.panel.actions.IV_startV = 0.2;
-             s.panel.actions.IV_points = 31;
-             s.panel.actions.stopAfterVoc = true;
-         }},
+    // On a fixed mesh: a moving one drops points from left to right, which shows as 3e-6 of J in a turned cell.
+    const auto settle = [](Simulation& s) {
+        s.problem.input.convergence.recalculate_mesh = 0;
+        set_terminations(s.problem.input.convergence, 1e-6);
     };
-    for (const Changed& row : rows) {
-        AtHome surroundings;
-        auto s = sample(surroundings, "cigs-baseline");
-        ASSERT_TRUE(s);
-        row.change(*s);
-        const IvCurve& curve = run(surroundings, *s);
-        EXPECT_TRUE(std::is_sorted(curve.iv_as.begin(), curve.iv_as.end())) << row.what;
-        EXPECT_TRUE(std::is_sorted(curve.ivcurrent.begin(), curve.ivcurrent.end())) << row.what;
-        if (s->panel.actions.stopAfterVoc) {
-            EXPECT_NEAR(curve.iv_as.back(), 0.64, 1e-9) << row.what;
-        }
-    }
+    settle(*plain);
+    const IvCurve expected = run(surroundings, *plain);
+    for (const bool turned : {false, true})
+        for (const int side : {-1, 1})
+            for (const int reference : {0, 1}) {
+                auto s = sample(surroundings, "cigs-baseline");
+                settle(*s);
+                CellParameters& cell = s->zonnecel.cell;
+                if (turned) {
+                    cell = testing::mirrored(cell);
+                    s->panel.workPoint.lightFromRight = !s->panel.workPoint.lightFromRight;
+                }
+                cell.voltage_reference = turned ? -side : side;
+                cell.reference_system = reference;
+                WorkPoint& wp = s->panel.workPoint;
+                wp.RsPresent = wp.GshPresent = true;
+                wp.Rs = Rs;
+                wp.Gsh = Gsh;
+                s->panel.actions.IV_stopV *= -side;
+                const IvCurve& curve = run(surroundings, *s);
+                ASSERT_EQ(curve.points(), expected.points());
+                // To the user's signs: forward voltage and current positive where the reference lies at the p side.
+                const double sign_V = -side, sign_J = reference == 1 ? -side : side;
+                for (std::size_t i = 0; i < curve.points(); ++i) {
+                    const double J = expected.ivcurrent[i] + 0.1 * Gsh * expected.iv_as[i];
+                    const double exact = turned ? 1e-7 * std::max(33.0, std::fabs(J)) : 1e-12 * std::fabs(J);
+                    EXPECT_NEAR(sign_J * curve.ivcurrent[i], J, exact) << side << reference << turned;
+                    EXPECT_NEAR(sign_V * curve.iv_as[i], expected.iv_as[i] + 10.0 * Rs * J, 1e-12 + 10.0 * Rs * exact)
+                        << side << reference << turned;
+                }
+            }
 }
 
 TEST(ShippedCells, StrangeConditionsGiveFiniteFigures)
 {
-    const Changed rows[] = {
+    struct Row {
+        const char* what;
+        void (*change)(Simulation&);
+    };
+    const Row rows[] = {
         {"perfect mirrors on both sides",
          [](Simulation& s) {
              s.panel.workPoint.Rfront = 1.0;
@@ -153,7 +116,7 @@ TEST(ShippedCells, StrangeConditionsGiveFiniteFigures)
          }},
         {"a single point", [](Simulation& s) { s.panel.actions.IV_points = 1; }},
     };
-    for (const Changed& row : rows) {
+    for (const Row& row : rows) {
         AtHome surroundings;
         auto s = sample(surroundings, "cigs-baseline");
         ASSERT_TRUE(s);
@@ -164,24 +127,102 @@ TEST(ShippedCells, StrangeConditionsGiveFiniteFigures)
     }
 }
 
-TEST(ShippedCells, FixedMeshIsFineEnough)
+/// Figures that show how fine a mesh is: dark currents in forward direction, and the collected share of the light.
+struct MeshFigures {
+    double dark[3] = {}, collected = 0.0;
+    int points = 0;
+};
+
+MeshFigures figures_of(const char* name, int refine, double ratio_max, double ratio_min)
 {
-    IVCharacteristics result[2];
-    double generation[2] = {};
-    for (const int parts : {1, 2}) {
+    MeshFigures figures;
+    for (const bool dark : {false, true}) {
         AtHome surroundings;
-        auto s = sample(surroundings, "cigs-baseline");
-        ASSERT_TRUE(s);
-        s->mesh_refinement = parts;
-        run(surroundings, *s);
-        result[parts - 1] = s->results.back().characteristics;
-        generation[parts - 1] = s->light.total_mA_cm2;
+        auto s = sample(surroundings, name);
+        ConvergenceParameters& settings = s->problem.input.convergence;
+        settings.termination_psi = settings.termination_Fn = settings.termination_Fp = 1e-5;
+        settings.mesh_ratio_max = ratio_max;
+        settings.mesh_ratio_min = ratio_min;
+        s->mesh_refinement = refine;
+        s->panel.actions = {};
+        s->panel.workPoint.dark = dark;
+        EXPECT_EQ(calculate(surroundings, *s), RunOutcome::done) << name;
+        if (!dark) figures.collected = s->JShortCircuit / s->light.total_mA_cm2;
+        figures.points = s->currentCalcVars.mesh.N;
+        double V = 0.0;  // all cells have their p side at the left
+        for (double& J : figures.dark) {
+            if (!dark) continue;
+            EXPECT_TRUE(
+                volgende_iv_punt(s->solver_problem(surroundings), s->memory.work, s->currentCalcVars, V, V + 0.2, 6));
+            V += 0.2;
+            J = s->currentCalcVars.J_median;
+            figures.points = s->currentCalcVars.mesh.N;
+        }
+        EXPECT_TRUE(surroundings.report.messages.empty()) << name;
     }
-    const auto& [coarse, fine] = result;
-    EXPECT_NEAR(coarse.Voc, fine.Voc, 3e-3);
-    EXPECT_NEAR(coarse.FF, fine.FF, 0.3);
-    EXPECT_NEAR(coarse.Jsc / fine.Jsc, 1.0, 5e-3);
-    EXPECT_NEAR((coarse.Jsc / generation[0]) / (fine.Jsc / generation[1]), 1.0, 2e-3);
+    return figures;
+}
+
+// Against intervals of half the width, cut further wherever a quantity changes by more than 1.2 instead of 1.6.
+TEST(ShippedCells, AdaptiveMeshIsFineEnough)
+{
+    for (const char* name : {"cigs-baseline", "cdte-baseline", "silicon-pn", "perovskite-nip"}) {
+        const MeshFigures usual = figures_of(name, 1, 1.6, 1.05), fine = figures_of(name, 2, 1.2, 1.0);
+        EXPECT_LT(usual.points, 450) << name;
+        EXPECT_GT(fine.points, 1.9 * usual.points) << name;
+        for (int k = 0; k < 3; ++k)
+            EXPECT_NEAR(usual.dark[k] / fine.dark[k], 1.0, 2e-3) << name << " at " << 0.2 * (k + 1) << " V";
+        EXPECT_NEAR(usual.collected / fine.collected, 1.0, 1e-3) << name;
+    }
+}
+
+// The way from a stored state is the same to the bit, whatever mesh the solver stood on before.
+TEST(ShippedCells, AStoredStateBringsItsMeshBack)
+{
+    AtHome surroundings;
+    auto s = sample(surroundings, "cigs-baseline");
+    s->panel.actions = {};
+    s->panel.workPoint.dark = false;
+    ASSERT_EQ(calculate(surroundings, *s), RunOutcome::done);
+    const std::vector<double> G = s->light.generation;
+    double J[2], total[2];
+    for (const std::size_t k : {0u, 1u}) {
+        ReturnToAKnownStartingPoint(*s, s->kortsluitcv);
+        EXPECT_EQ(s->light.generation, G);
+        EXPECT_TRUE(volgende_iv_punt(s->solver_problem(surroundings), s->memory.work, s->currentCalcVars, 0.0, 0.8, 9));
+        J[k] = s->currentCalcVars.J_median;
+        total[k] = s->light.total_mA_cm2;
+    }
+    EXPECT_EQ(J[0], J[1]);
+    EXPECT_EQ(total[0], total[1]);
+    ASSERT_NE(s->currentCalcVars.mesh.x, s->kortsluitcv.mesh.x) << "this case shows nothing";
+    // Beside the running state, for its files.
+    const StateOnItsMesh stored(*s, s->kortsluitcv);
+    EXPECT_EQ(stored.problem().G, G);
+    EXPECT_EQ(stored.problem().set3.on.Wn.size(), G.size());
+    CalculationVariables cv = s->kortsluitcv;
+    CurrentProfile currents;
+    extraheer_stroom(stored.problem(), cv, currents);
+    EXPECT_EQ(cv.J_median, s->JShortCircuit);
+}
+
+// A line of 40 nm that the mesh alone (127 nm there) would not see.
+TEST(ShippedCells, AGivenProfileKeepsItsCurrentOnTheMesh)
+{
+    const ScratchFolder scratch;
+    std::ofstream(scratch.path() / "line.gen") << "0.5 1e25\n1.48 1e25\n1.50 2e28\n1.52 1e25\n2.5 1e25\n";
+    AtHome surroundings;
+    auto s = sample(surroundings, "cigs-baseline");
+    s->panel.actions = {};
+    WorkPoint& wp = s->panel.workPoint;
+    wp.dark = false;
+    wp.generationSpecified = wp.generationFromFile = true;
+    wp.generationFile = (scratch.path() / "line.gen").string();
+    ASSERT_EQ(calculate(surroundings, *s), RunOutcome::done);
+    // Between the rows G is linear, and all rows are points; at its ends the profile drops to 0 within an interval.
+    EXPECT_NEAR(s->light.total_mA_cm2, s->wp.idealCurrent, 5e-3 * s->wp.idealCurrent);
+    EXPECT_LT(s->JShortCircuit, 0.0);
+    EXPECT_TRUE(surroundings.report.messages.empty());
 }
 
 // A layer of uniform composition y between two materials is the layer of the interpolated material.

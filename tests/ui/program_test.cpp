@@ -5,6 +5,7 @@
 
 #include <sys/wait.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <sstream>
 
@@ -44,6 +45,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
     const std::string cell = home + "/def/silicon-pn.def";
     std::filesystem::copy(cell, scratch.path() / "gone.def");
     scratch.put("gone.act", "dark : 0\nincident spectrum from file : gone.spe\n");
+    const std::string run = "run '" + cell + "' -o out ";
     struct Row {
         const char* what;
         std::string arguments;
@@ -70,6 +72,14 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         {"findings and a file without", "check broken.def missing.def", 3, ""},
         {"check of what cannot be checked", "check x.script", 3, ""},
         {"results where a file is", "run '" + cell + "' -o 'a file'", 6, "a file"},
+        {"scheme that is none", run + "--scheme 15", 2, "--scheme"},
+        {"switch without a scheme", run + "--switch 3", 2, "--scheme"},
+        {"switch before the first pass", run + "--scheme 14 --switch 1", 2, "--switch"},
+        {"termination at 0", run + "--termination 0", 2, "'0' is no positive number"},
+        {"termination below 0", run + "--termination=-1e-3", 2, "'-1e-3' is no positive number"},
+        {"termination with a unit", run + "--termination 1e-3kT", 2, "'1e-3kT' is no positive number"},
+        {"termination that is no number", run + "--termination nan", 2, "'nan' is no positive number"},
+        {"rows that are not known", run + "--cut-curves half", 2, "--cut-curves"},
         {"physics that is not there yet", "run '" + home + "/def/metastable-cigs.def' -o out", 1, "metastable"},
         {"no action list", "run 'my cell.def' -o out", 0, "no action list"},
         {"results that are there", "run 'my cell.def' -o out", 6, "my cell.iv"},
@@ -83,6 +93,26 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
     for (const char* kind : {"iv", "eb", "gen", "occ"})
         EXPECT_TRUE(std::filesystem::exists(scratch.path() / "out" / (std::string("my cell.") + kind))) << kind;
     EXPECT_FALSE(std::filesystem::exists(scratch.path() / "out/metastable-cigs.eb")) << "nothing half right";
+}
+
+/// A figure of a summary, nan if it is not there.
+double figure(const std::string& json, const std::string& name)
+{
+    const auto at = json.find('"' + name + "\":");
+    return at == std::string::npos ? std::nan("") : std::strtod(json.c_str() + at + name.size() + 3, nullptr);
+}
+
+// All schemes solve the same equations; how far a result is from their solution is a matter of the termination.
+TEST(Program, SchemesAgreeAtATightTermination)
+{
+    const ScratchFolder scratch;
+    const auto FF = [&](const std::string& options) {
+        return figure(kovin(scratch, "run cigs-baseline.def --json -f -o out " + options).out, "FF");
+    };
+    const double loose = FF("--termination 3"), tight = FF("--termination 1e-7");
+    EXPECT_GT(std::fabs(loose / tight - 1.0), 1e-5) << "the option has no effect";
+    for (const char* scheme : {"11", "12", "13", "14", "14 --switch 3"})
+        EXPECT_NEAR(FF(std::string("--termination 1e-7 --scheme ") + scheme) / tight, 1.0, 1e-7) << scheme;
 }
 
 TEST(Program, PutsDataOnStandardOutputAndFilesWhereTold)
@@ -106,11 +136,7 @@ TEST(Program, PutsDataOnStandardOutputAndFilesWhereTold)
                 "IV_startV : 0\nIV_stopV : 0.7\nIV_points : 15\nIV_calculate : 1\n");
     const Ended given = kovin(scratch, "run silicon-pn.def given.act out/silicon-pn.gen --json -o again");
     EXPECT_EQ(given.status, 0) << given.err;
-    const auto Voc_of = [](const std::string& json) {
-        const auto at = json.find("\"Voc\":");
-        return at == std::string::npos ? 0.0 : std::strtod(json.c_str() + at + 6, nullptr);
-    };
-    EXPECT_NEAR(Voc_of(given.out), Voc_of(run.out), 1e-3);
+    EXPECT_NEAR(figure(given.out, "Voc"), figure(run.out, "Voc"), 1e-3);
 }
 
 TEST(Program, HomeIsPrintedAndMade)

@@ -1,11 +1,63 @@
 #include "ui/terminal/options.h"
 
+#include "base/text_scan.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <iostream>
+#include <iterator>
+#include <vector>
 
 namespace kovin {
+
+namespace {
+
+/// A termination: a positive number. @return the complaint, empty if there is none
+std::string check_termination(const std::string& text)
+{
+    const NumberScan number = number_here(text);
+    const bool good = number.found && number.finite && number.end == text.size() && number.value > 0.0;
+    return good ? "" : "'" + text + "' is no positive number";
+}
+
+constexpr const char* row_words[] = {"truncate", "zeros", "blanks"};  // in the order of CutCurves
+
+/// What was typed for options that need more than a number.
+struct Typed {
+    std::string termination, rows;
+};
+
+/// Settings of the iteration, for those who want to know how exact a result is, and of the files.
+void add_settings(CLI::App& run, Options& options, Typed& typed)
+{
+    const auto group = "Settings of this run, over those of the cell";
+    auto* scheme = run.add_option("--scheme", options.scheme, "Coupling of the equations")
+                       ->check(CLI::IsMember({11, 12, 13, 14}))
+                       ->type_name("");
+    auto* switch_at =
+        run.add_option("--switch", options.switch_at, "Pass from which scheme 14 solves all equations together")
+            ->check(CLI::Range(2, 1000000).description(""))
+            ->type_name("N >= 2")
+            ->needs(scheme);
+    auto* termination = run.add_option("--termination", typed.termination, "Largest last step of psi, EFn and EFp [kT]")
+                            ->check(CLI::Validator(check_termination, ""))
+                            ->type_name("X");
+    auto* rows = run.add_option("--cut-curves", typed.rows, "Rows behind a convergence failure")
+                     ->check(CLI::IsMember(std::vector<std::string>(std::begin(row_words), std::end(row_words))))
+                     ->type_name("");
+    for (CLI::Option* option : {scheme, switch_at, termination, rows}) option->group(group);
+}
+
+/// Takes over what was typed; all of it has been checked.
+void take_settings(const Typed& typed, Options& options)
+{
+    if (!typed.termination.empty()) options.termination = number_here(typed.termination).value;
+    for (std::size_t k = 0; k < std::size(row_words); ++k)
+        if (typed.rows == row_words[k]) options.cut_curves = static_cast<int>(k);
+}
+
+}  // namespace
 
 bool read_options(int argc, char** argv, const std::string& version, Options& options, int& status)
 {
@@ -44,6 +96,8 @@ bool read_options(int argc, char** argv, const std::string& version, Options& op
     CLI::App* home = app.add_subcommand("home", "Print the folder with def, absorption, spectrum, ... results");
     home->fallthrough();
     home->add_option("--init", options.init, "Make this folder a home: the whole tree, with the shipped files");
+    Typed typed;
+    add_settings(*run, options, typed);
     std::vector<std::string> only_loaded;
     app.add_option("files", only_loaded, "Files to load");
 
@@ -59,6 +113,7 @@ bool read_options(int argc, char** argv, const std::string& version, Options& op
                       : home->parsed()  ? Command::home
                                         : Command::load;
     options.progress = progress == "auto";
+    take_settings(typed, options);
     options.error_mode = static_cast<int>(std::find(logs.begin(), logs.end(), log) - logs.begin());
     options.files.insert(options.files.begin(), only_loaded.begin(), only_loaded.end());
     if (options.files.empty() && options.command != Command::home) {

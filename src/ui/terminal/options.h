@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,11 @@ struct Options {
     bool quiet = false, verbose = false;
     bool json = false;
     bool progress = true;
+    // Settings of this run that stand over those of the cell.
+    std::optional<int> scheme;          ///< coupling scheme, 11 to 14
+    std::optional<int> switch_at;       ///< pass from which scheme 14 solves all equations together
+    std::optional<double> termination;  ///< of psi, Fn and Fp [kT]
+    int cut_curves = 0;                 ///< rows behind a cut: 0 none, 1 zeros, 2 blanks
 };
 
 /// Reads the arguments. @param version  what --version prints

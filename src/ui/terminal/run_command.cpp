@@ -91,6 +91,16 @@ bool complete_actions(Session& session, const Options& options, const CommandLin
            (named.wp2.empty() || load_second_work_point(session, named.wp2));
 }
 
+/// Settings that stand over those of the cell; in this run only.
+void apply_settings(Session& session, const Options& options)
+{
+    ConvergenceParameters& settings = session.simulation.problem.input.convergence;
+    if (options.scheme) settings.coupling_scheme = *options.scheme;
+    if (options.switch_at) settings.gummel_to_coupled_iteration = *options.switch_at;
+    if (options.termination) set_terminations(settings, *options.termination);
+    session.ActionListMode = static_cast<CutCurves>(options.cut_curves);
+}
+
 bool write_files(Session& session, const Options& options, const std::vector<ResultFile>& files, Summary& summary)
 {
     const ResultTexts texts = result_texts(session, {options.absorption_table, options.grading_table});
@@ -140,6 +150,7 @@ ExitStatus run_command(Session& session, const Options& options, Summary& summar
     summary.problem = session.simulation.problem.input.path.stem().string();
     if (tell_not_supported(session, loaded) || !loaded.all_loaded) return ExitStatus::input;
     if (!complete_actions(session, options, files)) return ExitStatus::input;
+    apply_settings(session, options);
     Simulation& s = session.simulation;
     const bool all_there = missing_files(session.surroundings, s.zonnecel.cell, s.panel).empty();
     if (!CanAllFilesBeFound(session.surroundings, s.zonnecel.cell, s.panel,

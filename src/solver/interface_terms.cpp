@@ -1,0 +1,93 @@
+#include "solver/interface_terms.h"
+
+#include "base/constants.h"
+
+#include <cmath>
+
+namespace kovin {
+
+InterfaceCarriers carriers_at_interface(const Problem& problem, const CalculationVariables& cv, std::size_t interface)
+{
+    const auto l = static_cast<std::size_t>(cv.mesh.last[interface]), f = l + 1;
+    const Scale& scale = problem.set3.scale;
+    return {.nL = cv.n[l],
+            .nR = cv.n[f],
+            .pL = cv.p[l],
+            .pR = cv.p[f],
+            .bnL = cv.bn[l],
+            .bnR = cv.bn[f],
+            .bpL = cv.bp[l],
+            .bpR = cv.bp[f],
+            .du = cv.du[f],
+            .dv = cv.dv[f],
+            .P_LL = cv.P[l],
+            .P_RR = cv.P[f],
+            .P_LR = std::expm1(cv.Fn[l] - cv.Fp[f]),
+            .P_RL = std::expm1(cv.Fn[f] - cv.Fp[l]),
+            .flux_per_left = 1.0 / (scale.N0[interface] * scale.x0),
+            .flux_per_right = 1.0 / (scale.N0[interface + 1] * scale.x0)};
+}
+
+void ifrdcbijdrage_een_niveau(const InterfaceEnergy& level, const InterfaceCarriers& c, InterfaceTerms& out)
+{
+    const double cnL = level.cnL, cnR = level.cnR, cpL = level.cpL, cpR = level.cpR;
+    const double enL = level.enL, enR = level.enR, epL = level.epL, epR = level.epR;
+    const double e_L = cnL * (c.nL + enL), e_R = cnR * (c.nR + enR);
+    const double h_L = cpL * (c.pL + epL), h_R = cpR * (c.pR + epR);
+    const double r = 1.0 / (e_L + e_R + h_L + h_R);
+    const double f = (epL * cpL + epR * cpR + c.nL * cnL + c.nR * cnR) * r;
+    const double g = (c.pL * cpL + c.pR * cpR + enL * cnL + enR * cnR) * r;
+    const double df_duL = c.bnL * cnL * g * r, df_duR = c.bnR * cnR * g * r;
+    const double df_dvL = -c.bpL * cpL * f * r, df_dvR = -c.bpR * cpR * f * r;
+    const double df_dpsi = ((c.nL * cnL + c.nR * cnR) * g + (c.pL * cpL + c.pR * cpR) * f) * r;
+
+    const double charge = elementary_charge * level.Nt * level.charged;
+    out.rho_if += charge * (level.charge * g - (1.0 - level.charge) * f);
+    out.drho_if_dpsi -= charge * df_dpsi;
+    out.drho_if_du_left -= charge * df_duL;
+    out.drho_if_du_right -= charge * df_duR;
+    out.drho_if_dv_left -= charge * df_dvL;
+    out.drho_if_dv_right -= charge * df_dvR;
+
+    const double NL = level.Nt * c.flux_per_left, NR = level.Nt * c.flux_per_right;
+    const double R_LL = cnL * cpL * (enL * epL) * c.P_LL, R_RR = cnR * cpR * (enR * epR) * c.P_RR;
+    const double R_LR = cnL * cpR * (enL * epR) * c.P_LR, R_RL = cnR * cpL * (enR * epL) * c.P_RL;
+    const double T_n = -cnL * cnR * enR * c.bnL * c.du, T_p = -cpL * cpR * epR * c.bpL * c.dv;
+    out.In_left += NL * r * (R_LL + R_LR + T_n);
+    out.In_right += NR * r * (R_RR + R_RL - T_n);
+    out.Ip_left += NL * r * (R_LL + R_RL + T_p);
+    out.Ip_right += NR * r * (R_RR + R_LR - T_p);
+
+    // In = N (c n (1 - f) - c en f) and Ip = N (c p f - c ep (1 - f)).
+    out.dIn_left_du_left += NL * cnL * c.bnL * g * (e_R + h_L + h_R) * r;
+    out.dIn_left_du_right -= NL * e_L * df_duR;
+    out.dIn_left_dv_left -= NL * e_L * df_dvL;
+    out.dIn_left_dv_right -= NL * e_L * df_dvR;
+    out.dIn_right_du_right += NR * cnR * c.bnR * g * (e_L + h_L + h_R) * r;
+    out.dIn_right_du_left -= NR * e_R * df_duL;
+    out.dIn_right_dv_left -= NR * e_R * df_dvL;
+    out.dIn_right_dv_right -= NR * e_R * df_dvR;
+    out.dIp_left_dv_left += NL * cpL * c.bpL * f * (e_L + e_R + h_R) * r;
+    out.dIp_left_dv_right += NL * h_L * df_dvR;
+    out.dIp_left_du_left += NL * h_L * df_duL;
+    out.dIp_left_du_right += NL * h_L * df_duR;
+    out.dIp_right_dv_right += NR * cpR * c.bpR * f * (e_L + e_R + h_L) * r;
+    out.dIp_right_dv_left += NR * h_R * df_dvL;
+    out.dIp_right_du_left += NR * h_R * df_duL;
+    out.dIp_right_du_right += NR * h_R * df_duR;
+}
+
+void totale_ifrdcbijdrage(const Problem& problem, CalculationVariables& cv)
+{
+    const auto& energies = problem.interface_states.energies;
+    for (InterfaceTerms& terms : cv.terms_interface) terms = {};
+    for (std::size_t k = 0; k < energies.size();) {
+        const std::size_t j = energies[k].interface;
+        const InterfaceCarriers carriers = carriers_at_interface(problem, cv, j);
+        InterfaceTerms& terms = cv.terms_interface[j];
+        for (; k < energies.size() && energies[k].interface == j; ++k)
+            ifrdcbijdrage_een_niveau(energies[k], carriers, terms);
+    }
+}
+
+}  // namespace kovin

@@ -1,0 +1,18 @@
+#include "sweeps/simulation.h"
+
+#include "optics/generation.h"
+
+namespace kovin {
+
+Problem Simulation::solver_problem(Surroundings& surroundings)
+{
+    Problem solve = solver_problem();
+    solve.monitor = &surroundings.monitor;
+    solve.report = &surroundings.report;
+    MeshAdaption& adaption = solve.adaption.emplace(MeshAdaption{set3, memory, light.generation});
+    if (!wp.dark)
+        adaption.relight = [this](const Mesh& from, const Mesh& to) { update_generation(wp, set3, to, light, &from); };
+    return solve;
+}
+
+}  // namespace kovin
