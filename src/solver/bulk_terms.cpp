@@ -85,7 +85,8 @@ void rdcbijdrage_een_niveau(const DefectEnergy& level, const CalculationVariable
         case Terms::all:
             return add_level<Terms::all>(level, cv, out);
         case Terms::psi:
-            return add_level<Terms::psi>(level, cv, out);
+            if (level.charged != 0.0) add_level<Terms::psi>(level, cv, out);
+            return;
         case Terms::u:
             return add_level<Terms::u>(level, cv, out);
         case Terms::v:
