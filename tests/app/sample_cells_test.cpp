@@ -246,6 +246,12 @@ TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
              levels[1].sigma_n = levels[1].sigma_p = 0.0;
          },
          true, "level 2"},
+        {"a defect that captures nothing",
+         [](Simulation& s) {
+             auto& level = s.zonnecel.cell.layer[0].srh[0][0];
+             level.sigma_n = level.sigma_p = 0.0;
+         },
+         false, "has no effect"},
         {"graded layer", [](Simulation& s) { s.zonnecel.cell.layer[1].composition_mode = 1; }, true, "layer 2"},
         {"grading law", [](Simulation& s) { s.zonnecel.cell.layer[0].material.Eg.law = Law::exponential; }, true,
          "law 4"},
