@@ -21,6 +21,10 @@ namespace kovin {
 SimulateOutcome Simulate(Session& session)
 {
     Simulation& s = session.simulation;
+    if (s.zonnecel.cell.layers < 1) {
+        KOVINErrorMessage(session.surroundings.report, "Nothing is calculated", "The cell has no layer.");
+        return SimulateOutcome::refused;
+    }
     ++s.SingleShotSimulationNumber;
     const UnsupportedPhysics missing = unsupported_physics(s);
     session.unsupported = missing.falsifies;

@@ -31,6 +31,12 @@ struct WeightedEnergy {
 [[nodiscard]] std::vector<WeightedEnergy> discrete_energies(EnergyDistribution distribution, double Ekar, double E0,
                                                             int n, double widthtail, double widthgauss);
 
+/// Does an energy of this reference count downward, from a conduction band?
+[[nodiscard]] constexpr bool counts_downward(EnergyReference reference)
+{
+    return reference == EnergyReference::below_EC || reference == EnergyReference::below_lowest_EC;
+}
+
 /// Energy of a bulk level above the valence band [eV]. @param ratio Nv/Nc
 [[nodiscard]] double level_above_EV(EnergyReference reference, double E, double Eg, double kT, double ratio);
 

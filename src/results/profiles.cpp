@@ -69,7 +69,7 @@ void extraheer_concentraties(const CalculationParameters& set3, const Calculatio
             profiles.net_doping[i] = per_cm3 * set3.on.doping[i];
             const std::size_t inner = i == r.first ? i + 1 : i == r.last ? i - 1 : i;
             profiles.rho_defect[i] = per_cm3 * cv.terms_total.rho[inner];
-            profiles.rho[i] = profiles.rho_defect[i] + profiles.net_doping[i] + profiles.p[i] - profiles.n[i];
+            profiles.rho[i] = per_cm3 * cv.terms_total.rho[i] + profiles.net_doping[i] + profiles.p[i] - profiles.n[i];
         }
     }
 }

@@ -56,7 +56,13 @@ Record empty_record(const CalculationParameters& set3, const Mesh& mesh, const B
     return r;
 }
 
-/// One discrete energy of a defect, `offset` from the energies of its levels.
+/// Energy of a level moved upward by `offset`, against its own reference [eV].
+double moved(const BulkRecombinationParameters& level, double offset)
+{
+    return counts_downward(level.reference) ? level.Et - offset : level.Et + offset;
+}
+
+/// One discrete energy of a defect, `offset` upward from the energies of its levels.
 void add_energy(const CalculationParameters& set3, const Mesh& mesh, const DefectLevels& levels, std::size_t layer,
                 double offset, double weight, BulkDefects& defects)
 {
@@ -64,7 +70,7 @@ void add_energy(const CalculationParameters& set3, const Mesh& mesh, const Defec
     const auto count = static_cast<std::size_t>(level_count(levels));
     if (count == 1) {
         auto r = empty_record<DefectEnergy>(set3, mesh, first, layer, weight, 1);
-        r.energy = first.Et + offset;
+        r.energy = moved(first, offset);
         set_rates(set3, mesh, first, layer, offset, 1.0, {r.cn.data(), r.cp.data(), r.en.data(), r.ep.data()});
         defects.energies.push_back(std::move(r));
         return;
@@ -72,7 +78,7 @@ void add_energy(const CalculationParameters& set3, const Mesh& mesh, const Defec
     auto r = empty_record<DefectChain>(set3, mesh, first, layer, weight, count);
     r.levels = static_cast<int>(count);
     for (std::size_t s = 0; s < count; ++s) {
-        r.energy[s] = levels[s].Et + offset;
+        r.energy[s] = moved(levels[s], offset);
         const double g = first.degeneracy_one ? 1.0 : degeneracy_factor(r.levels, static_cast<int>(s));
         const std::size_t row = s * r.Nt.size();
         set_rates(set3, mesh, levels[s], layer, offset, g,

@@ -1,5 +1,6 @@
 #include "solver/bulk_terms.h"
 
+#include "device/charge_states.h"
 #include "solver/chain_terms.h"
 #include "solver/interface_terms.h"
 
@@ -41,7 +42,7 @@ void add_level(const DefectEnergy& level, const CalculationVariables& cv, DcTerm
         const double cn = cn_[i], cp = cp_[i], en = en_[i], ep = ep_[i];
         const double cnn = cn * n_[i], cpp = cp * p_[i];
         const double A = ep + cnn, B = en + cpp;
-        const double r = 1.0 / (A + B);
+        const double r = 1.0 / (A + B + negligible_rate);
         const double Nr = Nt_[i] * r;
         if constexpr (for_psi) {
             rho[i] += charged * Nt_[i] * (empty - A * r);
@@ -85,7 +86,8 @@ void rdcbijdrage_een_niveau(const DefectEnergy& level, const CalculationVariable
         case Terms::all:
             return add_level<Terms::all>(level, cv, out);
         case Terms::psi:
-            return add_level<Terms::psi>(level, cv, out);
+            if (level.charged != 0.0) add_level<Terms::psi>(level, cv, out);
+            return;
         case Terms::u:
             return add_level<Terms::u>(level, cv, out);
         case Terms::v:

@@ -28,7 +28,7 @@ void update_P(CalculationVariables& cv)
 
 }  // namespace
 
-void update_psivar(const CalculationParameters& set3, CalculationVariables& cv)
+void update_epsi(const CalculationParameters& set3, CalculationVariables& cv)
 {
     const std::size_t N = cv.psi.size();
     const OnMesh& on = set3.on;
@@ -40,6 +40,12 @@ void update_psivar(const CalculationParameters& set3, CalculationVariables& cv)
         cv.n[i] = cv.bn[i] * cv.expFn[i];
         cv.p[i] = cv.bp[i] * cv.expmFp[i];
     }
+}
+
+void update_bernoulli(const CalculationParameters& set3, CalculationVariables& cv)
+{
+    const std::size_t N = cv.psi.size();
+    const OnMesh& on = set3.on;
     // Where both band terms stay constant along an interval, one pair serves electrons and holes.
     for (std::size_t i = 1; i < N; ++i) {
         const double step = cv.psi[i] - cv.psi[i - 1];
@@ -52,6 +58,12 @@ void update_psivar(const CalculationParameters& set3, CalculationVariables& cv)
         cv.Bp_plus[i] = p.plus;
         cv.Bp_min[i] = p.minus;
     }
+}
+
+void update_psivar(const CalculationParameters& set3, CalculationVariables& cv)
+{
+    update_epsi(set3, cv);
+    update_bernoulli(set3, cv);
 }
 
 void update_Fn(CalculationVariables& cv)

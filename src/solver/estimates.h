@@ -6,7 +6,11 @@
 
 namespace kovin {
 
-/// Recomputes exponentials and Bernoulli values of psi: to be called after every change of psi.
+/// Recomputes exponentials of psi and the densities: all that Poisson's equation reads of a new psi.
+void update_epsi(const CalculationParameters& set3, CalculationVariables& cv);
+/// Recomputes the Bernoulli values of the intervals, which only the currents read.
+void update_bernoulli(const CalculationParameters& set3, CalculationVariables& cv);
+/// Both: to be called after every change of psi.
 void update_psivar(const CalculationParameters& set3, CalculationVariables& cv);
 /// Recomputes what depends on Fn (Fp) alone, and P: to be called after every change of Fn (Fp).
 void update_Fn(CalculationVariables& cv);

@@ -25,12 +25,11 @@ bool solve_poisson_step(const Problem& problem, Workspace& work, CalculationVari
 void add_to_psi(const Problem& problem, const Workspace& work, CalculationVariables& cv, double lambda = 1.0)
 {
     for (std::size_t i = 0; i < cv.psi.size(); ++i) cv.psi[i] += lambda * work.delta[i];
-    update_psivar(problem.set3, cv);
+    update_epsi(problem.set3, cv);
 }
 
-}  // namespace
-
-bool dc_Gummel_iteration_psi(const Problem& problem, Workspace& work, CalculationVariables& cv, int limit)
+/// The loop of Poisson's equation; the Bernoulli values are left behind.
+bool iterate_psi(const Problem& problem, Workspace& work, CalculationVariables& cv, int limit)
 {
     const ConvergenceParameters& settings = problem.set3.convergence;
     for (int k = 0;; ++k) {
@@ -57,6 +56,15 @@ bool dc_Gummel_iteration_psi(const Problem& problem, Workspace& work, Calculatio
         cv.max_delta_psi = lambda * clamped;
         add_to_psi(problem, work, cv, lambda);
     }
+}
+
+}  // namespace
+
+bool dc_Gummel_iteration_psi(const Problem& problem, Workspace& work, CalculationVariables& cv, int limit)
+{
+    const bool converged = iterate_psi(problem, work, cv, limit);
+    update_bernoulli(problem.set3, cv);
+    return converged;
 }
 
 bool dc_Gummel_iteration_u_or_v(const Problem& problem, Workspace& work, CalculationVariables& cv, Carrier carrier)

@@ -77,9 +77,10 @@ void define_interface_states(const CalculationParameters& set3, const Mesh& mesh
                 InterfaceEnergy r;
                 r.interface = j;
                 r.defect = static_cast<int>(d);
-                r.energy = energy.E;
+                const double offset = energy.E - defect.Et;
+                r.energy = counts_downward(defect.reference) ? defect.Et - offset : defect.Et + offset;
                 r.Nt = total * energy.share;
-                ifr_input_energie(set3, sides, bands, above + (energy.E - defect.Et), defect, r);
+                ifr_input_energie(set3, sides, bands, above + offset, defect, r);
                 const bool captures = r.cnL + r.cnR + r.cpL + r.cpR > 0.0;
                 if (r.Nt > 0.0 && captures) states.energies.push_back(r);
             }

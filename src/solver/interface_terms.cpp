@@ -1,6 +1,7 @@
 #include "solver/interface_terms.h"
 
 #include "base/constants.h"
+#include "device/charge_states.h"
 
 #include <cmath>
 
@@ -34,7 +35,7 @@ void ifrdcbijdrage_een_niveau(const InterfaceEnergy& level, const InterfaceCarri
     const double enL = level.enL, enR = level.enR, epL = level.epL, epR = level.epR;
     const double e_L = cnL * (c.nL + enL), e_R = cnR * (c.nR + enR);
     const double h_L = cpL * (c.pL + epL), h_R = cpR * (c.pR + epR);
-    const double r = 1.0 / (e_L + e_R + h_L + h_R);
+    const double r = 1.0 / (e_L + e_R + h_L + h_R + negligible_rate);
     const double f = (epL * cpL + epR * cpR + c.nL * cnL + c.nR * cnR) * r;
     const double g = (c.pL * cpL + c.pR * cpR + enL * cnL + enR * cnR) * r;
     const double df_duL = c.bnL * cnL * g * r, df_duR = c.bnR * cnR * g * r;

@@ -25,11 +25,11 @@ double termination_of(const ConvergenceParameters& settings, Unknown unknown)
                              : settings.termination_Fp;
 }
 
-/// Brings up to date what depends on one unknown alone.
+/// Brings up to date what the equation of an unknown reads of it.
 void update_from(const Problem& problem, CalculationVariables& cv, Unknown unknown)
 {
     if (unknown == of_psi)
-        update_psivar(problem.set3, cv);
+        update_epsi(problem.set3, cv);
     else if (unknown == of_u)
         update_Fn(cv);
     else

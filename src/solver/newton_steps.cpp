@@ -38,7 +38,7 @@ double clamp_at(const ConvergenceParameters& settings, double final_clamp, int k
 double ApplyClamping(std::span<double> delta, const ConvergenceParameters& settings, double L)
 {
     double m = MaximumAbsoluteValue(delta);
-    if (settings.clamp_mode == 0 || m <= L) return m;
+    if (settings.clamp_mode == 0 || !(m > L)) return m;  // NaN goes out as it is
     const auto clip = [&](double limit) {
         for (double& step : delta) step = std::clamp(step, -limit, limit);
     };
@@ -71,7 +71,7 @@ bool clamping_u_or_v(const Problem& problem, Workspace& work, Carrier carrier, i
     if (form == LevelStep::damped)
         for (double& step : delta) step = s * damped_step(step);
     else
-        for (double& step : delta) step = 1.0 + step > lowest ? s * std::log1p(step) : -s * 10.0 * clamp;
+        for (double& step : delta) step = 1.0 + step <= lowest ? -s * 10.0 * clamp : s * std::log1p(step);
     const double clamped = ApplyClamping(delta, settings, clamp);
     const double lambda = BacktrackingNewtonStep(problem, work, cv, electrons ? of_u : of_v, delta);
     for (std::size_t i = 0; i < delta.size(); ++i) F[i] += lambda * delta[i];

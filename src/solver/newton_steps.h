@@ -15,7 +15,7 @@ namespace kovin {
 /// Limit of a step at inner iteration k: falls linearly from clamp_start to `final_clamp` [kT].
 [[nodiscard]] double clamp_at(const ConvergenceParameters& settings, double final_clamp, int k);
 
-/// Limits `delta` to `limit` in the way of clamp_mode. @return the largest element afterwards
+/// Limits `delta` to `limit` in the way of clamp_mode. @return the largest element afterwards; NaN if any is
 double ApplyClamping(std::span<double> delta, const ConvergenceParameters& settings, double limit);
 
 /// How a relative step du/u (or dv/v) becomes one of the level.

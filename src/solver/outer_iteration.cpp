@@ -155,7 +155,7 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
         // so that the state that is left has been solved on its mesh.
         if (moved && it > min_outer && current_has_settled(problem, work, cv, test)) break;
         // A mesh that alone keeps moving swings between two shapes: either will do.
-        const bool mesh_moved = (moved ? it < mesh_waits_from : mesh_alone < settings.mesh_changes) &&
+        const bool mesh_moved = (moved ? it < mesh_waits_from : mesh_alone < std::max(settings.mesh_changes, 1)) &&
                                 RecalculateIntervals(problem, work, cv) == MeshChange::changed;
         if (mesh_moved) {
             keep_for_averaging(work, cv);  // the same state, on the mesh of the next pass

@@ -16,6 +16,11 @@ std::string layer_name(std::size_t j, const LayerParameters& layer)
     return "layer " + integer(static_cast<long>(j) + 1) + " (" + layer.name + "): ";
 }
 
+std::string interface_name(std::size_t i, const InterfaceParameters& interface)
+{
+    return "interface " + integer(static_cast<long>(i) + 1) + " (" + interface.name + "): ";
+}
+
 void check_models(const AbsorptionModelSet& set, const std::string& where, Names& names)
 {
     for (const Model& model : set.models)
@@ -89,7 +94,7 @@ void check_cell(const CellParameters& cell, const ConvergenceParameters& setting
     for (std::size_t j = 0; j < layers; ++j) check_layer(j, cell.layer[j], open.intraband || open.band_to_band, names);
     for (std::size_t i = 0; i + 1 < layers; ++i) {
         const InterfaceParameters& interface = cell.interfaces[i];
-        const std::string where = "interface " + integer(static_cast<long>(i) + 1) + " (" + interface.name + "): ";
+        const std::string where = interface_name(i, interface);
         for (std::size_t d = 0; d < static_cast<std::size_t>(interface.defect_count); ++d)
             check_interface_defect(interface.defects[d], where + "defect " + integer(static_cast<long>(d) + 1) + ": ",
                                    open, names);
@@ -101,6 +106,25 @@ void check_cell(const CellParameters& cell, const ConvergenceParameters& setting
     }
 }
 
+/// Defects of a single level that captures neither carrier: how they are occupied, nothing decides.
+void check_idle_defects(const CellParameters& cell, Names& names)
+{
+    const auto add = [&](const std::string& where, std::size_t d) {
+        names.push_back(where + "defect " + integer(static_cast<long>(d) + 1) +
+                        " captures neither electrons nor holes and has no effect");
+    };
+    for (std::size_t j = 0; j < static_cast<std::size_t>(cell.layers); ++j)
+        for (std::size_t d = 0; d < static_cast<std::size_t>(cell.layer[j].srhteller); ++d)
+            if (level_count(cell.layer[j].srh[d]) == 1 && level_without_capture(cell.layer[j].srh[d]) >= 0)
+                add(layer_name(j, cell.layer[j]), d);
+    for (std::size_t i = 0; i + 1 < static_cast<std::size_t>(cell.layers); ++i)
+        for (std::size_t d = 0; d < static_cast<std::size_t>(cell.interfaces[i].defect_count); ++d) {
+            const InterfaceRecombinationParameters& sheet = cell.interfaces[i].defects[d];
+            if (sheet.sigma_nleft + sheet.sigma_nright + sheet.sigma_pleft + sheet.sigma_pright <= 0.0)
+                add(interface_name(i, cell.interfaces[i]), d);
+        }
+}
+
 }  // namespace
 
 UnsupportedPhysics unsupported_physics(const Simulation& simulation)
@@ -110,6 +134,7 @@ UnsupportedPhysics unsupported_physics(const Simulation& simulation)
     const ActionList& actions = simulation.panel.actions;
     UnsupportedPhysics found;
     check_cell(simulation.zonnecel.cell, settings, found.falsifies);
+    check_idle_defects(simulation.zonnecel.cell, found.left_out);
     if (!wp.dark && !wp.generationSpecified && !wp.spectrumFromFile)
         found.falsifies.emplace_back("illumination: spectrum from a model");
     if (!wp.dark && wp.generationSpecified && !wp.generationFromFile)

@@ -264,6 +264,12 @@ TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
              levels[1].sigma_n = levels[1].sigma_p = 0.0;
          },
          true, "level 2"},
+        {"a defect that captures nothing",
+         [](Simulation& s) {
+             auto& level = s.zonnecel.cell.layer[0].srh[0][0];
+             level.sigma_n = level.sigma_p = 0.0;
+         },
+         false, "has no effect"},
         {"tunnelling into a contact",
          [](Simulation& s) {
              s.zonnecel.cell.right.tunneling = true;

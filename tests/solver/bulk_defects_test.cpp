@@ -76,5 +76,25 @@ TEST(BulkDefects, FlatBandContactsLeaveAUniformLayerFlat)
         }
 }
 
+// The energy that a result file prints, counted from its own reference, is that of the emission rate beside it.
+TEST(BulkDefects, EnergiesAreToldFromTheirReference)
+{
+    for (const EnergyReference reference : {EnergyReference::above_EV, EnergyReference::below_EC}) {
+        CellParameters cell;
+        InitialiseCellDefinition(cell);
+        cell.layers = 1;
+        test::set_layer(cell.layer[0], 0, {.Nd = 1e22});
+        auto& level = test::add_defect(cell.layer[0], DefectType::neutral, EnergyDistribution::uniform, 0.3, 1e20);
+        level.reference = reference;
+        const Device device(cell);
+        for (const DefectEnergy& d : device.memory.defects.energies) {
+            const bool from_EV = reference == EnergyReference::above_EV;
+            const double emission =
+                from_EV ? d.ep[0] / (d.cp[0] * device.set3.on.Nv[0]) : d.en[0] / (d.cn[0] * device.set3.on.Nc[0]);
+            EXPECT_NEAR(-device.set3.kT * std::log(emission), d.energy, 1e-9) << from_EV;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace kovin::testing

@@ -182,7 +182,12 @@ TEST(Clamping, EachModeKeepsToItsLimit)
         EXPECT_EQ(largest, MaximumAbsoluteValue(delta)) << row.mode;
         for (std::size_t i = 0; i < delta.size(); ++i) EXPECT_NEAR(delta[i], row.out[i], 1e-15) << row.mode;
     }
-    EXPECT_TRUE(std::isnan(MaximumAbsoluteValue(std::vector<double>{1.0, std::nan(""), 2.0})));
+    for (const int mode : {0, 1, 2, 4}) {
+        ConvergenceParameters settings;
+        settings.clamp_mode = mode;
+        std::vector<double> lost{1.0, std::nan(""), 2.0};
+        EXPECT_TRUE(std::isnan(ApplyClamping(lost, settings, 0.5))) << mode;
+    }
 }
 
 TEST(FirstMesh, FillsEveryLayerAndKeepsInterfacesTogether)
