@@ -25,7 +25,7 @@ struct Look {
     LineWatch watch;
     std::vector<NeededFile> needed;
 
-    void find(int line, const std::string& text) { watch.findings.push_back({line, text}); }
+    void find(int line, const std::string& text) { watch.find(line, text); }
 };
 
 /// Bytes and lengths that no reader takes.

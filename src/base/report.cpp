@@ -49,8 +49,10 @@ void KOVINErrorMessage(Report& report, const std::string& title, const std::stri
 {
     report.messages.push_back({title, text});
     const int mode = report.ErrorMessageMode;
-    if (mode != 1 && mode != 2 && report.show) report.show(report.messages.back());
     if (mode != 0) write_log_entry(report, title, text);
+    // A log that cannot be written must not swallow what it was to hold.
+    const bool log_only = (mode == 1 || mode == 2) && report.log.good();
+    if (!log_only && report.show) report.show(report.messages.back());
 }
 
 }  // namespace kovin

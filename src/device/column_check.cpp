@@ -58,14 +58,13 @@ void check_head(std::string_view comment, int line, LineWatch& watch)
         words.emplace_back(row.word);
         if (word != row.word) continue;
         if (!starts_with_ignoring_case(value, row.first) && !starts_with_ignoring_case(value, row.second))
-            watch.findings.push_back({line, word + ": \"" + std::string(row.first) + "\" or \"" +
-                                                std::string(row.second) + "\" is expected"});
+            watch.find(
+                line, word + ": \"" + std::string(row.first) + "\" or \"" + std::string(row.second) + "\" is expected");
         return;
     }
     // Comments say what they like; only what nearly is a setting is spoken of.
     if (const auto nearest = nearest_word(word, words); !nearest.empty() && word.find(' ') == std::string::npos)
-        watch.findings.push_back(
-            {line, "unknown setting \"" + word + "\"; did you mean \"" + std::string(nearest) + "\"?"});
+        watch.find(line, "unknown setting \"" + word + "\"; did you mean \"" + std::string(nearest) + "\"?");
 }
 
 /// The largest value shows the unit.
@@ -74,12 +73,11 @@ void check_size(FileKind kind, const std::vector<std::string>& heading, double l
     if (kind == FileKind::absorption) {
         const double alpha = largest * absorption_unit(heading);
         if (absorption_looks_like_another_unit(alpha))
-            watch.findings.push_back(
-                {line, "the largest absorption coefficient is " + scientific(alpha / per_cm_to_per_m, 0, 3) +
-                           " 1/cm: the unit looks wrong; a heading line \"1/cm\" or \"1/m\" tells it"});
+            watch.find(line, "the largest absorption coefficient is " + scientific(alpha / per_cm_to_per_m, 0, 3) +
+                                 " 1/cm: the unit looks wrong; a heading line \"1/cm\" or \"1/m\" tells it");
     }
     if (kind == FileKind::filter && largest > 0.0 && largest <= 1.0)
-        watch.findings.push_back({line, "no value is above 1: percent is meant, not a fraction"});
+        watch.find(line, "no value is above 1: percent is meant, not a fraction");
 }
 
 }  // namespace
@@ -91,7 +89,7 @@ int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
     if (rule == std::end(rules)) return 0;
     LineReader reader(text, two_column_line_limit);
     std::vector<std::string> heading;
-    const auto find = [&](const std::string& what) { watch.findings.push_back({reader.line_number(), what}); };
+    const auto find = [&](const std::string& what) { watch.find(reader.line_number(), what); };
     // Of each kind of disorder the first line is named; the rest follows from it.
     bool told_order = false, told_limit = false;
     int rows = 0, largest_line = 0;

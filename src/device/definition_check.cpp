@@ -62,10 +62,7 @@ struct PhysicsCheck {
     const Places& places;
     LineWatch& watch;
 
-    void find(const std::string& place, const std::string& text)
-    {
-        watch.findings.push_back({places.line(place), text});
-    }
+    void find(const std::string& place, const std::string& text) { watch.find(places.line(place), text); }
 };
 
 /// Values that a profile takes in its layer: the pure ones that its composition reaches.

@@ -20,7 +20,8 @@ namespace {
 using namespace definition_tables;
 using namespace definition_sections;
 
-constexpr const char* title = "Function lees_structuurfile()";
+// The words "whilst reading" and "during opening" let the error log file these messages under set-up files.
+constexpr const char* title = "Error whilst reading the def file: lees_structuurfile()";
 
 bool read_mott_schottky_line(Reading& reading)
 {
@@ -308,7 +309,8 @@ bool lees_structuurfile(Surroundings& surroundings, const std::filesystem::path&
 {
     auto text = read_whole_file(file);
     if (!text) {
-        KOVINErrorMessage(surroundings.report, title, "Error occured during opening the def-file !\n" + file.string());
+        KOVINErrorMessage(surroundings.report,
+                          "Function lees_structuurfile(): Error occured during opening the def-file !", file.string());
         return false;
     }
     return parse_definition(surroundings, std::move(*text), file, definition);

@@ -31,6 +31,15 @@ std::string printable(std::string_view text)
 
 }  // namespace
 
+void LineWatch::find(int line, const std::string& text)
+{
+    constexpr std::size_t most = 1000;
+    if (findings.size() < most)
+        findings.push_back({line, text});
+    else if (findings.size() == most)
+        findings.push_back({0, "there is more; it is not listed"});
+}
+
 KeyedSource::KeyedSource(Report& report, std::string title, std::string name, std::string text, std::size_t limit,
                          std::vector<std::string>* remarks)
     : report_(report),
@@ -82,7 +91,7 @@ bool KeyedSource::noted(std::string_view key, bool found, bool at_start) const
 
 void KeyedSource::settle()
 {
-    const auto find = [&](const std::string& text) { watch_->findings.push_back({reader_.line_number(), text}); };
+    const auto find = [&](const std::string& text) { watch_->find(reader_.line_number(), text); };
     if (line_.empty() || failed_) return;
     const std::string_view head = trimmed(std::string_view(line_).substr(0, line_.find(':')));
     if (taken_.empty()) {
@@ -92,7 +101,8 @@ void KeyedSource::settle()
         find("unknown line \"" + printable(head) + '"' +
              (nearest.empty() ? "" : "; did you mean \"" + std::string(nearest) + "\"?"));
     } else {
-        watch_->known.push_back({reader_.line_number(), taken_});
+        constexpr std::size_t most_known = 100000;  // no file that means something is longer
+        if (watch_->known.size() < most_known) watch_->known.push_back({reader_.line_number(), taken_});
         const std::size_t end = taken_.size();
         if (taken_at_start_ && end < line_.size() && is_word(line_[end]) && is_word(line_[end - 1]))
             find('"' + printable(head) + "\" is read as \"" + taken_ + '"');
@@ -123,7 +133,7 @@ bool KeyedSource::fail(std::string_view key, const std::string& why)
     if (!key.empty() && !value(key).empty()) text += " = \"" + printable(value(key)) + "\"";
     if (!key.empty()) text += ": ";
     if (watch_)
-        watch_->findings.push_back({reader_.line_number(), text + why});
+        watch_->find(reader_.line_number(), text + why);
     else
         KOVINErrorMessage(report_, title_, name_ + ", line " + integer(reader_.line_number()) + ": " + text + why);
     return false;

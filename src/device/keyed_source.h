@@ -42,6 +42,9 @@ struct LineWatch {
     std::vector<Entry> findings;  ///< faults and lines that are not known
     std::vector<Entry> known;     ///< the keyword under which a line was taken
     std::vector<Entry> files;     ///< names of files
+
+    /// Adds a finding; of a text that is full of them the first thousand.
+    void find(int line, const std::string& text);
 };
 
 class KeyedSource {

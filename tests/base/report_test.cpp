@@ -65,7 +65,12 @@ TEST(Report, NeedsNeitherScreenNorLog)
     report.ErrorMessageMode = 9;
     report.log_file = "/none/such/log";
     KOVINErrorMessage(report, "title", "text");
-    EXPECT_EQ(report.messages.size(), 1u);
+    int shown = 0;
+    report.show = [&](const Message&) { ++shown; };
+    report.ErrorMessageMode = 1;
+    KOVINErrorMessage(report, "title", "text");
+    EXPECT_EQ(report.messages.size(), 2u);
+    EXPECT_EQ(shown, 1) << "what no log takes is shown";
 }
 
 TEST(Clock, DatesOfFilesAndTheirSpelling)

@@ -181,6 +181,7 @@ TEST(Program, FindingsAndMessagesGoWhereTheyAreWanted)
              at = log.find("could not be loaded", at + 1))
             ++entries;
         EXPECT_EQ(entries, row.entries) << row.mode;
+        EXPECT_NE(log.find("KOVIN error message whilst reading set-up files"), std::string::npos) << row.mode;
     }
 }
 

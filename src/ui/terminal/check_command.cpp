@@ -4,6 +4,7 @@
 #include "ui/terminal/home.h"
 
 #include <iostream>
+#include <system_error>
 
 namespace kovin {
 
@@ -25,7 +26,9 @@ ExitStatus home_command(const Options& options, const std::filesystem::path& hom
 {
     const std::filesystem::path folder = options.init.empty() ? home : std::filesystem::absolute(options.init);
     std::string told;
-    if (!options.init.empty() && !make_home(folder, program.parent_path(), told)) {
+    std::error_code error;
+    const bool beside = std::filesystem::is_directory(program.parent_path() / "def", error);
+    if (!options.init.empty() && !make_home(folder, beside ? program.parent_path() : home, told)) {
         std::cerr << "kovin: " << told << '\n';
         return ExitStatus::output;
     }

@@ -11,7 +11,7 @@ namespace kovin {
 [[nodiscard]] ExitStatus check_command(const Session& session, const Options& options);
 
 /// Prints the home folder on standard output, after making it one if the options say so.
-/// @param program  the running program; the files beside it are the shipped ones
+/// @param program  the running program; the files beside it are the shipped ones, or those of the present home
 [[nodiscard]] ExitStatus home_command(const Options& options, const std::filesystem::path& home,
                                       const std::filesystem::path& program);
 

@@ -133,7 +133,9 @@ ExitStatus load_command(Session& session, const Options& options)
 {
     const LoadResult loaded = load_files(session, attribute_arguments(options.files));
     const bool not_supported = tell_not_supported(session, loaded);
-    return not_supported || !loaded.all_loaded ? ExitStatus::input : ExitStatus::good;
+    if (not_supported || !loaded.all_loaded) return ExitStatus::input;
+    Simulation& s = session.simulation;
+    return CanAllFilesBeFound(session.surroundings, s.zonnecel.cell, s.panel) ? ExitStatus::good : ExitStatus::input;
 }
 
 ExitStatus run_command(Session& session, const Options& options, Summary& summary)

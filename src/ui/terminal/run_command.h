@@ -8,7 +8,8 @@
 
 namespace kovin {
 
-/// Loads the files of the options. @return good, or input when one is missing, not understood or not supported
+/// Loads the files of the options and looks for those that they name.
+/// @return good, or input when one is missing, not understood or not supported
 [[nodiscard]] ExitStatus load_command(Session& session, const Options& options);
 
 /// Loads, calculates, writes the result files, and fills the summary. Existing result files are refused before the
