@@ -1,6 +1,9 @@
 #include "optics/generation.h"
 
+#include "base/text_format.h"
 #include "base/two_column_file.h"
+#include "device/model_curve.h"
+#include "device/model_table.h"
 
 #include <algorithm>
 #include <span>
@@ -9,19 +12,14 @@ namespace kovin {
 
 namespace {
 
-/// Rows of the generation file: positions [m], G [1/(m3 s)] as they stand in the file, not negative.
-bool GetGenerationFromFile(Surroundings& surroundings, const WorkPoint& wp, TwoColumns& rows)
+bool GetGenerationFromFile(Surroundings& surroundings, const WorkPoint& wp, GivenGeneration& given)
 {
-    if (!wp.generationFromFile) {
-        KOVINErrorMessage(surroundings.report, "Generation",
-                          "The generation model \"" + wp.generationModel.name + "\" is not supported yet.");
-        return false;
-    }
     if (wp.generationFile.empty()) {
         KOVINErrorMessage(surroundings.report, "Error trying to read the generation file G(x)",
                           "The work point asks for a generation file and names none.");
         return false;
     }
+    TwoColumns rows;
     const int count = ReadKOVINFile(surroundings, wp.generationFile, FileKind::generation, 1, false, rows);
     if (count < 1) return false;
     if (count > max_generation_points) {
@@ -30,20 +28,41 @@ bool GetGenerationFromFile(Surroundings& surroundings, const WorkPoint& wp, TwoC
                               " (> " + std::to_string(max_generation_points) + ") points.");
         return false;
     }
-    MakeNonNegative(rows.y);
+    given = {std::move(rows.x), std::move(rows.y)};
+    return true;
+}
+
+bool GetGenerationFromModel(Surroundings& surroundings, const WorkPoint& wp, const CalculationParameters& set3,
+                            GivenGeneration& given)
+{
+    Model model = wp.generationModel;
+    model.points = std::min(model.points, max_generation_points);
+    ModelCurve curve = CalculateBasicModelXY(model, {.d_um = set3.layers > 0 ? set3.scale.x0 * 1e6 : 2.0,
+                                                     .widthtail = set3.convergence.widthtail,
+                                                     .widthgauss = set3.convergence.widthgauss});
+    if (curve.x.empty()) {
+        KOVINErrorMessage(
+            surroundings.report, "Generation",
+            "The generation model \"" + model_of_number(model.number).name + "\" gives no point in the cell.");
+        return false;
+    }
+    for (double& x : curve.x) x *= 1e-6;  // um -> m
+    for (double& G : curve.y) G *= 1e6;   // 1/(cm3 s) -> 1/(m3 s)
+    given = {std::move(curve.x), std::move(curve.y), model.number == 24};
     return true;
 }
 
 /// Linear between rows, 0 outside; of rows with equal positions the lower one counts. A file that ends at the back of
 /// the cell reaches the last mesh point whatever the rounding of the two.
-double value_at(const TwoColumns& rows, double x)
+double value_at(const GivenGeneration& given, double x)
 {
-    if (!rows.x.empty() && x > rows.x.back() && x <= rows.x.back() * (1 + 1e-9)) return rows.y.back();
-    if (rows.x.empty() || x < rows.x.front() || x > rows.x.back()) return 0.0;
-    const auto above = std::lower_bound(rows.x.begin(), rows.x.end(), x);
-    const auto i = static_cast<std::size_t>(above - rows.x.begin());
-    if (*above == x) return rows.y[i];
-    return rows.y[i - 1] + (x - rows.x[i - 1]) * (rows.y[i] - rows.y[i - 1]) / (rows.x[i] - rows.x[i - 1]);
+    const std::vector<double>&rows = given.x, &G = given.G;
+    if (!rows.empty() && x > rows.back() && x <= rows.back() * (1 + 1e-9)) return G.back();
+    if (rows.empty() || x < rows.front() || x > rows.back()) return 0.0;
+    const auto above = std::lower_bound(rows.begin(), rows.end(), x);
+    const auto i = static_cast<std::size_t>(above - rows.begin());
+    if (*above == x) return G[i];
+    return G[i - 1] + (x - rows[i - 1]) * (G[i] - G[i - 1]) / (rows[i] - rows[i - 1]);
 }
 
 /// G [1/(m3 s)] of one unit of gp.generation in layer j.
@@ -71,28 +90,42 @@ constexpr double A_m2_to_mA_cm2 = 0.1;
 
 }  // namespace
 
-bool CalculateGenerationFromFileOrFromModel(Surroundings& surroundings, const WorkPoint& wp,
-                                            const CalculationParameters& set3, const Mesh& mesh,
+bool read_given_generation(Surroundings& surroundings, const WorkPoint& wp, const CalculationParameters& set3,
+                           GenerationParameters& gp)
+{
+    gp.given = {};
+    if (wp.dark) return true;
+    if (!(wp.generationFromFile ? GetGenerationFromFile(surroundings, wp, gp.given)
+                                : GetGenerationFromModel(surroundings, wp, set3, gp.given)))
+        return false;
+    MakeNonNegative(gp.given.G);
+    const double photons = half_interval_sum(gp.given.x, gp.given.G) * std::max(wp.attenuation / 100.0, 1.0);
+    if (photons <= most_photons) return true;
+    KOVINErrorMessage(
+        surroundings.report, "Generation",
+        (wp.generationFromFile ? "The generation file '" + wp.generationFile + "'"
+                               : "The generation model \"" + model_of_number(wp.generationModel.number).name + "\"") +
+            " gives " + scientific(photons, 0, 1) + " pairs per m2 and s; more than " + scientific(most_photons, 0, 0) +
+            " cannot be computed with.");
+    gp.given = {};
+    return false;
+}
+
+void CalculateGenerationFromFileOrFromModel(const WorkPoint& wp, const CalculationParameters& set3, const Mesh& mesh,
                                             GenerationParameters& gp)
 {
-    TwoColumns rows;
-    if (!wp.dark && !GetGenerationFromFile(surroundings, wp, rows)) return false;
     gp.generation.assign(static_cast<std::size_t>(mesh.N), 0.0);
-    if (wp.dark) return true;
+    if (wp.dark) return;
     for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j) {
         const double factor = wp.attenuation / 100.0 / generation_unit(set3.scale, j);
         for (std::size_t i = first_of(mesh, j); i < end_of(mesh, j); ++i)
-            gp.generation[i] = factor * value_at(rows, mesh.x_m[i]);
+            gp.generation[i] = factor * value_at(gp.given, mesh.x_m[i]);
     }
-    return true;
 }
 
-bool CalculateIdealCurrentFromGenerationFileOrModel(Surroundings& surroundings, WorkPoint& wp)
+double CalculateIdealCurrentFromGenerationFileOrModel(const GivenGeneration& given)
 {
-    TwoColumns rows;
-    if (!GetGenerationFromFile(surroundings, wp, rows)) return false;
-    wp.idealCurrent = half_interval_sum(rows.x, rows.y) * elementary_charge * A_m2_to_mA_cm2;
-    return true;
+    return half_interval_sum(given.x, given.G) * elementary_charge * A_m2_to_mA_cm2;
 }
 
 void ExtractGeneration(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp,

@@ -11,15 +11,19 @@
 
 namespace kovin {
 
-/// G(x) of the work point's generation file on the mesh: linear between its rows, 0 outside them and in the dark.
-/// @return false when there is nothing to read (reported); parametric profiles are not computed yet (reported)
-[[nodiscard]] bool CalculateGenerationFromFileOrFromModel(Surroundings& surroundings, const WorkPoint& wp,
-                                                          const CalculationParameters& set3, const Mesh& mesh,
-                                                          GenerationParameters& gp);
+/// Takes the work point's given profile, from its file or its model, into gp.given; nothing in the dark.
+/// @param set3  gives the thickness and the reach of tails to a model
+/// @return false when there is nothing to read, or more light than can be computed with (reported)
+[[nodiscard]] bool read_given_generation(Surroundings& surroundings, const WorkPoint& wp,
+                                         const CalculationParameters& set3, GenerationParameters& gp);
 
-/// Generation current of the generation file itself, without attenuation [mA/cm2], by the trapezoid rule; also stored
-/// in wp.idealCurrent. @return false when there is nothing to read (reported)
-[[nodiscard]] bool CalculateIdealCurrentFromGenerationFileOrModel(Surroundings& surroundings, WorkPoint& wp);
+/// The given profile on the mesh: linear between its rows, times the attenuation; 0 outside them and in the dark.
+/// @pre read_given_generation has succeeded
+void CalculateGenerationFromFileOrFromModel(const WorkPoint& wp, const CalculationParameters& set3, const Mesh& mesh,
+                                            GenerationParameters& gp);
+
+/// Generation current of the given profile itself, without attenuation [mA/cm2], by the trapezoid rule.
+[[nodiscard]] double CalculateIdealCurrentFromGenerationFileOrModel(const GivenGeneration& given);
 
 /// G [1/(m3 s)] at the mesh points, and the generation current gp.total_mA_cm2: the sum over half intervals.
 void ExtractGeneration(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp,

@@ -15,6 +15,12 @@ struct AbsorptionOnMesh {
     std::vector<int> of_point;               ///< index into alpha, one a mesh point
 };
 
+/// A given profile as read: positions from the left contact [m], rising, and G [1/(m3 s)], not negative.
+struct GivenGeneration {
+    std::vector<double> x, G;
+    bool sharp_ends = false;  ///< a rectangle: the first two and the last two points are its edges
+};
+
 /// `generatieparameters`. Wavelength arrays hold n values, generation one value a mesh point.
 struct GenerationParameters {
     int n = 0;               ///< wavelengths
@@ -28,6 +34,7 @@ struct GenerationParameters {
     std::vector<double> rightFilter, leftFilter;    ///< transmission on the light side, reflection on the other
     std::vector<double> incomingFlux_us;            ///< photons through the light-side contact [1/(m2 s)]
     AbsorptionOnMesh absorption;
+    GivenGeneration given;           ///< without attenuation; empty where the light is a spectrum
     std::vector<double> generation;  ///< G(x) [D0 N0/x0^2]
     double total_mA_cm2 = 0.0;       ///< generation current on the mesh, by ExtractGeneration
 };

@@ -67,6 +67,10 @@ bool prepare_problem(Surroundings& surroundings, Simulation& s)
         if (!BerekenFilterSpectra(surroundings, set1.cell.cell, s.light)) return false;
     }
     parameterset1_to_3(set1, s.wp.T, s.set3);
+    if (!from_spectrum) {
+        if (!read_given_generation(surroundings, s.wp, s.set3, s.light)) return false;
+        s.wp.idealCurrent = CalculateIdealCurrentFromGenerationFileOrModel(s.light.given);
+    }
     DefineKOVINMesh(s.set3, s.currentCalcVars.mesh, s.mesh_refinement);
     s.currentCalcVars.resize();
     prepare_solver(s.set3, s.currentCalcVars.mesh, s.memory);
@@ -75,19 +79,17 @@ bool prepare_problem(Surroundings& surroundings, Simulation& s)
     return !from_spectrum || s.wp.dark || bepaal_alfa(surroundings, s.set3, s.currentCalcVars.mesh, s.light);
 }
 
-/// Generation of the run. @return false if there is no input for it (reported)
-bool generation_of_run(Surroundings& surroundings, Simulation& s)
+/// Generation of the run on its mesh.
+void generation_of_run(Simulation& s)
 {
     const Mesh& mesh = s.currentCalcVars.mesh;
     if (s.wp.generationSpecified) {
-        if (!s.wp.dark && !CalculateIdealCurrentFromGenerationFileOrModel(surroundings, s.wp)) return false;
-        if (!CalculateGenerationFromFileOrFromModel(surroundings, s.wp, s.set3, mesh, s.light)) return false;
+        CalculateGenerationFromFileOrFromModel(s.wp, s.set3, mesh, s.light);
     } else if (!s.wp.dark) {
         CalculateIncomingFluxes(s.light, photons_per_nm_W, FluxMode::work_point);
         CalculateFluxesAndGeneration(s.set3, mesh, s.light);
     }
     update_generation_current(s.set3, mesh, s.light);
-    return true;
 }
 
 /// Tells how a rung ended and keeps it in its flag. @return the flag
@@ -219,7 +221,7 @@ RunOutcome calculate(Surroundings& surroundings, Simulation& s)
     s.started = start_text(surroundings.clock.now());
     if (!prepare_problem(surroundings, s)) return RunOutcome::failed;
     if (!calculate_equilibrium(surroundings, s)) return failed_or_stopped(surroundings);
-    if (!generation_of_run(surroundings, s)) return RunOutcome::failed;
+    generation_of_run(s);
     if (!calculate_short_circuit(surroundings, s)) return failed_or_stopped(surroundings);
     if (!calculate_work_point(surroundings, s)) return failed_or_stopped(surroundings);
 
