@@ -15,6 +15,9 @@ inline constexpr double photons_per_nm_W = 5.035e15;      ///< 1e-9/(h c): photo
 /// Thermal voltage kT/q [V] at T [K].
 [[nodiscard]] constexpr double thermal_voltage(double T) { return T / 300.0 * kT_at_300K; }
 
+/// Photons or pairs per m2 and s that a calculation takes, 1e14 suns: more is a slip, and numbers stay finite.
+inline constexpr double most_photons = 1e35;
+
 inline constexpr int max_layers = 7;
 inline constexpr int max_interfaces = max_layers - 1;
 inline constexpr int max_defects = 7;  ///< bulk defects of one layer

@@ -14,23 +14,60 @@ namespace {
 
 int row_limit(FileKind kind) { return kind == FileKind::generation ? max_generation_rows : MAX_NUMBER_OF_INPUT_POINTS; }
 
-/// Position behind the number that begins here, one of no value ("nan", "1e999") included; npos if there is none.
-std::size_t behind_number(std::string_view text, std::size_t from)
+/// A text that begins with "nan" or "inf", with or without a sign: a number by intention.
+bool begins_with_no_number(std::string_view text)
 {
-    if (const NumberScan scan = number_here(text, from); scan.found) return scan.end;
-    std::size_t at = std::min(text.find_first_not_of(" \t", from), text.size());
-    if (at < text.size() && (text[at] == '+' || text[at] == '-')) ++at;
-    for (const std::string_view word : {"nan", "inf"})
-        if (starts_with_ignoring_case(text.substr(at), word)) return at + word.size();
-    return std::string_view::npos;
+    text = trimmed(text);
+    text = text.substr(0, text.find_first_of(" \t"));
+    if (!text.empty() && (text[0] == '+' || text[0] == '-')) text.remove_prefix(1);
+    return equal_ignoring_case(text, "nan") || equal_ignoring_case(text, "inf");
 }
 
-/// Meant as a row, though it is none: begins with two numbers, or among the rows with one.
-bool is_broken_row(std::string_view line, bool among_rows)
+/// Was a line that is no row meant as one? Its numbers are none or out of range, or it is half a row inside the table;
+/// a heading may well begin with a number.
+bool meant_as_row(std::string_view line, bool in_table)
 {
-    const std::size_t end = behind_number(line, 0);
-    return end != std::string_view::npos && (among_rows || behind_number(line, end) != std::string_view::npos);
+    const NumberScan first = number_here(line);
+    if (!first.found) return begins_with_no_number(line);
+    const std::string_view rest = line.substr(first.end);
+    const bool parted = !rest.empty() && trimmed(rest.substr(0, 1)).empty();
+    return in_table || !first.finite || (parted && (number_here(rest).found || begins_with_no_number(rest)));
 }
+
+/// Kinds in which a negative value has no meaning and counts as 0.
+bool values_are_amounts(FileKind kind)
+{
+    return kind == FileKind::spectrum || kind == FileKind::absorption || kind == FileKind::generation ||
+           kind == FileKind::optical_capture;
+}
+
+bool is_over_wavelength(FileKind kind)
+{
+    return kind == FileKind::spectrum || kind == FileKind::absorption || kind == FileKind::filter ||
+           kind == FileKind::optical_capture;
+}
+
+/// Lines that a reader could not take as they stand: how many, and the first of them.
+struct Doubts {
+    int count = 0, line = 0;
+    std::string text;
+
+    void add(int number, std::string_view what)
+    {
+        if (count++ > 0) return;
+        line = number;
+        text = trimmed(what.substr(0, 40));
+        for (char& c : text)
+            if (static_cast<unsigned char>(c) < ' ') c = '?';
+    }
+    /// "line 7: '310 nan' what", with the number of lines of the kind.
+    void tell(const std::string& what, std::vector<std::string>& doubts) const
+    {
+        if (count == 0) return;
+        doubts.push_back("line " + std::to_string(line) + ": '" + text + "' " + what +
+                         (count > 1 ? " (first of " + std::to_string(count) + " such lines)" : ""));
+    }
+};
 
 /// Strictly monotonic in the wanted direction?
 bool is_ordered(const std::vector<double>& x, int direction)
@@ -124,19 +161,27 @@ void parse_two_columns(std::string text, FileKind kind, TwoColumns& rows)
     const auto limit = static_cast<std::size_t>(row_limit(kind));
     const double x_unit = kind == FileKind::generation ? 1e-6 : 1.0;  // positions of a generation file are in um
     LineReader reader(std::move(text), two_column_line_limit);
-    for (std::string line; reader.ReadLine(line);) {
+    Doubts passed_over, negative, beyond;
+    for (std::string line; beyond.count == 0 && reader.ReadLine(line);) {
         double x = 0.0, y = 0.0;
-        if (is_row(line, kind, x, y)) {
-            rows.cut = rows.x.size() == limit;
-            if (rows.cut) break;
+        const bool row = is_row(line, kind, x, y);
+        if (row && rows.x.size() == limit) {
+            beyond.add(reader.line_number(), line);
+        } else if (row && (x >= 0.0 || !is_over_wavelength(kind))) {
+            if (y < 0.0 && values_are_amounts(kind)) negative.add(reader.line_number(), line);
             rows.x.push_back(x * x_unit);
             rows.y.push_back(y);
             rows.line.push_back(reader.line_number());
         } else {
-            if (rows.broken_line == 0 && is_broken_row(line, !rows.x.empty())) rows.broken_line = reader.line_number();
+            if (row || meant_as_row(line, !rows.x.empty())) passed_over.add(reader.line_number(), line);
             if (rows.x.empty()) rows.heading.push_back(line);
         }
     }
+    rows.broken_line = passed_over.line;
+    rows.cut = beyond.count > 0;
+    passed_over.tell("is no row of two usable numbers and was passed over", rows.doubts);
+    negative.tell("holds a negative value, which counts as 0", rows.doubts);
+    beyond.tell("and what follows is not read: the file has more than " + std::to_string(limit) + " rows", rows.doubts);
 }
 
 int ReadKOVINFile(Surroundings& surroundings, std::string_view path, FileKind kind, int direction, bool warn,
@@ -148,6 +193,9 @@ int ReadKOVINFile(Surroundings& surroundings, std::string_view path, FileKind ki
     if (!text) return -1;
 
     parse_two_columns(std::move(*text), kind, rows);
+    // Who reads a grading file refuses it for them.
+    for (const std::string& doubt : kind == FileKind::grading ? std::vector<std::string>{} : rows.doubts)
+        KOVINErrorMessage(surroundings.report, "Warning: values of an input file", file.string() + ", " + doubt);
     if (rows.x.empty()) {
         rows = {};
         KOVINErrorMessage(surroundings.report,

@@ -18,6 +18,7 @@ struct TwoColumns {
     std::vector<int> line;             ///< of each row in the file, from 1; empty once rows were sorted or merged
     int broken_line = 0;               ///< first line that begins like a row and is none ("0.5 nan"); 0: none
     bool cut = false;                  ///< the file holds more rows than were read
+    std::vector<std::string> doubts;   ///< "line 7: '310 nan' is ...": what could not be taken as it stands
 };
 
 /// @return 0 nothing changed, 1 sorted, 2 duplicates merged (geometric mean; mean if one is negative), 3 both
@@ -31,10 +32,12 @@ inline constexpr std::size_t two_column_line_limit = 255;  ///< characters of a 
 /// The two numbers at the start of a line, or the one number of a value list. @return false if they are not there
 [[nodiscard]] bool is_row(std::string_view line, FileKind kind, double& x, double& y);
 
-/// Rows of a text, in its order, up to the most that a file of `kind` has.
+/// Rows of a text, in its order, up to the most that a file of `kind` has. Doubts are about lines that begin with a
+/// number and cannot be used (numbers out of range, negative wavelengths, half a row inside the table), negative values
+/// where there can be none, and rows beyond the limit; of each sort the first line is named.
 void parse_two_columns(std::string text, FileKind kind, TwoColumns& rows);
 
-/// Rows of a file of `kind`; positions of a generation file come back in m.
+/// Rows of a file of `kind`; positions of a generation file come back in m. Doubts are reported with the file.
 /// @param direction  +1 rising x wanted, -1 falling, 0 any order
 /// @param warn       true: tell the user when rows had to be sorted or merged
 /// @return number of rows, or -1 (reported; `rows` is then empty). At most 2500 rows, 2000 of a generation file.

@@ -7,10 +7,15 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <utility>
 
 namespace kovin {
 
 namespace {
+
+/// A largest value outside these is taken for a slip in the unit [1/cm].
+constexpr double least_plausible = 1e2, most_plausible = 1e8;
+constexpr double most_absorption = 1e12;  ///< [1/cm]
 
 /// Does `text` name the unit, and not as the beginning of a longer one ("1/m" in "1/m2")?
 bool names_unit(std::string_view text, std::string_view unit)
@@ -24,8 +29,23 @@ bool names_unit(std::string_view text, std::string_view unit)
     return false;
 }
 
-/// Edge of a power law: given in eV, or as a multiple of the gap by a negative number.
-double power_law_edge(double given, double Eg) { return given < 0.0 ? -given * Eg : given; }
+bool is_on(const AbsorptionModelSet& set, int number)
+{
+    return std::any_of(set.models.begin(), set.models.end(),
+                       [=](const Model& model) { return model.on && model.number == number; });
+}
+
+/// A sum as it may be used; what is no number counts as nothing.
+double bounded(double alpha) { return alpha > 0.0 ? std::min(alpha, most_absorption) : 0.0; }
+
+/// The models with an edge that are on, without tail and background.
+double sum_of_edges(const AbsorptionModelSet& set, double lambda)
+{
+    double alpha = 0.0;
+    for (const Model& model : set.models)
+        if (model.on && model.number != 61) alpha += AbsorptionContributionOfModel(model, lambda);
+    return bounded(alpha);
+}
 
 }  // namespace
 
@@ -43,44 +63,85 @@ double absorption_unit(const std::vector<std::string>& heading)
 
 bool absorption_looks_like_another_unit(double largest)
 {
-    return largest > 1e8 * per_cm_to_per_m || largest < 1e2 * per_cm_to_per_m;
+    return largest > most_plausible * per_cm_to_per_m || largest < least_plausible * per_cm_to_per_m;
 }
 
-bool absorption_model_is_computed(int number) { return number >= 61 && number <= 65; }
-
-double AbsorptionContributionOfModel(const Model& model, double lambda)
+double absorption_edge(const Model& model)
 {
-    assert(absorption_model_is_computed(model.number));
-    const auto& p = model.values;
-    const double Eg = p[4];
-    const double hv = hc_eV_nm / lambda;
+    const double Eg = model.values[4], given = model.values[2];
     switch (model.number) {
-        case 61:
-            return p[0];
-        case 62: {
-            const double lambda_g = hc_eV_nm / Eg;
-            if (lambda == lambda_g) return p[0] / 2;
-            return lambda < lambda_g ? p[0] : 0.0;
-        }
+        case 62:
         case 63:
-            return hv > Eg ? (p[0] + p[1] * Eg / hv) * std::sqrt(hv / Eg - 1) : 0.0;
+            return Eg;
         case 64:
-        case 65: {
-            const double E1 = power_law_edge(p[2], Eg);
-            return hv > E1 ? (p[0] + p[1] * E1 / hv) * std::pow(hv / E1 - 1, p[3]) : 0.0;
-        }
+        case 65:
+            return given < 0.0 ? -given * Eg : given;
         default:
             return 0.0;
     }
 }
 
-double CalculateAbsorptionFromModel(const AbsorptionModelSet& set, double lambda)
+double AbsorptionContributionOfModel(const Model& model, double lambda)
 {
-    double alpha = 0.0;
+    const auto& p = model.values;
+    const double hv = hc_eV_nm / lambda, E1 = absorption_edge(model);
+    switch (model.number) {
+        case 61:
+            return p[0];
+        case 62: {
+            const double lambda_g = hc_eV_nm / E1;
+            if (lambda == lambda_g) return p[0] / 2;
+            return lambda < lambda_g ? p[0] : 0.0;
+        }
+        case 63:
+            return hv > E1 ? (p[0] + p[1] * E1 / hv) * std::sqrt(hv / E1 - 1) : 0.0;
+        case 64:
+        case 65:
+            return hv > E1 ? (p[0] + p[1] * E1 / hv) * std::pow(hv / E1 - 1, p[3]) : 0.0;
+        default:
+            return 0.0;
+    }
+}
+
+SubbandgapTail find_subbandgap_tail(const AbsorptionModelSet& set)
+{
+    double E0 = 0.0, first = 1e30, second = 1e30;  // the two lowest edges
+    for (const Model& model : set.models) {
+        if (!model.on) continue;
+        if (model.number == 66) E0 = model.values[0];
+        if (model.number < 62 || model.number > 65) continue;
+        const double edge = absorption_edge(model);
+        if (edge < first)
+            second = std::exchange(first, edge);
+        else
+            second = std::min(second, edge);
+    }
+    if (!is_on(set, 66) || !(E0 > 0.0) || !(first > 0.0 && first < 1e30)) return {};
+
+    // A square law puts the samples where the edge is steep.
+    constexpr int samples = 500;
+    const double top = second < 1e30 ? std::max(1.5 * second, 3 * first) : 3 * first;
+    double E_before = 0.0, alpha_before = 0.0;
+    for (int i = 0; i < samples; ++i) {
+        const double s = static_cast<double>(i) / (samples - 1);
+        const double E = first + (top - first) * s * s, alpha = sum_of_edges(set, hc_eV_nm / E);
+        if (alpha_before > 0.0 && alpha > 0.0) {
+            const double slope = (alpha - alpha_before) / (E - E_before) / alpha;
+            if (slope < 1 / E0) return {.E = E, .alpha = alpha, .E0 = E0};
+        }
+        E_before = E;
+        alpha_before = alpha;
+    }
+    return {};
+}
+
+double CalculateAbsorptionFromModel(const AbsorptionModelSet& set, const SubbandgapTail& tail, double lambda)
+{
+    const double hv = hc_eV_nm / lambda;
+    double alpha = hv < tail.E ? tail.alpha * std::exp((hv - tail.E) / tail.E0) : sum_of_edges(set, lambda);
     for (const Model& model : set.models)
-        if (model.on && absorption_model_is_computed(model.number))
-            alpha += AbsorptionContributionOfModel(model, lambda);
-    return alpha;
+        if (model.on && model.number == 61) alpha += AbsorptionContributionOfModel(model, lambda);
+    return bounded(alpha);
 }
 
 void ExtractBestAandBFromAbsorptionModel(const AbsorptionModelSet& set, double& A, double& B)
@@ -111,6 +172,7 @@ bool read_absorption_file(Surroundings& surroundings, std::string_view name, Abs
                           "The largest absorption coefficient in " + std::string(name) + " is " +
                               scientific(largest / per_cm_to_per_m, 0, 3) +
                               " 1/cm. A heading line \"1/cm\" or \"1/m\" tells the unit; without it 1/cm is meant.");
+    for (double& alpha : rows.y) alpha = std::min(alpha, most_absorption * per_cm_to_per_m);
     table.lambda = std::move(rows.x);
     table.alpha = std::move(rows.y);
     return true;
@@ -121,6 +183,7 @@ bool load_absorption(Surroundings& surroundings, const Absorption& absorption, b
 {
     material.from_file = material_B ? absorption.pure_B_from_file : absorption.pure_A_from_file;
     material.models = material_B ? absorption.model_B : absorption.model_A;
+    if (!material.from_file) material.tail = find_subbandgap_tail(material.models);
     return !material.from_file ||
            read_absorption_file(surroundings, material_B ? absorption.file_B : absorption.file_A, material.table);
 }
@@ -129,7 +192,7 @@ double alpha_at(const MaterialAbsorption& material, double lambda)
 {
     if (material.from_file)
         return LogarithmicInterpolationolateFromTable(lambda, material.table.lambda, material.table.alpha);
-    return per_cm_to_per_m * CalculateAbsorptionFromModel(material.models, lambda);
+    return per_cm_to_per_m * CalculateAbsorptionFromModel(material.models, material.tail, lambda);
 }
 
 bool DetermineLayerAlpha(Surroundings& surroundings, const Absorption& absorption, bool material_B,

@@ -9,6 +9,7 @@
 
 namespace kovin {
 
+/// Absorption files hold 1/cm unless their heading names 1/m; the program computes with 1/m.
 inline constexpr double per_cm_to_per_m = 100.0;
 
 /// Factor from the numbers of an absorption file to 1/m: the last heading line that names "1/cm" or "1/m" decides;
@@ -18,15 +19,39 @@ inline constexpr double per_cm_to_per_m = 100.0;
 /// The largest value of a table [1/m] lies where no material has it: a factor of 100 is the commonest mistake of all.
 [[nodiscard]] bool absorption_looks_like_another_unit(double largest);
 
-/// Absorption models that are computed: background 61, step 62, square root 63, power laws 64 and 65; the tail 66 is
-/// held only.
-[[nodiscard]] bool absorption_model_is_computed(int number);
-
-/// alpha [1/cm] of one model at wavelength lambda [nm]. @pre absorption_model_is_computed(model.number)
+/// alpha [1/cm] of one model at wavelength lambda [nm], with hv the photon energy, Eg the gap and p the values:
+///
+///     61   p1
+///     62   p1 above the gap, p1/2 at the gap, 0 below
+///     63   (p1 + p2 Eg/hv) sqrt(hv/Eg - 1)
+///     64, 65   (p1 + p2 E1/hv) (hv/E1 - 1)^p4,  E1 = p3, or -p3 Eg where p3 is negative
+///
+/// and 0 below the edge. The tail 66 has no value of its own: see SubbandgapTail.
+/// Source: 63 is the law of direct allowed transitions (Pankove, Optical Processes in Semiconductors); 64 and 65 take
+/// any exponent, as 2 for indirect transitions. The other laws are definitions.
 [[nodiscard]] double AbsorptionContributionOfModel(const Model& model, double lambda);
 
-/// Sum of the models that are on [1/cm].
-[[nodiscard]] double CalculateAbsorptionFromModel(const AbsorptionModelSet& set, double lambda);
+/// Edge of the models 62 to 65 [eV], the gap or that of a power law; 0 for the others.
+[[nodiscard]] double absorption_edge(const Model& model);
+
+/// The tail 66 below a material's edge, alpha(E) exp((hv - E)/E0), from the energy E down.
+struct SubbandgapTail {
+    double E = 0.0;      ///< where it joins [eV]; 0: there is no tail
+    double alpha = 0.0;  ///< absorption there [1/cm]
+    double E0 = 1.0;     ///< decay energy [eV]
+};
+/// AddSubbandgapAbsorption: finds where the tail joins the sum of the models that are on, background apart: at the
+/// lowest energy above the first edge where d(ln alpha)/dE is no longer above 1/E0, so that it joins tangentially.
+/// @return no tail if model 66 is off, if no model with an edge is on, or if the sum is steeper than the tail all the
+///         way up to three times its edge (1.5 times a second edge above that)
+/// Source: Urbach, Phys. Rev. 92 (1953) 1324.
+[[nodiscard]] SubbandgapTail find_subbandgap_tail(const AbsorptionModelSet& set);
+
+/// Sum of the models that are on, or the tail where that begins, and the background on top [1/cm]. Not negative, and
+/// at most 1e12, beyond which light goes no further than an atom.
+/// @param tail  of this set
+[[nodiscard]] double CalculateAbsorptionFromModel(const AbsorptionModelSet& set, const SubbandgapTail& tail,
+                                                  double lambda);
 
 /// A and B of alpha = (A + B/hv) sqrt(hv - Eg) [per m], for readers that know no other law.
 void ExtractBestAandBFromAbsorptionModel(const AbsorptionModelSet& set, double& A, double& B);
@@ -44,6 +69,7 @@ struct MaterialAbsorption {
     bool from_file = false;
     AbsorptionTable table;
     AbsorptionModelSet models;
+    SubbandgapTail tail;  ///< of the models
 };
 /// Takes material A or B of a layer, with its file. @return false if the file could not be read (reported)
 [[nodiscard]] bool load_absorption(Surroundings& surroundings, const Absorption& absorption, bool material_B,

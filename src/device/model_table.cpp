@@ -9,8 +9,7 @@ namespace kovin {
 namespace {
 
 constexpr double default_flux = 6.242e16;  // photons/(cm2 s): 10 mA/cm2
-constexpr int first_absorption = 61;
-constexpr int square_root_index = 2;
+constexpr int square_root_law = 63;
 
 Model row(ModelClass model_class, int number, const char* name, int parameters, std::array<double, 5> values,
           int points = 41, bool on = false)
@@ -54,11 +53,6 @@ const std::array<Model, 18>& table()
     return models;
 }
 
-bool is_absorption_number(int number)
-{
-    return number >= first_absorption && number < first_absorption + max_absorption_models;
-}
-
 }  // namespace
 
 std::span<const Model> ActualModelParameters() { return table(); }
@@ -68,7 +62,7 @@ const Model& model_of_number(int number)
     const Model* square_root = nullptr;
     for (const Model& model : table()) {
         if (model.number == number) return model;
-        if (model.number == first_absorption + square_root_index) square_root = &model;
+        if (model.number == square_root_law) square_root = &model;
     }
     return *square_root;
 }
@@ -105,7 +99,14 @@ std::string_view model_parameter_name(int number, int parameter)
 
 int AbsorptionModelNumberToAbsorptionIndex(int number)
 {
-    return is_absorption_number(number) ? number - first_absorption : square_root_index;
+    int index = 0, square_root = 0;
+    for (const Model& model : table()) {
+        if (model.model_class != ModelClass::absorption) continue;
+        if (model.number == number) return index;
+        if (model.number == square_root_law) square_root = index;
+        ++index;
+    }
+    return square_root;
 }
 
 int AbsorptionModelKeywordToNumber(std::string_view text)
@@ -125,10 +126,12 @@ AbsorptionModelSet default_absorption_models(int material, double Eg, int number
 {
     AbsorptionModelSet set;
     set.material = material;
-    for (std::size_t i = 0; i < set.models.size(); ++i) {
-        const int own_number = first_absorption + static_cast<int>(i);
-        set.models[i] = model_of_number(own_number);
-        set.models[i].on = own_number == number;
+    auto place = set.models.begin();
+    for (const Model& model : table()) {
+        if (model.model_class != ModelClass::absorption || place == set.models.end()) continue;
+        *place = model;
+        place->on = model.number == number;
+        ++place;
     }
     WriteEgInAbsorptionModel(set, Eg);
     return set;

@@ -1,6 +1,9 @@
 #include "optics/generation.h"
 
+#include "base/text_format.h"
 #include "base/two_column_file.h"
+#include "device/model_curve.h"
+#include "device/model_table.h"
 #include "optics/absorption_on_mesh.h"
 #include "optics/fluxes.h"
 
@@ -27,8 +30,27 @@ bool GetGenerationFromFile(Surroundings& surroundings, const WorkPoint& wp, Give
                               " (> " + std::to_string(max_generation_points) + ") points.");
         return false;
     }
-    MakeNonNegative(rows.y);
     given = {std::move(rows.x), std::move(rows.y)};
+    return true;
+}
+
+bool GetGenerationFromModel(Surroundings& surroundings, const WorkPoint& wp, const CalculationParameters& set3,
+                            GivenGeneration& given)
+{
+    Model model = wp.generationModel;
+    model.points = std::min(model.points, max_generation_points);
+    ModelCurve curve = CalculateBasicModelXY(model, {.d_um = set3.layers > 0 ? set3.scale.x0 * 1e6 : 2.0,
+                                                     .widthtail = set3.convergence.widthtail,
+                                                     .widthgauss = set3.convergence.widthgauss});
+    if (curve.x.empty()) {
+        KOVINErrorMessage(
+            surroundings.report, "Generation",
+            "The generation model \"" + model_of_number(model.number).name + "\" gives no point in the cell.");
+        return false;
+    }
+    for (double& x : curve.x) x *= 1e-6;  // um -> m
+    for (double& G : curve.y) G *= 1e6;   // 1/(cm3 s) -> 1/(m3 s)
+    given = {std::move(curve.x), std::move(curve.y), model.number == 24};
     return true;
 }
 
@@ -36,7 +58,7 @@ bool GetGenerationFromFile(Surroundings& surroundings, const WorkPoint& wp, Give
 /// the cell reaches the last mesh point whatever the rounding of the two.
 double value_at(const GivenGeneration& given, double x)
 {
-    const auto& [rows, G] = given;
+    const std::vector<double>&rows = given.x, &G = given.G;
     if (!rows.empty() && x > rows.back() && x <= rows.back() * (1 + 1e-9)) return G.back();
     if (rows.empty() || x < rows.front() || x > rows.back()) return 0.0;
     const auto above = std::lower_bound(rows.begin(), rows.end(), x);
@@ -70,11 +92,24 @@ constexpr double A_m2_to_mA_cm2 = 0.1;
 
 }  // namespace
 
-bool read_given_generation(Surroundings& surroundings, const WorkPoint& wp, GenerationParameters& gp)
+bool read_given_generation(Surroundings& surroundings, const WorkPoint& wp, const CalculationParameters& set3,
+                           GenerationParameters& gp)
 {
-    if (wp.generationFromFile) return GetGenerationFromFile(surroundings, wp, gp.given);
-    KOVINErrorMessage(surroundings.report, "Generation",
-                      "The generation model \"" + wp.generationModel.name + "\" is not supported yet.");
+    gp.given = {};
+    if (wp.dark) return true;
+    if (!(wp.generationFromFile ? GetGenerationFromFile(surroundings, wp, gp.given)
+                                : GetGenerationFromModel(surroundings, wp, set3, gp.given)))
+        return false;
+    MakeNonNegative(gp.given.G);
+    const double photons = half_interval_sum(gp.given.x, gp.given.G) * std::max(wp.attenuation / 100.0, 1.0);
+    if (photons <= most_photons) return true;
+    KOVINErrorMessage(
+        surroundings.report, "Generation",
+        (wp.generationFromFile ? "The generation file '" + wp.generationFile + "'"
+                               : "The generation model \"" + model_of_number(wp.generationModel.number).name + "\"") +
+            " gives " + scientific(photons, 0, 1) + " pairs per m2 and s; more than " + scientific(most_photons, 0, 0) +
+            " cannot be computed with.");
+    gp.given = {};
     return false;
 }
 

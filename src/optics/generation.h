@@ -11,11 +11,14 @@
 
 namespace kovin {
 
-/// Takes the work point's given profile into gp.given.
-/// @return false when there is nothing to read (reported); parametric profiles are not computed yet (reported)
-[[nodiscard]] bool read_given_generation(Surroundings& surroundings, const WorkPoint& wp, GenerationParameters& gp);
+/// Takes the work point's given profile, from its file or its model, into gp.given; nothing in the dark.
+/// @param set3  gives the thickness and the reach of tails to a model
+/// @return false when there is nothing to read, or more light than can be computed with (reported)
+[[nodiscard]] bool read_given_generation(Surroundings& surroundings, const WorkPoint& wp,
+                                         const CalculationParameters& set3, GenerationParameters& gp);
 
 /// The given profile on the mesh: linear between its rows, times the attenuation; 0 outside them and in the dark.
+/// @pre read_given_generation has succeeded
 void CalculateGenerationFromFileOrFromModel(const WorkPoint& wp, const CalculationParameters& set3, const Mesh& mesh,
                                             GenerationParameters& gp);
 

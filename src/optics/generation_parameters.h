@@ -34,6 +34,7 @@ struct AbsorptionOnMesh {
 /// A given profile as read: positions from the left contact [m], rising, and G [1/(m3 s)], not negative.
 struct GivenGeneration {
     std::vector<double> x, G;
+    bool sharp_ends = false;  ///< a rectangle: the first two and the last two points are its edges
 };
 
 /// `generatieparameters`. Wavelength arrays hold n values, generation one value a mesh point.

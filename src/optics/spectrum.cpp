@@ -1,7 +1,10 @@
 #include "optics/spectrum.h"
 
 #include "base/interpolate.h"
+#include "base/text_format.h"
 #include "base/two_column_file.h"
+#include "device/model_curve.h"
+#include "device/model_table.h"
 
 #include <algorithm>
 #include <cmath>
@@ -37,6 +40,37 @@ double power_between(const std::vector<double>& x, const std::vector<double>& y,
     return sum;
 }
 
+/// The spectrum as messages name it.
+std::string source_of_spectrum(const WorkPoint& wp)
+{
+    return wp.spectrumFromFile ? "The spectrum file '" + wp.spectrumFile + "'"
+                               : "The spectrum model \"" + model_of_number(wp.spectrumModel.number).name + "\"";
+}
+
+/// Wavelengths and powers before the cut-off. @return false when there are none (reported)
+bool rows_of_spectrum(Surroundings& surroundings, const WorkPoint& wp, TwoColumns& rows)
+{
+    if (wp.dark) {
+        rows.x = {200.0, 5000.0};
+        rows.y = {0.0, 0.0};
+        return true;
+    }
+    const int count = wp.spectrumFromFile ? CountLinesInFile(surroundings, wp.spectrumFile, FileKind::spectrum)
+                                          : wp.spectrumModel.points;
+    if (count > MAX_NUMBER_OF_INPUT_POINTS) {
+        KOVINErrorMessage(surroundings.report, "Error !",
+                          source_of_spectrum(wp) + " contains too many (> " +
+                              std::to_string(MAX_NUMBER_OF_INPUT_POINTS) + " ) different wavelengths.");
+        return false;
+    }
+    if (!wp.spectrumFromFile)
+        GetSpectrumFromModel(wp.spectrumModel, rows.x, rows.y);
+    else if (count < 1 || ReadKOVINFile(surroundings, wp.spectrumFile, FileKind::spectrum, 1, false, rows) < 1)
+        return false;
+    MakeNonNegative(rows.y);
+    return !rows.x.empty();
+}
+
 }  // namespace
 
 void SpectrumInterpolation(std::vector<double>& lambda, std::vector<double>& spectrum,
@@ -66,31 +100,37 @@ void SpectrumInterpolation(std::vector<double>& lambda, std::vector<double>& spe
     for (std::size_t i = 0; i < lambda.size(); ++i) spectrum[i] *= double_interval(lambda, i) * 0.5;
 }
 
+void GetSpectrumFromModel(const Model& model, std::vector<double>& lambda, std::vector<double>& spectrum)
+{
+    constexpr double per_cm2_to_per_m2 = 1e4;
+    ModelCurve curve = CalculateBasicModelXY(model);
+    lambda = std::move(curve.x);
+    spectrum = std::move(curve.y);
+    const std::size_t n = lambda.size();
+    for (std::size_t i = 0; i < n; ++i) {
+        const bool end = i == 0 || i + 1 == n;
+        spectrum[i] *= per_cm2_to_per_m2 * double_interval(lambda, i) * (end ? 1.0 : 0.5);
+    }
+}
+
 bool bepaal_spectrum(Surroundings& surroundings, WorkPoint& wp, GenerationParameters& gp)
 {
     TwoColumns rows;
-    if (wp.dark) {
-        rows.x = {200.0, 5000.0};
-        rows.y = {0.0, 0.0};
-    } else if (wp.spectrumFromFile) {
-        if (CountLinesInFile(surroundings, wp.spectrumFile, FileKind::spectrum) > MAX_NUMBER_OF_INPUT_POINTS) {
-            KOVINErrorMessage(surroundings.report, "Error !",
-                              "The spectrum file contains too many (> " + std::to_string(MAX_NUMBER_OF_INPUT_POINTS) +
-                                  " ) different wavelengths.");
-            return false;
-        }
-        if (ReadKOVINFile(surroundings, wp.spectrumFile, FileKind::spectrum, 1, false, rows) < 1) return false;
-        MakeNonNegative(rows.y);
-    } else {
-        KOVINErrorMessage(surroundings.report, "Spectrum",
-                          "The spectrum model \"" + wp.spectrumModel.name + "\" is not supported yet.");
+    if (!rows_of_spectrum(surroundings, wp, rows)) return false;
+    const double intensity = std::pow(10.0, -wp.neutralDensity);
+    double photons = 0.0;
+    for (std::size_t i = 0; i < rows.x.size(); ++i) photons += rows.x[i] * rows.y[i] * photons_per_nm_W;
+    if (!(photons * std::max(intensity, 1.0) <= most_photons)) {
+        KOVINErrorMessage(
+            surroundings.report, "Spectrum",
+            source_of_spectrum(wp) + " gives more than " + scientific(most_photons, 0, 0) + " photons per m2 and s.");
         return false;
     }
 
     gp.cutOff = wp.cutOff;
     gp.lambdaLow = wp.lambdaShort;
     gp.lambdaHigh = wp.lambdaLong;
-    gp.intensity = std::pow(10.0, -wp.neutralDensity);
+    gp.intensity = intensity;
     gp.side = wp.lightFromRight ? 1 : -1;
     gp.Rfront = wp.Rfront;
     gp.lambda = std::move(rows.x);

@@ -9,10 +9,14 @@
 
 namespace kovin {
 
-/// Fills wavelengths and spectrum of `gp` from the spectrum file of `wp` (two dark rows when it is dark), with its
-/// intensity, side, cut-off and internal reflection, and the three powers of `wp`.
-/// @return false when there is no usable spectrum (reported); a parametric spectrum is not computed yet (reported)
+/// Fills wavelengths and spectrum of `gp` from the spectrum file or model of `wp` (two dark rows when it is dark), with
+/// its intensity, side, cut-off and internal reflection, and the three powers of `wp`.
+/// @return false when there is no usable spectrum (reported)
 [[nodiscard]] bool bepaal_spectrum(Surroundings& surroundings, WorkPoint& wp, GenerationParameters& gp);
+
+/// Wavelengths [nm] of a spectrum model and the power of their intervals [W/m2]: half the way to both neighbours, and
+/// for the two ends the whole of their one interval. Only a black body has light there.
+void GetSpectrumFromModel(const Model& model, std::vector<double>& lambda, std::vector<double>& spectrum);
 
 /// Adds those of three wavelengths that lie inside the table and more than 0.0001 nm off its rows. The spectrum holds
 /// powers of intervals: it is interpolated as a density, so that the sum stays that of the same density.

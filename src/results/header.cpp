@@ -33,7 +33,7 @@ std::string saved_text(const DateTime& t)
 
 void write_model(std::string& out, const Model& model)
 {
-    out += model.name + '\n';
+    out += model_of_number(model.number).name + '\n';
     for (int i = 0; i < model.parameters; ++i)
         out += "parameter " + integer(i + 1) + ":\t" + std::string(model_parameter_name(model.number, i)) + '\t' +
                scientific(model.values[static_cast<std::size_t>(i)], 16, 8) + '\n';

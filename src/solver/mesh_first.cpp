@@ -99,7 +99,8 @@ void DefineKOVINMesh(CalculationParameters& set3, Mesh& mesh, const MeshWishes& 
         mesh.last[j] = static_cast<int>(i) - 1;
         start = mesh.x[i - 1];
     }
-    if (set3.convergence.include_generation_mesh != 0) merge_profile_grid(wishes.profile_x, x0, mesh);
+    if (set3.convergence.include_generation_mesh != 0)
+        merge_profile_grid(wishes.profile_x, wishes.profile_has_edges, x0, mesh);
     mesh.measure(x0);
     Full_x_Dependence(set3, mesh);
 }

@@ -17,6 +17,7 @@ struct MeshWishes {
     std::array<double, max_layers>
         alpha_300nm{};                    ///< absorption of each layer at 300 nm [1/m]; 0: no light of that kind
     std::span<const double> profile_x{};  ///< grid of a given generation profile [m]; see mesh_merge
+    bool profile_has_edges = false;       ///< its first two and last two points are the edges of a rectangle
 };
 
 /// Makes the mesh of a cell and fills the arrays of `set3` on it (Full_x_Dependence). The grid of a given generation

@@ -12,16 +12,17 @@ std::size_t at(int i) { return static_cast<std::size_t>(i); }
 bool of_profile(PointOrigin origin) { return origin >= PointOrigin::profile; }
 
 /// All points in rising order. The sort is stable: mesh points come before profile points at the same place.
-MergedMesh merged_list(std::span<const double> profile_x, double x0, const Mesh& mesh)
+MergedMesh merged_list(std::span<const double> profile_x, bool has_edges, double x0, const Mesh& mesh)
 {
     MergedMesh m{mesh.x, std::vector<PointOrigin>(mesh.x.size(), PointOrigin::mesh)};
     for (std::size_t j = 0; j < at(mesh.nlayers); ++j)
         m.origin[at(mesh.first[j])] = m.origin[at(mesh.last[j])] = PointOrigin::fixed;
-    for (const double x_m : profile_x) {
-        const double x = x_m / x0;
+    for (std::size_t k = 0; k < profile_x.size(); ++k) {
+        const double x = profile_x[k] / x0;
         if (!(x > mesh.x.front() && x < mesh.x.back())) continue;
+        const bool at_edge = has_edges && (k < 2 || k + 2 >= profile_x.size());
         m.x.push_back(x);
-        m.origin.push_back(PointOrigin::profile);
+        m.origin.push_back(at_edge ? PointOrigin::profile_edge : PointOrigin::profile);
     }
     std::vector<std::size_t> order(m.x.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
@@ -56,7 +57,11 @@ void clear_neighbourhood(double near, MergedMesh& m)
 {
     for (std::size_t k = 1; k + 1 < m.x.size(); ++k) {
         if (!of_profile(m.origin[k])) continue;
-        const bool near_left = m.x[k] - m.x[k - 1] < near, near_right = m.x[k + 1] - m.x[k] < near;
+        const auto pair = [&](std::size_t other) {
+            return m.origin[k] == PointOrigin::profile_edge && m.origin[other] == PointOrigin::profile_edge;
+        };
+        const bool near_left = m.x[k] - m.x[k - 1] < near && !pair(k - 1);
+        const bool near_right = m.x[k + 1] - m.x[k] < near && !pair(k + 1);
         if ((near_left && m.origin[k - 1] == PointOrigin::fixed) ||
             (near_right && m.origin[k + 1] == PointOrigin::fixed)) {
             RemovePointFromMergedMesh(m, k);
@@ -96,10 +101,10 @@ void RemovePointFromMergedMesh(MergedMesh& merged, std::size_t k)
     merged.origin.erase(merged.origin.begin() + static_cast<std::ptrdiff_t>(k));
 }
 
-void merge_profile_grid(std::span<const double> profile_x, double x0, Mesh& mesh)
+void merge_profile_grid(std::span<const double> profile_x, bool has_edges, double x0, Mesh& mesh)
 {
     if (profile_x.empty() || profile_x.size() + mesh.x.size() > at(max_mesh_points)) return;
-    MergedMesh m = merged_list(profile_x, x0, mesh);
+    MergedMesh m = merged_list(profile_x, has_edges, x0, mesh);
     drop_coinciding(1e-11 / x0, m);
     clear_neighbourhood(std::min(0.01 * mesh.x.back(), 1e-9 / x0), m);
     even_out(m);

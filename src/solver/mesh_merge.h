@@ -14,7 +14,7 @@ enum class PointOrigin {
     mesh,         ///< inner point of a layer
     fixed,        ///< end of a layer: contact or one side of an interface; never moved or dropped
     profile,      ///< row of the profile
-    profile_edge  ///< one of the outer two rows at either end of a parametric profile with sharp edges
+    profile_edge  ///< one of the two points of an edge of a rectangular profile
 };
 
 /// Mesh and profile points in one rising list; parallel arrays.
@@ -31,7 +31,8 @@ void RemovePointFromMergedMesh(MergedMesh& merged, std::size_t k);
 /// one beside it moves to the middle of its neighbours. Nothing happens if all points together would pass the limit of
 /// the mesh. Only x, N and the counts of the layers are set: see Mesh::measure.
 /// @param profile_x  positions from the left contact [m]
+/// @param has_edges  the first two and the last two positions are the edges of a rectangle: both points of a pair stay
 /// @param x0         thickness of the device [m]
-void merge_profile_grid(std::span<const double> profile_x, double x0, Mesh& mesh);
+void merge_profile_grid(std::span<const double> profile_x, bool has_edges, double x0, Mesh& mesh);
 
 }  // namespace kovin

@@ -55,7 +55,7 @@ bool read_light(Surroundings& surroundings, Simulation& s)
     s.light = {};
     if (s.wp.generationSpecified) {
         if (s.wp.dark) return true;
-        if (!read_given_generation(surroundings, s.wp, s.light)) return false;
+        if (!read_given_generation(surroundings, s.wp, s.set3, s.light)) return false;
         s.wp.idealCurrent = CalculateIdealCurrentFromGenerationFileOrModel(s.light.given);
         return true;
     }
@@ -81,7 +81,8 @@ bool prepare_problem(Surroundings& surroundings, Simulation& s)
     GovernMaxMinMesh(s.set3.convergence);
     if (!read_light(surroundings, s)) return false;
 
-    MeshWishes wishes{.refine = s.mesh_refinement, .profile_x = s.light.given.x};
+    MeshWishes wishes{
+        .refine = s.mesh_refinement, .profile_x = s.light.given.x, .profile_has_edges = s.light.given.sharp_ends};
     for (std::size_t j = 0; j < s.light.materials.size(); ++j) wishes.alpha_300nm[j] = ExtractAlpha(s.light, 300.0, j);
     CalculationVariables& cv = s.currentCalcVars;
     DefineKOVINMesh(s.set3, cv.mesh, wishes);

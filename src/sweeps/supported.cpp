@@ -1,9 +1,7 @@
 #include "sweeps/supported.h"
 
 #include "base/text_format.h"
-#include "device/absorption_models.h"
 #include "device/charge_states.h"
-#include "optics/absorption_on_mesh.h"
 
 namespace kovin {
 
@@ -19,22 +17,6 @@ std::string layer_name(std::size_t j, const LayerParameters& layer)
 std::string interface_name(std::size_t i, const InterfaceParameters& interface)
 {
     return "interface " + integer(static_cast<long>(i) + 1) + " (" + interface.name + "): ";
-}
-
-void check_models(const AbsorptionModelSet& set, const std::string& where, Names& names)
-{
-    for (const Model& model : set.models)
-        if (model.on && !absorption_model_is_computed(model.number))
-            names.push_back(where + "absorption model '" + model.name + "'");
-}
-
-void check_absorption(const LayerParameters& layer, const std::string& where, Names& names)
-{
-    // Only the pure materials that the layer consists of are computed: one, or both where they mix.
-    const Absorption& absorption = layer.material.absorption;
-    const bool mixes = absorption_follows_composition(layer), only_B = absorption_of_pure_B(layer);
-    if ((mixes || !only_B) && !absorption.pure_A_from_file) check_models(absorption.model_A, where, names);
-    if ((mixes || only_B) && !absorption.pure_B_from_file) check_models(absorption.model_B, where, names);
 }
 
 void check_defect(const DefectLevels& levels, const std::string& where, Names& names)
@@ -54,7 +36,6 @@ void check_defect(const DefectLevels& levels, const std::string& where, Names& n
 void check_layer(std::size_t j, const LayerParameters& layer, bool tunneling_allowed, Names& names)
 {
     const std::string where = layer_name(j, layer);
-    check_absorption(layer, where, names);
     if (tunneling_allowed && layer.material.tunneling) names.push_back(where + "tunnelling");
     for (std::size_t d = 0; d < static_cast<std::size_t>(layer.srhteller) && d < layer.srh.size(); ++d) {
         const std::string defect = where + "defect " + integer(static_cast<long>(d) + 1) + ": ";
@@ -130,15 +111,10 @@ void check_idle_defects(const CellParameters& cell, Names& names)
 UnsupportedPhysics unsupported_physics(const Simulation& simulation)
 {
     const ConvergenceParameters& settings = simulation.problem.input.convergence;
-    const WorkPoint& wp = simulation.panel.workPoint;
     const ActionList& actions = simulation.panel.actions;
     UnsupportedPhysics found;
     check_cell(simulation.zonnecel.cell, settings, found.falsifies);
     check_idle_defects(simulation.zonnecel.cell, found.left_out);
-    if (!wp.dark && !wp.generationSpecified && !wp.spectrumFromFile)
-        found.falsifies.emplace_back("illumination: spectrum from a model");
-    if (!wp.dark && wp.generationSpecified && !wp.generationFromFile)
-        found.falsifies.emplace_back("illumination: generation G(x) from a model");
 
     const struct {
         bool asked;

@@ -88,8 +88,11 @@ bool take_generation(Session& s, const Path& file)
     if (!set_generation(s, file.string())) return false;
     wp.generationFromFile = true;
     wp.generationFile = file.string();
-    if (!CalculateIdealCurrentFromGenerationFileOrModel(s.surroundings, wp)) return false;
-    EXPECT_TRUE(wp.idealCurrent >= 0.0);
+    wp.dark = false;
+    GenerationParameters gp;
+    if (!read_given_generation(s.surroundings, wp, s.simulation.set3, gp)) return false;
+    const double J = CalculateIdealCurrentFromGenerationFileOrModel(gp.given);
+    EXPECT_TRUE(J >= 0.0 && std::isfinite(J));
     return true;
 }
 

@@ -40,10 +40,74 @@ TEST(AbsorptionModels, FormulasAroundTheirEdges)
         model.values[4] = Eg;
         EXPECT_NEAR(AbsorptionContributionOfModel(model, r.lambda), r.alpha, 1e-9 * r.alpha) << r.what;
     }
-    AbsorptionModelSet set = default_absorption_models(0, Eg, 63);
-    set.models[0].on = true;  // background
-    const double root_only = AbsorptionContributionOfModel(set.models[2], at_energy(2.0));
-    EXPECT_NEAR(CalculateAbsorptionFromModel(set, at_energy(2.0)), root_only + set.models[0].values[0], 1e-9);
+}
+
+double alpha_of(const AbsorptionModelSet& set, double hv)
+{
+    return CalculateAbsorptionFromModel(set, find_subbandgap_tail(set), at_energy(hv));
+}
+
+TEST(AbsorptionModels, TailJoinsTangentially)
+{
+    struct Row {
+        const char* what;
+        int edge_model;
+        double E0;
+        double E_join, tolerance;  // by hand; the samples are some meV apart there
+    };
+    constexpr Row rows[] = {
+        {"(hv - Eg)^1/2 has the slope 1/E0 at Eg + E0/2", 63, 0.1, Eg + 0.05, 2e-3},
+        {"a soft tail", 63, 0.4, Eg + 0.2, 6e-3},
+        {"(hv - E1)^1 with E1 = 1.2 Eg at E1 + E0", 64, 0.1, 1.2 * Eg + 0.1, 3e-3},
+        {"(hv - E1)^2 with E1 = 1.5 Eg at E1 + 2 E0", 65, 0.05, 1.5 * Eg + 0.1, 3e-3},
+        {"a step: right above it", 62, 0.1, Eg, 1e-4},
+    };
+    for (const Row& r : rows) {
+        AbsorptionModelSet set = default_absorption_models(0, Eg, r.edge_model);
+        AbsorptionModelSet without_tail = set;
+        set.models[5].on = true;
+        set.models[5].values[0] = r.E0;
+        const SubbandgapTail tail = find_subbandgap_tail(set);
+        EXPECT_NEAR(tail.E, r.E_join, r.tolerance) << r.what;
+        const double above = alpha_of(set, tail.E * (1 + 1e-9)), below = alpha_of(set, tail.E * (1 - 1e-9));
+        EXPECT_NEAR(below, above, 1e-6 * above) << r.what << ": no step";
+        EXPECT_EQ(alpha_of(set, 3.5), alpha_of(without_tail, 3.5)) << r.what << ": as without above";
+        for (const double depth : {0.05, 0.6}) {
+            EXPECT_NEAR(alpha_of(set, tail.E - depth), above * std::exp(-depth / r.E0), 1e-6 * above) << r.what;
+        }
+        set.models[0].on = true;  // background 1 /cm on top, without a say in where the tail joins
+        EXPECT_EQ(find_subbandgap_tail(set).E, tail.E);
+        EXPECT_NEAR(alpha_of(set, 0.3) - 1.0, above * std::exp(-(tail.E - 0.3) / r.E0), 1e-6 * above) << r.what;
+    }
+
+    // Nothing to join to, or nothing that joins: the absorption stays as it is.
+    AbsorptionModelSet lone = default_absorption_models(0, Eg, 66);
+    EXPECT_EQ(alpha_of(lone, 1.0), 0.0);
+    lone.models[0].on = true;
+    EXPECT_EQ(alpha_of(lone, 1.0), lone.models[0].values[0]) << "no edge, background only";
+    for (const double E0 : {0.0, -0.1, 100.0}) {
+        AbsorptionModelSet set = default_absorption_models(0, Eg, 63);
+        set.models[5].on = true;
+        set.models[5].values[0] = E0;
+        EXPECT_EQ(alpha_of(set, 1.2), 0.0) << E0;
+        EXPECT_GT(alpha_of(set, 1.3), 0.0) << E0;
+    }
+}
+
+TEST(AbsorptionModels, SumsStayFiniteAndPositive)
+{
+    constexpr double extremes[] = {0.0, -1e308, 1e308, 1e-308, 1000.0};
+    for (const int number : {61, 62, 63, 64, 65, 66})
+        for (std::size_t k = 0; k < 5; ++k)
+            for (const double extreme : extremes)
+                for (const double hv : {0.01, Eg, 1.9, 50.0}) {
+                    AbsorptionModelSet set = default_absorption_models(0, Eg, 64);
+                    Model& model = set.models[static_cast<std::size_t>(number - 61)];
+                    model.on = set.models[5].on = true;
+                    model.values[k] = extreme;
+                    const double alpha = alpha_of(set, hv);
+                    EXPECT_TRUE(alpha >= 0.0 && alpha <= 1e12) << number << " value " << k << " = " << extreme;
+                }
 }
 
 TEST(AbsorptionModels, SquareRootLawSurvivesItsOldForm)
@@ -55,8 +119,7 @@ TEST(AbsorptionModels, SquareRootLawSurvivesItsOldForm)
     double A = 0.0, B = 0.0;
     ExtractBestAandBFromAbsorptionModel(set, A, B);
     for (const double hv : {1.26, 1.7, 3.0})
-        EXPECT_NEAR((A + B / hv) * std::sqrt(hv - Eg), 100 * CalculateAbsorptionFromModel(set, at_energy(hv)), 1.0)
-            << hv;
+        EXPECT_NEAR((A + B / hv) * std::sqrt(hv - Eg), 100 * alpha_of(set, hv), 1.0) << hv;
 
     set = default_absorption_models(0, Eg, 61);
     ExtractBestAandBFromAbsorptionModel(set, A, B);

@@ -15,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <fstream>
 #include <numeric>
@@ -79,9 +80,65 @@ TEST_F(Spectrum, DarkHasTwoRowsAndTouchesNoFile)
     wp.dark = false;
     EXPECT_FALSE(bepaal_spectrum(surroundings, wp, gp));
     EXPECT_FALSE(surroundings.report.messages.empty());
+}
+
+TEST(Spectrum, ModelsBringTheirPowerOrTheirPhotons)
+{
+    struct Row {
+        int number;
+        std::array<double, 5> p;
+        double total, tolerance;  // W/m2, or photons/(m2 s) for the models of constant flux
+    };
+    // A rectangle is as wide as its limits and one step of its frame, 0.1 nm or a fifth of the width.
+    constexpr double flux = 6.242e16, per_m2 = 1e4;
+    const Row rows[] = {
+        {41, {flux, 400, 800}, flux * per_m2 * (1 + 0.1 / 400), 1e-6},
+        {42, {1, 400, 800}, 1000 * (1 + 0.1 / 400), 1e-12},
+        {44, {flux, 600, 10}, flux * per_m2 * (1 + 0.1 / 10), 1e-6},
+        {45, {2, 600, 10}, 2000 * (1 + 0.1 / 10), 1e-12},
+        {45, {1, 600, 0.1}, 1000 * (1 + 0.02 / 0.1), 1e-12},
+        // The end rows count their whole interval: they have some 1.5 W/m2 more than the trapezoid rule gives them.
+        {43, {1, 6000, 300, 4000}, 1000, 2e-3},
+        {43, {0.25, 3000, 1, 1e6}, 250, 1e-5},
+    };
+    for (const Row& r : rows) {
+        Surroundings surroundings;
+        WorkPoint wp = lit();
+        wp.spectrumFromFile = false;
+        wp.spectrumFile = "not asked for.spe";
+        wp.spectrumModel = model_of_number(r.number);
+        wp.spectrumModel.values = r.p;
+        wp.neutralDensity = 1.0;
+        GenerationParameters gp;
+        ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp)) << r.number;
+        ASSERT_TRUE(BerekenFilterSpectra(surroundings, {}, gp));
+        CalculateIncomingFluxes(gp, photons_per_nm_W, FluxMode::full);
+        const bool of_flux = r.number == 41 || r.number == 44;
+        const double total = of_flux ? sum(gp.incomingFlux_us) : wp.powerFromSpectrum;
+        EXPECT_NEAR(total, r.total, r.tolerance * r.total) << r.number;
+        EXPECT_NEAR(wp.incidentPower, 0.1 * wp.powerFromSpectrum, 1e-12 * wp.powerFromSpectrum) << "optical density 1";
+
+        // A cut through the middle of the wavelengths of a rectangle halves it.
+        wp.cutOff = true;
+        wp.lambdaShort = 0.5 * (gp.lambda.front() + gp.lambda.back());
+        wp.lambdaLong = 1e7;
+        ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp));
+        if (r.number == 42 || r.number == 45) {
+            EXPECT_NEAR(wp.powerAfterCutOff, 0.5 * r.total, 1e-9 * r.total) << r.number;
+        }
+        EXPECT_TRUE(surroundings.report.messages.empty());
+    }
+
+    Surroundings surroundings;
+    WorkPoint wp = lit();
     wp.spectrumFromFile = false;
-    EXPECT_FALSE(bepaal_spectrum(surroundings, wp, gp))
-        << "a model that is not computed is never passed over in silence";
+    GenerationParameters gp;
+    wp.spectrumModel.values[0] = 1e308;
+    EXPECT_FALSE(bepaal_spectrum(surroundings, wp, gp)) << "more light than can be computed with";
+    wp.spectrumModel = model_of_number(42);
+    wp.spectrumModel.points = MAX_NUMBER_OF_INPUT_POINTS + 1;
+    EXPECT_FALSE(bepaal_spectrum(surroundings, wp, gp)) << "too many wavelengths";
+    EXPECT_EQ(surroundings.report.messages.size(), 2u);
 }
 
 TEST_F(Spectrum, FileRules)
@@ -348,7 +405,7 @@ TEST(Generation, ProfileFromFile)
     wp.generationFile = (scratch.path() / "g.gen").string();
     wp.attenuation = 50.0;
     GenerationParameters gp;
-    ASSERT_TRUE(read_given_generation(surroundings, wp, gp));
+    ASSERT_TRUE(read_given_generation(surroundings, wp, stack.set3, gp));
     CalculateGenerationFromFileOrFromModel(wp, stack.set3, stack.mesh, gp);
     std::vector<double> G;
     ExtractGeneration(stack.set3, stack.mesh, gp, G);
@@ -364,14 +421,64 @@ TEST(Generation, ProfileFromFile)
     EXPECT_NEAR(CalculateIdealCurrentFromGenerationFileOrModel(gp.given), 2.75e20 * elementary_charge * 0.1, 1e-9);
 
     wp.dark = true;
+    wp.generationFile = "missing.gen";
+    ASSERT_TRUE(read_given_generation(surroundings, wp, stack.set3, gp));
     CalculateGenerationFromFileOrFromModel(wp, stack.set3, stack.mesh, gp);
-    EXPECT_EQ(sum(gp.generation), 0.0) << "dark";
+    EXPECT_EQ(sum(gp.generation), 0.0) << "dark, and no file is touched";
     wp.dark = false;
     for (const char* name : {"missing.gen", ""}) {
         wp.generationFile = name;
         const std::size_t told = surroundings.report.messages.size();
-        EXPECT_FALSE(read_given_generation(surroundings, wp, gp));
+        EXPECT_FALSE(read_given_generation(surroundings, wp, stack.set3, gp));
         EXPECT_GT(surroundings.report.messages.size(), told) << "'" << name << "'";
+    }
+}
+
+TEST(Generation, ProfileFromModel)
+{
+    // A rectangle of 0.5 um about 1.25 um, 10 mA/cm2, half of it after attenuation, in a cell of 3 um.
+    Stack stack({{1e-6, 1e4, 1e22}, {2e-6, 1e4, 5e23}}, 41);
+    Surroundings surroundings;
+    WorkPoint wp = lit();
+    wp.generationSpecified = true;
+    wp.generationFromFile = false;
+    wp.generationFile = "not asked for.gen";
+    wp.generationModel = model_of_number(24);
+    wp.generationModel.values = {6.242e16, 1.25, 0.5};
+    wp.attenuation = 50.0;
+    GenerationParameters gp;
+    ASSERT_TRUE(read_given_generation(surroundings, wp, stack.set3, gp));
+    EXPECT_TRUE(gp.given.sharp_ends);
+    EXPECT_NEAR(CalculateIdealCurrentFromGenerationFileOrModel(gp.given), 10.0, 1e-3);
+    CalculateGenerationFromFileOrFromModel(wp, stack.set3, stack.mesh, gp);
+    std::vector<double> G;
+    ExtractGeneration(stack.set3, stack.mesh, gp, G);
+    for (std::size_t i = 0; i < G.size(); ++i) {
+        const double x = stack.mesh.x_um[i];
+        if (std::fabs(std::fabs(x - 1.25) - 0.25) < 1e-3) continue;  // on an edge
+        EXPECT_NEAR(G[i], std::fabs(x - 1.25) < 0.25 ? 0.5 * 6.242e20 / 0.5e-6 : 0.0, 1e16) << "x = " << x << " um";
+    }
+
+    // The right side of the cell is where the layers end.
+    wp.generationModel = model_of_number(23);
+    ASSERT_TRUE(read_given_generation(surroundings, wp, stack.set3, gp));
+    EXPECT_FALSE(gp.given.sharp_ends);
+    EXPECT_NEAR(gp.given.x.back(), 3e-6, 1e-18);
+    CalculateGenerationFromFileOrFromModel(wp, stack.set3, stack.mesh, gp);
+    ExtractGeneration(stack.set3, stack.mesh, gp, G);
+    EXPECT_NEAR(G.back(), 0.5 * 6.242e26, 1e18) << "the last mesh point is lit";
+
+    struct Row {
+        const char* what;
+        std::array<double, 5> p;
+    };
+    constexpr Row refused[] = {{"all in front of the cell", {6.242e16, -5, 0.1}}, {"overflow", {1e308, 1, 0.1}}};
+    for (const Row& r : refused) {
+        wp.generationModel = model_of_number(25);
+        wp.generationModel.values = r.p;
+        surroundings.report.messages.clear();
+        EXPECT_FALSE(read_given_generation(surroundings, wp, stack.set3, gp)) << r.what;
+        EXPECT_EQ(surroundings.report.messages.size(), 1u) << r.what;
     }
 }
 
@@ -382,7 +489,7 @@ TEST(Generation, ShippedProfileHoldsItsCurrent)
     wp.generationSpecified = wp.generationFromFile = true;
     wp.generationFile = "exponential_right_40mA.gen";
     GenerationParameters gp;
-    ASSERT_TRUE(read_given_generation(surroundings, wp, gp));
+    ASSERT_TRUE(read_given_generation(surroundings, wp, {}, gp));
     EXPECT_NEAR(CalculateIdealCurrentFromGenerationFileOrModel(gp.given), 40.0, 0.05)
         << "trapezoid rule on the rows of the file";
 }

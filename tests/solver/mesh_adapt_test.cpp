@@ -188,7 +188,7 @@ TEST(ProfileGrid, GoesIntoTheFirstMesh)
         }
         std::sort(profile.begin(), profile.end());
         Mesh mesh = bare;
-        merge_profile_grid(profile, x0, mesh);
+        merge_profile_grid(profile, false, x0, mesh);
         expect_sound(mesh, "merged");
         for (std::size_t j = 0; j < at(bare.nlayers); ++j) {
             ASSERT_EQ(mesh.x[at(mesh.first[j])], bare.x[at(bare.first[j])]);
@@ -205,7 +205,7 @@ TEST(ProfileGrid, GoesIntoTheFirstMesh)
     }
     std::vector<double> too_many(at(max_mesh_points - bare.N + 1), 0.5 * x0);
     Mesh mesh = bare;
-    merge_profile_grid(too_many, x0, mesh);
+    merge_profile_grid(too_many, false, x0, mesh);
     EXPECT_EQ(mesh.x, bare.x);
 }
 
