@@ -82,7 +82,7 @@ TEST_F(Spectrum, DarkHasTwoRowsAndTouchesNoFile)
     EXPECT_FALSE(surroundings.report.messages.empty());
 }
 
-TEST(Spectrum, ModelsBringTheirPowerOrTheirPhotons)
+TEST(SpectrumModels, BringTheirPowerOrTheirPhotons)
 {
     struct Row {
         int number;
