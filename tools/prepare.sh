@@ -59,7 +59,7 @@ fuzz() {
     echo "Fuzzing for $seconds s"
     for target in definition action two_column; do
         mkdir -p build/fuzz/found/$target
-        build/fuzz/fuzz_$target -max_total_time="$seconds" -max_len=8000 -timeout=30 -rss_limit_mb=2048 \
+        build/fuzz/fuzz_$target -seed=1 -max_total_time="$seconds" -max_len=8000 -timeout=30 -rss_limit_mb=2048 \
             -artifact_prefix=build/fuzz/$target- build/fuzz/found/$target tests/fuzz/corpus/$target home/def \
             >build/fuzz/$target.log 2>&1 &
         jobs[$target]=$!
