@@ -81,8 +81,10 @@ bool set_spectrum(Session& session, const std::string& name)
 {
     const std::filesystem::path file = find_input(session, name, FileKind::spectrum);
     if (!found(session, file, "a spectrum file")) return false;
-    session.simulation.panel.workPoint.spectrumFile = file.string();
-    session.simulation.panel.workPoint.spectrumFromFile = true;
+    WorkPoint& wp = session.simulation.panel.workPoint;
+    wp.spectrumFile = file.string();
+    wp.spectrumFromFile = true;
+    wp.generationSpecified = false;
     return true;
 }
 
@@ -90,8 +92,9 @@ bool set_generation(Session& session, const std::string& name)
 {
     const std::filesystem::path file = find_input(session, name, FileKind::generation);
     if (!found(session, file, "a generation file")) return false;
-    session.simulation.panel.workPoint.generationFile = file.string();
-    session.simulation.panel.workPoint.generationFromFile = true;
+    WorkPoint& wp = session.simulation.panel.workPoint;
+    wp.generationFile = file.string();
+    wp.generationFromFile = wp.generationSpecified = true;
     return true;
 }
 

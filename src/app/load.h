@@ -20,10 +20,10 @@ namespace kovin {
 
 [[nodiscard]] bool load_second_work_point(Session& session, const std::string& name);
 
-/// The spectrum of the working point. @return false if there is no such file (reported)
+/// The spectrum of the working point, in place of a given G(x). @return false if there is no such file (reported)
 [[nodiscard]] bool set_spectrum(Session& session, const std::string& name);
 
-/// G(x) of the working point. @return false if there is no such file (reported)
+/// G(x) of the working point, in place of a spectrum. @return false if there is no such file (reported)
 [[nodiscard]] bool set_generation(Session& session, const std::string& name);
 
 }  // namespace kovin

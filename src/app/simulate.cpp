@@ -51,7 +51,6 @@ bool ask_for_light_IV(Session& session)
     Simulation& s = session.simulation;
     WorkPoint& wp = s.panel.workPoint;
     wp.dark = false;
-    if (wp.generationFromFile && !wp.generationFile.empty()) wp.generationSpecified = true;
 
     // Forward bias lifts the contact with the larger work function; no cell goes beyond its widest gap.
     SiCell cell = parameterset2_to_1(s.zonnecel);

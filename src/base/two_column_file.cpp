@@ -142,7 +142,7 @@ int XYRemoveXDuplicatesAndSortX(std::vector<double>& x, std::vector<double>& y, 
             continue;
         }
         const double y1 = new_y.back(), y2 = y[i];
-        new_y.back() = y1 < 0.0 || y2 < 0.0 ? 0.5 * (y1 + y2) : std::sqrt(y1 * y2);
+        new_y.back() = y1 < 0.0 || y2 < 0.0 ? 0.5 * (y1 + y2) : std::sqrt(y1) * std::sqrt(y2);
     }
     const bool merged = new_x.size() < n;
     x = std::move(new_x);

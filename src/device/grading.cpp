@@ -66,11 +66,12 @@ void parabolic(std::span<const double> x, const LawInput& in, std::span<double> 
     along(x, in.w, result, [&](double t, double) { return std::max(line(in, t) - (1.0 - t) * t * in.c3, in.c4); });
 }
 
-/// Free of scale: a zero end lies ten orders below the other, in whatever unit.
+/// Free of scale: a zero end lies ten orders below the other, in whatever unit; nothing between two zero ends.
 void logarithmic(std::span<const double> x, LawInput in, std::span<double> result)
 {
     const double larger = std::max(in.a, in.b);
-    const double floor = larger > 0.0 ? ten_orders * larger : ten_orders;
+    if (!(larger > 0.0)) return std::fill(result.begin(), result.end(), 0.0);
+    const double floor = ten_orders * larger;
     in.a = std::max(in.a, floor);
     in.b = std::max(in.b, floor);
     between_ends(x, in, result, [&](double t, double) { return std::pow(in.a, 1.0 - t) * std::pow(in.b, t); });

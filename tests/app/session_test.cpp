@@ -39,5 +39,20 @@ TEST(Session, TwoOnTwoThreadsGiveTheSameBitsAsTwoRuns)
     EXPECT_EQ(second.occ, silicon.occ);
 }
 
+// The light that is named last is the light of the run, whatever the action list asked for.
+TEST(Session, NamedLightTakesThePlaceOfTheOther)
+{
+    const auto session = std::make_unique<Session>();
+    Initialise(*session, std::filesystem::path(KOVIN_SOURCE_DIR) / "home", "kovin");
+    const WorkPoint& wp = session->simulation.panel.workPoint;
+    ASSERT_TRUE(load_definition(*session, "silicon-pn.def") && load_action_list(*session, "silicon-pn.act"));
+    ASSERT_TRUE(set_generation(*session, "exponential_right_40mA.gen"));
+    EXPECT_TRUE(wp.generationSpecified && wp.generationFromFile);
+    ASSERT_EQ(Simulate(*session), SimulateOutcome::done);
+    EXPECT_NEAR(session->simulation.wp.idealCurrent, 40.0, 0.05);
+    ASSERT_TRUE(set_spectrum(*session, "AM1_5G 1 sun.spe"));
+    EXPECT_FALSE(wp.generationSpecified);
+}
+
 }  // namespace
 }  // namespace kovin

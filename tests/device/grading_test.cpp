@@ -148,7 +148,7 @@ TEST(Grading, SpecialCases)
         {"a zero end is ten orders down", profile_of(Law::logarithmic, x, 0, 1e20), 0.0, 2.0, 1e10},
         {"and halfway between in ln", profile_of(Law::logarithmic, x, 0, 1e20), 1.0, 2.0, 1e15},
         {"also where the unit makes all values small", profile_of(Law::logarithmic, x, 0, 1e-42), 0.0, 2.0, 1e-52},
-        {"two zero ends", profile_of(Law::logarithmic, x, 0, 0), 1.0, 2.0, 1e-10},
+        {"two zero ends", profile_of(Law::logarithmic, x, 0, 0), 1.0, 2.0, 0.0},
         {"exponential: the background in between", profile_of(Law::exponential, x, 5, 3, 1, 1e-9, 1e-9), 1.0, 2.0, 1.0},
         {"power: exponents are limited", profile_of(Law::power, x, 4, 9, -7), 1.0, 2.0, 9 * std::pow(0.5, 0.001)},
         {"power of a negative end", profile_of(Law::power, x, -1, 3, 1), 1.0, 2.0, 1.0},
