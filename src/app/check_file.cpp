@@ -11,6 +11,8 @@
 #include "device/definition_reader.h"
 #include "device/definition_tables.h"
 #include "device/file_check.h"
+#include "device/grading.h"
+#include "device/grading_file.h"
 
 #include <algorithm>
 
@@ -63,6 +65,19 @@ void needed_by(Look& look, WorkPoint point, const std::string& which)
     for_each_light_file(point, which, [&](const NeededFile& file, const auto&) { look.needed.push_back(file); });
 }
 
+/// Brings the ends of all profiles up to date, and looks for values that no material has along graded ones. A grading
+/// file that cannot be used is a finding of its own.
+void check_grading(Look& look, SiCell& cell)
+{
+    Surroundings quiet;
+    quiet.folders = look.session.surroundings.folders;
+    if (!load_grading_files(quiet, cell)) return;
+    for (std::size_t j = 0; j < static_cast<std::size_t>(cell.cell.layers); ++j) recalculate_ends(cell.cell.layer[j]);
+    quiet.report.messages.clear();
+    if (graded_values_hold(quiet.report, cell)) return;
+    for (const Message& message : quiet.report.messages) look.find(0, message.text);
+}
+
 /// @return false if there is nothing of the kind in the text
 bool check_text(Look& look, const std::string& text, FileKind kind)
 {
@@ -72,6 +87,7 @@ bool check_text(Look& look, const std::string& text, FileKind kind)
         case FileKind::definition: {
             check_bytes(look, text, definition_tables::definition_line_limit);
             Definition definition = watch_definition(quiet, text, look.file, look.watch);
+            check_grading(look, definition.input.cell);
             check_physical_sense(definition, look.watch);
             ActionPanel dark = InitialiseActionPanel();
             for_each_needed_file(definition.input.cell.cell, dark,

@@ -89,6 +89,7 @@ TEST(CheckFile, NamesTheLineAndTheFault)
         {"Et : 0.7", "Et : 0.2", "interface 1, defect 1: the level lies outside the gap of the interface, 1.200 eV"},
         {"Fi_m : 4.6", "Fi_m : 5.6", "2: left contact: a work function of 5.600 eV puts the Fermi level outside"},
         {"Fi_m : 4.6", "Fi_m : 3.9", "from 4.000 to 5.500 eV"},
+        {"Eg : 1.5", "Eg : 1.5 1.5 8 -1 1 1.5 1.5 2 1", "Eg by law 2"},
         // files
         {"A material (y=0) : from model\nabsorption model A, model : power law 1",
          "A material (y=0) : from file\nabsorptionfile pure A material (y=0) : gone.abs",
