@@ -107,7 +107,10 @@ bool check_text(Look& look, const std::string& text, FileKind kind)
             return check_columns(text, kind, look.watch) > 0;
     }
     check_needed(look);
-    return !look.watch.known.empty();
+    // A second working point takes its own lines alone.
+    const std::string_view own = kind == FileKind::work_point_2 ? "Secondworkpoint" : "";
+    return std::any_of(look.watch.known.begin(), look.watch.known.end(),
+                       [&](const LineWatch::Entry& entry) { return entry.text.starts_with(own); });
 }
 
 /// One file without those that it names.
