@@ -113,7 +113,7 @@ void put_in_order(Report& report, const std::filesystem::path& file, int directi
 bool is_row(std::string_view line, FileKind kind, double& x, double& y)
 {
     const NumberScan first = number_here(line);
-    if (!first.found || !first.finite) return false;
+    if (!first.found || !first.finite || (first.value < 0.0 && is_over_wavelength(kind))) return false;
     x = first.value;
     y = 0.0;
     if (kind == FileKind::value_list) return true;
@@ -167,13 +167,13 @@ void parse_two_columns(std::string text, FileKind kind, TwoColumns& rows)
         const bool row = is_row(line, kind, x, y);
         if (row && rows.x.size() == limit) {
             beyond.add(reader.line_number(), line);
-        } else if (row && (x >= 0.0 || !is_over_wavelength(kind))) {
+        } else if (row) {
             if (y < 0.0 && values_are_amounts(kind)) negative.add(reader.line_number(), line);
             rows.x.push_back(x * x_unit);
             rows.y.push_back(y);
             rows.line.push_back(reader.line_number());
         } else {
-            if (row || meant_as_row(line, !rows.x.empty())) passed_over.add(reader.line_number(), line);
+            if (meant_as_row(line, !rows.x.empty())) passed_over.add(reader.line_number(), line);
             if (rows.x.empty()) rows.heading.push_back(line);
         }
     }

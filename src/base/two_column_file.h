@@ -29,7 +29,8 @@ struct TwoColumns {
 
 inline constexpr std::size_t two_column_line_limit = 255;  ///< characters of a line that are read
 
-/// The two numbers at the start of a line, or the one number of a value list. @return false if they are not there
+/// The two numbers at the start of a line, or the one number of a value list. @return false if they are not there, or
+/// if the first would be a negative wavelength
 [[nodiscard]] bool is_row(std::string_view line, FileKind kind, double& x, double& y);
 
 /// Rows of a text, in its order, up to the most that a file of `kind` has. Doubts are about lines that begin with a
