@@ -40,8 +40,9 @@ build() {
     }
 }
 
-# fuzz: the fuzzers of the readers, KOVIN_FUZZ_SECONDS (60) each, all at once. Without clang and its fuzzer it only says
-# so. New inputs stay in build/fuzz; one that breaks a reader is named and belongs into tests/fuzz/corpus with its fix.
+# fuzz: the fuzzers of the readers, KOVIN_FUZZ_SECONDS (60) each, all at once, and no more inputs than such a minute
+# brings on a small machine, so that the same inputs are tried everywhere; KOVIN_FUZZ_SECONDS set lifts that bound.
+# Without clang and its fuzzer it only says so. New inputs stay in build/fuzz; one that breaks a reader is named and belongs into tests/fuzz/corpus with its fix.
 fuzz() {
     local empty='extern "C" int LLVMFuzzerTestOneInput(const unsigned char*, unsigned long) { return 0; }'
     if ! command -v clang++ >/dev/null || ! clang++ -x c++ -fsanitize=fuzzer -o /dev/null - <<<"$empty" 2>/dev/null; then
@@ -49,7 +50,8 @@ fuzz() {
         return 0
     fi
     local seconds=${KOVIN_FUZZ_SECONDS:-60} target failed=0
-    local -A jobs
+    local -A jobs runs=([definition]=5000 [action]=3000 [two_column]=150000)
+    [ -z "${KOVIN_FUZZ_SECONDS:-}" ] || runs=([definition]=-1 [action]=-1 [two_column]=-1)
     echo "Building fuzz"
     cmake -S tests/fuzz -B build/fuzz -DCMAKE_CXX_COMPILER=clang++ >/dev/null || stop "configuring the fuzzers failed"
     cmake --build build/fuzz --parallel "$(nproc)" >build/fuzz/build.log 2>&1 || {
@@ -59,7 +61,7 @@ fuzz() {
     echo "Fuzzing for $seconds s"
     for target in definition action two_column; do
         mkdir -p build/fuzz/found/$target
-        build/fuzz/fuzz_$target -seed=1 -max_total_time="$seconds" -max_len=8000 -timeout=30 -rss_limit_mb=2048 \
+        build/fuzz/fuzz_$target -seed=1 -runs="${runs[$target]}" -max_total_time="$seconds" -max_len=8000 -timeout=30 -rss_limit_mb=2048 \
             -artifact_prefix=build/fuzz/$target- build/fuzz/found/$target tests/fuzz/corpus/$target home/def \
             >build/fuzz/$target.log 2>&1 &
         jobs[$target]=$!
