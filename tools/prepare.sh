@@ -42,7 +42,8 @@ build() {
 
 # fuzz: the fuzzers of the readers, KOVIN_FUZZ_SECONDS (60) each, all at once, and no more inputs than such a minute
 # brings on a small machine, so that the same inputs are tried everywhere; KOVIN_FUZZ_SECONDS set lifts that bound.
-# Without clang and its fuzzer it only says so. New inputs stay in build/fuzz; one that breaks a reader is named and belongs into tests/fuzz/corpus with its fix.
+# Without clang and its fuzzer it only says so. New inputs stay in build/fuzz; one that breaks a reader is named and
+# belongs into tests/fuzz/corpus with its fix.
 fuzz() {
     local empty='extern "C" int LLVMFuzzerTestOneInput(const unsigned char*, unsigned long) { return 0; }'
     if ! command -v clang++ >/dev/null || ! clang++ -x c++ -fsanitize=fuzzer -o /dev/null - <<<"$empty" 2>/dev/null; then
@@ -61,8 +62,9 @@ fuzz() {
     echo "Fuzzing for $seconds s"
     for target in definition action two_column; do
         mkdir -p build/fuzz/found/$target
-        build/fuzz/fuzz_$target -seed=1 -runs="${runs[$target]}" -max_total_time="$seconds" -max_len=8000 -timeout=30 -rss_limit_mb=2048 \
-            -artifact_prefix=build/fuzz/$target- build/fuzz/found/$target tests/fuzz/corpus/$target home/def \
+        build/fuzz/fuzz_$target -seed=1 -runs="${runs[$target]}" -max_total_time="$seconds" \
+            -max_len=8000 -timeout=30 -rss_limit_mb=2048 -artifact_prefix=build/fuzz/$target- \
+            build/fuzz/found/$target tests/fuzz/corpus/$target home/def \
             >build/fuzz/$target.log 2>&1 &
         jobs[$target]=$!
     done
