@@ -83,16 +83,20 @@ bool LineReader::ReadLine(std::string& line)
     return true;
 }
 
-bool LineReader::ReadNonCommentLine(std::string& line, std::vector<std::string>* comments)
+bool LineReader::ReadNonCommentLine(std::string& line, CommentList* comments)
 {
     while (ReadLine(line)) {
         if (line.empty() || comment_signs.find(line[0]) == std::string_view::npos) return true;
-        if (comments) comments->push_back(line.substr(1));
+        if (!comments || !comments->lines) continue;
+        if (comments->lines->size() < comments->most)
+            comments->lines->push_back(line.substr(1));
+        else
+            comments->dropped = true;
     }
     return false;
 }
 
-bool LineReader::ReadNonEmptyNonCommentLine(std::string& line, std::vector<std::string>* comments)
+bool LineReader::ReadNonEmptyNonCommentLine(std::string& line, CommentList* comments)
 {
     while (ReadNonCommentLine(line, comments))
         if (line.find_first_not_of(blanks) != std::string::npos) return true;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <filesystem>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,6 +18,13 @@ namespace kovin {
 /// Writes `text` to `file` through a temporary beside it, so that a failure leaves the old file. @return success
 [[nodiscard]] bool write_whole_file(const std::filesystem::path& file, std::string_view text);
 
+/// Takes comments, up to a bound: a file may consist of millions of them.
+struct CommentList {
+    std::vector<std::string>* lines = nullptr;  ///< null: none is wanted
+    std::size_t most = std::numeric_limits<std::size_t>::max();
+    bool dropped = false;  ///< there were more
+};
+
 /// Reads a text line by line.
 class LineReader {
 public:
@@ -25,9 +33,9 @@ public:
     /// Next line without its end, cut to the limit; false at the end. A last line without end counts.
     [[nodiscard]] bool ReadLine(std::string& line);
     /// Next line that is no comment; the text behind the comment sign goes to `comments` if it is given.
-    [[nodiscard]] bool ReadNonCommentLine(std::string& line, std::vector<std::string>* comments = nullptr);
+    [[nodiscard]] bool ReadNonCommentLine(std::string& line, CommentList* comments = nullptr);
     /// The same, and with something else than blanks on it.
-    [[nodiscard]] bool ReadNonEmptyNonCommentLine(std::string& line, std::vector<std::string>* comments = nullptr);
+    [[nodiscard]] bool ReadNonEmptyNonCommentLine(std::string& line, CommentList* comments = nullptr);
     [[nodiscard]] int line_number() const { return line_number_; }  ///< of the last line read, from 1
 private:
     std::string text_;

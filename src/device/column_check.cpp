@@ -57,7 +57,7 @@ void check_head(std::string_view comment, int line, LineWatch& watch)
     for (const GradingHeadWord& row : grading_head_words) {
         words.emplace_back(row.word);
         if (word != row.word) continue;
-        if (!starts_with_ignoring_case(value, row.first) && !starts_with_ignoring_case(value, row.second))
+        if (GradingFile unused; !row.take(value, unused))
             watch.find(
                 line, word + ": \"" + std::string(row.first) + "\" or \"" + std::string(row.second) + "\" is expected");
         return;

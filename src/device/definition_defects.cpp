@@ -208,9 +208,7 @@ void read_defect_line(Reading& reading, Levels& levels, DefectReading& met)
     }
     if (read_density_profile(source, levels, met) || read_old_density(source, levels, met)) return;
     if (source.starts("energy distribution")) {
-        if (source.last_word("energy distribution", energy_distribution_words, std::size(energy_distribution_words),
-                             whole))
-            in_all(levels, &B::energy_distribution, static_cast<EnergyDistribution>(whole));
+        for (auto& level : levels) read_energy_distribution(source, level.energy_distribution);
     } else if (source.starts_exactly("Reference for defect energy")) {
         if (source.whole("Reference for defect energy", whole, 0, 2))
             in_all(levels, &B::reference, static_cast<EnergyReference>(whole));
@@ -224,7 +222,7 @@ void read_defect_line(Reading& reading, Levels& levels, DefectReading& met)
     } else if (source.starts("degeneracy factors equal one")) {
         in_all(levels, &B::degeneracy_one, true);
     } else if (source.anywhere("tailtype")) {
-        for (auto& level : levels) read_tail_type(source, level);
+        for (auto& level : levels) read_tail_type(source, level.energy_distribution);
     } else if (source.starts("leveltype")) {
         read_level_type(source, levels);
     } else if (source.starts("optical capture data")) {
@@ -277,6 +275,21 @@ bool read_per_level(KeyedSource& source, std::string_view key, int levels, const
     for (const double value : values)
         if (!limits.hold(value)) return source.refuse(key, "the value is outside its range");
     return true;
+}
+
+void read_energy_distribution(KeyedSource& source, EnergyDistribution& distribution)
+{
+    constexpr std::string_view key = "energy distribution";
+    int whole = 0;
+    const bool band_follows = source.anywhere("tail") && !source.anywhere("CB tail") && !source.anywhere("VB tail");
+    if (!band_follows && source.last_word(key, energy_distribution_words, std::size(energy_distribution_words), whole))
+        distribution = static_cast<EnergyDistribution>(whole);
+}
+
+void read_tail_type(const KeyedSource& source, EnergyDistribution& distribution)
+{
+    if (source.anywhere("valenceband")) distribution = EnergyDistribution::VB_tail;
+    if (source.anywhere("conductionband")) distribution = EnergyDistribution::CB_tail;
 }
 
 void CopyKOVIN27Data_to_NtProfile(BulkRecombinationParameters& level)

@@ -5,6 +5,7 @@
 #include "device/definition_sections.h"
 #include "device/definition_tables.h"
 
+#include <algorithm>
 #include <iterator>
 
 namespace kovin::definition_sections {
@@ -20,9 +21,9 @@ void read_metastable_line(Reading& reading, MetaStableDefectParameters& pair)
         InputLineToProfile(source, "Nt(x)", pair.Nt);
     } else if (source.starts(given_energies_key)) {
         std::vector<double> flags;
-        if (!read_per_level(source, given_energies_key, static_cast<int>(pair.derived_energy.size()), a_fraction,
-                            flags))
-            return;
+        std::size_t rest = 0;
+        if (!source.numbers(given_energies_key, pair.derived_energy.size(), flags, rest)) return;
+        // Of fewer than five the rest keep their defaults.
         for (std::size_t i = 0; i < flags.size(); ++i) pair.derived_energy[i] = flags[i] != 0.0;
     } else if (source.starts("Reference for transition energy")) {
         int reference = 0;
@@ -68,28 +69,19 @@ void read_interface_line(Reading& reading, InterfaceParameters& interface, Inter
     } else if (take(interface_mass_keys)) {
         return;
     } else if (source.starts("energy distribution")) {
-        if (source.last_word("energy distribution", energy_distribution_words, std::size(energy_distribution_words),
-                             whole))
-            defect.energy_distribution = static_cast<EnergyDistribution>(whole);
+        read_energy_distribution(source, defect.energy_distribution);
     } else if (source.starts_exactly("Reference for defect energy")) {
-        has_reference = source.whole("Reference for defect energy", whole, 3, 9);
-        if (has_reference) defect.reference = static_cast<EnergyReference>(whole);
+        if (!source.whole("Reference for defect energy", whole, 0, 9)) return;
+        has_reference = true;
+        // One of the bulk's counts, at an interface, from the highest valence band.
+        defect.reference = static_cast<EnergyReference>(std::max(whole, 3));
     } else if (take(interface_energy_keys)) {
         return;
     } else if (source.anywhere("tailtype")) {
-        read_tail_type(source, defect);
+        read_tail_type(source, defect.energy_distribution);
     } else if (source.starts("N")) {
         source.number("N", defect.N, not_negative);
     }
-}
-
-/// The interface behind the present layer; null after a fault.
-InterfaceParameters* present_interface(Reading& reading, std::string_view key)
-{
-    const int number = reading.cell().layers - 1;
-    if (number < max_interfaces) return &reading.cell().interfaces[static_cast<std::size_t>(number)];
-    reading.source.fail(key, "there is no interface behind layer " + integer(max_layers));
-    return nullptr;
 }
 
 }  // namespace
@@ -122,40 +114,38 @@ void read_metastable(Reading& reading)
 void read_interface_properties(Reading& reading)
 {
     KeyedSource& source = reading.source;
-    InterfaceParameters* interface = present_interface(reading, "interface properties");
-    if (!interface) return;
+    InterfaceParameters& interface = reading.interface_behind(reading.cell().layers - 1);
     while (source.must_go_on()) {
         if (ends_section(source) || source.section("interface recombination")) return;
         if (source.starts("Intraband tunneling"))
-            reading.tunneling("Intraband tunneling", interface->tunneling,
+            reading.tunneling("Intraband tunneling", interface.tunneling,
                               &ConvergenceParameters::Tunnelintraband_allowed);
         else if (source.starts("Relative electron mass"))
-            source.number("Relative electron mass", interface->m_e, positive);
+            source.number("Relative electron mass", interface.m_e, positive);
         else if (source.starts("Relative hole mass"))
-            source.number("Relative hole mass", interface->m_h, positive);
+            source.number("Relative hole mass", interface.m_h, positive);
         else if (source.starts("interfacename"))
-            interface->name = source.text("interfacename", interface_name_limit);
+            interface.name = source.text("interfacename", interface_name_limit);
     }
 }
 
 void read_interface_defects(Reading& reading)
 {
     KeyedSource& source = reading.source;
-    InterfaceParameters* interface = present_interface(reading, "interface recombination");
-    if (!interface) return;
+    InterfaceParameters& interface = reading.interface_behind(reading.cell().layers - 1);
+    reading.interface_line = source.line_number();
     do {
-        if (interface->defect_count == max_interface_defects) {
+        if (interface.defect_count == max_interface_defects) {
             source.fail("interface recombination",
                         "an interface has at most " + integer(max_interface_defects) + " defects");
             return;
         }
-        InterfaceRecombinationParameters& defect =
-            interface->defects[static_cast<std::size_t>(interface->defect_count)];
+        InterfaceRecombinationParameters& defect = interface.defects[static_cast<std::size_t>(interface.defect_count)];
         bool has_reference = false, empty = true;
         while (source.must_go_on() && !ends_section(source) && !source.starts("next")) {
             if (source.section("interface recombination")) continue;
             empty = false;
-            read_interface_line(reading, *interface, defect, has_reference);
+            read_interface_line(reading, interface, defect, has_reference);
         }
         if (empty) source.fail("interface recombination", "the defect is empty");
         if (defect.energy_distribution != EnergyDistribution::single && defect.Ekar <= 0.0)
@@ -165,7 +155,7 @@ void read_interface_defects(Reading& reading)
         if (!has_reference) defect.reference = EnergyReference::above_EV_left;
         defect.peak_to_total = peak_to_total(defect.energy_distribution, defect.Ekar);
         defect.N_peak = defect.N / defect.peak_to_total;
-        ++interface->defect_count;
+        ++interface.defect_count;
     } while (source.starts("next"));
 }
 

@@ -7,6 +7,7 @@
 #include "device/model_table.h"
 #include "device/quantities.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -21,8 +22,8 @@ constexpr int square_root_law = 63;
 /// Where the absorption of a layer stands while it is read.
 struct AbsorptionReading {
     struct Side {
-        bool from_coefficients = false;  ///< the square-root model follows from A and B at the end of the layer
-        std::size_t model = 2;           ///< that the next parameter belongs to
+        bool has_A = false, has_B = false;  ///< the square-root model follows from them at the end of the layer
+        std::size_t model = 2;              ///< that the next parameter belongs to
     };
     Side A, B;
     bool both = false;  ///< a line "A :" is for both materials, as in the oldest files
@@ -38,12 +39,12 @@ void choose_absorption(KeyedSource& source, Absorption& absorption, AbsorptionRe
     const WhichMaterial which = A && B ? WhichMaterial::both : A ? WhichMaterial::A : WhichMaterial::B;
     if (A) {
         absorption.pure_A_from_file = file;
-        state.A.from_coefficients = coefficients;
+        state.A.has_A = state.A.has_B = false;
         if (file) absorption.A_pure_A = absorption.B_pure_A = 0.0;
     }
     if (B) {
         absorption.pure_B_from_file = file;
-        state.B.from_coefficients = coefficients;
+        state.B.has_A = state.B.has_B = false;
         if (file) absorption.A_pure_B = absorption.B_pure_B = 0.0;
     }
     if (!file) SetDefaultAbsorptionModel(absorption, 1.0, 1.0, which, coefficients ? square_root_law : -1);
@@ -93,14 +94,16 @@ bool read_absorption_line(KeyedSource& source, Absorption& a, AbsorptionReading&
         choose_absorption(source, a, state, true, false);
     } else if (source.starts(source_B) || source.starts(other_B)) {
         choose_absorption(source, a, state, false, true);
-    } else if (source.starts_exactly("A :") && source.number("A :", a.A_pure_A, not_negative)) {
-        if (state.both) a.A_pure_B = a.A_pure_A;
-    } else if (source.starts_exactly("B :") && source.number("B :", a.B_pure_A)) {
-        if (state.both) a.B_pure_B = a.B_pure_A;
+    } else if (source.starts_exactly("A :")) {
+        state.A.has_A = source.number("A :", a.A_pure_A, not_negative);
+        if (state.both) a.A_pure_B = a.A_pure_A, state.B.has_A = true;
+    } else if (source.starts_exactly("B :")) {
+        state.A.has_B = source.number("B :", a.B_pure_A);
+        if (state.both) a.B_pure_B = a.B_pure_A, state.B.has_B = true;
     } else if (source.starts_exactly("pure B material (y=1), A :")) {
-        source.number("pure B material (y=1), A :", a.A_pure_B, not_negative);
+        state.B.has_A = source.number("pure B material (y=1), A :", a.A_pure_B, not_negative);
     } else if (source.starts_exactly("pure B material (y=1), B :")) {
-        source.number("pure B material (y=1), B :", a.B_pure_B);
+        state.B.has_B = source.number("pure B material (y=1), B :", a.B_pure_B);
     } else if (source.starts_exactly(file)) {
         a.file_A = a.file_B = source.file_name(file);
     } else if (source.starts_exactly(file_A)) {
@@ -122,11 +125,11 @@ bool read_absorption_line(KeyedSource& source, Absorption& a, AbsorptionReading&
 }
 
 /// alpha = (A + B/hv) sqrt(hv - Eg) with A, B per m, as the model (alpha_0 + beta_0 Eg/hv) sqrt(hv/Eg - 1) per cm.
-void square_root_model(AbsorptionModelSet& set, double A, double B, double Eg)
+void square_root_model(AbsorptionModelSet& set, const AbsorptionReading::Side& side, double A, double B, double Eg)
 {
     auto& values = set.models[static_cast<std::size_t>(AbsorptionModelNumberToAbsorptionIndex(square_root_law))].values;
-    values[0] = A * 0.01 * std::sqrt(Eg);
-    values[1] = B * 0.01 / std::sqrt(Eg);
+    if (side.has_A) values[0] = A * 0.01 * std::sqrt(Eg);
+    if (side.has_B) values[1] = B * 0.01 / std::sqrt(Eg);
 }
 
 /// The gap may stand behind the absorption in a file, so what depends on it waits for the end of the layer.
@@ -134,8 +137,8 @@ void finish_absorption(MaterialParameters& material, const AbsorptionReading& st
 {
     Absorption& a = material.absorption;
     const double Eg_A = material.Eg.pure_A, Eg_B = material.Eg.pure_B;
-    if (state.A.from_coefficients) square_root_model(a.model_A, a.A_pure_A, a.B_pure_A, Eg_A);
-    if (state.B.from_coefficients) square_root_model(a.model_B, a.A_pure_B, a.B_pure_B, Eg_B);
+    square_root_model(a.model_A, state.A, a.A_pure_A, a.B_pure_A, Eg_A);
+    square_root_model(a.model_B, state.B, a.A_pure_B, a.B_pure_B, Eg_B);
     WriteEgInAbsorptionModel(a.model_A, Eg_A);
     WriteEgInAbsorptionModel(a.model_B, Eg_B);
 }
@@ -178,6 +181,25 @@ bool read_quantity_line(KeyedSource& source, MaterialParameters& material)
 
 }  // namespace
 
+namespace {
+
+constexpr std::size_t oldest_row = 7, present_row = 9;
+
+/// A row with something in it that is no number, as against a value with a remark behind it: with that number it would
+/// be a row. @param rest  what stands behind the numbers that were found
+bool is_broken_row(std::size_t found, std::string_view rest)
+{
+    std::size_t more = 0;
+    for (std::size_t i = 0; (i = rest.find_first_not_of(" \t", i)) != std::string_view::npos;) {
+        if (rest[i] == '[' || rest[i] == '(' || rest[i] == ';') break;
+        if (number_here(rest, i).found) ++more;
+        i = std::min(rest.find_first_of(" \t", i), rest.size());
+    }
+    return found < present_row && more > 0 && found + 1 + more >= oldest_row;
+}
+
+}  // namespace
+
 bool InputLineToProfile(KeyedSource& source, std::string_view key, Profile& profile)
 {
     std::vector<double> v;
@@ -186,21 +208,22 @@ bool InputLineToProfile(KeyedSource& source, std::string_view key, Profile& prof
     // Files of all versions hold -2 by a line without a number.
     if (text.empty() || text.starts_with('['))
         v = {-2.0};
-    else if (!source.numbers(key, 9, v, rest))
+    else if (!source.numbers(key, present_row, v, rest))
         return false;
+    if (is_broken_row(v.size(), text.substr(rest))) return source.refuse(key, "a number of the row is none");
     Profile read = profile;
     double law = 0.0, dependence = 0.0;
-    if (v.size() < 7) {
+    if (v.size() < oldest_row) {
         read.pure_A = read.pure_B = read.third = read.left = read.right = v[0];
         read.fourth = read.fifth = 1.0;
         dependence = static_cast<double>(Dependence::uniform);
     } else {
         // Files with one number less had one constant less: the fifth is then the fourth.
-        const std::size_t ends = v.size() == 7 ? 4 : 5;
+        const std::size_t ends = v.size() == oldest_row ? 4 : 5;
         read.pure_A = v[0], read.pure_B = v[1], read.third = v[2], read.fourth = v[3], read.fifth = v[ends - 1];
         read.left = v[ends], read.right = v[ends + 1];
         law = v[ends + 2 < v.size() ? ends + 2 : v.size() - 1];
-        dependence = v.size() == 9 ? v[8] : 0.0;
+        dependence = v.size() == present_row ? v.back() : 0.0;
     }
     constexpr auto last_law = static_cast<double>(Law::diffusion_erfc);
     if (law != std::floor(law) || law < 0.0 || law > last_law)
@@ -213,7 +236,7 @@ bool InputLineToProfile(KeyedSource& source, std::string_view key, Profile& prof
     if (!limits.hold(read.pure_A) || !limits.hold(read.pure_B))
         return source.refuse(key, "the value is outside its range");
     read.file.clear();
-    if (read.law == Law::from_file && v.size() == 9) {
+    if (read.law == Law::from_file && v.size() == present_row) {
         const std::string_view behind = source.value(key).substr(rest);
         const std::size_t start = behind.find_first_not_of(" \t");
         if (start != std::string_view::npos) {

@@ -97,12 +97,11 @@ void read_contact_line(Reading& reading, ContactParameters& contact, bool& has_f
 {
     KeyedSource& source = reading.source;
     if (source.starts("flatband")) {
-        has_flatband = source.flag("flatband", contact.flatband);
+        if (source.flag("flatband", contact.flatband)) has_flatband = true;
     } else if (source.starts("recalculate")) {
         source.flag("recalculate", contact.recalculate);
     } else if (source.starts("Fi_m")) {
-        has_work_function = source.number("Fi_m", contact.Fi_m);
-        contact.flatband = false;
+        if (source.number("Fi_m", contact.Fi_m)) has_work_function = true, contact.flatband = false;
     } else if (source.starts("Sn")) {
         source.number("Sn", contact.Sn, not_negative);
     } else if (source.starts("Sp")) {
@@ -246,6 +245,11 @@ bool finish(Reading& reading)
                     {}, "layer " + integer(i + 1) + ": a metastable transition names a defect that is not there");
         }
     }
+    InterfaceParameters& beyond = reading.interface_behind(cell.layers - 1);
+    if (beyond.defect_count > 0)
+        reading.source.tell("the interface defects behind the last layer have no layer at their right: left out",
+                            reading.interface_line);
+    InitialiseInterfaceParameters(beyond, cell.layers - 1);
     UpdateThicknessInProfiles_Cell(cell);
     return true;
 }
@@ -317,6 +321,11 @@ bool lees_structuurfile(Surroundings& surroundings, const std::filesystem::path&
 }
 
 namespace definition_sections {
+
+InterfaceParameters& Reading::interface_behind(int layer)
+{
+    return layer < max_interfaces ? cell().interfaces[static_cast<std::size_t>(layer)] : beyond_last;
+}
 
 void Reading::tunneling(std::string_view key, bool& flag, int ConvergenceParameters::*path)
 {

@@ -14,9 +14,13 @@ struct Reading {
     KeyedSource& source;
     Definition& definition;
     bool old_tunnel_rules = true;  ///< no line on the switches of tunnelling yet: each path that is met switches it on
+    InterfaceParameters beyond_last{};  ///< takes what stands behind the last layer that there is room for
+    int interface_line = 0;             ///< where the last section on interface defects begins
 
     [[nodiscard]] CellParameters& cell() const { return definition.input.cell.cell; }
     [[nodiscard]] LayerParameters& layer() const { return cell().layer[static_cast<std::size_t>(cell().layers - 1)]; }
+    /// What stands behind a layer, from 0: read before it is known whether another layer follows.
+    [[nodiscard]] InterfaceParameters& interface_behind(int layer);
     /// A switch of tunnelling in the cell; under the old rules it opens the path as well.
     void tunneling(std::string_view key, bool& flag, int ConvergenceParameters::*path);
 };
@@ -32,13 +36,11 @@ bool InputLineToProfile(KeyedSource& source, std::string_view key, Profile& prof
 bool read_per_level(KeyedSource& source, std::string_view key, int levels, const Limits& limits,
                     std::vector<double>& values);
 
-/// Distribution of a bulk or interface defect as the oldest files name it: "tailtype : valenceband".
-template <class Record>
-void read_tail_type(const KeyedSource& source, Record& record)
-{
-    if (source.anywhere("valenceband")) record.energy_distribution = EnergyDistribution::VB_tail;
-    if (source.anywhere("conductionband")) record.energy_distribution = EnergyDistribution::CB_tail;
-}
+/// Distribution of a bulk or interface defect: "energy distribution : gauss". A tail whose band is not told waits for
+/// the line on its type.
+void read_energy_distribution(KeyedSource& source, EnergyDistribution& distribution);
+/// The band of a tail as the oldest files name it: "tailtype : valenceband".
+void read_tail_type(const KeyedSource& source, EnergyDistribution& distribution);
 
 void read_layer(Reading& reading);
 void read_bulk_defects(Reading& reading);

@@ -117,7 +117,7 @@ inline constexpr MottSchottkyKey mott_schottky_keys[] = {
 
 // ---- graded quantities -------------------------------------------------------------------------------------------
 
-/// Values that a quantity can have in a cell that is to be computed.
+/// Values that a quantity can have in a file.
 [[nodiscard]] constexpr Limits limits_of(Quantity quantity)
 {
     switch (quantity) {
@@ -130,6 +130,10 @@ inline constexpr MottSchottkyKey mott_schottky_keys[] = {
         case Quantity::K_rad:
         case Quantity::c_n_auger:
         case Quantity::c_p_auger:
+        case Quantity::mu_n:
+        case Quantity::mu_p:
+        case Quantity::v_th_n:
+        case Quantity::v_th_p:
             return not_negative;
         default:
             return positive;

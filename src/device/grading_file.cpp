@@ -27,8 +27,7 @@ bool read_head_line(std::string_view line, GradingFile& file)
     const std::string_view word = trimmed(line.substr(0, colon)), value = trimmed(line.substr(colon + 1));
     for (const GradingHeadWord& row : grading_head_words) {
         if (!equal_ignoring_case(word, row.word)) continue;
-        file.*row.is_second = starts_with_ignoring_case(value, row.second);
-        return file.*row.is_second || starts_with_ignoring_case(value, row.first);
+        return row.take(value, file);
     }
     return true;
 }
@@ -63,6 +62,13 @@ Limits limits_of_profile(const Profile& profile)
     constexpr double rounding = 1e-9;
     if (profile.quantity == Quantity::composition) return {-rounding, 1.0 + rounding};
     return definition_tables::limits_of(profile.quantity);
+}
+
+/// The same in a cell that is to be computed: carriers that do not move at all leave no continuity equation.
+Limits limits_to_compute(const Profile& profile)
+{
+    const bool mobility = profile.quantity == Quantity::mu_n || profile.quantity == Quantity::mu_p;
+    return mobility ? positive : limits_of_profile(profile);
 }
 
 /// Where positions of a file count from and what a relative one is measured in, seen from the left end of layer j [um].
@@ -129,6 +135,15 @@ std::vector<double> places_to_check(const Profile& p, double end)
 
 }  // namespace
 
+bool GradingHeadWord::take(std::string_view value, GradingFile& file) const
+{
+    const bool as_second = starts_with_ignoring_case(value, second);
+    if (!as_second && !starts_with_ignoring_case(value, first) && !starts_with_ignoring_case(value, also_first))
+        return false;
+    file.*is_second = as_second;
+    return true;
+}
+
 bool read_grading_file(Surroundings& surroundings, std::string_view name, const Limits& limits, GradingFile& file)
 {
     Report& report = surroundings.report;
@@ -141,9 +156,10 @@ bool read_grading_file(Surroundings& surroundings, std::string_view name, const 
     const auto in_line = [&](int line) { return path + ", line " + integer(line) + ": "; };
     for (std::size_t i = 0; i < rows.heading.size(); ++i)
         if (!read_head_line(rows.heading[i], file))
-            return fail(report, in_line(static_cast<int>(i) + 1) + "\"" + std::string(trimmed(rows.heading[i])) +
-                                    "\" is not known; known are interpolation: lin or log, position: abs or rel, "
-                                    "range: this or shared");
+            KOVINErrorMessage(report, "Warning: a setting of a grading file is not known",
+                              in_line(static_cast<int>(i) + 1) + "\"" + std::string(trimmed(rows.heading[i])) +
+                                  "\" sets nothing; known are interpolation: lin or log, position: abs or rel, range: "
+                                  "this or shared");
     if (rows.broken_line != 0) return fail(report, in_line(rows.broken_line) + "two numbers are expected");
     if (rows.cut) return fail(report, path + ": more than " + integer(MAX_NUMBER_OF_INPUT_POINTS) + " rows");
     for (std::size_t i = 0; i < rows.x.size(); ++i) {
@@ -190,7 +206,7 @@ bool graded_values_hold(Report& report, const SiCell& cell)
                 for (double& y : at) y = std::clamp(y, 0.0, 1.0);
             }
             evaluate_profile(profile, at, d_um, value);
-            const Limits limits = limits_of_profile(profile);
+            const Limits limits = limits_to_compute(profile);
             const bool no_table =
                 profile.law == Law::table && profile.table_x.empty() && profile.dependence != Dependence::uniform;
             for (std::size_t i = 0; i < value.size(); ++i) {
@@ -203,7 +219,7 @@ bool graded_values_hold(Report& report, const SiCell& cell)
                                   place_of(j, layer, name) + law +
                                       (no_table ? " has no rows"
                                                 : " is " + shortest(value[i]) + " at x = " + shortest(places[i]) +
-                                                      " um, which no material has"));
+                                                      " um, with which nothing can be computed"));
                 hold = false;
                 return;
             }

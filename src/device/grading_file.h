@@ -27,18 +27,23 @@ struct GradingFile {
 /// A setting in the head of a grading file: its words, and what the second of two values sets.
 struct GradingHeadWord {
     std::string_view word, first, second;  ///< values are told by how they begin; the first is the default
+    std::string_view also_first;           ///< a heading of the columns says the same as the first
     bool GradingFile::*is_second;
+
+    /// @return false for a value that is none of these; the file is then as it was
+    bool take(std::string_view value, GradingFile& file) const;
 };
 inline constexpr GradingHeadWord grading_head_words[] = {
-    {"interpolation", "lin", "log", &GradingFile::logarithmic},
-    {"position", "abs", "rel", &GradingFile::relative},
-    {"thickness", "abs", "rel", &GradingFile::relative},
-    {"range", "this", "shared", &GradingFile::shared},
+    {"interpolation", "lin", "log", "lin", &GradingFile::logarithmic},
+    {"position", "abs", "rel", "um", &GradingFile::relative},
+    {"thickness", "abs", "rel", "um", &GradingFile::relative},
+    {"range", "this", "shared", "this", &GradingFile::shared},
 };
 
 /// @param limits  of the values
-/// @return false if the file cannot be used: missing, without rows, with a broken row or keyword, out of order, too
-///         long, a value outside its limits (reported with file, line and value)
+/// A setting in the head that has no meaning is told and passed over: a comment may say what it likes.
+/// @return false if the file cannot be used: missing, without rows, with a broken row, out of order, too long, a value
+///         outside its limits (reported with file, line and value)
 [[nodiscard]] bool read_grading_file(Surroundings& surroundings, std::string_view name, const Limits& limits,
                                      GradingFile& file);
 

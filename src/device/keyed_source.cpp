@@ -11,13 +11,16 @@ namespace kovin {
 namespace {
 
 constexpr bool is_digit(char c) { return c >= '0' && c <= '9'; }
-constexpr bool is_word(char c) { return is_digit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+constexpr bool is_word(char c) { return is_digit(c) || c == '_' || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
-/// What may follow the last number of a line: nothing, a unit in brackets, a remark.
+/// What stands behind the last number of a line: nothing, a unit, a remark.
 bool ends_numbers(std::string_view rest)
 {
-    rest = trimmed(rest);
-    return rest.empty() || rest[0] == '[' || rest[0] == '(' || rest[0] == ';';
+    for (const char c : trimmed(rest)) {
+        if (is_digit(c)) return false;
+        if (c == '[' || c == '(' || c == ';' || is_word(c)) return true;
+    }
+    return true;
 }
 
 /// Bytes of a message: what a terminal could take for a command is left out.
@@ -46,14 +49,20 @@ KeyedSource::KeyedSource(Report& report, std::string title, std::string name, st
       title_(std::move(title)),
       name_(std::move(name)),
       reader_(std::move(text), limit),
-      remarks_(remarks)
+      remarks_{remarks, most_remarks}
 {
 }
 
 bool KeyedSource::next()
 {
     if (watch_) settle();
-    return !failed_ && reader_.ReadNonEmptyNonCommentLine(line_, remarks_);
+    if (failed_) return false;
+    const bool found = reader_.ReadNonEmptyNonCommentLine(line_, &remarks_);
+    if (remarks_.dropped && !remarks_told_) {
+        remarks_told_ = true;
+        tell("more than " + integer(static_cast<long>(most_remarks)) + " comments; those behind are not kept");
+    }
+    return found;
 }
 
 bool KeyedSource::must_go_on()
@@ -103,13 +112,17 @@ void KeyedSource::settle()
     } else {
         constexpr std::size_t most_known = 100000;  // no file that means something is longer
         if (watch_->known.size() < most_known) watch_->known.push_back({reader_.line_number(), taken_});
-        const std::size_t end = taken_.size();
-        if (taken_at_start_ && end < line_.size() && is_word(line_[end]) && is_word(line_[end - 1]))
-            find('"' + printable(head) + "\" is read as \"" + taken_ + '"');
+        if (taken_at_start_ && only_begins(taken_)) find('"' + printable(head) + "\" is read as \"" + taken_ + '"');
     }
     taken_.clear();
     asked_.clear();
     line_.clear();
+}
+
+bool KeyedSource::only_begins(std::string_view key) const
+{
+    const std::size_t end = key.size();
+    return end > 0 && end < line_.size() && is_word(line_[end]) && is_word(line_[end - 1]);
 }
 
 void KeyedSource::note_file(const std::string& name)
@@ -119,6 +132,10 @@ void KeyedSource::note_file(const std::string& name)
 
 bool KeyedSource::refuse(std::string_view key, const std::string& why)
 {
+    if (only_begins(key)) {
+        not_known();
+        return false;
+    }
     const bool goes_on = watch_ && !failed_;
     fail(key, why);
     if (goes_on) failed_ = false;
@@ -137,6 +154,15 @@ bool KeyedSource::fail(std::string_view key, const std::string& why)
     else
         KOVINErrorMessage(report_, title_, name_ + ", line " + integer(reader_.line_number()) + ": " + text + why);
     return false;
+}
+
+void KeyedSource::tell(const std::string& what, int line)
+{
+    if (line == 0) line = line_number();
+    if (watch_)
+        watch_->find(line, what);
+    else
+        KOVINErrorMessage(report_, "Warning", name_ + ", line " + integer(line) + ": " + what);
 }
 
 std::string_view KeyedSource::value(std::string_view key) const

@@ -49,9 +49,12 @@ struct LineWatch {
 
 class KeyedSource {
 public:
+    static constexpr std::size_t most_remarks = 10000;
+
     /// @param title  of the messages
     /// @param name   of the file, for the messages
-    /// @param limit  characters of a line that are read
+    /// @param limit    characters of a line that are read
+    /// @param remarks  takes the comments, the first most_remarks of them; told if there are more
     KeyedSource(Report& report, std::string title, std::string name, std::string text, std::size_t limit,
                 std::vector<std::string>* remarks = nullptr);
 
@@ -68,6 +71,7 @@ public:
     [[nodiscard]] bool must_go_on();
 
     [[nodiscard]] const std::string& line() const { return line_; }
+    [[nodiscard]] int line_number() const { return reader_.line_number(); }  ///< from 1
     [[nodiscard]] bool failed() const { return failed_; }
     [[nodiscard]] bool starts(std::string_view key) const;  ///< case ignored
     [[nodiscard]] bool starts_exactly(std::string_view key) const;
@@ -75,10 +79,13 @@ public:
     /// A section word, anywhere in front of the colon and not on a line with a name: names are the user's.
     [[nodiscard]] bool section(std::string_view word) const;
 
-    /// A value that is no good: reported, and under a watch the line is passed over. @return false
+    /// A value that is no good: reported, and under a watch the line is passed over. A line whose first word only
+    /// begins like the key ("note" for N) is none of the key's: it is passed over in any case. @return false
     bool refuse(std::string_view key, const std::string& why);
     /// A text that cannot be read further: reported (the first fault only), no more lines. @return false
     bool fail(std::string_view key, const std::string& why);
+    /// Something that the user should know of a text that is read all the same. @param line  0: the present one
+    void tell(const std::string& what, int line = 0);
 
     /// What stands behind the key and, if there is one, behind the first colon after it; trimmed.
     [[nodiscard]] std::string_view value(std::string_view key) const;
@@ -91,7 +98,7 @@ public:
     bool number(std::string_view key, double& target, const Limits& limits = any_number);
     bool whole(std::string_view key, int& target, int low, int high);
     bool flag(std::string_view key, bool& target);
-    /// Numbers behind a key, at most `most` and up to a text in brackets or the end of the line.
+    /// Numbers behind a key, at most `most` and up to a text behind the first of them or the end of the line.
     /// @param rest  where the last one ended: position in `value(key)`
     bool numbers(std::string_view key, std::size_t most, std::vector<double>& found, std::size_t& rest);
     /// Constant whose word stands in the line, the last that is found; a line without any is a fault.
@@ -100,6 +107,8 @@ public:
 private:
     /// Takes down whether the line has a keyword, and what was asked for.
     bool noted(std::string_view key, bool found, bool at_start) const;
+    /// The keyword goes on in the line as a longer word.
+    [[nodiscard]] bool only_begins(std::string_view key) const;
     /// What is to be said of the line that is left.
     void settle();
     /// The number that `text` begins with, signs of no meaning apart. @param end  position behind it
@@ -108,7 +117,8 @@ private:
     Report& report_;
     std::string title_, name_;
     LineReader reader_;
-    std::vector<std::string>* remarks_;
+    CommentList remarks_;
+    bool remarks_told_ = false;
     std::string line_;
     bool failed_ = false;
 

@@ -131,8 +131,6 @@ void rdcbijdrage_een_niveau_multilevel(const DefectChain& chain, const Calculati
                                        Terms terms)
 {
     switch (chain.levels) {
-        case 1:
-            return add_terms<1>(chain, cv, out, terms);
         case 2:
             return add_terms<2>(chain, cv, out, terms);
         case 3:

@@ -18,7 +18,7 @@
 
 namespace kovin {
 
-/// Adds one discrete energy of a defect with several levels to the terms.
+/// Adds one discrete energy of a defect with 2 to max_levels levels to the terms.
 void rdcbijdrage_een_niveau_multilevel(const DefectChain& chain, const CalculationVariables& cv, DcTerms& out,
                                        Terms terms = Terms::all);
 

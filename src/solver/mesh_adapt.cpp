@@ -169,30 +169,34 @@ MeshTransfer mesh_transfer(const Mesh& old_mesh, const Mesh& new_mesh)
     return transfer;
 }
 
-std::vector<double> InterpolateAndCopy(const MeshTransfer& transfer, std::span<const double> old_values)
+namespace {
+
+/// @param between  what lies between two neighbours, 0 < t < 1 of the way; points of the old mesh keep their values
+template <class Between>
+std::vector<double> transferred(const MeshTransfer& transfer, std::span<const double> old_values, Between between)
 {
     std::vector<double> values(transfer.left.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
         const double a = old_values[transfer.left[i]], b = old_values[transfer.left[i] + 1];
         const double t = transfer.share[i];
-        values[i] = t == 1.0 ? b : a + t * (b - a);
+        values[i] = t == 0.0 ? a : t == 1.0 ? b : between(a, b, t);
     }
     return values;
 }
 
+}  // namespace
+
+std::vector<double> InterpolateAndCopy(const MeshTransfer& transfer, std::span<const double> old_values)
+{
+    return transferred(transfer, old_values, [](double a, double b, double t) { return a + t * (b - a); });
+}
+
 std::vector<double> InterpolateLevel(const MeshTransfer& transfer, std::span<const double> old_levels)
 {
-    std::vector<double> levels(transfer.left.size());
-    for (std::size_t i = 0; i < levels.size(); ++i) {
-        const double a = old_levels[transfer.left[i]], b = old_levels[transfer.left[i] + 1];
-        const double t = transfer.share[i];
-        // From the higher end, so that the exponential never overflows.
-        if (t == 0.0 || t == 1.0)
-            levels[i] = t == 0.0 ? a : b;
-        else
-            levels[i] = a >= b ? a + std::log1p(t * std::expm1(b - a)) : b + std::log1p((1.0 - t) * std::expm1(a - b));
-    }
-    return levels;
+    // From the higher end, so that the exponential never overflows.
+    return transferred(transfer, old_levels, [](double a, double b, double t) {
+        return a >= b ? a + std::log1p(t * std::expm1(b - a)) : b + std::log1p((1.0 - t) * std::expm1(a - b));
+    });
 }
 
 MeshChange RecalculateIntervals(const Problem& problem, Workspace& work, CalculationVariables& cv)

@@ -43,15 +43,18 @@ TEST(LineFile, CommentsAndEmptyLines)
     LineReader reader(text, 255);
     std::string line;
     Lines comments;
-    ASSERT_TRUE(reader.ReadNonCommentLine(line, &comments));
+    CommentList kept{&comments, 7};
+    ASSERT_TRUE(reader.ReadNonCommentLine(line, &kept));
     EXPECT_EQ(line, "") << "an empty line is no comment";
-    ASSERT_TRUE(reader.ReadNonEmptyNonCommentLine(line, &comments));
+    ASSERT_TRUE(reader.ReadNonEmptyNonCommentLine(line, &kept));
     EXPECT_EQ(line, "d : 1");
     EXPECT_EQ(reader.line_number(), 10);
     ASSERT_TRUE(reader.ReadNonEmptyNonCommentLine(line));
     EXPECT_EQ(line, " > not a comment");
-    EXPECT_FALSE(reader.ReadNonEmptyNonCommentLine(line, &comments));
-    EXPECT_EQ(comments, (Lines{" one", "two", "x", "y", "z", "w", " ", " last"}));
+    EXPECT_FALSE(kept.dropped);
+    EXPECT_FALSE(reader.ReadNonEmptyNonCommentLine(line, &kept));
+    EXPECT_EQ(comments, (Lines{" one", "two", "x", "y", "z", "w", " "}));
+    EXPECT_TRUE(kept.dropped) << "of \" last\"";
 }
 
 TEST(LineFile, WholeFiles)

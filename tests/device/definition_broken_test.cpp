@@ -97,10 +97,13 @@ TEST(DefinitionBroken, ValuesThatNoCellHasAreRefused)
         {"Eg :", "Eg : 0"},
         {"Eg :", "Eg :\t 1.1 -1.1 0 1 1 1.1 1.1 0 0 [eV]"},
         {"Eg :", "Eg :\t 1.1 1.1 nan 1 1 1.1 1.1 0 0 [eV]"},
+        {"Eg :", "Eg :\t 1.1 x1.1 0 1 1 1.1 1.1 0 0 [eV]"},
         {"Eg :", "Eg : 1,15 [eV]"},
         {"eps :", "eps : -10"},
         {"Nc :", "Nc : 0"},
-        {"mu_p :", "mu_p : 0"},
+        {"mu_p :", "mu_p : -1e-3"},
+        {"v_th_n :", "v_th_n : -1"},
+        {"Nc :", "Nc : m^-3 1e25"},
         {"Na(", "Na(uniform) : -1e20"},
         {"K_rad", "K_rad : -1"},
         {"chi :", "chi :\t4 4 1 1 1 4 4 16 0 [eV]"},
@@ -150,7 +153,6 @@ TEST(DefinitionBroken, MoreThanThereIsRoomForIsRefused)
             "interface recombination\n" + sheet + times(max_interface_defects - 1 + extra, "next\n" + sheet);
         EXPECT_EQ(survives(head + layer + interface + layer + end), extra == 0);
     }
-    EXPECT_FALSE(survives(head + times(max_layers, layer) + "interface properties\n\ninterfacename : none\n" + end));
     EXPECT_FALSE(survives(head + layer + "srhrecombination\n" + defect + "Metastable properties: transition 0\n" +
                           "DonorDefect : 0\nAcceptorDefect : 1\n" + end));
     EXPECT_FALSE(survives(head + end));  // no layer at all

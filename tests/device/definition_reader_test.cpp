@@ -72,6 +72,10 @@ TEST(DefinitionReader, ProfileLinesOfAllAges)
     };
     constexpr Row rows[] = {
         {"Eg : 1.5 [eV]", 1.5, 1, 1, 1.5, Law::uniform, Dependence::uniform},
+        {"Eg : 1.5 eV", 1.5, 1, 1, 1.5, Law::uniform, Dependence::uniform},
+        {"Eg : 1.5 /cm^-3 at 300 K", 1.5, 1, 1, 1.5, Law::uniform, Dependence::uniform},
+        {"Eg : 1.5 1.7 0.2 0.3 1.5 1.7", 1.5, 1, 1, 1.5, Law::uniform, Dependence::uniform},
+        {"Eg : 1.5 1.7 0.2 0.3 1.5 1.7 2 eV", 1.7, 0.3, 0.3, 1.7, Law::parabolic, Dependence::on_y},
         {"Eg : 1.5 1.7 0.2 0.3 1.5 1.7 2 [eV]", 1.7, 0.3, 0.3, 1.7, Law::parabolic, Dependence::on_y},
         {"Eg : 1.5 1.7 0.2 0.3 0.4 1.5 1.7 4 [eV]", 1.7, 0.3, 0.4, 1.7, Law::exponential, Dependence::on_y},
         {"Eg : 1.5 1.7 0.2 0.3 -2.0 1.5 1.7 9 1 [eV]", 1.7, 0.3, -2.0, 1.7, Law::parabolic_2, Dependence::on_x},
@@ -94,16 +98,6 @@ TEST(DefinitionReader, ProfileLinesOfAllAges)
     }
 }
 
-TEST(DefinitionReader, ContactsWithAndWithoutFlatBands)
-{
-    const Definition old = read("back contact\nFi_m : 5.25 [eV]\n" + layer + end);
-    EXPECT_FALSE(old.input.cell.cell.left.flatband);
-    EXPECT_TRUE(old.input.cell.cell.right.flatband);
-    EXPECT_DOUBLE_EQ(old.input.cell.cell.left.Sn, 1e3);  // default of the left side
-    const Definition other = read("left contact\nflatband : 0\nFi_m : 5.0\n" + layer + end);
-    EXPECT_FALSE(other.input.cell.cell.left.flatband);
-}
-
 TEST(DefinitionReader, FilesOlderThanTheTunnelSwitchesOpenThePathsTheyUse)
 {
     const std::string tunnel = "back contact\nTunneling to contact : 1\n" + layer + "Tunneling in layer: 1\n" +
@@ -124,7 +118,7 @@ TEST(DefinitionReader, DefectsOfTheOldestFiles)
         EnergyDistribution distribution;
         Law law;
         Dependence dependence;
-        double left, right, decay_um;  ///< of the density profile [m^-3]
+        double left, right, decay_um;  ///< of the density profile [m^-3], [um]
         bool degeneracy_one;
     };
     using enum EnergyDistribution;
@@ -138,8 +132,11 @@ TEST(DefinitionReader, DefectsOfTheOldestFiles)
         // Peaks per eV: a tail of characteristic energy W holds W times its peak.
         {"tailtype : valenceband\nEkar : 0.05\nNleft : 1e21\n", VB_tail, Law::uniform, Dependence::uniform, 5e19, 5e19,
          1, false},
-        {"the tailtype is conductionband\nEkar : 0.05\nNleft : 1e21\n", CB_tail, Law::uniform, Dependence::uniform,
-         5e19, 5e19, 1, false},
+        {"energy distribution : tail\ntailtype : conductionband\nEkar : 0.05\nNleft : 1e21\n", CB_tail, Law::uniform,
+         Dependence::uniform, 5e19, 5e19, 1, false},
+        // ... and a Gaussian sqrt(pi) W times its peak.
+        {"energy distribution : gauss\nEkar : 0.1\nNleft : 5.641895835e20\nNright : 5.641895835e20\n", gauss,
+         Law::uniform, Dependence::uniform, 1e20, 1e20, 1, false},
         {"Nt(uniform) : 5e20\nNleft : 2e20\n", single, Law::uniform, Dependence::uniform, 5e20, 5e20, 1, false},
         // Written without a line end: the profile is lost, the old lines behind it bring it back.
         {"degeneracy factors equal oneNt(uniform) : 5e20\nNleft : 4e20\n", single, Law::uniform, Dependence::uniform,
@@ -160,16 +157,74 @@ TEST(DefinitionReader, DefectsOfTheOldestFiles)
     }
 }
 
+TEST(DefinitionReader, InterfaceDefectsOfTheOldestFiles)
+{
+    struct Row {
+        const char* lines;
+        EnergyReference reference;
+        EnergyDistribution distribution;
+        double N, N_peak;
+    };
+    using enum EnergyDistribution;
+    using enum EnergyReference;
+    constexpr Row rows[] = {
+        {"N : 1e14\n", above_EV_left, single, 1e14, 1e14},
+        {"Reference for defect energy : 1\nN : 1e14\n", above_highest_EV, single, 1e14, 1e14},
+        {"tailtype : valenceband\nEkar : 0.05\nN : 2e15\n", above_EV_left, VB_tail, 2e15, 1e14},
+        // Lines that are not known, whatever they begin with; one with n counts if it has a number.
+        {"N : 1e14\nnote : see there\nNobody : nan\nn_max : -3\nnothing\nwhatever : 5\n", above_EV_left, single, 1e14,
+         1e14},
+        {"N : 1e14\nnumber : 3e14 /m2\n", above_EV_left, single, 3e14, 3e14},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.lines);
+        const Definition d = read(layer + "interface recombination\ntype : acceptor\n" + row.lines + layer + end);
+        const auto& defect = d.input.cell.cell.interfaces[0].defects[0];
+        EXPECT_EQ(defect.defectType, DefectType::acceptor);
+        EXPECT_EQ(defect.reference, row.reference);
+        EXPECT_EQ(defect.energy_distribution, row.distribution);
+        EXPECT_DOUBLE_EQ(defect.N, row.N);
+        EXPECT_DOUBLE_EQ(defect.N_peak, row.N_peak);
+    }
+}
+
+TEST(DefinitionReader, MetastablePairsOfAllAges)
+{
+    const std::string defects = "srhrecombination\ntype : donor\nnext\ntype : acceptor\n";
+    const Definition d = read(layer + defects +
+                              "Metastable properties\nNt(x) : 3e20\nDonorDefect : 1\n"
+                              "UserDefined Activation Energies : 1 1 0\n"
+                              "Metastable properties: transition 7\nAcceptorDefect : 0\n" +
+                              end);
+    const MetaStableDefectParameters& pair = first_layer(d).metastable[0];
+    EXPECT_TRUE(pair.present);
+    EXPECT_FALSE(first_layer(d).metastable[1].present) << "a transition that is none is the first";
+    EXPECT_EQ(pair.Nt.right, 3e20);
+    EXPECT_EQ(pair.donor_defect, 1);
+    EXPECT_EQ(pair.acceptor_defect, 0);
+    EXPECT_EQ(pair.derived_energy, (std::array{true, true, false, false, true})) << "the last two as they were";
+}
+
 TEST(DefinitionReader, LinesOfTheOldestLayers)
 {
     const Definition d = read(
-        "left contact\nSn : 7\nlayer\nname : a\nd : 1e-6\nchi : [eV]\nv_th : 2e5 [m/s]\n"
+        "left contact\nSn : 7\nFi_m : 5.25\nFi_minimum : none\nlayer\nname : a\nd : 1e-6\ndate : long ago\nchi : "
+        "[eV]\nv_th : 2e5 [m/s]\n"
         "absorptionmodel : coefficients A and B\nB : 2e6\nA : 1e6\nEg : 1.44\n"
-        "layer\nname : b\nd : 1e-6\nabsorptionmodel : from file\nabsorptionfile : x\\y.abs\n"
-        "right contact\nSn : 8\nspectrumfile : AM0.spe\nIV : whatever comes behind\n");
+        "layer\nname : b\nmu_n : 0 m2/Vs\nd : 1e-6\nabsorptionmodel : from file\nabsorptionfile : x\\y.abs\n"
+        "layer\nname : c\nd : 1e-6\nB : 2e6\nEg : 1.44\nright contact\nSn : 8\nspectrumfile : AM0.spe\nIV : whatever "
+        "comes behind\n");
     const MaterialParameters &a = d.input.cell.cell.layer[0].material, &b = d.input.cell.cell.layer[1].material;
     EXPECT_EQ(d.input.cell.cell.left.Sn, 7.0);
+    EXPECT_EQ(d.input.cell.cell.left.Fi_m, 5.25);
+    EXPECT_FALSE(d.input.cell.cell.left.flatband) << "a work function and no line on flat bands";
     EXPECT_EQ(d.input.cell.cell.right.Sn, 8.0);
+    EXPECT_TRUE(d.input.cell.cell.right.flatband);
+    EXPECT_EQ(b.mu_n.pure_A, 0.0);
+    // Without a line on the model, and of two coefficients one.
+    const auto& c = d.input.cell.cell.layer[2].material.absorption.model_A.models[2];
+    EXPECT_EQ(c.values[0], 1e5);
+    EXPECT_NEAR(c.values[1], 2e4 / 1.2, 1e-9);
     EXPECT_EQ(a.chi.pure_B, -2.0) << "a line without a number";
     EXPECT_EQ(a.v_th_n.left, 2e5);
     EXPECT_EQ(a.v_th_p.right, 2e5);
@@ -212,6 +267,44 @@ TEST(DefinitionReader, NumericalSettingsAreKeptSensible)
               "The maximum number of discretisationlevels for distributed defects is limited to 100 levels.");
 }
 
+// What is left out of the problem, or cannot be kept, is told once; the rest of the file counts.
+TEST(DefinitionReader, WhatIsLeftOutIsTold)
+{
+    const std::string sheet = "interface properties\ninterfacename : none\ninterface recombination\nN : 1e14\n";
+    std::string comments, layers;
+    for (std::size_t i = 0; i < KeyedSource::most_remarks + 100; ++i) comments += "> " + std::to_string(i) + "\n";
+    for (int i = 0; i < max_layers; ++i) layers += layer + sheet;
+    struct Row {
+        const char* what;
+        std::string text, told;
+        int layers;
+    };
+    const Row rows[] = {
+        {"an interface behind the last layer", layer + "\n\n" + sheet + end, "line 9: the interface defects", 1},
+        {"also where there is no room for one", layers + end, "line 55: the interface defects", max_layers},
+        {"properties alone are nothing", layer + "interface properties\ninterfacename : none\n" + end, "", 1},
+        {"comments without end", comments + layer + comments + end, "more than 10000 comments", 1},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        Surroundings surroundings;
+        Definition d;
+        ASSERT_TRUE(parse_definition(surroundings, row.text, "x.def", d));
+        EXPECT_EQ(d.input.cell.cell.layers, row.layers);
+        ASSERT_EQ(surroundings.report.messages.size(), row.told.empty() ? 0u : 1u);
+        for (const auto& message : surroundings.report.messages)
+            EXPECT_THAT(message.text, ::testing::HasSubstr(row.told));
+        EXPECT_LE(d.remarks.size(), KeyedSource::most_remarks);
+        // It is gone, not waiting for another layer; nothing more is to be told.
+        Surroundings again;
+        ASSERT_TRUE(parse_definition(again, definition_text(d, "KOVIN", {}), "x.def", d));
+        LineWatch watch;
+        const Definition watched = watch_definition(again, row.text, "x.def", watch);
+        EXPECT_EQ(watch.findings.size(), row.told.empty() ? 0u : 1u);
+        EXPECT_EQ(watched.input.cell.cell.layers, row.layers);
+    }
+}
+
 TEST(DefinitionReader, LevelTypesFollowFromTheFirst)
 {
     struct Row {
@@ -241,23 +334,6 @@ TEST(DefinitionReader, LevelTypesFollowFromTheFirst)
     }
 }
 
-TEST(DefinitionReader, WorkingPointAndReferences)
-{
-    const Definition d = read(layer +
-                              "front contact\nSn : 1e5\nworking point\nilluminated from : left\n"
-                              "internal Rfront : 0.25\nSeries resistance : 1 (1: Rs enabled)\nRs [Ohm.m2] : 1.5e-4\n"
-                              "Shunt conductance : 1\nGsh [S/m2] : 2.5\n"
-                              "voltage V applied to :  1 (+1: right contact; -1: left contact)\n"
-                              "cell reference system :  1 (1: as a consumer)\n");
-    EXPECT_FALSE(d.workPoint.lightFromRight);
-    EXPECT_DOUBLE_EQ(d.workPoint.Tfront, 0.75);
-    EXPECT_DOUBLE_EQ(d.workPoint.Rs, 1.5e-4);
-    EXPECT_DOUBLE_EQ(d.workPoint.Gsh, 2.5);
-    EXPECT_TRUE(d.workPoint.references_given);
-    EXPECT_EQ(d.input.cell.cell.voltage_sign, -1);
-    EXPECT_EQ(d.input.cell.cell.current_sign, -1);
-}
-
 TEST(DefinitionReader, TransmissionOfTheFrontDoesNotRoundTheReflection)
 {
     struct Row {
@@ -270,6 +346,7 @@ TEST(DefinitionReader, TransmissionOfTheFrontDoesNotRoundTheReflection)
         {"internal Rfront : 0.00001\ninternal Tfront : 1.0000e+00\n", 0.00001},
         {"internal Rfront : 0.25\ninternal Tfront : 8.0000e-01\n", 0.2},
         {"internal Tfront : 9.9999e-01\n", 1.0 - 9.9999e-01},
+        {"internal Rfront : 0.25\n", 0.25},
     };
     for (const Row& row : rows) {
         const Definition d = read(layer + "front contact\nSn : 1e5\nworking point\n" + row.lines);

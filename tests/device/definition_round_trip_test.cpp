@@ -1,4 +1,4 @@
-// A cell that uses every keyword: written, read, compared field by field at the written precision.
+// A cell that uses every keyword: written, read and written again, with the fields that no line holds by itself.
 #include "device/definition_reader.h"
 #include "device/definition_writer.h"
 #include "device/full_definition.h"
@@ -6,112 +6,45 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <type_traits>
 
 namespace kovin {
 namespace {
 
-/// Equal; numbers within half a unit of the last digit that a file has for them: four significant digits or, for the
-/// energies of an interface, two behind the point. The numbers of the test have three.
-template <class Value>
-void same(const Value& found, const Value& expected, const char* what)
+/// Equal but for the rounding of a decimal number of three digits, which is what the cell has.
+void same(double found, double expected, const std::string& what)
 {
-    if constexpr (std::is_same_v<Value, double>)
-        EXPECT_NEAR(found, expected, 1e-12 + 1e-9 * std::abs(expected)) << what;
-    else
-        EXPECT_EQ(found, expected) << what;
+    EXPECT_NEAR(found, expected, 1e-12 + 1e-9 * std::abs(expected)) << what;
 }
 
-void same(const Profile& a, const Profile& b, const char* what);
-void same(const ContactParameters& a, const ContactParameters& b, const char* what);
-void same(const OpticalCaptureProperties& a, const OpticalCaptureProperties& b, const char* what);
-
-template <class Record, class... Field>
-void same_fields(const Record& a, const Record& b, const char* what, Field Record::*... field)
+/// All lines of both cells are the same; here stands what follows from several of them.
+void same_derived_fields(const LayerParameters& a, const LayerParameters& b)
 {
-    (same(a.*field, b.*field, what), ...);
-}
-
-void same(const Profile& a, const Profile& b, const char* what)
-{
-    using P = Profile;
-    same_fields(a, b, what, &P::law, &P::dependence, &P::file, &P::quantity, &P::third_scaled, &P::fourth_scaled,
-                &P::layer, &P::pure_A, &P::pure_B, &P::third, &P::fourth, &P::fifth, &P::left, &P::right,
-                &P::thickness);
-}
-
-void same(const ContactParameters& a, const ContactParameters& b, const char* what)
-{
-    using P = ContactParameters;
-    same_fields(a, b, what, &P::Sn, &P::Sp, &P::m_e, &P::m_h, &P::filter_value, &P::Fi_m, &P::flatband, &P::recalculate,
-                &P::filter, &P::filter_constant, &P::filter_transmission, &P::tunneling, &P::filter_file);
-}
-
-void same(const AbsorptionModelSet& a, const AbsorptionModelSet& b, const char* what)
-{
-    same(a.Eg, b.Eg, what);
-    for (std::size_t i = 0; i < a.models.size(); ++i) {
-        same_fields(a.models[i], b.models[i], what, &Model::on, &Model::number);
-        if (!b.models[i].on) continue;
-        for (std::size_t k = 0; k < 5; ++k) same(a.models[i].values[k], b.models[i].values[k], what);
-    }
-}
-
-void same(const OpticalCaptureProperties& a, const OpticalCaptureProperties& b, const char* what)
-{
-    using P = OpticalCaptureProperties;
-    same_fields(a, b, what, &P::present, &P::file, &P::from_model);
-    for (const auto& key : definition_tables::optical_keys) same(a.*key.field, b.*key.field, what);
-}
-
-void same(const BulkRecombinationParameters& a, const BulkRecombinationParameters& b, const char* what)
-{
-    using P = BulkRecombinationParameters;
-    same_fields(a, b, what, &P::sigma_n, &P::sigma_p, &P::Ekar, &P::Ecor, &P::Et, &P::peak_to_total, &P::layer,
-                &P::defect, &P::level, &P::levels, &P::metastable_transition, &P::metastable_role, &P::aard,
-                &P::defectType, &P::energy_distribution, &P::reference, &P::correlation, &P::Nt, &P::electrons,
-                &P::holes);
-}
-
-void same(const MetaStableDefectParameters& a, const MetaStableDefectParameters& b, const char* what)
-{
-    using P = MetaStableDefectParameters;
-    same_fields(a, b, what, &P::present, &P::number, &P::Nt, &P::derived_energy, &P::reference,
-                &P::initial_acceptor_configuration);
-    for (const auto& key : definition_tables::metastable_keys)
-        same(key.real ? a.*key.real : a.*key.whole, key.real ? b.*key.real : b.*key.whole, key.word.data());
-}
-
-void same(const LayerParameters& a, const LayerParameters& b, const char* what)
-{
-    same_fields(a, b, what, &LayerParameters::name, &LayerParameters::composition_mode, &LayerParameters::is_new,
-                &LayerParameters::composition, &LayerParameters::srhteller);
-    using M = MaterialParameters;
-    same_fields(a.material, b.material, what, &M::composition_mode, &M::tunneling, &M::d);
+    EXPECT_FALSE(a.is_new);
+    EXPECT_EQ(a.composition_mode, b.composition_mode);
+    EXPECT_EQ(a.material.composition_mode, b.material.composition_mode);
+    EXPECT_EQ(a.material.name, b.material.name);
+    EXPECT_EQ(a.material.absorption.model_A.Eg, b.material.absorption.model_A.Eg);
+    EXPECT_EQ(a.material.absorption.model_B.Eg, b.material.absorption.model_B.Eg);
+    const auto same_profile = [](const Profile& found, const Profile& expected, const std::string& what) {
+        EXPECT_EQ(found.third_scaled, expected.third_scaled) << what;
+        EXPECT_EQ(found.fourth_scaled, expected.fourth_scaled) << what;
+        EXPECT_EQ(found.quantity, expected.quantity) << what;
+        same(found.thickness, expected.thickness, what);
+    };
     for (const QuantityRow& row : graded_quantities())
-        same(a.material.*row.member, b.material.*row.member, row.word.data());
-    const Absorption &A = a.material.absorption, &B = b.material.absorption;
-    same_fields(A, B, what, &Absorption::grading, &Absorption::pure_A_from_file, &Absorption::pure_B_from_file,
-                &Absorption::file_A, &Absorption::file_B);
-    if (!B.pure_A_from_file) same(A.model_A, B.model_A, "models of pure A");
-    if (!B.pure_B_from_file) same(A.model_B, B.model_B, "models of pure B");
-    for (std::size_t k = 0; k < static_cast<std::size_t>(b.srhteller); ++k)
+        same_profile(a.material.*row.member, b.material.*row.member, std::string(row.word));
+    for (std::size_t k = 0; k < a.srh.size(); ++k)
         for (std::size_t l = 0; l < static_cast<std::size_t>(b.srh[k][0].levels); ++l) {
-            SCOPED_TRACE("defect " + std::to_string(k + 1) + ", level " + std::to_string(l + 1));
-            same(a.srh[k][l], b.srh[k][l], "bulk defect");
+            const BulkRecombinationParameters &found = a.srh[k][l], &expected = b.srh[k][l];
+            const std::string where = "defect " + std::to_string(k + 1) + ", level " + std::to_string(l + 1);
+            same_profile(found.Nt, expected.Nt, where);
+            same(found.Nt.pure_A, expected.Nt.pure_A, where);
+            same(found.peak_to_total, expected.peak_to_total, where);
+            EXPECT_EQ(found.defectType, expected.defectType) << where;
+            EXPECT_EQ(found.aard, expected.aard) << where;
+            EXPECT_EQ(found.metastable_transition, expected.metastable_transition) << where;
+            EXPECT_EQ(found.metastable_role, expected.metastable_role) << where;
         }
-    for (std::size_t k = 0; k < a.metastable.size(); ++k) same(a.metastable[k], b.metastable[k], "metastable pair");
-}
-
-void same(const InterfaceParameters& a, const InterfaceParameters& b, const char* what)
-{
-    using I = InterfaceParameters;
-    same_fields(a, b, what, &I::name, &I::tunneling, &I::m_e, &I::m_h, &I::defect_count);
-    using P = InterfaceRecombinationParameters;
-    for (std::size_t k = 0; k < static_cast<std::size_t>(b.defect_count); ++k)
-        same_fields(a.defects[k], b.defects[k], what, &P::defectType, &P::energy_distribution, &P::reference,
-                    &P::tunneling, &P::sigma_nleft, &P::sigma_nright, &P::sigma_pleft, &P::sigma_pright, &P::N,
-                    &P::N_peak, &P::m_e, &P::m_h, &P::Et, &P::Ekar, &P::peak_to_total);
 }
 
 TEST(DefinitionRoundTrip, ACellWithEveryKeywordComesBack)
@@ -121,32 +54,21 @@ TEST(DefinitionRoundTrip, ACellWithEveryKeywordComesBack)
     const std::string text = definition_text(d, "KOVIN", {});
     Definition read;
     ASSERT_TRUE(parse_definition(surroundings, text, "full.def", read)) << surroundings.report.messages.at(0).text;
+    EXPECT_EQ(definition_text(read, "KOVIN", {}), text);
     const CellParameters &a = read.input.cell.cell, &b = d.input.cell.cell;
-    ASSERT_EQ(a.layers, b.layers);
     for (std::size_t i = 0; i < static_cast<std::size_t>(b.layers); ++i) {
         SCOPED_TRACE("layer or interface " + std::to_string(i + 1));
-        same(a.layer[i], b.layer[i], "layer");
-        if (i + 1 < static_cast<std::size_t>(b.layers)) same(a.interfaces[i], b.interfaces[i], "interface");
+        same_derived_fields(a.layer[i], b.layer[i]);
+        if (i + 1 == static_cast<std::size_t>(b.layers)) break;
+        for (std::size_t k = 0; k < static_cast<std::size_t>(b.interfaces[i].defect_count); ++k)
+            same(a.interfaces[i].defects[k].N_peak, b.interfaces[i].defects[k].N_peak, "N_peak");
     }
-    using C = CellParameters;
-    same_fields(a, b, "cell", &C::left, &C::right, &C::voltage_reference, &C::reference_system, &C::voltage_sign,
-                &C::current_sign);
-    for (const auto& key : definition_tables::numerical_keys) {
-        const auto value = [&](const Definition& x) {
-            return key.real ? x.input.convergence.*key.real : x.input.convergence.*key.whole;
-        };
-        // Two digits behind the point in a file.
-        EXPECT_NEAR(value(read), value(d), 0.0051 * std::abs(value(d))) << key.word;
-    }
-    EXPECT_EQ(read.input.convergence.flatband_with_defects, 0);
+    EXPECT_EQ(a.voltage_sign, b.voltage_sign);
+    EXPECT_EQ(a.current_sign, b.current_sign);
     EXPECT_EQ(read.input.convergence.maxiter_n, 345);
     EXPECT_EQ(read.NW, d.NW);
     EXPECT_EQ(read.qe, d.qe);
-    EXPECT_TRUE(read.NW_from_file && read.IPV_Mode);
-    using W = decltype(read.workPoint);
-    same_fields(read.workPoint, d.workPoint, "working point", &W::lightFromRight, &W::Rfront, &W::Tfront, &W::RsPresent,
-                &W::Rs, &W::GshPresent, &W::Gsh, &W::references_given);
-    EXPECT_EQ(definition_text(read, "KOVIN", {}), text);
+    EXPECT_TRUE(read.NW_from_file && read.IPV_Mode && read.workPoint.references_given);
 }
 
 // What files do not bring back; each is how files of all versions are.

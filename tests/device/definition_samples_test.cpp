@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <filesystem>
 
 namespace kovin {
@@ -65,31 +64,6 @@ TEST(DefinitionSamples, ReadAndWriteReturnEveryLineOfTheFile)
         ASSERT_TRUE(parse_definition(surroundings, plain, file, again));
         EXPECT_EQ(SaveDefinitionFile(again), plain);
     }
-}
-
-TEST(DefinitionSamples, EarliestFormGivesThePresentCell)
-{
-    Surroundings surroundings;
-    Definition d;
-    ASSERT_TRUE(lees_structuurfile(surroundings, samples / "earliest-format.def", d));
-    const CellParameters& cell = d.input.cell.cell;
-    ASSERT_EQ(cell.layers, 2);
-    const LayerParameters& p = cell.layer[0];
-    EXPECT_FALSE(cell.left.flatband);
-    EXPECT_DOUBLE_EQ(cell.left.Fi_m, 5.45);
-    EXPECT_DOUBLE_EQ(p.material.v_th_p.pure_A, 1e5);
-    EXPECT_DOUBLE_EQ(p.material.absorption.grading.pure_A, 1239.977 / 1.15);
-    ASSERT_EQ(p.srhteller, 2);
-    // Peak density per eV over 1/(sqrt(pi) Ekar): the total density of the Gaussian.
-    EXPECT_NEAR(p.srh[1][0].Nt.pure_A / 1e20, 1.0, 1e-4);
-    EXPECT_EQ(p.srh[1][0].Nt.dependence, Dependence::uniform);
-    EXPECT_EQ(p.srh[0][0].aard, LevelType::plus_zero);
-    EXPECT_EQ(p.srh[1][0].aard, LevelType::zero_minus);
-    // A = 1e7 /(m sqrt(eV)) is alpha_0 = A sqrt(Eg)/100 per cm, with the gap as fifth value.
-    EXPECT_NEAR(p.material.absorption.model_B.models[2].values[0], 1e5 * std::sqrt(1.15), 1e-6);
-    EXPECT_DOUBLE_EQ(p.material.absorption.model_B.models[2].values[4], 1.15);
-    ASSERT_EQ(cell.interfaces[0].defect_count, 1);
-    EXPECT_EQ(cell.interfaces[0].defects[0].reference, EnergyReference::above_EV_left);
 }
 
 }  // namespace

@@ -219,25 +219,5 @@ TEST(ChainTerms, EquilibriumIsGrandCanonical)
     }
 }
 
-TEST(ChainTerms, AChainOfOneLevelIsASingleLevel)
-{
-    Device d = device_of(rows[1]);
-    const DefectEnergy& single = d.memory.defects.energies.at(0);
-    DefectChain chain;
-    chain.first = single.first;
-    chain.levels = 1;
-    chain.Nt = single.Nt;
-    chain.cn = single.cn, chain.cp = single.cp, chain.en = single.en, chain.ep = single.ep;
-    chain.charge = single.charge, chain.charged = single.charged;
-    DcTerms one, other;
-    for (DcTerms* t : {&one, &other}) t->resize(d.cv.psi.size());
-    rdcbijdrage_een_niveau(single, d.cv, one);
-    rdcbijdrage_een_niveau_multilevel(chain, d.cv, other);
-    for (auto field : {&DcTerms::rho, &DcTerms::drho_dpsi, &DcTerms::drho_du, &DcTerms::drho_dv, &DcTerms::rec,
-                       &DcTerms::drec_dpsi, &DcTerms::drec_du, &DcTerms::drec_dv})
-        for (std::size_t i = 0; i < d.cv.psi.size(); ++i)
-            EXPECT_NEAR((other.*field)[i], (one.*field)[i], 1e-13 * std::fabs((one.*field)[i])) << i;
-}
-
 }  // namespace
 }  // namespace kovin::testing

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-
 namespace kovin::testing {
 namespace {
 
@@ -117,26 +115,6 @@ TEST(Identities, ResultDoesNotDependOnTheDiffusionScale)
         }
         EXPECT_NEAR(J[1] / J[0], 1.0, 1e-8) << c.name;
     }
-}
-
-TEST(Identities, TwoThreadsGiveTheSameBitsAsTwoRuns)
-{
-    const auto run = [](double& J) {
-        Device device(thin_film_cell());
-        device.solve_equilibrium();
-        device.illuminate_exponentially(33.0, 0.5e-6);
-        device.solve();
-        device.go_to(0.6, 6);
-        J = device.cv.J_median;
-    };
-    double alone = 0.0, first = 0.0, second = 0.0;
-    run(alone);
-    std::thread a(run, std::ref(first)), b(run, std::ref(second));
-    a.join();
-    b.join();
-    EXPECT_EQ(first, alone);
-    EXPECT_EQ(second, alone);
-    EXPECT_NE(alone, 0.0);
 }
 
 }  // namespace
