@@ -11,6 +11,10 @@ namespace kovin {
 enum CouplingScheme { decoupled = 11, coupled_uv = 12, fully_coupled = 13, gummel_then_coupled = 14 };
 [[nodiscard]] constexpr bool is_coupled(int scheme) { return scheme >= coupled_uv && scheme <= gummel_then_coupled; }
 
+/// Way to the solution of the discrete equations, which are the same for both: `fast` solves all of them together in
+/// the densities, `classic` has the coupling schemes.
+enum class Route { fast, classic };
+
 struct ConvergenceParameters {
     double clamp_psi = 0.5, clamp_p = 0.5, clamp_n = 0.5;                         ///< [kT]
     double clamp_start = 10.0;                                                    ///< clamp at iteration 0 [kT]
@@ -34,8 +38,9 @@ struct ConvergenceParameters {
     int gummel_to_coupled_iteration = 10;
     int maxiter_psi_equilibrium = 1000, maxiter_psi = 1000, maxiter_n = 1000, maxiter_p = 1000;
     int maxiter_Ft = 50;
-    int coupling_scheme = 11;  ///< see CouplingScheme; an unknown number acts as 11
-    int clamp_mode = 1;        ///< 0 none; 1, 3 scale; 2 clip; 4 soft
+    Route route = Route::classic;  ///< a setting of the program; no file holds it
+    int coupling_scheme = 11;      ///< see CouplingScheme; an unknown number acts as 11
+    int clamp_mode = 1;            ///< 0 none; 1, 3 scale; 2 clip; 4 soft
     int clamp_ramp_iterations = 10;
     int on_limit_psi = 2, on_limit_n = 2, on_limit_p = 2;
     int use_sparse_psi = 2, use_sparse_n = 1, use_sparse_p = 1;

@@ -21,17 +21,26 @@ std::string check_termination(const std::string& text)
     return good ? "" : "'" + text + "' is no positive number";
 }
 
+constexpr const char* route_words[] = {"fast", "classic"};            // in the order of Route
 constexpr const char* row_words[] = {"truncate", "zeros", "blanks"};  // in the order of CutCurves
 
 /// What was typed for options that need more than a number.
 struct Typed {
-    std::string termination, rows;
+    std::string termination, rows, route;
 };
+
+CLI::Option* add_route(CLI::App& command, Typed& typed)
+{
+    return command.add_option("--route", typed.route, "Way to the solution; the answer is the same")
+        ->check(CLI::IsMember(std::vector<std::string>(std::begin(route_words), std::end(route_words))))
+        ->type_name("");
+}
 
 /// Settings of the iteration, for those who want to know how exact a result is, and of the files.
 void add_settings(CLI::App& run, Options& options, Typed& typed)
 {
     const auto group = "Settings of this run, over those of the cell";
+    auto* route = add_route(run, typed);
     auto* scheme = run.add_option("--scheme", options.scheme, "Coupling of the equations")
                        ->check(CLI::IsMember({11, 12, 13, 14}))
                        ->type_name("");
@@ -46,7 +55,7 @@ void add_settings(CLI::App& run, Options& options, Typed& typed)
     auto* rows = run.add_option("--cut-curves", typed.rows, "Rows behind a convergence failure")
                      ->check(CLI::IsMember(std::vector<std::string>(std::begin(row_words), std::end(row_words))))
                      ->type_name("");
-    for (CLI::Option* option : {scheme, switch_at, termination, rows}) option->group(group);
+    for (CLI::Option* option : {route, scheme, switch_at, termination, rows}) option->group(group);
 }
 
 /// Takes over what was typed; all of it has been checked.
@@ -55,6 +64,8 @@ void take_settings(const Typed& typed, Options& options)
     if (!typed.termination.empty()) options.termination = number_here(typed.termination).value;
     for (std::size_t k = 0; k < std::size(row_words); ++k)
         if (typed.rows == row_words[k]) options.cut_curves = static_cast<int>(k);
+    for (std::size_t k = 0; k < std::size(route_words); ++k)
+        if (typed.route == route_words[k]) options.route = static_cast<Route>(k);
 }
 
 }  // namespace
@@ -98,6 +109,7 @@ bool read_options(int argc, char** argv, const std::string& version, Options& op
     home->add_option("--init", options.init, "Make this folder a home: the whole tree, with the shipped files");
     Typed typed;
     add_settings(*run, options, typed);
+    add_route(app, typed);
     std::vector<std::string> only_loaded;
     app.add_option("files", only_loaded, "Files to load");
 

@@ -1,6 +1,8 @@
 // The options of the command line.
 #pragma once
 
+#include "device/numerical_settings.h"
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -41,6 +43,7 @@ struct Options {
     bool json = false;
     bool progress = true;
     // Settings of this run that stand over those of the cell.
+    std::optional<Route> route;         ///< way to the solution
     std::optional<int> scheme;          ///< coupling scheme, 11 to 14
     std::optional<int> switch_at;       ///< pass from which scheme 14 solves all equations together
     std::optional<double> termination;  ///< of psi, Fn and Fp [kT]

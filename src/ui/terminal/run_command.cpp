@@ -95,10 +95,13 @@ bool complete_actions(Session& session, const Options& options, const CommandLin
 void apply_settings(Session& session, const Options& options)
 {
     ConvergenceParameters& settings = session.simulation.problem.input.convergence;
+    if (options.route) settings.route = *options.route;
     if (options.scheme) settings.coupling_scheme = *options.scheme;
     if (options.switch_at) settings.gummel_to_coupled_iteration = *options.switch_at;
     if (options.termination) set_terminations(settings, *options.termination);
     session.ActionListMode = static_cast<CutCurves>(options.cut_curves);
+    session.surroundings.monitor.post({.text = std::string(settings.route == Route::fast ? "fast" : "classic") +
+                                               " route" + (options.route ? " (--route)" : "")});
 }
 
 bool write_files(Session& session, const Options& options, const std::vector<ResultFile>& files, Summary& summary)
@@ -134,6 +137,7 @@ ExitStatus load_command(Session& session, const Options& options)
     const LoadResult loaded = load_files(session, attribute_arguments(options.files));
     const bool not_supported = tell_not_supported(session, loaded);
     if (not_supported || !loaded.all_loaded) return ExitStatus::input;
+    apply_settings(session, options);
     Simulation& s = session.simulation;
     return CanAllFilesBeFound(session.surroundings, s.zonnecel.cell, s.panel) ? ExitStatus::good : ExitStatus::input;
 }
