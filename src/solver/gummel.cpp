@@ -11,9 +11,7 @@
 
 namespace kovin {
 
-namespace {
-
-bool solve_poisson_step(const Problem& problem, Workspace& work, CalculationVariables& cv)
+bool poisson_step(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
     totale_rdcbijdrage(problem, cv, Terms::psi);
     total_charge(problem, cv, work.rho_total);
@@ -22,11 +20,13 @@ bool solve_poisson_step(const Problem& problem, Workspace& work, CalculationVari
     return calculate_dc_delta_psi(cv.mesh, work);
 }
 
-void add_to_psi(const Problem& problem, const Workspace& work, CalculationVariables& cv, double lambda = 1.0)
+void add_to_psi(const Problem& problem, const Workspace& work, CalculationVariables& cv, double lambda)
 {
     for (std::size_t i = 0; i < cv.psi.size(); ++i) cv.psi[i] += lambda * work.delta[i];
     update_epsi(problem.set3, cv);
 }
+
+namespace {
 
 /// The loop of Poisson's equation; the Bernoulli values are left behind.
 bool iterate_psi(const Problem& problem, Workspace& work, CalculationVariables& cv, int limit)
@@ -39,7 +39,7 @@ bool iterate_psi(const Problem& problem, Workspace& work, CalculationVariables& 
             cv.its_psi = -1;
             return false;
         }
-        const bool solved = solve_poisson_step(problem, work, cv);
+        const bool solved = poisson_step(problem, work, cv);
         const double largest = solved ? MaximumAbsoluteValue(work.delta) : std::nan("");
         if (std::isnan(largest)) {
             cv.its_psi = -1;

@@ -9,6 +9,12 @@
 
 namespace kovin {
 
+/// The raw Newton step of Poisson's equation from the present state, into work.delta. @return false if it is not finite
+[[nodiscard]] bool poisson_step(const Problem& problem, Workspace& work, CalculationVariables& cv);
+
+/// Adds lambda times work.delta to psi; the Bernoulli values are left behind.
+void add_to_psi(const Problem& problem, const Workspace& work, CalculationVariables& cv, double lambda = 1.0);
+
 /// Poisson's equation with quasi-Fermi levels held. A first step below the termination is added all the same.
 /// @param limit  of iterations
 /// @return false on failure (its_psi is then -1); otherwise its_psi counts the steps above the termination

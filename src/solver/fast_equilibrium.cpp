@@ -1,0 +1,119 @@
+#include "solver/fast_equilibrium.h"
+
+#include "solver/bulk_terms.h"
+#include "solver/currents.h"
+#include "solver/estimates.h"
+#include "solver/gummel.h"
+#include "solver/newton_steps.h"
+
+#include <algorithm>
+#include <cmath>
+#include <span>
+
+namespace kovin {
+
+namespace {
+
+constexpr double converged_below = 1e-9;  ///< [kT]
+/// A step this small that is not a tenth of the one before is rounding: Newton's steps fall faster.
+constexpr double rounding_below = 1e-7, still_falling = 0.1;
+/// Width to which neutrality is bisected [kT]; from there a Newton step is as good.
+constexpr double neutral_within = 0.5;
+
+/// psi of a neutral point with the fixed charge c: n - p = c, n p = Wn Wp. Both roots without cancellation.
+double neutral_psi(double c, double Wn, double Wp)
+{
+    const double half = 0.5 * std::fabs(c);
+    const double majority = half + std::sqrt(half * half + Wn * Wp);
+    return c >= 0.0 ? std::log(majority / Wn) : std::log(Wp / majority);
+}
+
+/// Adds the least and the greatest charge that a defect can hold.
+template <class Record>
+void add_charge_range(const Record& defect, double electrons, std::span<double> least, std::span<double> greatest)
+{
+    if (defect.charged == 0.0) return;
+    for (std::size_t k = 0; k < defect.Nt.size(); ++k) {
+        least[defect.first + k] += defect.Nt[k] * (defect.charge - electrons);
+        greatest[defect.first + k] += defect.Nt[k] * defect.charge;
+    }
+}
+
+/// Elements above 1 kT to 1 + ln of their size.
+void damp_large_elements(std::span<double> step)
+{
+    for (double& s : step)
+        if (const double size = std::fabs(s); size > 1.0) s = std::copysign(1.0 + std::log(size), s);
+}
+
+}  // namespace
+
+void start_from_neutrality(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    const CalculationParameters& set3 = problem.set3;
+    const OnMesh& on = set3.on;
+    const std::size_t N = cv.psi.size();
+    eerste_schatting(set3, cv);
+    // Whatever the state of the defects, psi lies between its values at their least and their greatest charge.
+    std::vector<double>&low = work.sub, &high = work.super;
+    low = on.doping;
+    high = on.doping;
+    for (const DefectEnergy& level : problem.defects.energies) add_charge_range(level, 1.0, low, high);
+    for (const DefectChain& chain : problem.defects.chains) add_charge_range(chain, chain.levels, low, high);
+    double width = 0.0;
+    for (std::size_t i = 0; i < N; ++i) {
+        const bool one_charge = low[i] == high[i];
+        low[i] = neutral_psi(low[i], on.Wn[i], on.Wp[i]);
+        high[i] = one_charge ? low[i] : neutral_psi(high[i], on.Wn[i], on.Wp[i]);
+        width = std::max(width, high[i] - low[i]);
+    }
+    const auto to_middle = [&] {
+        for (std::size_t i = 1; i + 1 < N; ++i) cv.psi[i] = 0.5 * (low[i] + high[i]);
+        update_epsi(set3, cv);
+    };
+    to_middle();
+    for (; width > neutral_within; width *= 0.5) {
+        totale_rdcbijdrage(problem, cv, Terms::psi);
+        total_charge(problem, cv, work.rho_total);
+        for (std::size_t i = 0; i < N; ++i) (work.rho_total[i] > 0.0 ? low : high)[i] = 0.5 * (low[i] + high[i]);
+        to_middle();
+    }
+    // The two points of an interface share one psi.
+    for (std::size_t j = 0; j + 1 < static_cast<std::size_t>(cv.mesh.nlayers); ++j) {
+        const auto l = static_cast<std::size_t>(cv.mesh.last[j]);
+        cv.psi[l] = cv.psi[l + 1] = 0.5 * (cv.psi[l] + cv.psi[l + 1]);
+    }
+    update_psivar(set3, cv);
+}
+
+bool fast_equilibrium_from_here(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    double before = 0.0;
+    bool converged = false;
+    int k = 0;
+    while (!converged && k < fast_equilibrium_steps) {
+        ++k;
+        if (!poisson_step(problem, work, cv)) break;
+        const double largest = MaximumAbsoluteValue(work.delta);
+        if (!std::isfinite(largest)) break;
+        damp_large_elements(work.delta);
+        add_to_psi(problem, work, cv);
+        converged = largest < converged_below || (largest < rounding_below && largest > still_falling * before);
+        cv.max_delta_psi = before = largest;
+    }
+    cv.iterations = cv.its_psi = converged ? k : -1;
+    update_bernoulli(problem.set3, cv);
+    totale_rdcbijdrage(problem, cv);
+    extraheer_stroom(problem, cv, work.currents);
+    return converged;
+}
+
+bool fast_equilibrium(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    start_from_neutrality(problem, work, cv);
+    if (fast_equilibrium_from_here(problem, work, cv)) return true;
+    eerste_schatting(problem.set3, cv);
+    return fast_equilibrium_from_here(problem, work, cv);
+}
+
+}  // namespace kovin
