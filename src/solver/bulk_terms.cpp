@@ -10,57 +10,17 @@ namespace kovin {
 
 namespace {
 
-/// One discrete energy; the sums that a step does not read cost as much as those that it does, so each step has its
-/// own loop. The compiler gives up on comparing 18 arrays for overlap, which ivdep rules out: they are all distinct.
 template <Terms terms>
 void add_level(const DefectEnergy& level, const CalculationVariables& cv, DcTerms& out)
 {
-    constexpr bool all = terms == Terms::all, for_psi = all || terms == Terms::psi;
-    constexpr bool for_u = all || terms == Terms::u, for_v = all || terms == Terms::v;
-    const std::size_t count = level.Nt.size(), first = level.first;
-    const double charged = level.charged, empty = level.charge;
-    const double* Nt_ = level.Nt.data();
-    const double* cn_ = level.cn.data();
-    const double* cp_ = level.cp.data();
-    const double* en_ = level.en.data();
-    const double* ep_ = level.ep.data();
-    const double* n_ = cv.n.data() + first;
-    const double* p_ = cv.p.data() + first;
-    const double* bn_ = cv.bn.data() + first;
-    const double* bp_ = cv.bp.data() + first;
-    const double* P_ = cv.P.data() + first;
-    double* rho = out.rho.data() + first;
-    double* rho_psi = out.drho_dpsi.data() + first;
-    double* rho_u = out.drho_du.data() + first;
-    double* rho_v = out.drho_dv.data() + first;
-    double* rec = out.rec.data() + first;
-    double* rec_psi = out.drec_dpsi.data() + first;
-    double* rec_u = out.drec_du.data() + first;
-    double* rec_v = out.drec_dv.data() + first;
-#pragma GCC ivdep
-    for (std::size_t i = 0; i < count; ++i) {
-        const double cn = cn_[i], cp = cp_[i], en = en_[i], ep = ep_[i];
-        const double cnn = cn * n_[i], cpp = cp * p_[i];
-        const double A = ep + cnn, B = en + cpp;
-        const double r = 1.0 / (A + B + negligible_rate);
-        const double Nr = Nt_[i] * r;
-        if constexpr (for_psi) {
-            rho[i] += charged * Nt_[i] * (empty - A * r);
-            rho_psi[i] -= charged * Nr * r * (cnn * B + cpp * A);
-        }
-        if constexpr (all) {
-            rho_u[i] -= charged * Nr * r * cn * B * bn_[i];
-            rho_v[i] += charged * Nr * r * cp * A * bp_[i];
-        }
-        if constexpr (for_u || for_v) {
-            const double emission = en * ep;
-            const double R = P_[i] * emission * Nr;
-            rec[i] += R;
-            if constexpr (all) rec_psi[i] -= R * (cnn - cpp) * r;
-            if constexpr (for_u) rec_u[i] += Nr * r * (emission + (ep + B) * cpp) * bn_[i] * cn;
-            if constexpr (for_v) rec_v[i] += Nr * r * (emission + (en + A) * cnn) * bp_[i] * cp;
-        }
-    }
+    const std::size_t first = level.first;
+    level_loop<terms>(
+        level.Nt.size(),
+        {level.Nt.data(), level.cn.data(), level.cp.data(), level.en.data(), level.ep.data(), level.charge,
+         level.charged},
+        {cv.n.data() + first, cv.p.data() + first, cv.bn.data() + first, cv.bp.data() + first, cv.P.data() + first},
+        {out.rho.data() + first, out.drho_dpsi.data() + first, out.drho_du.data() + first, out.drho_dv.data() + first,
+         out.rec.data() + first, out.drec_dpsi.data() + first, out.drec_du.data() + first, out.drec_dv.data() + first});
 }
 
 void clear(DcTerms& out, Terms terms)
@@ -68,6 +28,7 @@ void clear(DcTerms& out, Terms terms)
     const auto zero = [](auto&... arrays) { (std::fill(arrays.begin(), arrays.end(), 0.0), ...); };
     switch (terms) {
         case Terms::all:
+        case Terms::carriers:
             return out.clear();
         case Terms::psi:
             return zero(out.rho, out.drho_dpsi);
@@ -85,6 +46,8 @@ void rdcbijdrage_een_niveau(const DefectEnergy& level, const CalculationVariable
     switch (terms) {
         case Terms::all:
             return add_level<Terms::all>(level, cv, out);
+        case Terms::carriers:
+            return add_level<Terms::carriers>(level, cv, out);
         case Terms::psi:
             if (level.charged != 0.0) add_level<Terms::psi>(level, cv, out);
             return;

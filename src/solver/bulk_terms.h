@@ -6,18 +6,11 @@
 // Source: Shockley, Read, Phys. Rev. 87 (1952) 835; Hall, Phys. Rev. 87 (1952) 387.
 #pragma once
 
+#include "solver/level_loop.h"
 #include "solver/problem.h"
 #include "solver/state.h"
 
 namespace kovin {
-
-/// What a step reads of the terms; the others of DcTerms are then left as they are.
-enum class Terms {
-    all,
-    psi,  ///< rho, drho_dpsi
-    u,    ///< rec, drec_du
-    v     ///< rec, drec_dv
-};
 
 /// Adds one discrete energy of a defect with a single level to the terms.
 void rdcbijdrage_een_niveau(const DefectEnergy& level, const CalculationVariables& cv, DcTerms& out,

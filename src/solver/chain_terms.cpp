@@ -2,6 +2,8 @@
 
 #include "device/charge_states.h"
 
+#include <type_traits>
+
 namespace kovin {
 
 namespace {
@@ -21,31 +23,18 @@ void fraction_slopes(const ChainOccupation<L>& chain, const double* slope, doubl
 /// One energy of a chain with L levels. psi acts on the fractions through n and p alone, as u d/du - v d/dv. Loops over
 /// levels are unrolled, so that the loop over the points vectorises.
 template <int L, Terms terms>
-void add_chain(const DefectChain& chain, const CalculationVariables& cv, DcTerms& out)
+void add_chain(const DefectChain& chain, const LevelCarriers& with, const double* u_, const double* v_,
+               const LevelSums& out)
 {
-    constexpr bool all = terms == Terms::all, for_psi = all || terms == Terms::psi;
-    constexpr bool for_u = all || terms == Terms::u, for_v = all || terms == Terms::v;
-    const std::size_t count = chain.Nt.size(), first = chain.first;
-    const double* Nt_ = chain.Nt.data();
-    const double* cn_ = chain.cn.data();
-    const double* cp_ = chain.cp.data();
-    const double* en_ = chain.en.data();
-    const double* ep_ = chain.ep.data();
-    const double* n_ = cv.n.data() + first;
-    const double* p_ = cv.p.data() + first;
-    const double* bn_ = cv.bn.data() + first;
-    const double* bp_ = cv.bp.data() + first;
-    const double* u_ = cv.expFn.data() + first;
-    const double* v_ = cv.expmFp.data() + first;
-    const double* P_ = cv.P.data() + first;
-    double* rho = out.rho.data() + first;
-    double* rho_psi = out.drho_dpsi.data() + first;
-    double* rho_u = out.drho_du.data() + first;
-    double* rho_v = out.drho_dv.data() + first;
-    double* rec = out.rec.data() + first;
-    double* rec_psi = out.drec_dpsi.data() + first;
-    double* rec_u = out.drec_du.data() + first;
-    double* rec_v = out.drec_dv.data() + first;
+    constexpr bool all = terms == Terms::all, carriers = all || terms == Terms::carriers;
+    constexpr bool for_psi = carriers || terms == Terms::psi;
+    constexpr bool for_u = carriers || terms == Terms::u, for_v = carriers || terms == Terms::v;
+    const std::size_t count = chain.Nt.size();
+    const double *Nt_ = chain.Nt.data(), *cn_ = chain.cn.data(), *cp_ = chain.cp.data();
+    const double *en_ = chain.en.data(), *ep_ = chain.ep.data();
+    const double *n_ = with.n, *p_ = with.p, *bn_ = with.bn, *bp_ = with.bp, *P_ = with.P;
+    double *rho = out.rho, *rho_psi = out.rho_psi, *rho_u = out.rho_u, *rho_v = out.rho_v;
+    double *rec = out.rec, *rec_psi = out.rec_psi, *rec_u = out.rec_u, *rec_v = out.rec_v;
     const double charged = chain.charged, top_charge = chain.charge;
 #pragma GCC ivdep
     for (std::size_t i = 0; i < count; ++i) {
@@ -73,8 +62,8 @@ void add_chain(const DefectChain& chain, const CalculationVariables& cv, DcTerms
             }
             const double N = charged * Nt_[i];
             rho[i] += N * charge;
-            rho_psi[i] -= N * (u_[i] * by_u - v_[i] * by_v);
-            if constexpr (all) {
+            if constexpr (all || terms == Terms::psi) rho_psi[i] -= N * (u_[i] * by_u - v_[i] * by_v);
+            if constexpr (carriers) {
                 rho_u[i] -= N * by_u;
                 rho_v[i] -= N * by_v;
             }
@@ -98,7 +87,7 @@ void add_chain(const DefectChain& chain, const CalculationVariables& cv, DcTerms
                 R_u += w * per_both * (emission + (ep_[k] + B[s]) * cpp[s]) * bn_[i] * cn_[k];
                 R_v += w * per_both * (emission + (en_[k] + A[s]) * cnn[s]) * bp_[i] * cp_[k];
             }
-            R_psi += u_[i] * shift_u - v_[i] * shift_v;
+            if constexpr (all) R_psi += u_[i] * shift_u - v_[i] * shift_v;
             R_u += shift_u;
             R_v += shift_v;
             rec[i] += Nt_[i] * R;
@@ -112,16 +101,39 @@ void add_chain(const DefectChain& chain, const CalculationVariables& cv, DcTerms
 template <int L>
 void add_terms(const DefectChain& chain, const CalculationVariables& cv, DcTerms& out, Terms terms)
 {
+    const std::size_t k = chain.first;
+    const LevelCarriers with{cv.n.data() + k, cv.p.data() + k, cv.bn.data() + k, cv.bp.data() + k, cv.P.data() + k};
+    const LevelSums sums{out.rho.data() + k, out.drho_dpsi.data() + k, out.drho_du.data() + k, out.drho_dv.data() + k,
+                         out.rec.data() + k, out.drec_dpsi.data() + k, out.drec_du.data() + k, out.drec_dv.data() + k};
+    const double *u = cv.expFn.data() + k, *v = cv.expmFp.data() + k;
     switch (terms) {
         case Terms::all:
-            return add_chain<L, Terms::all>(chain, cv, out);
+            return add_chain<L, Terms::all>(chain, with, u, v, sums);
         case Terms::psi:
-            if (chain.charged != 0.0) add_chain<L, Terms::psi>(chain, cv, out);
+            if (chain.charged != 0.0) add_chain<L, Terms::psi>(chain, with, u, v, sums);
             return;
         case Terms::u:
-            return add_chain<L, Terms::u>(chain, cv, out);
+            return add_chain<L, Terms::u>(chain, with, u, v, sums);
         case Terms::v:
-            return add_chain<L, Terms::v>(chain, cv, out);
+            return add_chain<L, Terms::v>(chain, with, u, v, sums);
+        case Terms::carriers:
+            return add_chain<L, Terms::carriers>(chain, with, nullptr, nullptr, sums);
+    }
+}
+
+/// Calls `act` with the number of levels as a constant.
+template <class Act>
+void with_levels(int levels, const Act& act)
+{
+    switch (levels) {
+        case 2:
+            return act(std::integral_constant<int, 2>{});
+        case 3:
+            return act(std::integral_constant<int, 3>{});
+        case 4:
+            return act(std::integral_constant<int, 4>{});
+        default:
+            break;
     }
 }
 
@@ -130,16 +142,12 @@ void add_terms(const DefectChain& chain, const CalculationVariables& cv, DcTerms
 void rdcbijdrage_een_niveau_multilevel(const DefectChain& chain, const CalculationVariables& cv, DcTerms& out,
                                        Terms terms)
 {
-    switch (chain.levels) {
-        case 2:
-            return add_terms<2>(chain, cv, out, terms);
-        case 3:
-            return add_terms<3>(chain, cv, out, terms);
-        case 4:
-            return add_terms<4>(chain, cv, out, terms);
-        default:
-            break;
-    }
+    with_levels(chain.levels, [&](auto L) { add_terms<L.value>(chain, cv, out, terms); });
+}
+
+void add_chain_by_carriers(const DefectChain& chain, const LevelCarriers& with, const LevelSums& out)
+{
+    with_levels(chain.levels, [&](auto L) { add_chain<L.value, Terms::carriers>(chain, with, nullptr, nullptr, out); });
 }
 
 }  // namespace kovin

@@ -22,4 +22,8 @@ namespace kovin {
 void rdcbijdrage_een_niveau_multilevel(const DefectChain& chain, const CalculationVariables& cv, DcTerms& out,
                                        Terms terms = Terms::all);
 
+/// The same with the carriers as they are given, from the first point of the chain on: charge, rate and their slopes to
+/// the carriers (the sums of Terms::carriers).
+void add_chain_by_carriers(const DefectChain& chain, const LevelCarriers& with, const LevelSums& out);
+
 }  // namespace kovin

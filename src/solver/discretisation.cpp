@@ -120,6 +120,7 @@ void prepare_solver(const CalculationParameters& set3, const Mesh& mesh, SolverM
     define_defects(set3, mesh, memory.defects);
     define_interface_states(set3, mesh, memory.interface_states);
     memory.work.resize(at(mesh.N), at(mesh.nlayers), is_coupled(set3.convergence.coupling_scheme));
+    if (set3.convergence.route == Route::fast) memory.work.fast.prepare(set3, mesh, memory.defects);
 }
 
 }  // namespace kovin

@@ -78,6 +78,23 @@ void ifrdcbijdrage_een_niveau(const InterfaceEnergy& level, const InterfaceCarri
     out.dIp_right_du_right += NR * h_R * df_duR;
 }
 
+void add_transfer_sums(const InterfaceEnergy& level, const InterfaceCarriers& c, InterfaceTransferSums& out)
+{
+    const double cnL = level.cnL, cnR = level.cnR, cpL = level.cpL, cpR = level.cpR;
+    const double enL = level.enL, enR = level.enR, epL = level.epL, epR = level.epR;
+    const double n = cnL * c.nL + cnR * c.nR, p = cpL * c.pL + cpR * c.pR;
+    const double r = 1.0 / (n + p + cnL * enL + cnR * enR + cpL * epL + cpR * epR + negligible_rate);
+    const double NL = level.Nt * c.flux_per_left * r, NR = level.Nt * c.flux_per_right * r;
+    const double R_LL = cnL * cpL * (enL * epL) * c.P_LL, R_RR = cnR * cpR * (enR * epR) * c.P_RR;
+    const double R_LR = cnL * cpR * (enL * epR) * c.P_LR, R_RL = cnR * cpL * (enR * epL) * c.P_RL;
+    const double T_n = -cnL * cnR * enR * c.bnL * c.du, T_p = -cpL * cpR * epR * c.bpL * c.dv;
+    // Of a current N r I the rise of all electrons by d ln n gives N r (dI - I n r).
+    out.In_left_n += NL * (cnL * c.nL * p + T_n - n * r * (T_n + R_LL + R_LR));
+    out.In_right_n += NR * (cnR * c.nR * p - T_n - n * r * (R_RR + R_RL - T_n));
+    out.Ip_left_p += NL * (cpL * c.pL * n + T_p - p * r * (T_p + R_LL + R_RL));
+    out.Ip_right_p += NR * (cpR * c.pR * n - T_p - p * r * (R_RR + R_LR - T_p));
+}
+
 void totale_ifrdcbijdrage(const Problem& problem, CalculationVariables& cv)
 {
     const auto& energies = problem.interface_states.energies;

@@ -35,6 +35,17 @@ struct InterfaceCarriers {
 [[nodiscard]] InterfaceCarriers carriers_at_interface(const Problem& problem, const CalculationVariables& cv,
                                                       std::size_t interface);
 
+/// How the currents into one sheet answer when the densities on both sides rise alike, d/d ln nL + d/d ln nR: the sums
+/// of two slopes that nearly cancel where the sheet mainly passes carriers on from one side to the other.
+struct InterfaceTransferSums {
+    double In_left_n = 0.0, In_right_n = 0.0;  ///< electrons
+    double Ip_left_p = 0.0, Ip_right_p = 0.0;  ///< holes
+};
+/// Adds one energy to the sums, without that cancellation.
+/// @pre bn and bp of the carriers are the densities themselves, du and dv their relative steps: slopes are to ln n, ln
+/// p
+void add_transfer_sums(const InterfaceEnergy& level, const InterfaceCarriers& c, InterfaceTransferSums& out);
+
 /// Adds one energy to the terms of its interface.
 void ifrdcbijdrage_een_niveau(const InterfaceEnergy& level, const InterfaceCarriers& c, InterfaceTerms& out);
 

@@ -4,6 +4,7 @@
 #include "solver/coupled.h"
 #include "solver/currents.h"
 #include "solver/estimates.h"
+#include "solver/fast_route.h"
 #include "solver/gummel.h"
 #include "solver/mesh_adapt.h"
 
@@ -169,6 +170,12 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
     return true;
 }
 
+namespace {
+
+bool on_fast_route(const Problem& problem) { return problem.set3.convergence.route == Route::fast; }
+
+}  // namespace
+
 bool equilibrium(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
     eerste_schatting(problem.set3, cv);
@@ -181,7 +188,9 @@ bool equilibrium(const Problem& problem, Workspace& work, CalculationVariables& 
 
 bool onder_belichting(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
-    return !cv.failed() && dc_Gummel_iteration_all(problem, work, cv);
+    if (cv.failed()) return false;
+    return on_fast_route(problem) ? fast_onder_belichting(problem, work, cv)
+                                  : dc_Gummel_iteration_all(problem, work, cv);
 }
 
 bool volgende_iv_punt(const Problem& problem, Workspace& work, CalculationVariables& cv, double Vfrom, double Vto,
@@ -192,6 +201,10 @@ bool volgende_iv_punt(const Problem& problem, Workspace& work, CalculationVariab
     const int steps = std::max(npoints, 2) - 1;  // a count below two acts as one step
     const double dV = (Vto - Vfrom) / steps;
     for (int k = 1; k <= steps; ++k) {
+        if (on_fast_route(problem)) {
+            if (!fast_naar_spanning(problem, work, cv, Vfrom + k * (Vto - Vfrom) / steps)) return false;
+            continue;
+        }
         volgende_schatting(problem.set3, cv, Vfrom + k * (Vto - Vfrom) / steps, dV);
         if (!dc_Gummel_iteration_all(problem, work, cv)) return false;
     }

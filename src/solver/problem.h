@@ -6,6 +6,7 @@
 #include "device/calculation_set.h"
 #include "device/mesh.h"
 #include "solver/block_solve.h"
+#include "solver/fast_system.h"
 #include "solver/relaxation.h"
 #include "solver/state.h"
 
@@ -104,6 +105,7 @@ struct Workspace {
     std::vector<double> link_ratio, new_x;              ///< of a change of the mesh
     BlockSystem block;                                  ///< of the coupled schemes
     std::vector<double> psi_start, Fn_start, Fp_start;  ///< state before an attempt of the coupled loop
+    FastWork fast;
     /// @param coupled  what the coupled schemes need as well; it stays empty without
     void resize(std::size_t points, std::size_t layers, bool coupled);
 };
@@ -128,6 +130,7 @@ struct Problem {
     const std::vector<double>& G;            ///< generation at the mesh points [D0 N0/x0^2]
     const Monitor* monitor = nullptr;        ///< asked for a stop between two passes
     Report* report = nullptr;                ///< told when a loop comes to its limit, if the settings ask for it
+    double voltage_sign = 1.0;               ///< of the user's voltage against the internal one, for messages
     std::optional<MeshAdaption> adaption{};  ///< lets the mesh follow the solution, where the settings want it
     [[nodiscard]] bool mesh_may_move() const { return adaption && set3.convergence.recalculate_mesh != 0; }
 };
