@@ -5,6 +5,7 @@
 #include "device/contacts.h"
 #include "device/grading.h"
 #include "device/layer_profiles.h"
+#include "device/on_mesh.h"
 #include "device/parameterset3.h"
 #include "solver/currents.h"
 #include "solver/mesh_first.h"
@@ -227,12 +228,33 @@ public:
     }
     bool solve_equilibrium() { return equilibrium(problem(), memory.work, cv); }
     bool solve() { return onder_belichting(problem(), memory.work, cv); }
+    /// Goes on from a state that was kept, on the mesh that it has.
+    void return_to(const CalculationVariables& state)
+    {
+        const bool same_mesh = state.mesh.x == cv.mesh.x && state.mesh.n_in_layer == cv.mesh.n_in_layer;
+        cv = state;
+        if (same_mesh) return;
+        Full_x_Dependence(set3, cv.mesh);
+        prepare_solver(set3, cv.mesh, memory);
+        relight(cv.mesh);
+    }
     bool go_to(double V, int steps = 1) { return volgende_iv_punt(problem(), memory.work, cv, cv.V, V, steps + 1); }
 
     /// Generation G_SI(x) [m^-3 s^-1], x in m from the left contact.
     void illuminate(const std::function<double(double)>& G_SI)
     {
-        light = G_SI;
+        light = [=](const Mesh& mesh, std::size_t, std::size_t i) { return G_SI(mesh.x_m[i]); };
+        relight(cv.mesh);
+    }
+    /// Generation by its mean over the box of each point, which ends half-way to the neighbours in the layer.
+    /// @param mean_SI  from a to b [m] [m^-3 s^-1]
+    void illuminate_boxes(const std::function<double(double, double)>& mean_SI)
+    {
+        light = [=](const Mesh& mesh, std::size_t j, std::size_t i) {
+            const std::vector<double>& x = mesh.x_m;
+            const auto f = static_cast<std::size_t>(mesh.first[j]), l = static_cast<std::size_t>(mesh.last[j]);
+            return mean_SI(i > f ? 0.5 * (x[i - 1] + x[i]) : x[i], i < l ? 0.5 * (x[i] + x[i + 1]) : x[i]);
+        };
         relight(cv.mesh);
     }
     /// Exponential light of `J` mA/cm2 in all, from the right unless `from_left`, over the decay length [m].
@@ -267,14 +289,15 @@ public:
     std::vector<double> G;
 
 private:
-    std::function<double(double)> light = [](double) { return 0.0; };
+    std::function<double(const Mesh&, std::size_t, std::size_t)> light;  ///< of point i in layer j [m^-3 s^-1]
 
     void relight(const Mesh& mesh)
     {
         G.resize(static_cast<std::size_t>(mesh.N));
         for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j)
             for (auto i = static_cast<std::size_t>(mesh.first[j]); i <= static_cast<std::size_t>(mesh.last[j]); ++i)
-                G[i] = light(mesh.x_m[i]) * set3.scale.x0 * set3.scale.x0 / (set3.scale.D0 * set3.scale.N0[j]);
+                G[i] = !light ? 0.0
+                              : light(mesh, j, i) * set3.scale.x0 * set3.scale.x0 / (set3.scale.D0 * set3.scale.N0[j]);
     }
     /// Another diffusion scale: everything that is measured in v0 follows.
     void rescale(double factor)
