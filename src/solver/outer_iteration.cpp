@@ -4,6 +4,7 @@
 #include "solver/coupled.h"
 #include "solver/currents.h"
 #include "solver/estimates.h"
+#include "solver/fast_equilibrium.h"
 #include "solver/fast_route.h"
 #include "solver/gummel.h"
 #include "solver/mesh_adapt.h"
@@ -178,6 +179,7 @@ bool on_fast_route(const Problem& problem) { return problem.set3.convergence.rou
 
 bool equilibrium(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
+    if (on_fast_route(problem)) return fast_equilibrium(problem, work, cv);
     eerste_schatting(problem.set3, cv);
     const bool converged = dc_Gummel_iteration_psi(problem, work, cv, problem.set3.convergence.maxiter_psi_equilibrium);
     cv.iterations = cv.its_psi;
