@@ -41,8 +41,9 @@ Spread spread(std::vector<double> values)
 }
 
 struct Figures {
-    std::vector<double> equilibrium_passes, light_passes, equilibrium_ms, light_ms, point_ms, cell_ms, passes_a_point;
-    double passes = 0.0, points = 0.0, ms = 0.0;
+    std::vector<double> equilibrium_passes, light_passes, equilibrium_ms, light_ms, point_ms, cell_ms, passes_a_point,
+        uncertainty;
+    double noise_limited = 0.0, passes = 0.0, points = 0.0, ms = 0.0;
     std::vector<std::string> failed;
     int ended[std::size(end_words)] = {};
 
@@ -52,6 +53,7 @@ struct Figures {
         passes += static_cast<double>(w.passes);
         points += w.points;
         ms += w.ms();
+        noise_limited += w.noise_limited;
         cell_ms.push_back(w.ms());
         if (w.end == End::equilibrium) return;
         equilibrium_passes.push_back(w.equilibrium_passes);
@@ -60,6 +62,7 @@ struct Figures {
         if (!torture.dark()) {
             light_passes.push_back(w.light_passes);
             light_ms.push_back(w.light_ms);
+            uncertainty.push_back(w.uncertainty);
         }
         passes_a_point.push_back(static_cast<double>(w.passes) / w.points);
         point_ms.push_back((w.light_ms + w.sweep_ms) / w.points);
@@ -90,18 +93,23 @@ void print_table(const Wishes& wishes, const Figures& f)
     print_row("passes a point, mean of a cell", f.passes_a_point);
     print_row("ms a point, mean of a cell", f.point_ms);
     print_row("ms a cell", f.cell_ms);
-    std::printf("%-34s %10.0f\n%-34s %10.3f\n%-34s %10.4f\n", "points solved", f.points, "passes a point, all",
-                f.passes / std::max(f.points, 1.0), "ms a point, all", f.ms / std::max(f.points, 1.0));
+    print_row("uncertainty of J in light, a cell", f.uncertainty);
+    const auto print = [](const char* name, double value) { std::printf("%-34s %10.6g\n", name, value); };
+    print("points solved", f.points);
+    print("of these limited by rounding", f.noise_limited);
+    print("passes a point, all", f.passes / std::max(f.points, 1.0));
+    print("ms a point, all", f.ms / std::max(f.points, 1.0));
 }
 
 std::string told(std::uint64_t id, const TortureCell& torture, const Walk& w)
 {
     char text[200];
-    std::snprintf(text, sizeof text,
-                  "%4llu %-11s at %6.3f V  %d layers %3.0f K %-5s points %3d passes %6ld ms %9.2f J0 %12.5e JF %12.5e",
-                  static_cast<unsigned long long>(id), end_words[static_cast<std::size_t>(w.end)], w.V,
-                  torture.cell.layers, torture.T, torture.dark() ? "dark" : "light", w.points, w.passes, w.ms(),
-                  w.J_start, w.J_forward);
+    std::snprintf(
+        text, sizeof text,
+        "%4llu %-11s at %6.3f V  %d layers %3.0f K %-5s points %3d passes %6ld ms %9.2f J0 %12.5e JF %12.5e +- %.1e",
+        static_cast<unsigned long long>(id), end_words[static_cast<std::size_t>(w.end)], w.V, torture.cell.layers,
+        torture.T, torture.dark() ? "dark" : "light", w.points, w.passes, w.ms(), w.J_start, w.J_forward,
+        w.uncertainty);
     return text;
 }
 

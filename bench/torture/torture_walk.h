@@ -4,8 +4,9 @@
 #include "solver/devices.h"
 #include "torture/torture_cell.h"
 
-#include <chrono>
+#include <algorithm>
 #include <cmath>
+#include <ctime>
 #include <memory>
 #include <vector>
 
@@ -24,8 +25,12 @@ struct Walk {
     int points = 0;              ///< bias points that were solved, V = 0 in the light included
     int equilibrium_passes = 0;  ///< as the state counts them, like the next
     int light_passes = 0;
-    long passes = 0;  ///< of all points
-    double equilibrium_ms = 0.0, light_ms = 0.0, sweep_ms = 0.0;
+    long passes = 0;        ///< of all points
+    int noise_limited = 0;  ///< points at which rounding moves the state
+    /// Largest distance between the two best estimates of J, over the larger of J and the light, of points in the
+    /// light; fast route only.
+    double uncertainty = 0.0;
+    double equilibrium_ms = 0.0, light_ms = 0.0, sweep_ms = 0.0;  ///< of the processor
     double J_start = 0.0, J_forward = 0.0;  ///< at V = 0 and at the forward end, positive from left to right [A/m2]
     [[nodiscard]] bool finished() const { return end == End::finished; }
     [[nodiscard]] double ms() const { return equilibrium_ms + light_ms + sweep_ms; }
@@ -90,8 +95,13 @@ private:
     }
     void count_point(Walk& w) const
     {
+        const CalculationVariables& cv = device->cv;
         ++w.points;
-        w.passes += device->cv.iterations;
+        w.passes += cv.iterations;
+        w.noise_limited += cv.noise_limited ? 1 : 0;
+        if (cell.dark()) return;
+        const double most = std::max(std::fabs(cv.J_median), 0.1 * elementary_charge * cell.flux);
+        w.uncertainty = std::max(w.uncertainty, cv.J_error / most);
     }
     static Walk ended(Walk& w, End end)
     {
@@ -101,9 +111,9 @@ private:
     template <class Work>
     static double timed(const Work& work)
     {
-        const auto start = std::chrono::steady_clock::now();
+        const std::clock_t start = std::clock();
         work();
-        return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+        return 1e3 * static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
     }
 
     const TortureCell& cell;
