@@ -8,9 +8,11 @@
 #include "device/action_tables.h"
 #include "device/column_check.h"
 #include "device/definition_check.h"
+#include "device/definition_places.h"
 #include "device/definition_reader.h"
 #include "device/definition_tables.h"
 #include "device/file_check.h"
+#include "device/graded_values.h"
 #include "device/grading.h"
 #include "device/grading_file.h"
 
@@ -26,36 +28,73 @@ struct Look {
     std::filesystem::path file;
     LineWatch watch;
     std::vector<NeededFile> needed;
+    bool all_readable = true;  ///< of the files needed
 
     void find(int line, const std::string& text) { watch.find(line, text); }
 };
 
-/// Bytes and lengths that no reader takes.
-void check_bytes(Look& look, const std::string& text, std::size_t limit)
+/// Bytes and lengths that no reader takes. In a table nothing is lost of a long heading or behind the two numbers of a
+/// row, as in the generation files that the program writes.
+/// @param table  kind of a two-column file; unknown for keyed files
+void check_bytes(Look& look, const std::string& text, std::size_t limit, FileKind table)
 {
     LineReader reader(text, text.size());
+    bool rows = table == FileKind::unknown;
+    double x = 0.0, y = 0.0;
     for (std::string line; reader.ReadLine(line);) {
         const bool control = std::any_of(line.begin(), line.end(), [](char c) {
             const auto byte = static_cast<unsigned char>(c);
             return byte < 32 && c != '\t' && c != '\r' && c != '\f' && c != '\v';
         });
         if (control) look.find(reader.line_number(), "holds a byte that is no text");
-        if (line.size() > limit)
+        const bool is_a_row =
+            table != FileKind::unknown && is_row(std::string_view(line).substr(0, limit), table, x, y);
+        rows = rows || is_a_row;
+        if (line.size() > limit && rows && !is_a_row)
             look.find(reader.line_number(), "is " + integer(static_cast<long>(line.size())) +
                                                 " characters long; only " + integer(static_cast<long>(limit)) +
                                                 " are read");
     }
 }
 
-/// Names a missing file at the line where its name stands.
+/// The line at which each needed file is named, 0 if none does. A name that stands on several lines goes to the line
+/// of its own section and keyword, and to each of them once as far as they reach.
+std::vector<int> lines_of_needed(const Look& look)
+{
+    const DefinitionPlaces places(look.watch.known);
+    const auto& names = look.watch.files;
+    std::vector<bool> used(names.size(), false);
+    std::vector<int> lines;
+    for (const NeededFile& file : look.needed) {
+        std::size_t best = names.size();
+        int best_fit = 0;
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            if (names[i].text != file.name) continue;
+            const DefinitionPlaces::Place place = places.place(names[i].line);
+            const bool same_section = place.section == file.section;
+            const bool same_key = same_section && place.keyword.find(file.keyword) != std::string::npos;
+            const int fit = 1 + (same_key ? 4 : 0) + (same_section ? 2 : 0) + (used[i] ? 0 : 1);
+            if (fit > best_fit) best = i, best_fit = fit;
+        }
+        if (best < names.size()) used[best] = true;
+        lines.push_back(best < names.size() ? names[best].line : 0);
+    }
+    return lines;
+}
+
+/// Names each file that is missing or unreadable at the line where its name stands.
 void check_needed(Look& look)
 {
-    for (const NeededFile& file : look.needed) {
-        if (IsFileFound(look.session.surroundings, file.name, file.kind)) continue;
-        const auto& names = look.watch.files;
-        const auto at = std::find_if(names.begin(), names.end(), [&](const auto& n) { return n.text == file.name; });
-        look.find(at == names.end() ? 0 : at->line,
-                  file.what + ": " + (file.name.empty() ? "no name is given" : "'" + file.name + "' is not there"));
+    const std::vector<int> lines = lines_of_needed(look);
+    for (std::size_t i = 0; i < look.needed.size(); ++i) {
+        const NeededFile& file = look.needed[i];
+        const std::string_view fault =
+            file.name.empty()
+                ? "no name is given"
+                : why_unreadable(CheckKOVINPaths(look.session.surroundings.folders, file.name, file.kind));
+        if (fault.empty()) continue;
+        look.find(lines[i], file.what + ": " + (file.name.empty() ? "" : "'" + file.name + "' ") + std::string(fault));
+        look.all_readable = false;
     }
 }
 
@@ -65,13 +104,16 @@ void needed_by(Look& look, WorkPoint point, const std::string& which)
     for_each_light_file(point, which, [&](const NeededFile& file, const auto&) { look.needed.push_back(file); });
 }
 
-/// Brings the ends of all profiles up to date, and looks for values that no material has along graded ones. A grading
-/// file that cannot be used is a finding of its own.
+/// Loads the grading files, brings the ends of all profiles up to date, and looks for values with which nothing can be
+/// computed. Of a grading file that cannot be used only values that its quantity cannot have are told here; the rest is
+/// found where the file itself is looked at.
 void check_grading(Look& look, SiCell& cell)
 {
     Surroundings quiet;
     quiet.folders = look.session.surroundings.folders;
-    if (!load_grading_files(quiet, cell)) return;
+    if (!load_grading_files(quiet, cell))
+        for (const Message& message : quiet.report.messages)
+            if (message.text.find(outside_its_range) != std::string::npos) look.find(0, message.text);
     for (std::size_t j = 0; j < static_cast<std::size_t>(cell.cell.layers); ++j) recalculate_ends(cell.cell.layer[j]);
     quiet.report.messages.clear();
     if (graded_values_hold(quiet.report, cell)) return;
@@ -85,7 +127,7 @@ bool check_text(Look& look, const std::string& text, FileKind kind)
     const std::string name = look.file.string();
     switch (kind) {
         case FileKind::definition: {
-            check_bytes(look, text, definition_tables::definition_line_limit);
+            check_bytes(look, text, definition_tables::definition_line_limit, FileKind::unknown);
             Definition definition = watch_definition(quiet, text, look.file, look.watch);
             check_grading(look, definition.input.cell);
             check_physical_sense(definition, look.watch);
@@ -96,14 +138,14 @@ bool check_text(Look& look, const std::string& text, FileKind kind)
         }
         case FileKind::action_list:
         case FileKind::work_point_2: {
-            check_bytes(look, text, action_tables::line_limit);
+            check_bytes(look, text, action_tables::line_limit, FileKind::unknown);
             const ActionPanel panel = watch_action_list(quiet, text, name, look.watch);
             if (kind == FileKind::action_list) needed_by(look, panel.workPoint, "");
             needed_by(look, panel.secondWorkPoint, " (initial wp)");
             break;
         }
         default:
-            check_bytes(look, text, two_column_line_limit);
+            check_bytes(look, text, two_column_line_limit, kind);
             return check_columns(text, kind, look.watch) > 0;
     }
     check_needed(look);
@@ -117,19 +159,16 @@ bool check_text(Look& look, const std::string& text, FileKind kind)
 CheckResult check_one(Look& look, FileKind kind)
 {
     const auto unreadable = [&](const std::string& why) { return CheckResult{{{look.file, 0, why}}, false}; };
-    std::error_code error;
-    const auto status = std::filesystem::status(look.file, error);
-    if (!std::filesystem::exists(status)) return unreadable("is not there");
-    if (std::filesystem::is_directory(status)) return unreadable("is a folder");
+    if (const std::string_view fault = why_unreadable(look.file); !fault.empty()) return unreadable(std::string(fault));
     const auto text = read_whole_file(look.file);
     if (!text) return unreadable("cannot be read");
-    if (text->empty()) return unreadable("is empty");
     CheckResult result;
-    result.readable = check_text(look, *text, kind);
+    const bool holds_some = check_text(look, *text, kind);
+    result.readable = holds_some && look.all_readable;
     std::stable_sort(look.watch.findings.begin(), look.watch.findings.end(),
                      [](const auto& a, const auto& b) { return a.line < b.line; });
     for (const auto& [line, what] : look.watch.findings) result.findings.push_back({look.file, line, what});
-    if (!result.readable) result.findings.push_back({look.file, 0, "holds nothing that is read from its kind of file"});
+    if (!holds_some) result.findings.push_back({look.file, 0, "holds nothing that is read from its kind of file"});
     return result;
 }
 
@@ -147,18 +186,20 @@ CheckResult check_file(const Session& session, const std::string& name)
 {
     const FileKind kind = DetermineKOVINFiletype(name);
     if (!can_be_checked(kind)) return {{{name, 0, "is of no kind that can be checked"}}, false};
-    Look look{.session = session, .file = find_input(session, name, kind), .watch = {}, .needed = {}};
+    Look look{
+        .session = session, .file = find_input(session, name, kind), .watch = {}, .needed = {}, .all_readable = true};
     CheckResult result = check_one(look, kind);
 
-    // The files that it names, each once.
+    // The files that it names, each once; what has no readable file has been told.
     std::vector<std::filesystem::path> seen;
     for (const NeededFile& file : look.needed) {
         const auto path = CheckKOVINPaths(session.surroundings.folders, file.name, file.kind);
-        if (!IsFileFound(session.surroundings, file.name, file.kind)) continue;
+        if (file.name.empty() || !why_unreadable(path).empty()) continue;
         if (std::find(seen.begin(), seen.end(), path) != seen.end()) continue;
         seen.push_back(path);
-        Look inner{.session = session, .file = path, .watch = {}, .needed = {}};
-        CheckResult found = check_one(inner, file.kind);
+        Look inner{.session = session, .file = path, .watch = {}, .needed = {}, .all_readable = true};
+        const CheckResult found = check_one(inner, file.kind);
+        result.readable = result.readable && found.readable;
         result.findings.insert(result.findings.end(), found.findings.begin(), found.findings.end());
     }
     return result;

@@ -17,7 +17,8 @@ struct Finding {
 
 struct CheckResult {
     std::vector<Finding> findings;  ///< in the order of the lines
-    bool readable = true;           ///< false: missing, not to be opened, or nothing of its kind in it
+    /// False: it, or a file that it names, is missing, cannot be read, or holds nothing of its kind.
+    bool readable = true;
 };
 
 /// Reads a file of a kind that a calculation starts from (.def, .act, .wp2, .spe, .abs, .ftr, .gen, .grad, .opt) and

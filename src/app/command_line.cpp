@@ -93,6 +93,12 @@ bool AttributeFile(const std::string& name, std::string_view extension, CommandL
     return true;
 }
 
+bool names_nothing(const CommandLineFiles& files)
+{
+    return std::all_of(std::begin(slots), std::end(slots),
+                       [&](const Slot& slot) { return (files.*(slot.file)).empty(); });
+}
+
 CommandLineFiles attribute_arguments(std::span<const std::string> arguments)
 {
     CommandLineFiles files;

@@ -28,6 +28,9 @@ int ExtractExtensionname(std::string& line, std::string& extension);
 /// Puts a file into the slot of its extension. @return false if there is none
 bool AttributeFile(const std::string& name, std::string_view extension, CommandLineFiles& files);
 
+/// Is every slot empty?
+[[nodiscard]] bool names_nothing(const CommandLineFiles& files);
+
 /// Sorts arguments into slots. Arguments that end in an unknown extension are set aside first, so that they do not
 /// become part of the next name. At most 1300 characters are looked at; what lies beyond is set aside too.
 [[nodiscard]] CommandLineFiles attribute_arguments(std::span<const std::string> arguments);

@@ -12,17 +12,21 @@ namespace kovin {
 
 namespace {
 
+/// Something that is no folder; whether it can be read is for the readers to say.
 bool is_there(const std::filesystem::path& file)
 {
     std::error_code error;
-    return std::filesystem::is_regular_file(file, error);
+    const auto status = std::filesystem::status(file, error);
+    return std::filesystem::exists(status) && !std::filesystem::is_directory(status);
 }
 
 bool found(Session& session, const std::filesystem::path& file, const char* what)
 {
-    if (is_there(file)) return true;
+    std::error_code error;
+    if (std::filesystem::is_regular_file(file, error)) return true;
     KOVINErrorMessage(session.surroundings.report, std::string("Error whilst opening ") + what,
-                      "'" + file.string() + "' not found");
+                      "'" + file.string() + "' " +
+                          (std::filesystem::exists(file, error) ? std::string(why_unreadable(file)) : "not found"));
     return false;
 }
 

@@ -12,6 +12,7 @@ namespace kovin {
 namespace {
 
 constexpr std::size_t largest_file = 64u << 20;
+constexpr std::string_view is_empty = "is empty";
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 constexpr std::string_view comment_signs = "><*!/\\";
 constexpr std::string_view blanks = " \t\v\f\r\n";
@@ -26,13 +27,27 @@ bool write_directly(const std::filesystem::path& file, std::string_view text)
 
 }  // namespace
 
-std::optional<std::string> read_whole_file(const std::filesystem::path& file)
+std::string_view why_unreadable(const std::filesystem::path& file)
 {
     std::error_code error;
-    if (std::filesystem::is_directory(file, error)) return std::nullopt;
+    const auto status = std::filesystem::status(file, error);
+    if (!std::filesystem::exists(status)) return "is not there";
+    if (std::filesystem::is_directory(status)) return "is a folder";
+    // A pipe would be waited for, a device may have no end.
+    if (!std::filesystem::is_regular_file(status)) return "is not a regular file";
+    const auto size = std::filesystem::file_size(file, error);
+    if (error || ::access(file.c_str(), R_OK) != 0) return "cannot be read";
+    if (size == 0) return is_empty;
+    return size > largest_file ? "is larger than 64 MB and is not read" : "";
+}
+
+std::optional<std::string> read_whole_file(const std::filesystem::path& file)
+{
+    const std::string_view fault = why_unreadable(file);
+    if (!fault.empty() && fault != is_empty) return std::nullopt;
     std::ifstream in(file, std::ios::binary);
     if (!in) return std::nullopt;
-    // In pieces, because a device or a pipe has no size to ask for.
+    // In pieces, because the file may grow in the meantime.
     std::string text, piece(1u << 16, '\0');
     while (in) {
         in.read(piece.data(), static_cast<std::streamsize>(piece.size()));

@@ -12,7 +12,12 @@
 
 namespace kovin {
 
-/// The contents of a file as bytes; nothing if it cannot be opened or read, or is larger than 64 MB.
+/// Why there is nothing to read in a file, for a message behind its name: "is not there", "is a folder", "is not a
+/// regular file" (a pipe, a device), "cannot be read", "is empty", "is larger than 64 MB and is not read"; "" if there
+/// is something.
+[[nodiscard]] std::string_view why_unreadable(const std::filesystem::path& file);
+
+/// The contents of a regular file as bytes; nothing if why_unreadable names another fault than that it is empty.
 [[nodiscard]] std::optional<std::string> read_whole_file(const std::filesystem::path& file);
 
 /// Writes `text` to `file` through a temporary beside it, so that a failure leaves the old file. @return success

@@ -84,7 +84,8 @@ std::optional<std::string> open_for_reading(Surroundings& surroundings, const st
     std::error_code error;
     if (std::filesystem::exists(file, error))
         KOVINErrorMessage(surroundings.report, "From Function ReadKOVINFile()",
-                          "Function ReadKOVINFile(): Error occured during reading file: " + file.string() + " !");
+                          "Function ReadKOVINFile(): Error occured during reading file: " + file.string() + " !\nIt " +
+                              std::string(why_unreadable(file)) + '.');
     else
         KOVINErrorMessage(surroundings.report, "From Function ReadKOVINFile()",
                           "File was not found.\nError occured during opening file:\n" + file.string());
@@ -216,7 +217,9 @@ int CountLinesInFile(Surroundings& surroundings, std::string_view path, FileKind
     const std::filesystem::path file = MakeFullPath(surroundings.folders, path, kind);
     if (file.empty()) return fault("File name called to open is empty");
     std::optional<std::string> text = read_whole_file(file);
-    if (!text) return fault("Error occured during opening file: " + file.string());
+    if (!text)
+        return fault("Error occured during opening file: " + file.string() + "\nIt " +
+                     std::string(why_unreadable(file)) + '.');
 
     const int limit = row_limit(kind) + 1;
     int count = 0;

@@ -181,7 +181,8 @@ bool read_file(Surroundings& surroundings, const std::filesystem::path& file, bo
 {
     auto text = read_whole_file(file);
     if (text) return parse(surroundings, std::move(*text), file.string(), all, panel);
-    KOVINErrorMessage(surroundings.report, title, "The file could not be read:\n" + file.string());
+    KOVINErrorMessage(surroundings.report, title,
+                      "The file could not be read:\n" + file.string() + ' ' + std::string(why_unreadable(file)));
     return false;
 }
 

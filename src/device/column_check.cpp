@@ -22,13 +22,14 @@ struct ColumnRule {
     int most = MAX_NUMBER_OF_INPUT_POINTS;  ///< rows
     bool refused = false;                   ///< a file with more is not taken at all; else the rest is not read
 };
+constexpr Limits light{.low = 0.0, .high = 1e40};  ///< beyond it a run refuses the sum whatever the other rows hold
 constexpr ColumnRule rules[] = {
-    {FileKind::spectrum, "wavelength", "power", positive, not_negative, MAX_NUMBER_OF_INPUT_POINTS, true},
+    {FileKind::spectrum, "wavelength", "power", positive, light, MAX_NUMBER_OF_INPUT_POINTS, true},
     {FileKind::absorption, "wavelength", "absorption coefficient", positive, not_negative},
     {FileKind::filter, "wavelength", "percentage", positive, {0.0, 100.0}, MAX_NUMBER_OF_INPUT_POINTS, true},
-    {FileKind::generation, "position", "generation", not_negative, not_negative, max_generation_points, true},
+    {FileKind::generation, "position", "generation", not_negative, light, max_generation_points, true},
     {FileKind::optical_capture, "wavelength", "cross section", positive, not_negative},
-    {FileKind::grading, "position or composition", "value", not_negative, any_number},
+    {FileKind::grading, "position or composition", "value", not_negative, any_number, MAX_NUMBER_OF_INPUT_POINTS, true},
 };
 
 bool is_comment(std::string_view line)
@@ -92,7 +93,7 @@ int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
     const auto find = [&](const std::string& what) { watch.find(reader.line_number(), what); };
     // Of each kind of disorder the first line is named; the rest follows from it.
     bool told_order = false, told_limit = false;
-    int rows = 0, largest_line = 0;
+    int rows = 0, largest_line = 0, run = 0;  // run: rows in succession at one place
     double largest = 0.0, x_before = 0.0;
     for (std::string line; reader.ReadLine(line);) {
         double x = 0.0, y = 0.0;
@@ -111,7 +112,10 @@ int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
             told_limit = true;
             continue;
         }
-        if (rows > 0 && x <= x_before && !told_order) {
+        // Interfaces are double points in the generation that the program writes: G jumps there.
+        run = rows > 0 && x == x_before ? run + 1 : 1;
+        const bool double_point = kind == FileKind::generation && run == 2;
+        if (rows > 0 && x <= x_before && !double_point && !told_order) {
             find(x < x_before ? std::string(rule->x) + " falls: the rows are sorted when they are read"
                               : std::string(rule->x) + " repeats: its rows are merged when they are read");
             told_order = true;

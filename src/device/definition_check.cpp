@@ -2,10 +2,10 @@
 
 #include "base/text_format.h"
 #include "device/defect_levels.h"
+#include "device/definition_places.h"
+#include "device/graded_values.h"
 
 #include <algorithm>
-#include <cmath>
-#include <map>
 
 namespace kovin {
 
@@ -15,91 +15,66 @@ constexpr double rounding = 1e-6;  ///< [eV]: files write energies with three to
 
 std::string figure(double value) { return fixed(value, 0, 3); }
 
-/// Where a file says what: "layer 2/defect 1/Et" to its line.
-class Places {
-public:
-    explicit Places(const std::vector<LineWatch::Entry>& known)
-    {
-        int layer = 0, defect = 0;
-        std::string part, section;
-        const auto open = [&](const std::string& name) {
-            section = name + '/';
-            defect = 0;
-        };
-        for (const auto& [line, key] : known) {
-            if (key == "back contact" || key == "left contact") {
-                open("left");
-            } else if (key == "front contact" || key == "right contact") {
-                open("right");
-            } else if (key == "layer") {
-                open("layer " + integer(++layer));
-            } else if (key == "srhrecombination" || key == "interface recombination") {
-                part = (key[0] == 's' ? "layer " : "interface ") + integer(layer) + "/defect ";
-                open(part + "1");
-                defect = 1;
-            } else if (key == "next" && defect > 0) {
-                section = part + integer(++defect) + '/';
-            } else if (key == "interface properties" || key == "Metastable properties" || key == "working point") {
-                open(key);
-            } else {
-                line_of_.emplace(section + key, line);
-            }
-        }
-    }
-    /// 0 if the file does not say it.
-    [[nodiscard]] int line(const std::string& place) const
-    {
-        const auto found = line_of_.find(place);
-        return found == line_of_.end() ? 0 : found->second;
-    }
-
-private:
-    std::map<std::string, int> line_of_;
-};
-
 struct PhysicsCheck {
     const CellParameters& cell;
-    const Places& places;
+    const DefinitionPlaces& places;
     LineWatch& watch;
 
-    void find(const std::string& place, const std::string& text) { watch.find(places.line(place), text); }
+    void find(const std::string& section, const std::string& keyword, const std::string& text)
+    {
+        watch.find(places.line(section, keyword), text);
+    }
 };
 
-/// Values that a profile takes in its layer: the pure ones that its composition reaches.
-struct Range {
-    double low, high;
-};
-Range range_of(const Profile& profile, const LayerParameters& layer)
+/// " at x = 0.500 um" where the profile is not the same all over the layer.
+std::string at_place(const std::vector<double>& values, double x_um)
 {
-    const bool only_A = layer.composition_mode == 0 && profile.dependence != Dependence::on_x;
-    const bool only_B = layer.composition_mode == 20 && profile.dependence != Dependence::on_x;
-    const double A = only_B ? profile.pure_B : profile.pure_A, B = only_A ? profile.pure_A : profile.pure_B;
-    return {std::min(A, B), std::max(A, B)};
+    const auto [low, high] = std::minmax_element(values.begin(), values.end());
+    return *low == *high ? "" : " at x = " + figure(x_um) + " um";
 }
-/// Value at the left or right end; that of a graded layer as the file has it.
-double end_of(const Profile& profile, const LayerParameters& layer, bool right)
-{
-    const Range range = range_of(profile, layer);
-    if (range.low == range.high) return range.low;
-    return right ? profile.right : profile.left;
-}
-double ratio(const LayerParameters& layer) { return layer.material.Nv.pure_A / layer.material.Nc.pure_A; }
 
-void check_layer(PhysicsCheck& check, const LayerParameters& layer, const std::string& name)
+void check_permittivity(PhysicsCheck& check, const LayerParameters& layer, const std::string& name)
 {
-    if (const double eps = range_of(layer.material.eps, layer).low; eps < 1.0)
-        check.find(name + "/eps", name + ": a relative permittivity of " + figure(eps) + " is below that of vacuum");
-    const double Eg = range_of(layer.material.Eg, layer).high;
-    for (int k = 0; k < layer.srhteller; ++k) {
-        const auto& levels = layer.srh[static_cast<std::size_t>(k)];
-        const std::string defect = name + "/defect " + integer(k + 1);
-        for (int i = 0; i < levels[0].levels; ++i) {
-            const auto& level = levels[static_cast<std::size_t>(i)];
-            const double E = level_above_EV(level.reference, level.Et, Eg, kT_at_300K, ratio(layer));
-            if (E < -rounding || E > Eg + rounding)
-                check.find(defect + "/Et", name + ", defect " + integer(k + 1) + ": level " + integer(i + 1) +
-                                               " lies outside the gap of " + figure(Eg) + " eV");
+    const Profile& profile = layer.material.eps;
+    if (!can_be_evaluated(layer, profile)) return;
+    const LayerPlaces places = places_to_check(layer, {&profile});
+    const std::vector<double> eps = values_at(layer, profile, places);
+    const auto i = static_cast<std::size_t>(std::min_element(eps.begin(), eps.end()) - eps.begin());
+    if (eps[i] < 1.0)
+        check.find(name, "eps",
+                   name + ": a relative permittivity of " + figure(eps[i]) + at_place(eps, places.x_um[i]) +
+                       " is below that of vacuum");
+}
+
+/// The levels of a defect against the gap wherever the defect is; told is the place where one lies furthest outside,
+/// which for a level counted from a band is that of the smallest gap. A defect that is nowhere counts as everywhere.
+void check_levels(PhysicsCheck& check, const LayerParameters& layer, int number, const std::string& name)
+{
+    const auto& levels = layer.srh[static_cast<std::size_t>(number - 1)];
+    const MaterialParameters& m = layer.material;
+    for (const Profile* p : {&m.Eg, &m.Nc, &m.Nv, &levels[0].Nt})
+        if (!can_be_evaluated(layer, *p)) return;
+    const LayerPlaces places = places_to_check(layer, {&m.Eg, &m.Nc, &m.Nv, &levels[0].Nt});
+    const std::vector<double> Eg = values_at(layer, m.Eg, places), Nc = values_at(layer, m.Nc, places),
+                              Nv = values_at(layer, m.Nv, places), Nt = values_at(layer, levels[0].Nt, places);
+    // A gap or a density of states that no material has is told already.
+    for (const auto* values : {&Eg, &Nc, &Nv})
+        if (!(*std::min_element(values->begin(), values->end()) > 0.0)) return;
+    const bool somewhere = std::any_of(Nt.begin(), Nt.end(), [](double density) { return density > 0.0; });
+    for (int k = 0; k < levels[0].levels; ++k) {
+        const auto& level = levels[static_cast<std::size_t>(k)];
+        double furthest = rounding;
+        std::size_t where = Eg.size();
+        for (std::size_t i = 0; i < Eg.size(); ++i) {
+            if (somewhere && !(Nt[i] > 0.0)) continue;
+            const double E = level_above_EV(level.reference, level.Et, Eg[i], kT_at_300K, Nv[i] / Nc[i]);
+            const double outside = std::max(-E, E - Eg[i]);
+            if (outside > furthest) furthest = outside, where = i;
         }
+        if (where < Eg.size())
+            check.find(name + "/defect " + integer(number), "Et",
+                       name + ", defect " + integer(number) + ": level " + integer(k + 1) +
+                           " lies outside the gap of " + figure(Eg[where]) + " eV" + at_place(Eg, places.x_um[where]));
     }
 }
 
@@ -107,17 +82,26 @@ void check_layer(PhysicsCheck& check, const LayerParameters& layer, const std::s
 struct Edges {
     double EV, EC, Ei;
 };
-Edges edges_of(const LayerParameters& layer, bool right)
+bool has_edges(const LayerParameters& layer)
 {
-    const double Eg = end_of(layer.material.Eg, layer, right), chi = end_of(layer.material.chi, layer, right);
-    return {-chi - Eg, -chi, -chi - Eg + 0.5 * Eg + 0.5 * kT_at_300K * std::log(ratio(layer))};
+    const MaterialParameters& m = layer.material;
+    return can_be_evaluated(layer, m.Eg) && can_be_evaluated(layer, m.chi) && can_be_evaluated(layer, m.Nc) &&
+           can_be_evaluated(layer, m.Nv);
+}
+Edges edges_of(const LayerParameters& layer, double Profile::*end)
+{
+    const MaterialParameters& m = layer.material;
+    const double Eg = m.Eg.*end, chi = m.chi.*end;
+    return {-chi - Eg, -chi,
+            -chi - Eg + level_above_EV(EnergyReference::above_Ei, 0.0, Eg, kT_at_300K, m.Nv.*end / m.Nc.*end)};
 }
 
 /// Levels of an interface against the gap between the higher valence and the lower conduction band.
 void check_interface(PhysicsCheck& check, std::size_t i)
 {
     const LayerParameters &l = check.cell.layer[i], &r = check.cell.layer[i + 1];
-    const Edges left = edges_of(l, true), right = edges_of(r, false);
+    if (!has_edges(l) || !has_edges(r)) return;
+    const Edges left = edges_of(l, &Profile::right), right = edges_of(r, &Profile::left);
     const double EV = std::max(left.EV, right.EV), EC = std::min(left.EC, right.EC);
     const InterfaceParameters& interface = check.cell.interfaces[i];
     for (int k = 0; k < interface.defect_count; ++k) {
@@ -147,7 +131,7 @@ void check_interface(PhysicsCheck& check, std::size_t i)
         }
         const std::string name = "interface " + integer(static_cast<int>(i) + 1);
         if (E < EV - rounding || E > EC + rounding)
-            check.find(name + "/defect " + integer(k + 1) + "/Et",
+            check.find(name + "/defect " + integer(k + 1), "Et",
                        name + ", defect " + integer(k + 1) + ": the level lies outside the gap of the interface, " +
                            figure(EC - EV) + " eV");
     }
@@ -156,13 +140,14 @@ void check_interface(PhysicsCheck& check, std::size_t i)
 void check_contact(PhysicsCheck& check, const ContactParameters& contact, const LayerParameters& layer,
                    const std::string& side)
 {
-    if (contact.flatband) return;
-    const Edges edges = edges_of(layer, side == "right");
+    if (contact.flatband || !has_edges(layer)) return;
+    const Edges edges = edges_of(layer, side == "right" ? &Profile::right : &Profile::left);
     const double low = -edges.EC, high = -edges.EV;
     if (contact.Fi_m < low - rounding || contact.Fi_m > high + rounding)
-        check.find(side + "/Fi_m", side + " contact: a work function of " + figure(contact.Fi_m) +
-                                       " eV puts the Fermi level outside the gap, which lies from " + figure(low) +
-                                       " to " + figure(high) + " eV below vacuum");
+        check.find(side, "Fi_m",
+                   side + " contact: a work function of " + figure(contact.Fi_m) +
+                       " eV puts the Fermi level outside the gap, which lies from " + figure(low) + " to " +
+                       figure(high) + " eV below vacuum");
 }
 
 }  // namespace
@@ -171,12 +156,15 @@ void check_physical_sense(const Definition& definition, LineWatch& watch)
 {
     const CellParameters& cell = definition.input.cell.cell;
     if (cell.layers == 0) return;
-    const Places places(watch.known);
+    const DefinitionPlaces places(watch.known);
     PhysicsCheck check{cell, places, watch};
     const auto count = static_cast<std::size_t>(cell.layers);
     check_contact(check, cell.left, cell.layer[0], "left");
-    for (std::size_t i = 0; i < count; ++i)
-        check_layer(check, cell.layer[i], "layer " + integer(static_cast<int>(i) + 1));
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string name = "layer " + integer(static_cast<int>(i) + 1);
+        check_permittivity(check, cell.layer[i], name);
+        for (int k = 0; k < cell.layer[i].srhteller; ++k) check_levels(check, cell.layer[i], k + 1, name);
+    }
     for (std::size_t i = 0; i + 1 < count; ++i) check_interface(check, i);
     check_contact(check, cell.right, cell.layer[count - 1], "right");
 }

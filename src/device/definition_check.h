@@ -10,7 +10,9 @@
 
 namespace kovin {
 
-/// Adds what is found to the findings of `watch`, at the lines that the watch knows. @pre watch_definition filled both
+/// Adds what is found to the findings of `watch`, at the lines that the watch knows. Graded layers are looked at all
+/// along; what depends on a grading file that is not loaded is passed over.
+/// @pre watch_definition filled both; ends of the profiles as recalculate_ends makes them
 void check_physical_sense(const Definition& definition, LineWatch& watch);
 
 }  // namespace kovin

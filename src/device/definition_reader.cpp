@@ -314,7 +314,8 @@ bool lees_structuurfile(Surroundings& surroundings, const std::filesystem::path&
     auto text = read_whole_file(file);
     if (!text) {
         KOVINErrorMessage(surroundings.report,
-                          "Function lees_structuurfile(): Error occured during opening the def-file !", file.string());
+                          "Function lees_structuurfile(): Error occured during opening the def-file !",
+                          file.string() + ' ' + std::string(why_unreadable(file)));
         return false;
     }
     return parse_definition(surroundings, std::move(*text), file, definition);

@@ -2,6 +2,7 @@
 
 #include "base/text_format.h"
 #include "device/model_table.h"
+#include "device/quantities.h"
 #include "device/unit_systems.h"
 
 #include <filesystem>
@@ -37,29 +38,41 @@ constexpr GradingRow grading_rows[] = {
     {&M::Nd, "Nd"},
 };
 
-void filter_file(ContactParameters& contact, const std::string& what, const NeededFileVisitor& each)
+void filter_file(ContactParameters& contact, const std::string& side, const NeededFileVisitor& each)
 {
     if (!contact.filter || contact.filter_constant) return;
-    each({FileKind::filter, what, contact.filter_file, "Switch to Filter from value", "switched to Filter from value"},
+    each({FileKind::filter, "Filter file (" + side + " contact)", contact.filter_file, "Switch to Filter from value",
+          "switched to Filter from value", side, "filterfile"},
          [&] { contact.filter_constant = true; });
 }
 
-/// @param repair  empty: the usual text
-void grading_file(Profile& profile, const std::string& what, const NeededFileVisitor& each, const std::string& repair)
+/// @param told  how an automatic repair begins
+void grading_file(Profile& profile, const std::string& what, const std::string& told, const std::string& section,
+                  const std::string& keyword, const NeededFileVisitor& each)
 {
-    if (profile.law != Law::from_file) return;
-    each({FileKind::grading, what, profile.file, "Set grading to Linear", repair}, [&] {
-        profile.law = Law::linear;
-        SetProfileScaleParameters(profile);
-    });
+    if (profile.law != Law::from_file || profile.dependence == Dependence::uniform) return;
+    each({FileKind::grading, what, profile.file, "Set grading to Linear", told + " set to Linear", section, keyword},
+         [&] {
+             profile.law = Law::linear;
+             SetProfileScaleParameters(profile);
+         });
 }
 
-void defect_files(LayerParameters& layer, const std::string& start, const NeededFileVisitor& each)
+std::string word_of(Profile MaterialParameters::*member)
+{
+    for (const QuantityRow& row : graded_quantities())
+        if (row.member == member) return std::string(row.word);
+    return {};
+}
+
+void defect_files(LayerParameters& layer, const std::string& start, const std::string& place,
+                  const NeededFileVisitor& each)
 {
     for (int k = 0; k < layer.srhteller; ++k) {
         auto& levels = layer.srh[static_cast<std::size_t>(k)];
         const std::string defect = start + " defect " + integer(k + 1) + ": ";
-        grading_file(levels[0].Nt, defect + "Defect density grading file", each, "Nt grading set to Linear");
+        const std::string section = place + "/defect " + integer(k + 1);
+        grading_file(levels[0].Nt, defect + "Defect density grading file", "Nt grading", section, "Nt", each);
         for (auto& level : levels) level.Nt = levels[0].Nt;
         for (int i = 0; i < levels[0].levels; ++i) {
             auto& level = levels[static_cast<std::size_t>(i)];
@@ -68,11 +81,16 @@ void defect_files(LayerParameters& layer, const std::string& start, const Needed
                 const std::string carrier = capture == &level.electrons ? "electrons" : "holes";
                 each({FileKind::optical_capture, defect + "Optical capture cross section file for " + carrier,
                       capture->file, "Switch to internal optical capture model",
-                      "IPV optcapt set to internal KOVIN model"},
+                      "IPV optcapt set to internal KOVIN model", section, carrier},
                      [&] { capture->from_model = true; });
             }
         }
     }
+    for (auto& pair : layer.metastable)
+        if (pair.present)
+            grading_file(pair.Nt,
+                         start + " metastable transition " + integer(pair.number + 1) + ": Defect density grading file",
+                         "Nt grading", place + "/metastable", "Nt", each);
 }
 
 void layer_files(LayerParameters& layer, int number, const NeededFileVisitor& each)
@@ -80,14 +98,16 @@ void layer_files(LayerParameters& layer, int number, const NeededFileVisitor& ea
     const std::string by_number = "Layer " + integer(number) + ": ";
     const std::string by_name = "Layer " + (layer.name.empty() ? integer(number) : layer.name);
     MaterialParameters& material = layer.material;
-    grading_file(layer.composition, by_number + "Composition grading file", each, "grading set to Linear");
-    for (const GradingRow& row : grading_rows)
-        grading_file(material.*row.member, by_number + std::string(row.what) + " grading file", each,
-                     "grading set to Linear");
+    const std::string section = "layer " + integer(number);
+    const auto grading = [&](Profile& profile, std::string_view what, const std::string& keyword) {
+        grading_file(profile, by_number + std::string(what) + " grading file", "grading", section, keyword, each);
+    };
+    grading(layer.composition, "Composition", "composition");
+    for (const GradingRow& row : grading_rows) grading(material.*row.member, row.what, word_of(row.member));
     const auto absorption_file = [&](bool from_file, const std::string& name, const char* which, WhichMaterial side) {
         if (!from_file) return;
         each({FileKind::absorption, by_name + ": absorption file (" + which + ")", name,
-              "Switch to default absorption model", "absorption set to internal KOVIN model"},
+              "Switch to default absorption model", "absorption set to internal KOVIN model", section, which},
              [&, side] {
                  (side == WhichMaterial::A ? material.absorption.pure_A_from_file
                                            : material.absorption.pure_B_from_file) = false;
@@ -96,7 +116,7 @@ void layer_files(LayerParameters& layer, int number, const NeededFileVisitor& ea
     };
     absorption_file(material.absorption.pure_A_from_file, material.absorption.file_A, "pure A", WhichMaterial::A);
     absorption_file(material.absorption.pure_B_from_file, material.absorption.file_B, "pure B", WhichMaterial::B);
-    defect_files(layer, by_name, each);
+    defect_files(layer, by_name, section, each);
 }
 
 std::string not_found(const NeededFile& file)
@@ -117,13 +137,15 @@ bool IsFileFound(const Surroundings& surroundings, std::string_view name, FileKi
 void for_each_light_file(WorkPoint& point, const std::string& which, const NeededFileVisitor& each)
 {
     if (point.dark) return;
+    const std::string section = which.empty() ? "" : "Secondworkpoint";
     if (point.generationSpecified && point.generationFromFile)
         each({FileKind::generation, "Generation file" + which, point.generationFile,
-              "Switch to Generation from internal KOVIN calculation", "illumination mode set to internal KOVIN model"},
+              "Switch to Generation from internal KOVIN calculation", "illumination mode set to internal KOVIN model",
+              section, "generation"},
              [&] { point.generationSpecified = false; });
     if (!point.generationSpecified && point.spectrumFromFile)
         each({FileKind::spectrum, "Spectrum file" + which, point.spectrumFile, "Set to standard AM1.5G spectrum",
-              "standard KOVIN AM1.5G 1 sun spectrum set"},
+              "standard KOVIN AM1.5G 1 sun spectrum set", section, "spectrum"},
              [&] { point.spectrumFile = standard_spectrum; });
 }
 
@@ -131,8 +153,8 @@ void for_each_needed_file(CellParameters& cell, ActionPanel& panel, const Needed
 {
     for_each_light_file(panel.workPoint, "", each);
     if (CheckMETAMode(cell)) for_each_light_file(panel.secondWorkPoint, " (initial wp)", each);
-    filter_file(cell.left, "Filter file (left contact)", each);
-    filter_file(cell.right, "Filter file (right contact)", each);
+    filter_file(cell.left, "left", each);
+    filter_file(cell.right, "right", each);
     for (int i = 0; i < cell.layers; ++i) layer_files(cell.layer[static_cast<std::size_t>(i)], i + 1, each);
 }
 

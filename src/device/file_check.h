@@ -21,6 +21,8 @@ struct NeededFile {
     std::string name;    ///< as the problem has it; may be empty
     std::string remedy;  ///< what the user may do instead: "Set to standard AM1.5G spectrum"
     std::string repair;  ///< what an automatic repair tells: "standard KOVIN AM1.5G 1 sun spectrum set"
+    /// Where a definition file or action list names it: a section of DefinitionPlaces and a part of the keyword.
+    std::string section, keyword;
 };
 
 /// Called with a needed file, and with what changes the problem so that it does without it.

@@ -3,8 +3,7 @@
 #include "base/text_format.h"
 #include "base/text_scan.h"
 #include "base/two_column_file.h"
-#include "device/definition_tables.h"
-#include "device/grading.h"
+#include "device/graded_values.h"
 #include "device/layer_profiles.h"
 
 #include <algorithm>
@@ -56,21 +55,6 @@ bool names_file(const LayerParameters& layer, const Profile& wanted)
     });
 }
 
-/// What a material can have.
-Limits limits_of_profile(const Profile& profile)
-{
-    constexpr double rounding = 1e-9;
-    if (profile.quantity == Quantity::composition) return {-rounding, 1.0 + rounding};
-    return definition_tables::limits_of(profile.quantity);
-}
-
-/// The same in a cell that is to be computed: carriers that do not move at all leave no continuity equation.
-Limits limits_to_compute(const Profile& profile)
-{
-    const bool mobility = profile.quantity == Quantity::mu_n || profile.quantity == Quantity::mu_p;
-    return mobility ? positive : limits_of_profile(profile);
-}
-
 /// Where positions of a file count from and what a relative one is measured in, seen from the left end of layer j [um].
 struct FileRange {
     double start = 0.0, length = 0.0;
@@ -116,23 +100,6 @@ bool load_profile(Surroundings& surroundings, const CellParameters& cell, std::s
     return true;
 }
 
-std::string place_of(std::size_t j, const LayerParameters& layer, const std::string& name)
-{
-    return "Layer " + integer(static_cast<long>(j) + 1) + " (" + layer.name + "): " + name;
-}
-
-/// Places at which a profile is looked at: evenly over the layer, and where a law has its extremum or a table its rows.
-std::vector<double> places_to_check(const Profile& p, double end)
-{
-    constexpr int parts = 100;
-    std::vector<double> places;
-    for (int i = 0; i <= parts; ++i) places.push_back(end * i / parts);
-    if (p.law == Law::parabolic_2) places.push_back(std::clamp(p.third, 0.0, end));
-    for (const double x : p.table_x)
-        if (x >= 0.0 && x <= end) places.push_back(x);
-    return places;
-}
-
 }  // namespace
 
 bool GradingHeadWord::take(std::string_view value, GradingFile& file) const
@@ -172,7 +139,7 @@ bool read_grading_file(Surroundings& surroundings, std::string_view name, const 
                                     " should be larger than value[" + integer(static_cast<long>(i) - 1) +
                                     "]=" + shortest(rows.x[i - 1]) + "!");
         if (!limits.hold(rows.y[i]))
-            return fail(report, where + "the value " + shortest(rows.y[i]) + " is outside its range");
+            return fail(report, where + "the value " + shortest(rows.y[i]) + ' ' + std::string(outside_its_range));
     }
     file.position = std::move(rows.x);
     file.value = std::move(rows.y);
@@ -186,46 +153,9 @@ bool load_grading_files(Surroundings& surroundings, SiCell& cell)
     for (std::size_t j = 0; j < static_cast<std::size_t>(c.layers); ++j)
         for_each_profile(c.layer[j], [&](Profile& profile, const std::string& name) {
             if (profile.law != Law::from_file || profile.dependence == Dependence::uniform) return;
-            loaded = load_profile(surroundings, c, j, profile, place_of(j, c.layer[j], name)) && loaded;
+            loaded = load_profile(surroundings, c, j, profile, place_of_profile(j, c.layer[j], name)) && loaded;
         });
     return loaded;
-}
-
-bool graded_values_hold(Report& report, const SiCell& cell)
-{
-    bool hold = true;
-    for (std::size_t j = 0; j < static_cast<std::size_t>(cell.cell.layers); ++j) {
-        const LayerParameters& layer = cell.cell.layer[j];
-        const double d_um = layer.material.d * 1e6;
-        for_each_profile(layer, [&](const Profile& profile, const std::string& name) {
-            const bool on_x = profile.dependence == Dependence::on_x;
-            std::vector<double> places = places_to_check(profile, d_um);
-            std::vector<double> at = places, value(places.size());
-            if (!on_x) {
-                evaluate_profile(layer.composition, places, d_um, at);
-                for (double& y : at) y = std::clamp(y, 0.0, 1.0);
-            }
-            evaluate_profile(profile, at, d_um, value);
-            const Limits limits = limits_to_compute(profile);
-            const bool no_table =
-                profile.law == Law::table && profile.table_x.empty() && profile.dependence != Dependence::uniform;
-            for (std::size_t i = 0; i < value.size(); ++i) {
-                if (limits.hold(value[i]) && !no_table) continue;
-                const std::string law = profile.dependence == Dependence::uniform
-                                            ? ""
-                                            : " by law " + integer(static_cast<long>(profile.law)) + " (" +
-                                                  std::string(law_name(profile.law)) + ")";
-                KOVINErrorMessage(report, "Grading",
-                                  place_of(j, layer, name) + law +
-                                      (no_table ? " has no rows"
-                                                : " is " + shortest(value[i]) + " at x = " + shortest(places[i]) +
-                                                      " um, with which nothing can be computed"));
-                hold = false;
-                return;
-            }
-        });
-    }
-    return hold;
 }
 
 }  // namespace kovin

@@ -40,6 +40,9 @@ inline constexpr GradingHeadWord grading_head_words[] = {
     {"range", "this", "shared", "this", &GradingFile::shared},
 };
 
+/// What a message says of a value that the quantity cannot have.
+inline constexpr std::string_view outside_its_range = "is outside its range";
+
 /// @param limits  of the values
 /// A setting in the head that has no meaning is told and passed over: a comment may say what it likes.
 /// @return false if the file cannot be used: missing, without rows, with a broken row, out of order, too long, a value
@@ -50,11 +53,5 @@ inline constexpr GradingHeadWord grading_head_words[] = {
 /// Reads the file of every profile with Law::from_file into the profile's table. Told when a table does not cover its
 /// layer and has to be continued. @return false if one cannot be used (reported)
 [[nodiscard]] bool load_grading_files(Surroundings& surroundings, SiCell& cell);
-
-/// Looks for values that no material has, between the ends of every profile of the layers in use: a gap or a density of
-/// states that is not above 0, a composition outside 0 to 1, a table without rows, and the like.
-/// @param cell  with its grading files loaded; ends of the profiles as RecalculateLeftRightValues makes them
-/// @return false if there is one (the first of each profile is reported by layer, name, law, value and place)
-[[nodiscard]] bool graded_values_hold(Report& report, const SiCell& cell);
 
 }  // namespace kovin

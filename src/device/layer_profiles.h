@@ -25,4 +25,10 @@ void for_each_profile(Layer& layer, Visit visit)
         if (pair.present) visit(pair.Nt, "Nt of metastable transition " + integer(pair.number + 1));
 }
 
+/// "Layer 2 (CdS): Eg", for messages. @param j  layer, from 0
+inline std::string place_of_profile(std::size_t j, const LayerParameters& layer, const std::string& name)
+{
+    return "Layer " + integer(static_cast<long>(j) + 1) + " (" + layer.name + "): " + name;
+}
+
 }  // namespace kovin

@@ -2,6 +2,7 @@
 
 #include "base/text_format.h"
 #include "device/contacts.h"
+#include "device/graded_values.h"
 #include "device/grading_file.h"
 #include "device/model_table.h"
 #include "device/parameterset3.h"

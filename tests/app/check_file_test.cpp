@@ -7,8 +7,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <memory>
-#include <sstream>
 
 namespace kovin {
 namespace {
@@ -22,6 +23,24 @@ std::unique_ptr<Session> session()
     auto s = std::make_unique<Session>();
     Initialise(*s, home, "kovin");
     return s;
+}
+
+/// A part of each finding, in their order.
+using Expected = std::vector<std::string>;
+
+/// Just these findings; a file that "is ..." in one of them is missing or unreadable.
+void expect_findings(const CheckResult& result, const Expected& expected)
+{
+    std::vector<std::string> found;
+    for (const Finding& finding : result.findings) found.push_back(finding_text(finding));
+    ASSERT_EQ(found.size(), expected.size()) << ::testing::PrintToString(found);
+    bool readable = true;
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_THAT(found[i], HasSubstr(expected[i]));
+        for (const char* fault : {"' is not there", "' is a folder", "' is empty", "' is not a regular file"})
+            readable = readable && found[i].find(fault) == std::string::npos;
+    }
+    EXPECT_EQ(result.readable, readable);
 }
 
 TEST(CheckFile, FindsNothingInWhatIsShipped)
@@ -107,16 +126,8 @@ TEST(CheckFile, NamesTheLineAndTheFault)
         const auto at = text.find(row.line);
         ASSERT_NE(at, std::string::npos) << row.line;
         text.replace(at, std::string(row.line).size(), row.changed);
-        const CheckResult result = check_file(*s, scratch.put("x.def", text).string());
-        EXPECT_TRUE(result.readable);
-        ASSERT_EQ(result.findings.size(), *row.expected != '\0' ? 1u : 0u) << ::testing::PrintToString([&] {
-            std::vector<std::string> all;
-            for (const Finding& f : result.findings) all.push_back(finding_text(f));
-            return all;
-        }());
-        if (*row.expected != '\0') {
-            EXPECT_THAT(finding_text(result.findings[0]), HasSubstr(row.expected));
-        }
+        expect_findings(check_file(*s, scratch.put("x.def", text).string()),
+                        *row.expected == '\0' ? Expected{} : Expected{row.expected});
     }
 }
 
@@ -124,7 +135,7 @@ TEST(CheckFile, OtherKinds)
 {
     struct Row {
         const char *name, *text;
-        std::vector<const char*> expected;  ///< of each finding, without the file
+        Expected expected;  ///< without the file
     };
     const Row rows[] = {
         {"x.act",
@@ -146,6 +157,8 @@ TEST(CheckFile, OtherKinds)
         {"x.ftr", "300 0.5\n400 1\n", {":2: no value is above 1: percent is meant"}},
         {"x.ftr", "nan 3\n300 105\n", {":1: is no row", ":2: percentage 105"}},
         {"x.gen", "-1 1e20\n1 1e21\n", {":1: position -1"}},
+        {"x.gen", "0 1\n1 1\n1 2\n2 2\n2 1\n3 1\n", {}},  // interfaces are double points
+        {"x.gen", "0 1\n1 1\n1 2\n1 3\n2 1\n", {":4: position repeats"}},
         {"x.opt", "300 1e-20\n400 -1e-20\n", {":2: cross section"}},
         {"x.grad",
          "> interpolaton: log\n> position: relative\n> range: all\n> a note: free\n0 1\n1 -2\n",
@@ -156,12 +169,96 @@ TEST(CheckFile, OtherKinds)
     const auto s = session();
     for (const Row& row : rows) {
         SCOPED_TRACE(row.text);
-        const CheckResult result = check_file(*s, scratch.put(row.name, row.text).string());
-        EXPECT_TRUE(result.readable);
-        ASSERT_EQ(result.findings.size(), row.expected.size())
-            << (result.findings.empty() ? "" : finding_text(result.findings.back()));
-        for (std::size_t i = 0; i < row.expected.size(); ++i)
-            EXPECT_THAT(finding_text(result.findings[i]), HasSubstr(row.expected[i]));
+        expect_findings(check_file(*s, scratch.put(row.name, row.text).string()), row.expected);
+    }
+}
+
+TEST(CheckFile, LevelsInAGradedLayer)
+{
+    const ScratchFolder scratch;
+    const auto s = session();
+    // A dip between the places of an even division, in a file on composition.
+    const std::string dip = scratch.put("dip.grad", "0 1.5\n.502 1.5\n.503 .8\n.504 1.5\n1 1.5\n").string();
+    const std::string none = scratch.put("none.grad", "0 1\n1 -1\n").string();
+    struct Row {
+        const char* what;
+        std::string Eg;
+        const char *reference, *Et, *Nt;
+        std::string expected;  ///< of the only finding; empty: none
+    };
+    const std::string narrows = "1.5 0.9 0 0 1 1.5 0.9 1 1";
+    const char* everywhere = "1e20";
+    const Row rows[] = {
+        {"within the gap all along", narrows, "0", "0.85", everywhere, ""},
+        {"above EV", narrows, "0", "1", everywhere, "gap of 0.900 eV at x = 1.000 um"},
+        {"below EC", narrows, "2", "1", everywhere, "gap of 0.900 eV at x = 1.000 um"},
+        {"above Ei", narrows, "1", "0.6", everywhere, "gap of 0.900 eV at x = 1.000 um"},
+        {"negative: outside anywhere", narrows, "0", "-0.1", everywhere, "eV at x = "},
+        // Eg(t) = 1.5 - 0.6 t - 1.6 t (1-t) has its minimum 1.5 - 1.21/1.6 at t = 2.2/3.2.
+        {"least between the ends", "1.5 0.9 1.6 0 1 1.5 0.9 2 1", "0", "0.8", everywhere,
+         "gap of 0.744 eV at x = 0.688 um"},
+        {"one row of a file on composition", "1.5 1.5 0 0 1 1.5 1.5 12 0 " + dip, "0", "1", everywhere,
+         "gap of 0.800 eV at x = 0.503 um"},
+        // Nt(t) = (1-t) max(1 - 2t, 0) 1e20
+        {"no defect where the gap is narrow", narrows, "0", "1", "1e20 0 2e20 0 1 1e20 0 2 1", ""},
+        {"no defect yet", narrows, "0", "1", "0", "gap of 0.900 eV"},
+        {"a file with values that no gap has", "1.5 1.5 0 0 1 1.5 1.5 12 1 " + none, "0", "9", everywhere,
+         "none.grad, line 2: the value -1 is outside its range"},
+        {"a gap that is not known", "1.5 1.5 0 0 1 1.5 1.5 12 1 gone.grad", "0", "9", everywhere, "is not there"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        const std::string text = "layer\nd : 1e-6\ncomposition grading : 0 1 0 0 1 0 1 1 1\nEg : " + row.Eg +
+                                 "\nsrhrecombination\ntype : neutral\nReference for defect energy : " + row.reference +
+                                 "\nEt : " + row.Et + "\nNt(x) : " + row.Nt + "\nfront contact\nworking point\n";
+        expect_findings(check_file(*s, scratch.put("x.def", text).string()),
+                        row.expected.empty() ? Expected{} : Expected{row.expected});
+    }
+}
+
+TEST(CheckFile, TellsEachMentionOfAMissingFileAtItsLine)
+{
+    const ScratchFolder scratch;
+    const auto s = session();
+    const std::string filter = "optical filter : reflection\nwavelength independent : 0\nfilterfile : gone.ftr\n";
+    const std::string grading = " : 1 1 0 0 1 1 1 12 1 gone.grad\n";
+    const std::string two_layers = "back contact\n" + filter + "layer\nd : 1e-6\nchi" + grading + "Eg" + grading +
+                                   "absorptionmodel : from file\nabsorptionfile : gone.abs\nsrhrecombination\n"
+                                   "type : neutral\nNt(x)" +
+                                   grading + "Metastable properties : transition 0\nNt(x)" + grading +
+                                   "layer\nd : 1e-6\nabsorptionmodel pure A material (y=0) : from file\n"
+                                   "absorptionfile pure A material (y=0) : gone.abs\nfront contact\n" +
+                                   filter + "working point\n";
+    expect_findings(check_file(*s, scratch.put("x.def", two_layers).string()),
+                    {":4: Filter file (left contact): 'gone.ftr' is not there", ":7: Layer 1: chi grading file",
+                     ":8: Layer 1: Eg grading file", ":10: Layer 1: absorption file (pure A)",
+                     ":10: Layer 1: absorption file (pure B)", ":13: Layer 1 defect 1: Defect density grading",
+                     ":15: Layer 1 metastable transition 1: Defect density grading", ":19: Layer 2: absorption file",
+                     ":23: Filter file (right contact)"});
+    const std::string dark = "dark : 0\n", light = "incident spectrum from file : gone.spe\n";
+    const std::string second = "Secondworkpoint ";
+    expect_findings(check_file(*s, scratch.put("x.act", second + dark + second + light + dark + light).string()),
+                    {":2: Spectrum file (initial wp): 'gone.spe'", ":4: Spectrum file: 'gone.spe' is not there"});
+}
+
+TEST(CheckFile, TellsWhatStandsInPlaceOfAFile)
+{
+    const ScratchFolder scratch;
+    const auto s = session();
+    std::filesystem::create_directory(scratch.path() / "folder.abs");
+    scratch.put("empty.abs", "");
+    ASSERT_EQ(::mkfifo((scratch.path() / "pipe.abs").c_str(), 0600), 0);
+    for (const auto& [name, fault] : {std::pair{"folder.abs", "is a folder"},
+                                      {"empty.abs", "is empty"},
+                                      {"pipe.abs", "is not a regular file"},
+                                      {"none.abs", "is not there"}}) {
+        const std::string file = (scratch.path() / name).string();
+        const std::string text =
+            "layer\nd : 1e-6\nabsorptionmodel pure A material (y=0) : from file\n"
+            "absorptionfile pure A material (y=0) : " +
+            file + "\nfront contact\nworking point\n";
+        expect_findings(check_file(*s, scratch.put("x.def", text).string()),
+                        {":4: Layer 1: absorption file (pure A): '" + file + "' " + fault});
     }
 }
 
@@ -173,9 +270,12 @@ TEST(CheckFile, LooksIntoTheFilesThatAreNamed)
     const auto def =
         scratch.put("x.def", std::string("layer\nd : 1e-6\nabsorptionmodel : from file\nabsorptionfile : ") +
                                  table.string() + "\nfront contact\nworking point\n");
-    const CheckResult result = check_file(*s, def.string());
-    ASSERT_EQ(result.findings.size(), 1u) << "once, although both pure materials have it";
-    EXPECT_EQ(result.findings[0].file, table);
+    // Once, although both pure materials have it.
+    expect_findings(check_file(*s, def.string()), {table.string() + ":1: "});
+    scratch.put("weak.abs", "no numbers\n");
+    const CheckResult useless = check_file(*s, def.string());
+    EXPECT_FALSE(useless.readable);
+    EXPECT_EQ(useless.findings.at(0).file, table);
 }
 
 }  // namespace

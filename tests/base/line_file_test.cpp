@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace kovin {
 namespace {
 
@@ -69,8 +71,20 @@ TEST(LineFile, WholeFiles)
     ASSERT_TRUE(write_whole_file(folder.path() / "link.iv", "through"));
     EXPECT_EQ(read_whole_file(file), "through") << "a link stays a link";
 
-    EXPECT_FALSE(read_whole_file(folder.path() / "none"));
-    EXPECT_FALSE(read_whole_file(folder.path())) << "a folder has no bytes";
+    ASSERT_TRUE(write_whole_file(file, ""));
+    ASSERT_EQ(::mkfifo((folder.path() / "pipe").c_str(), 0600), 0);
+    const std::pair<std::filesystem::path, const char*> faults[] = {
+        {folder.path() / "none", "is not there"},
+        {folder.path(), "is a folder"},
+        {folder.path() / "pipe", "is not a regular file"},  // and is not waited for
+        {"/dev/zero", "is not a regular file"},
+        {file, "is empty"},
+    };
+    for (const auto& [name, fault] : faults) {
+        EXPECT_EQ(why_unreadable(name), fault);
+        EXPECT_EQ(read_whole_file(name).has_value(), name == file) << name;
+    }
+    std::filesystem::remove(folder.path() / "pipe");
     EXPECT_FALSE(write_whole_file(folder.path(), "x"));
     EXPECT_FALSE(write_whole_file(folder.path() / "none" / "a.iv", "x"));
     std::filesystem::remove(folder.path() / "link.iv");

@@ -3,6 +3,7 @@
 
 #include "base/scratch_folder.h"
 #include "base/text_format.h"
+#include "device/graded_values.h"
 #include "device/grading.h"
 #include "device/on_mesh.h"
 #include "device/parameterset3.h"
@@ -211,6 +212,15 @@ TEST(GradingFile, BrokenFilesAreToldAndNothingElseHappens)
     EXPECT_TRUE(load(surroundings, "f.grad"));
 }
 
+/// Eg from a table on a composition that rises from 0 to 0.5.
+void table_on_composition(LayerParameters& l, const std::vector<double>& y, const std::vector<double>& Eg)
+{
+    l.composition_mode = 1;
+    grade(l.composition, Law::linear, Dependence::on_x, 0.0, 0.5);
+    grade(l.material.Eg, Law::table, Dependence::on_y, 1.0, 1.0);
+    l.material.Eg.table_x = y, l.material.Eg.table_y = Eg;
+}
+
 TEST(GradedValues, WhatNoMaterialHasIsToldByLayerAndPlace)
 {
     struct Row {
@@ -244,6 +254,16 @@ TEST(GradedValues, WhatNoMaterialHasIsToldByLayerAndPlace)
              l.srh[0][0].Nt.third = -1e19, l.srh[0][0].Nt.fourth = l.srh[0][0].Nt.fifth = 0.01;
          },
          "Nt of defect 1 by law 4"},
+        {"one row of a table on composition",
+         [](LayerParameters& l) {
+             table_on_composition(l, {0.0, 0.2, 0.20001, 0.20002, 1.0}, {1.0, 1.0, 0.0, 1.0, 1.0});
+         },
+         "Eg by law 13 (table) is 0 at x = "},
+        {"a row that the layer does not reach",
+         [](LayerParameters& l) {
+             table_on_composition(l, {0.0, 0.6, 0.7, 1.0}, {1.0, 1.0, 0.0, 1.0});
+         },
+         nullptr},
         {"a table without rows",
          [](LayerParameters& l) { grade(l.material.Nd, Law::table, Dependence::on_x, 1e20, 1e20); }, "has no rows"},
     };

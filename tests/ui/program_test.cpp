@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <cmath>
@@ -27,10 +28,10 @@ std::string contents(const std::filesystem::path& file)
 }
 
 /// Runs the program; its own home is that beside it.
-Ended kovin(const ScratchFolder& scratch, const std::string& arguments)
+Ended kovin(const ScratchFolder& scratch, const std::string& arguments, const std::string& program = KOVIN_PROGRAM)
 {
     const auto out = scratch.path() / "stdout", err = scratch.path() / "stderr";
-    const std::string line = "cd '" + scratch.path().string() + "' && '" KOVIN_PROGRAM "' " + arguments + " > '" +
+    const std::string line = "cd '" + scratch.path().string() + "' && '" + program + "' " + arguments + " > '" +
                              out.string() + "' 2> '" + err.string() + "'";
     const int code = std::system(line.c_str());
     return {WIFEXITED(code) ? WEXITSTATUS(code) : -1, contents(out), contents(err)};
@@ -45,6 +46,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
     const std::string cell = home + "/def/silicon-pn.def";
     std::filesystem::copy(cell, scratch.path() / "gone.def");
     scratch.put("gone.act", "dark : 0\nincident spectrum from file : gone.spe\n");
+    for (const char* pipe : {"pipe.def", "pipe.act"}) ASSERT_EQ(::mkfifo((scratch.path() / pipe).c_str(), 0600), 0);
     const std::string run = "run '" + cell + "' -o out ";
     struct Row {
         const char* what;
@@ -63,12 +65,17 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         {"damaged cell", "run broken.def -o out", 3, "many"},
         {"no cell", "run x.act -o out", 3, ".def"},
         {"unknown kind of file", "run readme.txt '" + cell + "' -o out", 3, "readme.txt"},
+        {"nothing of a known kind", "foo.xyz 'b.txt'", 3, "no file of a known kind is given: 'foo.xyz', 'b.txt'"},
+        {"something of an unknown kind", "foo.xyz '" + cell + "'", 0, ""},
+        {"a pipe", "run pipe.def -o out", 3, "is not a regular file"},
+        {"a pipe for an action list", "run '" + cell + "' pipe.act -o out", 3, "is not a regular file"},
         {"kind that is not there yet", "x.script", 3, "x.script"},
         {"light without a file", "run '" + cell + "' moon.spe -o out", 3, "moon.spe"},
         {"input file that is missing", "run gone.def -o out", 3, "gone.spe not found (Set to standard AM1.5G"},
         {"and is replaced", "run gone.def --repair -o out", 1, "standard KOVIN AM1.5G 1 sun spectrum set"},
         {"nothing to find", "check '" + cell + "'", 0, "nothing found"},
         {"findings", "check broken.def", 1, ""},
+        {"clean but for a file that it names", "check gone.act", 3, ""},
         {"findings and a file without", "check broken.def missing.def", 3, ""},
         {"check of what cannot be checked", "check x.script", 3, ""},
         {"results where a file is", "run '" + cell + "' -o 'a file'", 6, "a file"},
@@ -132,6 +139,8 @@ TEST(Program, PutsDataOnStandardOutputAndFilesWhereTold)
     EXPECT_EQ(iv.find("KOVIN 3.3.12 NARVEL-ODRIM: Version "), 0u);
     EXPECT_NE(iv.find("\nVoc =\t"), std::string::npos);
 
+    EXPECT_EQ(kovin(scratch, "check out/silicon-pn.gen").status, 0) << "what the program writes is clean";
+
     // A generation file of a run can be the light of the next: same collection, no spectrum.
     scratch.put("given.act",
                 "Temperature : 300 K\ndark : 0\ngeneration G(x) specified\ngeneration from file : 1\n"
@@ -156,6 +165,18 @@ TEST(Program, HomeIsPrintedAndMade)
     EXPECT_EQ(kovin(scratch, "home").out, std::filesystem::path(KOVIN_PROGRAM).parent_path().string() + '\n');
     scratch.put("a file", "");
     EXPECT_EQ(kovin(scratch, "home --init 'a file/home'").status, 6);
+
+    // Without the shipped files there is nothing to fill a home with.
+    const std::filesystem::path alone = scratch.path() / "bin/kovin";
+    std::filesystem::create_directory(alone.parent_path());
+    std::filesystem::copy(KOVIN_PROGRAM, alone);
+    const Ended bare = kovin(scratch, "--home none home --init new", alone.string());
+    EXPECT_EQ(bare.status, 3);
+    EXPECT_NE(bare.err.find("the shipped files are neither beside the program in '" + alone.parent_path().string()),
+              std::string::npos)
+        << bare.err;
+    EXPECT_FALSE(std::filesystem::exists(scratch.path() / "new"));
+    EXPECT_EQ(kovin(scratch, "--home mine home --init new", alone.string()).status, 0) << "from the present home";
 }
 
 TEST(Program, FindingsAndMessagesGoWhereTheyAreWanted)

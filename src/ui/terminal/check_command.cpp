@@ -4,7 +4,6 @@
 #include "ui/terminal/home.h"
 
 #include <iostream>
-#include <system_error>
 
 namespace kovin {
 
@@ -25,12 +24,19 @@ ExitStatus check_command(const Session& session, const Options& options)
 ExitStatus home_command(const Options& options, const std::filesystem::path& home, const std::filesystem::path& program)
 {
     const std::filesystem::path folder = options.init.empty() ? home : std::filesystem::absolute(options.init);
-    std::string told;
-    std::error_code error;
-    const bool beside = std::filesystem::is_directory(program.parent_path() / "def", error);
-    if (!options.init.empty() && !make_home(folder, beside ? program.parent_path() : home, told)) {
-        std::cerr << "kovin: " << told << '\n';
-        return ExitStatus::output;
+    if (!options.init.empty()) {
+        const std::filesystem::path beside = program.parent_path();
+        const std::filesystem::path& shipped = holds_shipped_files(beside) ? beside : home;
+        if (!holds_shipped_files(shipped)) {
+            std::cerr << "kovin: the shipped files are neither beside the program in '" << beside.string()
+                      << "' nor in the home '" << home.string() << "'; --home DIR names another one\n";
+            return ExitStatus::input;
+        }
+        std::string told;
+        if (!make_home(folder, shipped, told)) {
+            std::cerr << "kovin: " << told << '\n';
+            return ExitStatus::output;
+        }
     }
     std::cout << folder.string() << '\n';
     return std::cout.flush() ? ExitStatus::good : ExitStatus::output;

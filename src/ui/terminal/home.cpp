@@ -27,6 +27,17 @@ fs::path default_home(const fs::path& program)
     return fs::path(user != nullptr && *user != '\0' ? user : ".") / ".local/share/kovin";
 }
 
+bool holds_shipped_files(const fs::path& folder)
+{
+    const auto holds = [&](const char* name, const char* extension) {
+        std::error_code error;
+        for (fs::directory_iterator entry(folder / name, error), end; !error && entry != end; entry.increment(error))
+            if (entry->path().extension() == extension) return true;
+        return false;
+    };
+    return holds("def", ".def") && holds("spectrum", ".spe");
+}
+
 bool make_home(const fs::path& folder, const fs::path& shipped, std::string& told)
 {
     if (!make_folders({.root = folder, .results = folder / "results"})) {

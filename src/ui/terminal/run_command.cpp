@@ -134,7 +134,15 @@ ExitStatus status_of(const Session& session, SimulateOutcome outcome)
 
 ExitStatus load_command(Session& session, const Options& options)
 {
-    const LoadResult loaded = load_files(session, attribute_arguments(options.files));
+    const CommandLineFiles files = attribute_arguments(options.files);
+    // Beside files of a known kind what is of none is passed over; alone it is a mistake.
+    if (names_nothing(files)) {
+        std::string given;
+        for (const std::string& argument : files.dropped) given += (given.empty() ? ": '" : ", '") + argument + '\'';
+        tell(session, "Command line", "no file of a known kind is given" + given);
+        return ExitStatus::input;
+    }
+    const LoadResult loaded = load_files(session, files);
     const bool not_supported = tell_not_supported(session, loaded);
     if (not_supported || !loaded.all_loaded) return ExitStatus::input;
     apply_settings(session, options);

@@ -1,0 +1,53 @@
+#include "device/definition_places.h"
+
+#include "base/text_format.h"
+
+namespace kovin {
+
+DefinitionPlaces::DefinitionPlaces(const std::vector<LineWatch::Entry>& known)
+{
+    constexpr std::string_view second = "Secondworkpoint";
+    int layer = 0, defect = 0;
+    std::string part, section;
+    const auto open = [&](const std::string& name) {
+        section = name;
+        defect = 0;
+    };
+    for (const auto& [line, key] : known) {
+        if (key == "back contact" || key == "left contact") {
+            open("left");
+        } else if (key == "front contact" || key == "right contact") {
+            open("right");
+        } else if (key == "layer") {
+            open("layer " + integer(++layer));
+        } else if (key == "srhrecombination" || key == "interface recombination") {
+            part = (key[0] == 's' ? "layer " : "interface ") + integer(layer) + "/defect ";
+            open(part + "1");
+            defect = 1;
+        } else if (key == "next" && defect > 0) {
+            section = part + integer(++defect);
+        } else if (key == "Metastable properties") {
+            open("layer " + integer(layer) + "/metastable");
+        } else if (key == "interface properties" || key == "working point") {
+            open(key);
+        } else {
+            const std::string where = key.starts_with(second) ? std::string(second) : section;
+            line_of_.emplace(where + '/' + key, line);
+            place_of_.emplace(line, Place{where, key});
+        }
+    }
+}
+
+int DefinitionPlaces::line(const std::string& section, const std::string& keyword) const
+{
+    const auto found = line_of_.find(section + '/' + keyword);
+    return found == line_of_.end() ? 0 : found->second;
+}
+
+DefinitionPlaces::Place DefinitionPlaces::place(int line) const
+{
+    const auto found = place_of_.find(line);
+    return found == place_of_.end() ? Place{} : found->second;
+}
+
+}  // namespace kovin
