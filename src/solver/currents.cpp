@@ -1,7 +1,6 @@
 #include "solver/currents.h"
 
 #include "solver/bulk_terms.h"
-#include "solver/residuals.h"
 
 #include <algorithm>
 #include <cmath>
@@ -106,23 +105,6 @@ void extract_recombination(const Problem& problem, const CalculationVariables& c
         profile.auger[i] = excess * (cv.n[i] * on.Cn[i] + cv.p[i] * on.Cp[i]);
         profile.total[i] = profile.SRH[i] + profile.radiative[i] + profile.auger[i];
     }
-}
-
-double integrated_current(const CalculationParameters& set3, const Mesh& mesh, std::span<const double> rate)
-{
-    const bool half_cells = set3.convergence.interfacial_half_cells != 0;
-    double sum = 0.0;
-    for (std::size_t j = 0; j < at(mesh.nlayers); ++j) {
-        const std::size_t first = at(mesh.first[j]), last = at(mesh.last[j]);
-        const double h_first = mesh.h[first], h_last = mesh.h[last - 1];
-        double layer = 0.0;
-        for (std::size_t i = first + 1; i < last; ++i) layer += rate[i] * 0.5 * (mesh.h[i - 1] + mesh.h[i]);
-        if (half_cells)
-            layer += h_first * (own_half_cell * rate[first] + neighbour_half_cell * rate[first + 1]) +
-                     h_last * (own_half_cell * rate[last] + neighbour_half_cell * rate[last - 1]);
-        sum += 0.1 * set3.scale.current(static_cast<int>(j)) * layer;
-    }
-    return sum;
 }
 
 }  // namespace kovin

@@ -4,7 +4,6 @@
 #include "solver/problem.h"
 #include "solver/state.h"
 
-#include <span>
 #include <vector>
 
 namespace kovin {
@@ -41,11 +40,5 @@ struct RecombinationProfile {
     std::vector<double> SRH, radiative, auger, total;
 };
 void extract_recombination(const Problem& problem, const CalculationVariables& cv, RecombinationProfile& profile);
-
-/// Integral of a normalised rate over the device [mA/cm2], in the boxes of the equations: half an interval on both
-/// sides of an inner point, and the half cells of contacts and interfaces weighted as the residuals weight them. With
-/// plain boxes a rate that drops within the first interval (a fast contact) would miss the current by some 1e-5.
-[[nodiscard]] double integrated_current(const CalculationParameters& set3, const Mesh& mesh,
-                                        std::span<const double> rate);
 
 }  // namespace kovin

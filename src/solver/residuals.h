@@ -12,6 +12,7 @@
 // Source: Selberherr, Analysis and Simulation of Semiconductor Devices (1984), chapters 5 and 6.
 #pragma once
 
+#include "device/boxes.h"
 #include "solver/problem.h"
 #include "solver/state.h"
 
@@ -20,9 +21,6 @@
 namespace kovin {
 
 enum class Carrier { electrons, holes };
-
-/// Share of the rate of a boundary half cell that the boundary point and its inner neighbour carry.
-inline constexpr double own_half_cell = 0.375, neighbour_half_cell = 0.125;
 
 /// Tridiagonal matrix by its diagonals, N values each.
 struct Tridiagonal {

@@ -1,6 +1,7 @@
 #include "sweeps/iv.h"
 
 #include "base/text_format.h"
+#include "device/boxes.h"
 #include "solver/currents.h"
 #include "solver/outer_iteration.h"
 

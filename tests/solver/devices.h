@@ -1,6 +1,7 @@
 // Devices for the tests of the solver: built in code, in SI units, and solved without files.
 #pragma once
 
+#include "device/boxes.h"
 #include "device/cell_defaults.h"
 #include "device/contacts.h"
 #include "device/grading.h"
