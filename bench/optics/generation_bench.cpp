@@ -1,6 +1,8 @@
 // The optics of the CIGS sample under AM1.5G on its mesh of some 400 points.
 #include "cases.h"
+#include "optics/absorbed_photons.h"
 #include "optics/absorption_on_mesh.h"
+#include "optics/box_generation.h"
 #include "optics/fluxes.h"
 
 #include <benchmark/benchmark.h>
@@ -21,6 +23,40 @@ void fluxes_and_generation(benchmark::State& state)
     state.counters["wavelengths"] = static_cast<double>(s.light.lambda.size());
 }
 BENCHMARK(fluxes_and_generation)->Unit(benchmark::kMicrosecond);
+
+/// The same as photons absorbed in the boxes of the mesh: the generation of the fast route. The argument is the
+/// reflection of the back in percent.
+void generation_in_boxes(benchmark::State& state)
+{
+    CigsBaseline c(Levels::single, false);
+    Simulation& s = *c.simulation;
+    c.run();
+    const Mesh& mesh = s.currentCalcVars.mesh;
+    s.light.leftFilter.assign(s.light.lambda.size(), 0.01 * static_cast<double>(state.range(0)));
+    for (auto _ : state) {
+        photons_of_spectrum(s.set3, mesh, s.light);
+        generation_of_boxes(s.set3, mesh, s.light.in_box, s.light.generation);
+        benchmark::ClobberMemory();
+    }
+    state.counters["points"] = mesh.N;
+}
+BENCHMARK(generation_in_boxes)->Arg(0)->Arg(80)->Unit(benchmark::kMicrosecond);
+
+/// One wavelength, as a quantum efficiency takes them.
+void generation_of_one_wavelength(benchmark::State& state)
+{
+    CigsBaseline c(Levels::single, false);
+    Simulation& s = *c.simulation;
+    c.run();
+    const Mesh& mesh = s.currentCalcVars.mesh;
+    std::vector<double> photons(static_cast<std::size_t>(mesh.N));
+    for (auto _ : state) {
+        photons_of_wavelength(s.set3, mesh, s.light, 600, 1e20, photons);
+        generation_of_boxes(s.set3, mesh, photons, s.light.generation);
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(generation_of_one_wavelength)->Unit(benchmark::kMicrosecond);
 
 /// Absorption files read and interpolated at the wavelengths of the spectrum.
 void absorption_of_the_layers(benchmark::State& state)

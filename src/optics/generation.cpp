@@ -2,9 +2,12 @@
 
 #include "base/text_format.h"
 #include "base/two_column_file.h"
+#include "device/boxes.h"
 #include "device/model_curve.h"
 #include "device/model_table.h"
+#include "optics/absorbed_photons.h"
 #include "optics/absorption_on_mesh.h"
+#include "optics/box_generation.h"
 #include "optics/fluxes.h"
 
 #include <algorithm>
@@ -88,6 +91,15 @@ double half_interval_sum(std::span<const double> x, std::span<const double> valu
     return sum;
 }
 
+/// The given profile in the boxes, times the attenuation; nothing in the dark.
+void pairs_of_given_generation(const WorkPoint& wp, const Mesh& mesh, GenerationParameters& gp)
+{
+    gp.in_box.assign(mesh.x.size(), 0.0);
+    if (wp.dark) return;
+    pairs_of_profile(gp.given, mesh, gp.in_box);
+    for (double& pairs : gp.in_box) pairs *= wp.attenuation / 100.0;
+}
+
 constexpr double A_m2_to_mA_cm2 = 0.1;
 
 }  // namespace
@@ -133,12 +145,17 @@ double CalculateIdealCurrentFromGenerationFileOrModel(const GivenGeneration& giv
 void update_generation(const WorkPoint& wp, const CalculationParameters& set3, const Mesh& mesh,
                        GenerationParameters& gp, const Mesh* lit)
 {
-    if (wp.dark || wp.generationSpecified) {
+    const bool given = wp.dark || wp.generationSpecified, in_boxes = set3.convergence.route == Route::fast;
+    if (!given) bepaal_alfa(set3, mesh, gp);
+    if (in_boxes && given)
+        pairs_of_given_generation(wp, mesh, gp);
+    else if (in_boxes)
+        photons_of_spectrum(set3, mesh, gp, lit);
+    else if (given)
         CalculateGenerationFromFileOrFromModel(wp, set3, mesh, gp);
-    } else {
-        bepaal_alfa(set3, mesh, gp);
+    else
         CalculateFluxesAndGeneration(set3, mesh, gp, lit);
-    }
+    if (in_boxes) generation_of_boxes(set3, mesh, gp.in_box, gp.generation);
     update_generation_current(set3, mesh, gp);
 }
 
@@ -148,7 +165,9 @@ void ExtractGeneration(const CalculationParameters& set3, const Mesh& mesh, Gene
     G = gp.generation;
     for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j)
         for (std::size_t i = first_of(mesh, j); i < end_of(mesh, j); ++i) G[i] *= generation_unit(set3.scale, j);
-    gp.total_mA_cm2 = half_interval_sum(mesh.x_m, G) * elementary_charge * A_m2_to_mA_cm2;
+    gp.total_mA_cm2 = set3.convergence.route == Route::fast
+                          ? integrated_current(set3, mesh, gp.generation)
+                          : half_interval_sum(mesh.x_m, G) * elementary_charge * A_m2_to_mA_cm2;
 }
 
 void update_generation_current(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp)

@@ -26,13 +26,15 @@ void CalculateGenerationFromFileOrFromModel(const WorkPoint& wp, const Calculati
 [[nodiscard]] double CalculateIdealCurrentFromGenerationFileOrModel(const GivenGeneration& given);
 
 /// The light of a work point on a mesh: nothing in the dark, the given profile, or what the spectrum leaves; and its
-/// current. Says nothing and reads no file, so that it can follow the mesh.
+/// current. In the fast route a point generates what there is in its box, in the classic one G is its value there. Says
+/// nothing and reads no file, so that it can follow the mesh.
 /// @pre what the work point asks for has been read: given profile, or spectrum, filters, incoming fluxes, absorption
 /// @param lit  mesh that gp.generation stands on already, under the same light: what both meshes share is kept
 void update_generation(const WorkPoint& wp, const CalculationParameters& set3, const Mesh& mesh,
                        GenerationParameters& gp, const Mesh* lit = nullptr);
 
-/// G [1/(m3 s)] at the mesh points, and the generation current gp.total_mA_cm2: the sum over half intervals.
+/// G [1/(m3 s)] at the mesh points, and the generation current gp.total_mA_cm2: in the fast route that of the
+/// equations' boxes, in the classic one the sum over half intervals.
 void ExtractGeneration(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp,
                        std::vector<double>& G);
 

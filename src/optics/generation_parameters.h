@@ -52,6 +52,7 @@ struct GenerationParameters {
     std::vector<LayerAbsorption> materials;         ///< one a layer
     AbsorptionOnMesh absorption;
     GivenGeneration given;           ///< without attenuation; empty where the light is a spectrum
+    std::vector<double> in_box;      ///< fast route: pairs generated in the box of a mesh point [1/(m2 s)]
     std::vector<double> generation;  ///< G(x) [D0 N0/x0^2]
     double total_mA_cm2 = 0.0;       ///< generation current on the mesh, by ExtractGeneration
 };

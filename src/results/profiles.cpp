@@ -1,5 +1,7 @@
 #include "results/profiles.h"
 
+#include "device/boxes.h"
+
 namespace kovin {
 
 namespace {
@@ -25,17 +27,26 @@ std::vector<double> rate_per_cm3(const CalculationParameters& set3, const Mesh& 
     return result;
 }
 
-/// Running integral of a rate from the left by the trapezoid rule [mA/cm2].
+/// Running integral of a rate from the left [mA/cm2]: in the fast route half a box at a time, so that it ends at
+/// integrated_current, in the classic one by the trapezoid rule. They differ in the first and last interval of a layer.
 std::vector<double> cumulative(const CalculationParameters& set3, const Mesh& mesh, std::span<const double> rate)
 {
+    const bool boxes = set3.convergence.route == Route::fast;
+    const bool half_cells = set3.convergence.interfacial_half_cells != 0;
+    const double own = !boxes ? 0.5 : half_cells ? own_half_cell : 0.0;
+    const double neighbour = 0.5 + (boxes && half_cells ? neighbour_half_cell : 0.0);
     std::vector<double> result(rate.size());
     double sum = 0.0;
     for (std::size_t j = 0; j < layers_of(mesh); ++j) {
         const double scale = 0.1 * set3.scale.current(static_cast<int>(j));
         const Range r = points_of(mesh, j);
+        const auto weight = [&](std::size_t i, std::size_t other) {
+            const bool i_at_end = i == r.first || i == r.last, other_at_end = other == r.first || other == r.last;
+            return i_at_end ? own : other_at_end ? neighbour : 0.5;
+        };
         result[r.first] = sum;
         for (std::size_t i = r.first + 1; i <= r.last; ++i) {
-            sum += scale * 0.5 * (rate[i] + rate[i - 1]) * mesh.h[i - 1];
+            sum += scale * (weight(i, i - 1) * rate[i] + weight(i - 1, i) * rate[i - 1]) * mesh.h[i - 1];
             result[i] = sum;
         }
     }

@@ -1,5 +1,6 @@
 #include "solver/fast_current.h"
 
+#include "device/boxes.h"
 #include "solver/currents.h"
 
 #include <cmath>

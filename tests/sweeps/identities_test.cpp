@@ -4,6 +4,7 @@
 #include "device/action_file.h"
 #include "device/definition_reader.h"
 #include "device/unit_systems.h"
+#include "results/profiles.h"
 #include "solver/devices.h"
 #include "sweeps/ladder.h"
 #include "sweeps/starting_point.h"
@@ -173,6 +174,38 @@ TEST(ShippedCells, AdaptiveMeshIsFineEnough)
         for (int k = 0; k < 3; ++k)
             EXPECT_NEAR(usual.dark[k] / fine.dark[k], 1.0, 2e-3) << name << " at " << 0.2 * (k + 1) << " V";
         EXPECT_NEAR(usual.collected / fine.collected, 1.0, 1e-3) << name;
+    }
+}
+
+// Point values overrate light that is absorbed within few intervals, and Jsc with it; what the boxes absorb is exact on
+// any mesh. With intervals of a third both are nearer together by about a factor of nine.
+TEST(ShippedCells, GenerationInBoxesAndAtPointsMeetOnAFineMesh)
+{
+    for (const char* name : {"cigs-baseline", "perovskite-nip"}) {
+        double Jsc[2][2], apart[2];
+        for (const std::size_t fine : {0u, 1u}) {
+            for (const std::size_t boxes : {0u, 1u}) {
+                AtHome surroundings;
+                auto s = sample(surroundings, name);
+                ASSERT_TRUE(s);
+                ConvergenceParameters& settings = s->problem.input.convergence;
+                settings.route = boxes == 1 ? Route::fast : Route::classic;
+                settings.recalculate_mesh = 0;
+                set_terminations(settings, 1e-6);
+                s->mesh_refinement = fine == 1 ? 3 : 1;
+                s->panel.actions = {};
+                s->panel.workPoint.dark = false;
+                ASSERT_EQ(calculate(surroundings, *s), RunOutcome::done) << name;
+                Jsc[fine][boxes] = s->JShortCircuit;
+                const Profiles profiles = extract_profiles(s->solver_problem(), s->currentCalcVars);
+                const double total = s->light.total_mA_cm2, cumulated = profiles.cumulative_generation.back();
+                EXPECT_NEAR(cumulated, total, (boxes == 1 ? 1e-12 : 1e-5) * total) << name;
+            }
+            apart[fine] = std::fabs(Jsc[fine][0] / Jsc[fine][1] - 1.0);
+        }
+        EXPECT_GT(apart[0], 1e-4) << name << ": this case shows nothing";
+        EXPECT_NEAR(apart[0] / apart[1], 9.0, 2.0) << name;
+        EXPECT_NEAR(Jsc[0][1] / Jsc[1][1], 1.0, 0.25 * apart[0]) << name;
     }
 }
 
