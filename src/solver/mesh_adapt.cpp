@@ -87,23 +87,6 @@ bool new_points(const Problem& problem, const Mesh& mesh, std::size_t j, std::ve
     return put(mesh.x[last]);
 }
 
-/// The mesh of these points; layers begin where x repeats.
-Mesh mesh_of(const std::vector<double>& x, const std::array<int, max_layers>& n_in_layer, int layers, double x0)
-{
-    Mesh mesh;
-    mesh.nlayers = layers;
-    mesh.resize(static_cast<int>(x.size()));
-    mesh.x = x;
-    mesh.n_in_layer = n_in_layer;
-    for (std::size_t j = 0, next = 0; j < at(layers); ++j) {
-        mesh.first[j] = static_cast<int>(next);
-        next += at(n_in_layer[j]);
-        mesh.last[j] = static_cast<int>(next) - 1;
-    }
-    mesh.measure(x0);
-    return mesh;
-}
-
 /// Tells once a calculation that there is no room for a refinement.
 void warn_once(const Problem& problem)
 {
@@ -113,34 +96,6 @@ void warn_once(const Problem& problem)
                           "The mesh is full: a refinement would take more than " + integer(max_mesh_points) +
                               " points. The calculation goes on with the mesh as it is.");
     told = true;
-}
-
-/// Takes the new mesh into use: see RecalculateIntervals.
-void change_mesh(const MeshAdaption& adaption, Workspace& work, Mesh&& new_mesh, CalculationVariables& cv)
-{
-    const MeshTransfer transfer = mesh_transfer(cv.mesh, new_mesh);
-    std::vector<double> psi = InterpolateAndCopy(transfer, cv.psi), Fn = InterpolateLevel(transfer, cv.Fn);
-    for (double& F : cv.Fp) F = -F;  // v = exp(-Fp)
-    std::vector<double> Fp = InterpolateLevel(transfer, cv.Fp);
-    for (double& F : Fp) F = -F;
-
-    const Mesh old_mesh = std::exchange(cv.mesh, std::move(new_mesh));
-    Full_x_Dependence(adaption.set3, cv.mesh);
-    prepare_solver(adaption.set3, cv.mesh, adaption.memory);
-    if (&work != &adaption.memory.work)
-        work.resize(at(cv.mesh.N), at(cv.mesh.nlayers), is_coupled(adaption.set3.convergence.coupling_scheme));
-    if (adaption.relight)
-        adaption.relight(old_mesh, cv.mesh);
-    else
-        adaption.G.assign(at(cv.mesh.N), 0.0);
-
-    cv.resize();
-    cv.psi = std::move(psi);
-    cv.Fn = std::move(Fn);
-    cv.Fp = std::move(Fp);
-    update_psivar(adaption.set3, cv);
-    update_Fn(cv);
-    update_Fp(cv);
 }
 
 }  // namespace
@@ -199,6 +154,52 @@ std::vector<double> InterpolateLevel(const MeshTransfer& transfer, std::span<con
     });
 }
 
+Mesh mesh_of(const std::vector<double>& x, const std::array<int, max_layers>& n_in_layer, int layers, double x0)
+{
+    Mesh mesh;
+    mesh.nlayers = layers;
+    mesh.resize(static_cast<int>(x.size()));
+    mesh.x = x;
+    mesh.n_in_layer = n_in_layer;
+    for (std::size_t j = 0, next = 0; j < at(layers); ++j) {
+        mesh.first[j] = static_cast<int>(next);
+        next += at(n_in_layer[j]);
+        mesh.last[j] = static_cast<int>(next) - 1;
+    }
+    mesh.measure(x0);
+    return mesh;
+}
+
+void carry_over(const MeshAdaption& adaption, Workspace& work, Mesh&& new_mesh, CalculationVariables& cv)
+{
+    const MeshTransfer transfer = mesh_transfer(cv.mesh, new_mesh);
+    std::vector<double> psi = InterpolateAndCopy(transfer, cv.psi), Fn = InterpolateLevel(transfer, cv.Fn);
+    for (double& F : cv.Fp) F = -F;  // v = exp(-Fp)
+    std::vector<double> Fp = InterpolateLevel(transfer, cv.Fp);
+    for (double& F : Fp) F = -F;
+
+    cv.mesh = std::move(new_mesh);
+    Full_x_Dependence(adaption.set3, cv.mesh);
+    prepare_solver(adaption.set3, cv.mesh, adaption.memory);
+    if (&work != &adaption.memory.work)
+        work.resize(at(cv.mesh.N), at(cv.mesh.nlayers), is_coupled(adaption.set3.convergence.coupling_scheme));
+    cv.resize();
+    cv.psi = std::move(psi);
+    cv.Fn = std::move(Fn);
+    cv.Fp = std::move(Fp);
+    update_psivar(adaption.set3, cv);
+    update_Fn(cv);
+    update_Fp(cv);
+}
+
+void relight(const MeshAdaption& adaption, const Mesh& from, const Mesh& to)
+{
+    if (adaption.relight)
+        adaption.relight(from, to);
+    else
+        adaption.G.assign(at(to.N), 0.0);
+}
+
 MeshChange RecalculateIntervals(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
     if (!problem.mesh_may_move()) return MeshChange::none;
@@ -215,7 +216,9 @@ MeshChange RecalculateIntervals(const Problem& problem, Workspace& work, Calcula
         n_in_layer[j] = static_cast<int>(work.new_x.size() - before);
     }
     if (!changed) return MeshChange::none;
-    change_mesh(*problem.adaption, work, mesh_of(work.new_x, n_in_layer, cv.mesh.nlayers, problem.set3.scale.x0), cv);
+    const Mesh old_mesh = cv.mesh;
+    carry_over(*problem.adaption, work, mesh_of(work.new_x, n_in_layer, cv.mesh.nlayers, problem.set3.scale.x0), cv);
+    relight(*problem.adaption, old_mesh, cv.mesh);
     return MeshChange::changed;
 }
 

@@ -5,7 +5,9 @@
 #include "solver/problem.h"
 #include "solver/state.h"
 
+#include <array>
 #include <span>
+#include <vector>
 
 namespace kovin {
 
@@ -26,6 +28,19 @@ enum class MeshChange {
 /// `mesh_ratio_min` is dropped, at most 4 in a row.
 /// @return none also for a Problem without adaption and with the setting `recalculate_mesh` off
 MeshChange RecalculateIntervals(const Problem& problem, Workspace& work, CalculationVariables& cv);
+
+/// The mesh of points that rise within their layers.
+/// @param x           positions [x0], layer after layer; both sides of an interface are points
+/// @param n_in_layer  points of each layer, 2 at least
+[[nodiscard]] Mesh mesh_of(const std::vector<double>& x, const std::array<int, max_layers>& n_in_layer, int layers,
+                           double x0);
+
+/// Takes a new mesh into use with all that RecalculateIntervals renews, but for the generation: that stays on its mesh
+/// until it is relit.
+void carry_over(const MeshAdaption& adaption, Workspace& work, Mesh&& new_mesh, CalculationVariables& cv);
+
+/// Brings the generation from the mesh that it stands on to another.
+void relight(const MeshAdaption& adaption, const Mesh& from, const Mesh& to);
 
 /// Is x exactly a point of this layer?
 [[nodiscard]] bool PointExists(const Mesh& mesh, std::size_t layer, double x);

@@ -5,7 +5,7 @@
 #include "device/mesh.h"
 
 #include <array>
-#include <span>
+#include <vector>
 
 namespace kovin {
 
@@ -15,9 +15,9 @@ struct MeshWishes {
     /// to show how far a result depends on the mesh.
     int refine = 1;
     std::array<double, max_layers>
-        alpha_300nm{};                    ///< absorption of each layer at 300 nm [1/m]; 0: no light of that kind
-    std::span<const double> profile_x{};  ///< grid of a given generation profile [m]; see mesh_merge
-    bool profile_has_edges = false;       ///< its first two and last two points are the edges of a rectangle
+        alpha_300nm{};                ///< absorption of each layer at 300 nm [1/m]; 0: no light of that kind
+    std::vector<double> profile_x{};  ///< grid of a given generation profile [m]; see mesh_merge
+    bool profile_has_edges = false;   ///< its first two and last two points are the edges of a rectangle
 };
 
 /// Makes the mesh of a cell and fills the arrays of `set3` on it (Full_x_Dependence). The grid of a given generation

@@ -101,12 +101,12 @@ void RemovePointFromMergedMesh(MergedMesh& merged, std::size_t k)
     merged.origin.erase(merged.origin.begin() + static_cast<std::ptrdiff_t>(k));
 }
 
-void merge_profile_grid(std::span<const double> profile_x, bool has_edges, double x0, Mesh& mesh)
+void merge_profile_grid(std::span<const double> profile_x, bool has_edges, double x0, Mesh& mesh, double near)
 {
     if (profile_x.empty() || profile_x.size() + mesh.x.size() > at(max_mesh_points)) return;
     MergedMesh m = merged_list(profile_x, has_edges, x0, mesh);
-    drop_coinciding(1e-11 / x0, m);
-    clear_neighbourhood(std::min(0.01 * mesh.x.back(), 1e-9 / x0), m);
+    drop_coinciding(std::min(1e-11, near) / x0, m);
+    clear_neighbourhood(std::min(0.01 * mesh.x.back(), near / x0), m);
     even_out(m);
 
     // Two fixed points at one place are the two sides of an interface.

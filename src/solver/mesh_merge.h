@@ -33,6 +33,7 @@ void RemovePointFromMergedMesh(MergedMesh& merged, std::size_t k);
 /// @param profile_x  positions from the left contact [m]
 /// @param has_edges  the first two and the last two positions are the edges of a rectangle: both points of a pair stay
 /// @param x0         thickness of the device [m]
-void merge_profile_grid(std::span<const double> profile_x, bool has_edges, double x0, Mesh& mesh);
+/// @param near       what is said of 1 nm, for a mesh with smaller intervals [m]
+void merge_profile_grid(std::span<const double> profile_x, bool has_edges, double x0, Mesh& mesh, double near = 1e-9);
 
 }  // namespace kovin

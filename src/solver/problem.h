@@ -7,6 +7,7 @@
 #include "device/mesh.h"
 #include "solver/block_solve.h"
 #include "solver/fast_system.h"
+#include "solver/mesh_first.h"
 #include "solver/relaxation.h"
 #include "solver/state.h"
 
@@ -142,6 +143,7 @@ struct SolverMemory {
     InterfaceStates interface_states;
     Workspace work;
     Mesh first_mesh;         ///< as first defined, profile grid included: its points are never dropped
+    MeshWishes mesh_wishes;  ///< what it was made for
     bool mesh_full = false;  ///< a refinement was given up for want of points
 };
 

@@ -90,6 +90,7 @@ bool prepare_problem(Surroundings& surroundings, Simulation& s)
     cv.resize();
     s.memory = {};
     s.memory.first_mesh = cv.mesh;
+    s.memory.mesh_wishes = std::move(wishes);
     prepare_solver(s.set3, cv.mesh, s.memory);
     update_generation(s.wp, s.set3, cv.mesh, s.light);
     return true;

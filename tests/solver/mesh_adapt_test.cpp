@@ -5,6 +5,7 @@
 #include "solver/estimates.h"
 #include "solver/mesh_merge.h"
 #include "solver/occupation.h"
+#include "support/sound_mesh.h"
 
 #include <gtest/gtest.h>
 
@@ -15,26 +16,6 @@ namespace kovin::testing {
 namespace {
 
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
-
-/// Layers follow each other, share their ends, and rise strictly inside.
-void expect_sound(const Mesh& mesh, const char* what)
-{
-    ASSERT_EQ(mesh.x.size(), at(mesh.N)) << what;
-    int next = 0;
-    for (std::size_t j = 0; j < at(mesh.nlayers); ++j) {
-        ASSERT_EQ(mesh.first[j], next) << what;
-        ASSERT_EQ(mesh.last[j], mesh.first[j] + mesh.n_in_layer[j] - 1) << what;
-        ASSERT_GE(mesh.n_in_layer[j], 2) << what;
-        for (std::size_t i = at(mesh.first[j]); i < at(mesh.last[j]); ++i) {
-            ASSERT_LT(mesh.x[i], mesh.x[i + 1]) << what;
-        }
-        if (j > 0) {
-            ASSERT_EQ(mesh.x[at(mesh.first[j])], mesh.x[at(mesh.last[j - 1])]) << what;
-        }
-        next = mesh.last[j] + 1;
-    }
-    ASSERT_EQ(next, mesh.N) << what;
-}
 
 // One change of the mesh at a lit state of three layers, finer and coarser in turn.
 TEST(MeshAdaption, OneChangeKeepsTheStateAndItsRules)
@@ -57,7 +38,7 @@ TEST(MeshAdaption, OneChangeKeepsTheStateAndItsRules)
         const BulkDefects old_defects = d.memory.defects;
         ASSERT_EQ(RecalculateIntervals(d.problem(), d.memory.work, d.cv), MeshChange::changed) << row.what;
         const CalculationVariables& cv = d.cv;
-        expect_sound(cv.mesh, row.what);
+        test::expect_sound(cv.mesh, row.what);
         for (const std::size_t size : {cv.psi.size(), cv.n.size(), cv.terms_total.rec.size(), d.set3.on.Eg.size(),
                                        d.memory.grid.psi_left.size(), d.memory.work.res.size(), d.G.size()})
             EXPECT_EQ(size, at(cv.mesh.N)) << row.what;
@@ -189,7 +170,7 @@ TEST(ProfileGrid, GoesIntoTheFirstMesh)
         std::sort(profile.begin(), profile.end());
         Mesh mesh = bare;
         merge_profile_grid(profile, false, x0, mesh);
-        expect_sound(mesh, "merged");
+        test::expect_sound(mesh, "merged");
         for (std::size_t j = 0; j < at(bare.nlayers); ++j) {
             ASSERT_EQ(mesh.x[at(mesh.first[j])], bare.x[at(bare.first[j])]);
             ASSERT_EQ(mesh.x[at(mesh.last[j])], bare.x[at(bare.last[j])]);

@@ -1,0 +1,33 @@
+// The mesh of the fast route: graded by the potential, made from the equilibrium and renewed between solves only.
+//
+// The density of points in a layer of thickness d, a distance s from its nearer end, is
+//
+//     rho(x) = max(|dpsi/dx| / dpsi_max, 1 / min(h_min + 0.1 s, 0.04 d))
+//
+// so that no interval holds more than dpsi_max = 1 kT of potential, at the ends of a layer they grow from h_min by a
+// tenth each, and no layer has less than 25. With graded bands psi stands for the largest change among psi itself and
+// the two band edges, as the fluxes see them. Points lie where the integral of rho passes equal parts, four at least.
+#pragma once
+
+#include "solver/mesh_adapt.h"
+#include "solver/problem.h"
+#include "solver/state.h"
+
+namespace kovin {
+
+/// Equilibrium and the mesh that belongs to it: solved on a helper mesh first, then on the mesh graded by that
+/// solution, to which the rows of a given generation profile are added. Everything on the mesh is renewed as
+/// RecalculateIntervals does, and the mesh counts as first mesh of the calculation from then on. `iterations` counts
+/// the steps on all meshes. A mesh that may not move stays as it is: fast_equilibrium.
+/// @return converged; if not, the mesh is the one before
+bool fast_equilibrium_with_mesh(const Problem& problem, Workspace& work, CalculationVariables& cv);
+
+/// Does any interval hold twice the potential that it should? A mesh that is full for want of points is measured by
+/// what they can do. Never for a mesh that may not move.
+[[nodiscard]] bool fast_mesh_wants_change(const Problem& problem, const CalculationVariables& cv);
+
+/// The mesh graded by the present psi where it is wanted, between two solves. The state is carried over and has to be
+/// solved again.
+MeshChange fast_mesh_change(const Problem& problem, Workspace& work, CalculationVariables& cv);
+
+}  // namespace kovin
