@@ -119,8 +119,13 @@ void prepare_solver(const CalculationParameters& set3, const Mesh& mesh, SolverM
     discretise(set3, mesh, memory.grid);
     define_defects(set3, mesh, memory.defects);
     define_interface_states(set3, mesh, memory.interface_states);
-    memory.work.resize(at(mesh.N), at(mesh.nlayers), is_coupled(set3.convergence.coupling_scheme));
-    if (set3.convergence.route == Route::fast) memory.work.fast.prepare(set3, mesh, memory.defects);
+    prepare_workspace(set3, mesh, memory.defects, memory.work);
+}
+
+void prepare_workspace(const CalculationParameters& set3, const Mesh& mesh, const BulkDefects& defects, Workspace& work)
+{
+    work.resize(at(mesh.N), at(mesh.nlayers), is_coupled(set3.convergence.coupling_scheme));
+    if (set3.convergence.route == Route::fast) work.fast.prepare(set3, mesh, defects);
 }
 
 }  // namespace kovin

@@ -160,6 +160,16 @@ Mesh graded_mesh(const Problem& problem, const CalculationVariables& cv)
     return mesh;
 }
 
+/// The new mesh with everything on it, light included.
+void take_into_use(const Problem& problem, Workspace& work, Mesh&& mesh, CalculationVariables& cv)
+{
+    const MeshAdaption& adaption = *problem.adaption;
+    const Mesh before = cv.mesh;
+    carry_over(adaption, work, std::move(mesh), cv);
+    relight(adaption, before, cv.mesh);
+    adaption.memory.first_mesh = cv.mesh;
+}
+
 }  // namespace
 
 bool fast_equilibrium_with_mesh(const Problem& problem, Workspace& work, CalculationVariables& cv)
@@ -189,7 +199,7 @@ bool fast_equilibrium_with_mesh(const Problem& problem, Workspace& work, Calcula
 
 bool fast_mesh_wants_change(const Problem& problem, const CalculationVariables& cv)
 {
-    if (!problem.mesh_may_move()) return false;
+    if (!problem.mesh_may_move() || problem.adaption->memory.mesh_settled) return false;
     double largest = 0.0;
     for (std::size_t j = 0; j < at(cv.mesh.nlayers); ++j)
         for (std::size_t i = at(cv.mesh.first[j]) + 1; i <= at(cv.mesh.last[j]); ++i)
@@ -203,12 +213,16 @@ bool fast_mesh_wants_change(const Problem& problem, const CalculationVariables& 
 MeshChange fast_mesh_change(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
     if (!fast_mesh_wants_change(problem, cv)) return MeshChange::none;
-    const MeshAdaption& adaption = *problem.adaption;
-    const Mesh before = cv.mesh;
-    carry_over(adaption, work, graded_mesh(problem, cv), cv);
-    relight(adaption, before, cv.mesh);
-    adaption.memory.first_mesh = cv.mesh;
+    take_into_use(problem, work, graded_mesh(problem, cv), cv);
     return MeshChange::changed;
+}
+
+void fast_mesh_back(const Problem& problem, Workspace& work, const CalculationVariables& before,
+                    CalculationVariables& cv)
+{
+    take_into_use(problem, work, Mesh(before.mesh), cv);
+    cv = before;
+    problem.adaption->memory.mesh_settled = true;
 }
 
 }  // namespace kovin

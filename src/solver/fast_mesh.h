@@ -30,4 +30,8 @@ bool fast_equilibrium_with_mesh(const Problem& problem, Workspace& work, Calcula
 /// solved again.
 MeshChange fast_mesh_change(const Problem& problem, Workspace& work, CalculationVariables& cv);
 
+/// Undoes a change that led nowhere: back to the state of before and its mesh, which then stays.
+void fast_mesh_back(const Problem& problem, Workspace& work, const CalculationVariables& before,
+                    CalculationVariables& cv);
+
 }  // namespace kovin

@@ -181,8 +181,7 @@ void carry_over(const MeshAdaption& adaption, Workspace& work, Mesh&& new_mesh, 
     cv.mesh = std::move(new_mesh);
     Full_x_Dependence(adaption.set3, cv.mesh);
     prepare_solver(adaption.set3, cv.mesh, adaption.memory);
-    if (&work != &adaption.memory.work)
-        work.resize(at(cv.mesh.N), at(cv.mesh.nlayers), is_coupled(adaption.set3.convergence.coupling_scheme));
+    if (&work != &adaption.memory.work) prepare_workspace(adaption.set3, cv.mesh, adaption.memory.defects, work);
     cv.resize();
     cv.psi = std::move(psi);
     cv.Fn = std::move(Fn);

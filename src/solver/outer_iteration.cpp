@@ -4,7 +4,7 @@
 #include "solver/coupled.h"
 #include "solver/currents.h"
 #include "solver/estimates.h"
-#include "solver/fast_equilibrium.h"
+#include "solver/fast_mesh.h"
 #include "solver/fast_route.h"
 #include "solver/gummel.h"
 #include "solver/mesh_adapt.h"
@@ -175,11 +175,26 @@ namespace {
 
 bool on_fast_route(const Problem& problem) { return problem.set3.convergence.route == Route::fast; }
 
+/// After a solve on the fast route the mesh follows the potential where it has become too steep. Where the state is not
+/// found again on the new mesh, the old one and its solution stay.
+void mesh_follows(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    if (!fast_mesh_wants_change(problem, cv)) return;
+    const CalculationVariables solved = cv;
+    fast_mesh_change(problem, work, cv);
+    const int steps = solved.iterations;
+    if (fast_onder_belichting(problem, work, cv)) {
+        cv.iterations += steps;
+        return;
+    }
+    fast_mesh_back(problem, work, solved, cv);
+}
+
 }  // namespace
 
 bool equilibrium(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
-    if (on_fast_route(problem)) return fast_equilibrium(problem, work, cv);
+    if (on_fast_route(problem) && fast_equilibrium_with_mesh(problem, work, cv)) return true;
     eerste_schatting(problem.set3, cv);
     const bool converged = dc_Gummel_iteration_psi(problem, work, cv, problem.set3.convergence.maxiter_psi_equilibrium);
     cv.iterations = cv.its_psi;
@@ -191,8 +206,10 @@ bool equilibrium(const Problem& problem, Workspace& work, CalculationVariables& 
 bool onder_belichting(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
     if (cv.failed()) return false;
-    return on_fast_route(problem) ? fast_onder_belichting(problem, work, cv)
-                                  : dc_Gummel_iteration_all(problem, work, cv);
+    if (!on_fast_route(problem)) return dc_Gummel_iteration_all(problem, work, cv);
+    if (!fast_onder_belichting(problem, work, cv)) return false;
+    mesh_follows(problem, work, cv);
+    return true;
 }
 
 bool volgende_iv_punt(const Problem& problem, Workspace& work, CalculationVariables& cv, double Vfrom, double Vto,
@@ -210,6 +227,7 @@ bool volgende_iv_punt(const Problem& problem, Workspace& work, CalculationVariab
         volgende_schatting(problem.set3, cv, Vfrom + k * (Vto - Vfrom) / steps, dV);
         if (!dc_Gummel_iteration_all(problem, work, cv)) return false;
     }
+    if (on_fast_route(problem)) mesh_follows(problem, work, cv);
     return true;
 }
 

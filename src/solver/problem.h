@@ -142,12 +142,16 @@ struct SolverMemory {
     BulkDefects defects;
     InterfaceStates interface_states;
     Workspace work;
-    Mesh first_mesh;         ///< as first defined, profile grid included: its points are never dropped
-    MeshWishes mesh_wishes;  ///< what it was made for
-    bool mesh_full = false;  ///< a refinement was given up for want of points
+    Mesh first_mesh;            ///< as first defined, profile grid included: its points are never dropped
+    MeshWishes mesh_wishes;     ///< what it was made for
+    bool mesh_full = false;     ///< a refinement was given up for want of points
+    bool mesh_settled = false;  ///< fast route: a change led to no solution, none is tried any more
 };
 
 /// Fills geometry, defect rates and work space. @pre Full_x_Dependence has run on this mesh
 void prepare_solver(const CalculationParameters& set3, const Mesh& mesh, SolverMemory& memory);
+/// The same for a work space of its own.
+void prepare_workspace(const CalculationParameters& set3, const Mesh& mesh, const BulkDefects& defects,
+                       Workspace& work);
 
 }  // namespace kovin
