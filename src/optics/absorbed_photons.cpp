@@ -39,11 +39,20 @@ double sum_of(Lanes<width>& values)
 template <std::size_t width>
 struct Shares {
     Lanes<width> passed, absorbed;
-    /// @param alpha  [1/m], box [m]
-    void of(const Lanes<width>& alpha, double box)
+    /// @param alpha  [1/m], box  [m], thickest  largest of their products
+    void of(const Lanes<width>& alpha, double box, double thickest)
     {
+        if (thickest <= thin)
+            fill<attenuation_of_thin>(alpha, box);
+        else
+            fill<attenuation>(alpha, box);
+    }
+    template <Attenuation of_depth(double)>
+    void fill(const Lanes<width>& alpha, double box)
+    {
+#pragma GCC unroll 1
         for (std::size_t l = 0; l < width; ++l) {
-            const Attenuation a = attenuation(alpha[l] * box);
+            const Attenuation a = of_depth(alpha[l] * box);
             passed[l] = a.passed;
             absorbed[l] = a.absorbed;
         }
@@ -56,7 +65,12 @@ class Passage {
 public:
     using Lane = Lanes<width>;
     Passage(const CalculationParameters& set3, const Mesh& points_of, const GenerationParameters& light)
-        : mesh(points_of), gp(light), x0(set3.scale.x0), alpha(light.absorption.alpha.size()), box(points_of.x.size())
+        : mesh(points_of),
+          gp(light),
+          x0(set3.scale.x0),
+          alpha(light.absorption.alpha.size()),
+          largest(alpha.size()),
+          box(points_of.x.size())
     {
         std::size_t most = 1;
         for (std::size_t j = 0; j < layers(); ++j) {
@@ -84,9 +98,11 @@ public:
     void add_to(std::span<double> absorbed)
     {
         if (used == 0) return;
-        for (std::size_t c = 0; c < alpha.size(); ++c)
+        for (std::size_t c = 0; c < alpha.size(); ++c) {
             for (std::size_t l = 0; l < width; ++l)
                 alpha[c][l] = l < used ? gp.absorption.alpha[c][wavelength[l]] : 0.0;
+            largest[c] = *std::max_element(alpha[c].begin(), alpha[c].end());
+        }
         enter();
         for (std::size_t j = 0; j < layers(); ++j)
             if (!known[j] && !nothing(depth[j])) add_layer(j, absorbed);
@@ -100,6 +116,7 @@ private:
     const GenerationParameters& gp;
     double x0;
     std::vector<Lane> alpha;            ///< a row per composition [1/m]
+    std::vector<double> largest;        ///< of each row
     std::vector<double> box;            ///< width [m], one a mesh point
     std::vector<Shares<width>> shares;  ///< of the boxes of a layer, as the light meets them
     std::size_t used = 0;
@@ -121,10 +138,8 @@ private:
     {
         return gp.absorption.first_entry[j + 1] - gp.absorption.first_entry[j] == 1;
     }
-    [[nodiscard]] const Lane& alpha_at(std::size_t i) const
-    {
-        return alpha[static_cast<std::size_t>(gp.absorption.of_point[i])];
-    }
+    [[nodiscard]] std::size_t entry(std::size_t i) const { return static_cast<std::size_t>(gp.absorption.of_point[i]); }
+    [[nodiscard]] const Lane& alpha_at(std::size_t i) const { return alpha[entry(i)]; }
 
     /// Depths of the layers, and the fluxes at their faces.
     void enter()
@@ -172,7 +187,7 @@ private:
         for (std::size_t q = 0; q < points; ++q) {
             const std::size_t i = point(q);
             Shares<width>& share = shares[returns ? q : 0];
-            share.of(alpha_at(i), box[i]);
+            share.of(alpha_at(i), box[i], largest[entry(i)] * box[i]);
             const double taken = take_from(F, share);
             absorbed[i] += taken;
             if (taken == 0.0 && !returns && nothing(F)) return;
