@@ -19,6 +19,7 @@ constexpr double converged_below = 1e-9;  ///< [kT]
 constexpr double rounding_below = 1e-7, still_falling = 0.1;
 /// Width to which neutrality is bisected [kT]; from there a Newton step is as good.
 constexpr double neutral_within = 0.5;
+constexpr int most_bisections = 20;  ///< where the weights of the carriers underflow, the width has no end
 
 /// psi of a neutral point with the fixed charge c: n - p = c, n p = Wn Wp. Both roots without cancellation.
 double neutral_psi(double c, double Wn, double Wp)
@@ -53,7 +54,12 @@ void start_from_neutrality(const Problem& problem, Workspace& work, CalculationV
     const CalculationParameters& set3 = problem.set3;
     const OnMesh& on = set3.on;
     const std::size_t N = cv.psi.size();
-    eerste_schatting(set3, cv);
+    cv.V = cv.V_kT = 0.0;
+    for (auto* level : {&cv.Fn, &cv.Fp}) std::fill(level->begin(), level->end(), 0.0);
+    update_Fn(cv);
+    update_Fp(cv);
+    cv.psi.front() = 0.0;
+    cv.psi.back() = (set3.phi_left - set3.phi_right) / set3.kT;
     // Whatever the state of the defects, psi lies between its values at their least and their greatest charge.
     std::vector<double>&low = work.sub, &high = work.super;
     low = on.doping;
@@ -61,10 +67,16 @@ void start_from_neutrality(const Problem& problem, Workspace& work, CalculationV
     for (const DefectEnergy& level : problem.defects.energies) add_charge_range(level, 1.0, low, high);
     for (const DefectChain& chain : problem.defects.chains) add_charge_range(chain, chain.levels, low, high);
     double width = 0.0;
+    double low_charge = 0.0, high_charge = 0.0;  // of the point before, which is often alike
     for (std::size_t i = 0; i < N; ++i) {
-        const bool one_charge = low[i] == high[i];
-        low[i] = neutral_psi(low[i], on.Wn[i], on.Wp[i]);
-        high[i] = one_charge ? low[i] : neutral_psi(high[i], on.Wn[i], on.Wp[i]);
+        const bool alike = i > 0 && low[i] == low_charge && high[i] == high_charge && on.Wn[i] == on.Wn[i - 1] &&
+                           on.Wp[i] == on.Wp[i - 1];
+        low_charge = low[i];
+        high_charge = high[i];
+        low[i] = alike ? low[i - 1] : neutral_psi(low_charge, on.Wn[i], on.Wp[i]);
+        high[i] = alike                       ? high[i - 1]
+                  : low_charge == high_charge ? low[i]
+                                              : neutral_psi(high_charge, on.Wn[i], on.Wp[i]);
         width = std::max(width, high[i] - low[i]);
     }
     const auto to_middle = [&] {
@@ -72,7 +84,7 @@ void start_from_neutrality(const Problem& problem, Workspace& work, CalculationV
         update_epsi(set3, cv);
     };
     to_middle();
-    for (; width > neutral_within; width *= 0.5) {
+    for (int k = 0; width > neutral_within && k < most_bisections; ++k, width *= 0.5) {
         totale_rdcbijdrage(problem, cv, Terms::psi);
         total_charge(problem, cv, work.rho_total);
         for (std::size_t i = 0; i < N; ++i) (work.rho_total[i] > 0.0 ? low : high)[i] = 0.5 * (low[i] + high[i]);
@@ -83,7 +95,7 @@ void start_from_neutrality(const Problem& problem, Workspace& work, CalculationV
         const auto l = static_cast<std::size_t>(cv.mesh.last[j]);
         cv.psi[l] = cv.psi[l + 1] = 0.5 * (cv.psi[l] + cv.psi[l + 1]);
     }
-    update_psivar(set3, cv);
+    update_epsi(set3, cv);
 }
 
 bool fast_equilibrium_from_here(const Problem& problem, Workspace& work, CalculationVariables& cv)

@@ -14,7 +14,7 @@ namespace kovin {
 inline constexpr int fast_equilibrium_steps = 100;
 
 /// Sets V = 0, Fn = Fp = 0 and psi to local neutrality, defect charge included; contacts at their work functions. The
-/// charge of interfaces does not take part.
+/// charge of interfaces does not take part; the Bernoulli values are left behind.
 void start_from_neutrality(const Problem& problem, Workspace& work, CalculationVariables& cv);
 
 /// Poisson's equation with Fn = Fp = 0, from psi as it stands, until a step is below 1e-9 kT or falls no further for
