@@ -20,22 +20,6 @@ constexpr const char* title = "Error whilst setting the action list: SetActionPa
 
 // ---- reading ----
 
-/// One of the rows. @return true if the line was one of theirs
-template <class Record, std::size_t n>
-bool read_key(KeyedSource& source, const std::string& prefix, const ActionKey<Record> (&keys)[n], Record& record)
-{
-    for (const ActionKey<Record>& key : keys) {
-        const std::string word = prefix + std::string(key.word);
-        if (!source.starts(word)) continue;
-        if (key.real) source.number(word, record.*key.real, key.limits);
-        if (key.whole)
-            source.whole(word, record.*key.whole, static_cast<int>(key.limits.low), static_cast<int>(key.limits.high));
-        if (key.flag) source.flag(word, record.*key.flag);
-        return true;
-    }
-    return false;
-}
-
 /// "spectrum model :" with the name of a model, or "spectrum model, value of parameter 2 : 400".
 bool read_model(KeyedSource& source, const std::string& start, ModelClass model_class, Model& model)
 {
@@ -101,7 +85,7 @@ bool read_light_source(KeyedSource& source, const std::string& prefix, WorkPoint
 bool read_resistances(KeyedSource& source, WorkPoint& point)
 {
     double value = 0.0;
-    if (read_key(source, "", old_keys, point)) return true;
+    if (read_rows(source, old_keys, point)) return true;
     if (source.starts("Rs :")) {
         if (source.number("Rs :", value, not_negative)) point.Rs = value * 1e-4;
     } else if (source.starts("Rsh :")) {
@@ -131,18 +115,18 @@ bool read_point_line(KeyedSource& source, PointReading& reading)
             reading.point.neutralDensity = -std::log10(0.01 * percent);
         return true;
     }
-    return read_key(source, reading.prefix, condition_keys, reading.point) ||
-           read_key(source, reading.prefix, light_keys, reading.point) ||
+    return read_rows(source, condition_keys, reading.point, reading.prefix) ||
+           read_rows(source, light_keys, reading.point, reading.prefix) ||
            read_light_source(source, reading.prefix, reading.point);
 }
 
 bool read_action_line(KeyedSource& source, ActionList& actions)
 {
-    return read_key(source, "", pause_switches, actions) || read_key(source, "", iv_keys, actions) ||
-           read_key(source, "", iv_switches, actions) || read_key(source, "", cv_keys, actions) ||
-           read_key(source, "", cv_switches, actions) || read_key(source, "", cf_keys, actions) ||
-           read_key(source, "", cf_switches, actions) || read_key(source, "", qe_keys, actions) ||
-           read_key(source, "", qe_switches, actions) ||
+    return read_rows(source, pause_switches, actions) || read_rows(source, iv_keys, actions) ||
+           read_rows(source, iv_switches, actions) || read_rows(source, cv_keys, actions) ||
+           read_rows(source, cv_switches, actions) || read_rows(source, cf_keys, actions) ||
+           read_rows(source, cf_switches, actions) || read_rows(source, qe_keys, actions) ||
+           read_rows(source, qe_switches, actions) ||
            std::any_of(std::begin(written_only), std::end(written_only),
                        [&](std::string_view word) { return source.starts(word); });
 }
@@ -188,24 +172,6 @@ bool read_file(Surroundings& surroundings, const std::filesystem::path& file, bo
 
 // ---- writing ----
 
-template <class Record>
-void add_key(std::string& out, std::string_view prefix, const ActionKey<Record>& key, const Record& record)
-{
-    out += std::string(prefix) + std::string(key.word) + " : ";
-    if (key.real)
-        out += key.scientific ? scientific(record.*key.real, key.width, key.digits)
-                              : fixed(record.*key.real, key.width, key.digits);
-    if (key.whole) out += integer(record.*key.whole, key.width);
-    if (key.flag) out += integer(record.*key.flag ? 1 : 0, key.width);
-    out += std::string(key.unit) + "\n";
-}
-
-template <class Record, std::size_t n>
-void add_keys(std::string& out, std::string_view prefix, const ActionKey<Record> (&keys)[n], const Record& record)
-{
-    for (const ActionKey<Record>& key : keys) add_key(out, prefix, key, record);
-}
-
 void add_model(std::string& out, const std::string& start, const Model& model)
 {
     const auto* row = std::find_if(std::begin(model_words), std::end(model_words),
@@ -240,14 +206,14 @@ void add_light_source(std::string& out, const std::string& prefix, const WorkPoi
 
 void add_conditions(std::string& out, const std::string& prefix, const WorkPoint& point)
 {
-    for (const ActionKey<WorkPoint>& key : condition_keys)
-        if (prefix.empty() || key.real != &WorkPoint::frequency) add_key(out, prefix, key, point);
+    for (const KeyRow<WorkPoint>& key : condition_keys)
+        if (prefix.empty() || key.real != &WorkPoint::frequency) add_row(out, key, point, prefix);
 }
 
 void add_light_numbers(std::string& out, const std::string& prefix, const WorkPoint& point)
 {
-    for (const ActionKey<WorkPoint>& key : light_keys) {
-        add_key(out, prefix, key, point);
+    for (const KeyRow<WorkPoint>& key : light_keys) {
+        add_row(out, key, point, prefix);
         if (key.real == &WorkPoint::neutralDensity)
             out += prefix + "transmission : " + fixed(100.0 * std::pow(10.0, -point.neutralDensity), 10, 4) + " %\n";
     }
@@ -297,19 +263,19 @@ std::string action_panel_text(const ActionPanel& panel)
         add_light_source(out, prefix, point);
         add_light_numbers(out, prefix, point);
     }
-    add_keys(out, "", pause_switches, a);
-    add_keys(out, "", iv_keys, a);
+    add_rows(out, pause_switches, a);
+    add_rows(out, iv_keys, a);
     out += "IV_increment : " + fixed(increment(a.IV_startV, a.IV_stopV, a.IV_points), 12, 6) + " V\n";
-    add_keys(out, "", iv_switches, a);
-    add_keys(out, "", cv_keys, a);
+    add_rows(out, iv_switches, a);
+    add_rows(out, cv_keys, a);
     out += "CV_increment : " + fixed(increment(a.CV_startV, a.CV_stopV, a.CV_points), 12, 6) + " V\n";
-    add_keys(out, "", cv_switches, a);
-    add_keys(out, "", cf_keys, a);
+    add_rows(out, cv_switches, a);
+    add_rows(out, cf_keys, a);
     out += "Cf_points per decade : " + fixed(points_per_decade(a.Cf_startf, a.Cf_stopf, a.Cf_points), 3, 0) + "\n";
-    add_keys(out, "", cf_switches, a);
-    add_keys(out, "", qe_keys, a);
+    add_rows(out, cf_switches, a);
+    add_rows(out, qe_keys, a);
     out += "QE_increment : " + fixed(increment(a.QE_startlambda, a.QE_stoplambda, a.QE_points), 8, 2) + " nm\n";
-    add_keys(out, "", qe_switches, a);
+    add_rows(out, qe_switches, a);
     return out;
 }
 

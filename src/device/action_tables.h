@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/constants.h"
-#include "device/keyed_source.h"
+#include "device/keyed_rows.h"
 #include "device/work_point.h"
 
 #include <string_view>
@@ -15,21 +15,8 @@ inline constexpr std::string_view second_prefix = "Secondworkpoint ";
 inline constexpr Limits points = {0, MAX_NUM_CALCULATION_STEPS};
 inline constexpr Limits volts = {-1000, 1000};
 
-/// A number or a switch of a record; exactly one of the three members is set.
-template <class Record>
-struct ActionKey {
-    std::string_view word;
-    double Record::*real = nullptr;
-    int Record::*whole = nullptr;
-    bool Record::*flag = nullptr;
-    Limits limits = any_number;
-    int width = 2, digits = 0;  ///< of the written number
-    bool scientific = false;
-    std::string_view unit = "";
-};
-
 using W = WorkPoint;
-inline constexpr ActionKey<W> condition_keys[] = {
+inline constexpr KeyRow<W> condition_keys[] = {
     {.word = "Temperature", .real = &W::T, .limits = positive, .width = 8, .digits = 2, .unit = " K"},
     {.word = "Voltage", .real = &W::V, .limits = volts, .width = 10, .digits = 4, .unit = " V"},
     {.word = "Frequency",
@@ -42,7 +29,7 @@ inline constexpr ActionKey<W> condition_keys[] = {
     {.word = "Number of points", .whole = &W::numberOfPoints, .limits = points, .width = 3},
     {.word = "dark", .flag = &W::dark},
 };
-inline constexpr ActionKey<W> light_keys[] = {
+inline constexpr KeyRow<W> light_keys[] = {
     {.word = "spectrum cut off", .flag = &W::cutOff},
     {.word = "short wavelength cut off",
      .real = &W::lambdaShort,
@@ -61,32 +48,32 @@ inline constexpr ActionKey<W> light_keys[] = {
     {.word = "attenuation", .real = &W::attenuation, .limits = not_negative, .width = 10, .digits = 4, .unit = " %"},
 };
 /// Files of older versions also hold these; the switch of the shunt has the name of its resistance.
-inline constexpr ActionKey<W> old_keys[] = {
+inline constexpr KeyRow<W> old_keys[] = {
     {.word = "Rs present :", .flag = &W::RsPresent},
     {.word = "Rsh present :", .flag = &W::GshPresent},
 };
 
 /// One measurement: its lines, the written increment between two points, its switch.
 using A = ActionList;
-inline constexpr ActionKey<A> iv_keys[] = {
+inline constexpr KeyRow<A> iv_keys[] = {
     {.word = "IV_startV", .real = &A::IV_startV, .limits = volts, .width = 10, .digits = 4, .unit = " V"},
     {.word = "IV_stopV", .real = &A::IV_stopV, .limits = volts, .width = 10, .digits = 4, .unit = " V"},
     {.word = "IV_points", .whole = &A::IV_points, .limits = points, .width = 3},
 };
-inline constexpr ActionKey<A> iv_switches[] = {
+inline constexpr KeyRow<A> iv_switches[] = {
     {.word = "IV_calculate", .flag = &A::IV_calculate},
     {.word = "stop after Voc", .flag = &A::stopAfterVoc},
 };
-inline constexpr ActionKey<A> cv_keys[] = {
+inline constexpr KeyRow<A> cv_keys[] = {
     {.word = "CV_startV", .real = &A::CV_startV, .limits = volts, .width = 10, .digits = 4, .unit = " V"},
     {.word = "CV_stopV", .real = &A::CV_stopV, .limits = volts, .width = 10, .digits = 4, .unit = " V"},
     {.word = "CV_points", .whole = &A::CV_points, .limits = points, .width = 3},
 };
-inline constexpr ActionKey<A> cv_switches[] = {
+inline constexpr KeyRow<A> cv_switches[] = {
     {.word = "CV_calculate", .flag = &A::CV_calculate},
     {.word = "MIS CV_calculate", .flag = &A::MIS_CV_calculate},
 };
-inline constexpr ActionKey<A> cf_keys[] = {
+inline constexpr KeyRow<A> cf_keys[] = {
     {.word = "Cf_startf",
      .real = &A::Cf_startf,
      .limits = positive,
@@ -103,14 +90,14 @@ inline constexpr ActionKey<A> cf_keys[] = {
      .unit = " Hz"},
     {.word = "Cf_total points", .whole = &A::Cf_points, .limits = points, .width = 3},
 };
-inline constexpr ActionKey<A> cf_switches[] = {{.word = "Cf_calculate", .flag = &A::Cf_calculate}};
-inline constexpr ActionKey<A> qe_keys[] = {
+inline constexpr KeyRow<A> cf_switches[] = {{.word = "Cf_calculate", .flag = &A::Cf_calculate}};
+inline constexpr KeyRow<A> qe_keys[] = {
     {.word = "QE_startlambda", .real = &A::QE_startlambda, .limits = positive, .width = 8, .digits = 2, .unit = " nm"},
     {.word = "QE_stoplambda", .real = &A::QE_stoplambda, .limits = positive, .width = 8, .digits = 2, .unit = " nm"},
     {.word = "QE_points", .whole = &A::QE_points, .limits = points, .width = 3},
 };
-inline constexpr ActionKey<A> qe_switches[] = {{.word = "QE_calculate", .flag = &A::QE_calculate}};
-inline constexpr ActionKey<A> pause_switches[] = {{.word = "pause", .flag = &A::pause}};
+inline constexpr KeyRow<A> qe_switches[] = {{.word = "QE_calculate", .flag = &A::QE_calculate}};
+inline constexpr KeyRow<A> pause_switches[] = {{.word = "pause", .flag = &A::pause}};
 
 /// Written beside the number of points, and never read.
 inline constexpr std::string_view written_only[] = {"IV_increment", "CV_increment", "Cf_points per decade",

@@ -31,6 +31,15 @@ void in_all(Levels& levels, Value BulkRecombinationParameters::*field, const Val
     for (auto& level : levels) level.*field = value;
 }
 
+/// Reads a line that is for the defect as a whole.
+template <std::size_t n>
+TakenRow<KeyRow<B>> read_in_all(KeyedSource& source, const KeyRow<B> (&rows)[n], Levels& levels)
+{
+    const auto taken = read_rows(source, rows, levels[0]);
+    if (taken.stored) in_all(levels, taken.row->real, levels[0].*taken.row->real);
+    return taken;
+}
+
 /// Each level further is one charge lower; beyond the lowest transition, and if the first is neutral, all are neutral.
 void set_level_types(Levels& levels, LevelType first, int count)
 {
@@ -158,28 +167,29 @@ void read_capture_values(KeyedSource& source, Levels& levels)
     }
 }
 
+void read_spatial_distribution(KeyedSource& source, Levels& levels)
+{
+    int spatial = 0;
+    // Panels say "constant", people "homogeneous".
+    const bool is_constant = source.anywhere("constant") || source.anywhere("homogeneous");
+    if (is_constant ||
+        source.last_word("profile", spatial_distribution_words, std::size(spatial_distribution_words), spatial))
+        in_all(levels, &B::spatial, static_cast<SpatialDistribution>(spatial));
+}
+
 /// Density in the form of the oldest files; not looked at once there is a profile.
 bool read_old_density(KeyedSource& source, Levels& levels, DefectReading& met)
 {
     if (met.has_profile)
         return source.starts("profile") || source.starts("Lkar") || source.starts("Nleft") || source.starts("Nright");
-    int spatial = 0;
-    double value = 0.0;
     if (source.starts("profile")) {
-        if (source.last_word("profile", spatial_distribution_words, std::size(spatial_distribution_words), spatial))
-            in_all(levels, &B::spatial, static_cast<SpatialDistribution>(spatial));
-    } else if (source.starts("Lkar")) {
-        if (source.number("Lkar", value, positive)) in_all(levels, &B::Lkar, value);
-    } else if (source.starts("Nleft")) {
-        met.has_Nleft = source.number("Nleft", value, not_negative);
-        if (met.has_Nleft) in_all(levels, &B::Nleft, value);
-    } else if (source.starts("Nright")) {
-        met.has_Nright = source.number("Nright", value, not_negative);
-        if (met.has_Nright) in_all(levels, &B::Nright, value);
-    } else {
-        return false;
+        read_spatial_distribution(source, levels);
+        return true;
     }
-    return true;
+    const auto taken = read_in_all(source, old_density_keys, levels);
+    met.has_Nleft = met.has_Nleft || (taken.stored && taken.row->real == &B::Nleft);
+    met.has_Nright = met.has_Nright || (taken.stored && taken.row->real == &B::Nright);
+    return static_cast<bool>(taken);
 }
 
 bool read_density_profile(KeyedSource& source, Levels& levels, DefectReading& met)
@@ -199,11 +209,10 @@ void read_defect_line(Reading& reading, Levels& levels, DefectReading& met)
     KeyedSource& source = reading.source;
     const int count = levels[0].levels;
     int whole = 0;
-    double value = 0.0;
     if (source.starts("type")) return read_type(source, levels);
-    for (const DefectKey& key : single_defect_keys) {
-        if (!source.starts(key.word)) continue;
-        if (source.number(key.word, value, key.limits)) in_all(levels, key.field, value);
+    if (read_in_all(source, single_defect_keys, levels)) return;
+    if (const auto taken = read_in_all(source, defect_energy_keys, levels)) {
+        if (taken.row->real == &B::Ecor) in_all(levels, &B::correlation, true);
         return;
     }
     if (read_density_profile(source, levels, met) || read_old_density(source, levels, met)) return;
@@ -212,13 +221,6 @@ void read_defect_line(Reading& reading, Levels& levels, DefectReading& met)
     } else if (source.starts_exactly("Reference for defect energy")) {
         if (source.whole("Reference for defect energy", whole, 0, 2))
             in_all(levels, &B::reference, static_cast<EnergyReference>(whole));
-    } else if (source.starts_exactly("Ekar")) {
-        if (source.number("Ekar", value, not_negative)) in_all(levels, &B::Ekar, value);
-    } else if (source.starts_exactly("Ecor")) {
-        if (source.number("Ecor", value)) in_all(levels, &B::Ecor, value);
-    } else if (source.starts("Correlation energy")) {
-        if (source.number("Correlation energy", value)) in_all(levels, &B::Ecor, value);
-        in_all(levels, &B::correlation, true);
     } else if (source.starts("degeneracy factors equal one")) {
         in_all(levels, &B::degeneracy_one, true);
     } else if (source.anywhere("tailtype")) {

@@ -23,6 +23,10 @@ void read_metastable_line(Reading& reading, MetaStableDefectParameters& pair)
         std::vector<double> flags;
         std::size_t rest = 0;
         if (!source.numbers(given_energies_key, pair.derived_energy.size(), flags, rest)) return;
+        if (!std::all_of(flags.begin(), flags.end(), [](double f) { return a_fraction.hold(f); })) {
+            source.refuse(given_energies_key, "the value is outside its range");
+            return;
+        }
         // Of fewer than five the rest keep their defaults.
         for (std::size_t i = 0; i < flags.size(); ++i) pair.derived_energy[i] = flags[i] != 0.0;
     } else if (source.starts("Reference for transition energy")) {
@@ -32,15 +36,7 @@ void read_metastable_line(Reading& reading, MetaStableDefectParameters& pair)
     } else if (source.starts(initial_configuration_key)) {
         source.number(initial_configuration_key, pair.initial_acceptor_configuration, a_fraction);
     } else {
-        for (const MetastableKey& key : metastable_keys) {
-            if (!source.starts(key.word)) continue;
-            if (key.real)
-                source.number(key.word, pair.*key.real, key.limits);
-            else
-                source.whole(key.word, pair.*key.whole, static_cast<int>(key.limits.low),
-                             static_cast<int>(key.limits.high));
-            return;
-        }
+        read_rows(source, metastable_keys, pair);
     }
 }
 
@@ -49,25 +45,13 @@ void read_interface_line(Reading& reading, InterfaceParameters& interface, Inter
 {
     KeyedSource& source = reading.source;
     int whole = 0;
-    const auto take = [&](auto& keys) {
-        for (const InterfaceKey& key : keys) {
-            if (!(key.exact ? source.starts_exactly(key.word) : source.starts(key.word))) continue;
-            source.number(key.word, defect.*key.field, key.limits);
-            return true;
-        }
-        return false;
-    };
     if (source.starts("interfacename")) {
         interface.name = source.text("interfacename", interface_name_limit);
     } else if (source.starts("type")) {
         if (source.last_word("type", defect_type_words, std::size(defect_type_words), whole))
             defect.defectType = static_cast<DefectType>(whole);
-    } else if (take(interface_sigma_keys)) {
-        return;
-    } else if (source.starts("Tunneling to trap")) {
-        reading.tunneling("Tunneling to trap", defect.tunneling, &ConvergenceParameters::Tunneliface_allowed);
-    } else if (take(interface_mass_keys)) {
-        return;
+    } else if (read_rows(source, interface_capture_keys, defect)) {
+        reading.open_path(defect.tunneling, &C::Tunneliface_allowed);
     } else if (source.starts("energy distribution")) {
         read_energy_distribution(source, defect.energy_distribution);
     } else if (source.starts_exactly("Reference for defect energy")) {
@@ -75,12 +59,12 @@ void read_interface_line(Reading& reading, InterfaceParameters& interface, Inter
         has_reference = true;
         // One of the bulk's counts, at an interface, from the highest valence band.
         defect.reference = static_cast<EnergyReference>(std::max(whole, 3));
-    } else if (take(interface_energy_keys)) {
+    } else if (read_rows(source, interface_energy_keys, defect)) {
         return;
     } else if (source.anywhere("tailtype")) {
         read_tail_type(source, defect.energy_distribution);
-    } else if (source.starts("N")) {
-        source.number("N", defect.N, not_negative);
+    } else {
+        read_rows(source, interface_density_key, defect);
     }
 }
 
@@ -117,15 +101,10 @@ void read_interface_properties(Reading& reading)
     InterfaceParameters& interface = reading.interface_behind(reading.cell().layers - 1);
     while (source.must_go_on()) {
         if (ends_section(source) || source.section("interface recombination")) return;
-        if (source.starts("Intraband tunneling"))
-            reading.tunneling("Intraband tunneling", interface.tunneling,
-                              &ConvergenceParameters::Tunnelintraband_allowed);
-        else if (source.starts("Relative electron mass"))
-            source.number("Relative electron mass", interface.m_e, positive);
-        else if (source.starts("Relative hole mass"))
-            source.number("Relative hole mass", interface.m_h, positive);
-        else if (source.starts("interfacename"))
+        if (source.starts("interfacename"))
             interface.name = source.text("interfacename", interface_name_limit);
+        else if (read_rows(source, interface_keys, interface))
+            reading.open_path(interface.tunneling, &C::Tunnelintraband_allowed);
     }
 }
 

@@ -283,8 +283,8 @@ void read_layer(Reading& reading)
         } else if (is_composition) {
             read_composition(source, layer);
         } else if (source.starts("Tunneling in layer")) {
-            reading.tunneling("Tunneling in layer", material.tunneling,
-                              &ConvergenceParameters::Tunnelintraband_allowed);
+            if (source.flag("Tunneling in layer", material.tunneling))
+                reading.open_path(material.tunneling, &C::Tunnelintraband_allowed);
         } else if (source.starts_exactly("absorption grading")) {
             if (InputLineToProfile(source, "absorption grading", material.absorption.grading))
                 material.absorption.grading.dependence = Dependence::on_y;

@@ -30,11 +30,7 @@ bool read_mott_schottky_line(Reading& reading)
     for (const MottSchottkyKey& key : mott_schottky_keys) {
         const bool found = source.anywhere(key.word) || (key.word == "layer number" && source.anywhere("#"));
         if (!found) continue;
-        MottSchottkySettings& settings = reading.definition.NW;
-        const bool stored = key.real
-                                ? source.number(mott_schottky_start, settings.*key.real, key.limits)
-                                : source.whole(mott_schottky_start, settings.*key.whole,
-                                               static_cast<int>(key.limits.low), static_cast<int>(key.limits.high));
+        const bool stored = read_value(source, mott_schottky_start, key, reading.definition.NW);
         reading.definition.NW_from_file = reading.definition.NW_from_file || stored;
         return true;
     }
@@ -47,11 +43,7 @@ bool read_mott_schottky_line(Reading& reading)
 bool read_quantum_efficiency_line(Reading& reading)
 {
     KeyedSource& source = reading.source;
-    QeSettings& qe = reading.definition.qe;
-    if (source.starts("QE calculation mode")) return source.whole("QE calculation mode", qe.mode, 0, 1), true;
-    if (source.starts("number of photons")) return source.number("number of photons", qe.photons, positive), true;
-    if (source.starts("incident power")) return source.number("incident power", qe.power, positive), true;
-    return false;
+    return static_cast<bool>(read_rows(source, quantum_efficiency_keys, reading.definition.qe));
 }
 
 /// Rules that hold for several settings together.
@@ -76,16 +68,10 @@ void read_numerical_block(Reading& reading)
             source.starts("name"))
             return;
         if (read_mott_schottky_line(reading) || read_quantum_efficiency_line(reading)) continue;
-        constexpr std::string_view flatband = "Include charge in defects in the calculation of the flatband condition";
-        if (source.starts(flatband)) source.whole(flatband, settings.flatband_with_defects, 0, 1);
-        if (source.starts(written_only)) continue;
-        if (source.starts("recalculate mesh")) source.whole("recalculate mesh", settings.recalculate_mesh, 0, 1);
+        if (read_rows(source, switch_keys, settings) || source.starts(written_only)) continue;
         for (const NumericalKey& key : numerical_keys) {
             if (!source.starts(key.word)) continue;
-            if (key.real) source.number(key.word, settings.*key.real, key.limits);
-            if (key.whole)
-                source.whole(key.word, settings.*key.whole, static_cast<int>(key.limits.low),
-                             static_cast<int>(key.limits.high));
+            read_value(source, key.word, key, settings);
             if (key.ends_old_tunnel_rule) reading.old_tunnel_rules = false;
             break;
         }
@@ -96,32 +82,19 @@ void read_numerical_block(Reading& reading)
 void read_contact_line(Reading& reading, ContactParameters& contact, bool& has_flatband, bool& has_work_function)
 {
     KeyedSource& source = reading.source;
-    if (source.starts("flatband")) {
-        if (source.flag("flatband", contact.flatband)) has_flatband = true;
-    } else if (source.starts("recalculate")) {
-        source.flag("recalculate", contact.recalculate);
-    } else if (source.starts("Fi_m")) {
-        if (source.number("Fi_m", contact.Fi_m)) has_work_function = true, contact.flatband = false;
-    } else if (source.starts("Sn")) {
-        source.number("Sn", contact.Sn, not_negative);
-    } else if (source.starts("Sp")) {
-        source.number("Sp", contact.Sp, not_negative);
+    if (const auto taken = read_rows(source, contact_keys, contact)) {
+        has_flatband = has_flatband || (taken.stored && taken.row->flag == &K::flatband);
+        const bool work_function = taken.stored && taken.row->real == &K::Fi_m;
+        if (work_function) has_work_function = true, contact.flatband = false;
+        if (taken.row->flag == &K::tunneling) reading.open_path(contact.tunneling, &C::Tunnelcontact_allowed);
     } else if (source.starts("optical filter")) {
         contact.filter = true;
         if (source.anywhere("transmission")) contact.filter_transmission = true;
         if (source.anywhere("reflection")) contact.filter_transmission = false;
     } else if (source.starts("filterfile")) {
         contact.filter_file = source.file_name("filterfile");
-    } else if (source.starts("wavelength independent")) {
-        source.flag("wavelength independent", contact.filter_constant);
-    } else if (source.starts("filter value")) {
-        source.number("filter value", contact.filter_value, a_fraction);
-    } else if (source.starts("Tunneling to contact")) {
-        reading.tunneling("Tunneling to contact", contact.tunneling, &ConvergenceParameters::Tunnelcontact_allowed);
-    } else if (source.starts("Relative electron mass")) {
-        source.number("Relative electron mass", contact.m_e, positive);
-    } else if (source.starts("Relative hole mass")) {
-        source.number("Relative hole mass", contact.m_h, positive);
+    } else {
+        read_rows(source, filter_keys, contact);
     }
 }
 
@@ -146,43 +119,33 @@ void read_working_point(Reading& reading)
     DefinitionWorkPoint& point = reading.definition.workPoint;
     CellParameters& cell = reading.cell();
     bool has_reflection = false;
-    const auto sign = [&](std::string_view key, int& target, int low) {
-        int found = 0;
-        if (!source.whole(key, found, low, 1)) return;
-        if (found == 0 && low == -1) {
-            source.refuse(key, "the value must be -1 or 1");
-            return;
-        }
-        target = found;
-        point.references_given = true;
-        reading.definition.input.convergence.allow_references = 1;
-    };
     while (source.next() && !source.section("spectrumfile")) {
+        DefinitionWorkPoint front;
+        const int voltage = cell.voltage_reference;
         if (source.starts("illuminated")) {
             point.lightFromRight = !source.anywhere("left");
-        } else if (source.starts("internal Rfront")) {
-            has_reflection = source.number("internal Rfront", point.Rfront, a_fraction);
-            if (has_reflection) point.Tfront = 1.0 - point.Rfront;
-        } else if (source.starts("internal Tfront")) {
-            double Tfront = 0.0;
-            // Written with fewer digits than the reflection in front of it, which it must not spoil.
-            if (source.number("internal Tfront", Tfront, a_fraction) &&
-                !(has_reflection && std::abs(Tfront - point.Tfront) <= 0.5001e-4 * Tfront)) {
-                point.Tfront = Tfront;
-                point.Rfront = 1.0 - Tfront;
+        } else if (const auto taken = read_rows(source, front_keys, front)) {
+            const bool reflection = taken.row->real == &Point::Rfront;
+            if (!taken.stored) continue;
+            if (reflection) front.Tfront = 1.0 - front.Rfront;
+            // The transmission is written with fewer digits than the reflection in front of it, which it must not
+            // spoil.
+            const bool rounded =
+                !reflection && has_reflection && std::abs(front.Tfront - point.Tfront) <= 0.5001e-4 * front.Tfront;
+            has_reflection = has_reflection || reflection;
+            if (rounded) continue;
+            point.Tfront = front.Tfront;
+            point.Rfront = reflection ? front.Rfront : 1.0 - front.Tfront;
+        } else if (read_rows(source, resistance_keys, point)) {
+            continue;
+        } else if (const auto reference = read_rows(source, reference_keys, cell)) {
+            if (cell.voltage_reference == 0) {
+                cell.voltage_reference = voltage;
+                source.refuse(reference.row->word, "the value must be -1 or 1");
+            } else if (reference.stored) {
+                point.references_given = true;
+                reading.definition.input.convergence.allow_references = 1;
             }
-        } else if (source.starts("Series resistance :")) {
-            source.flag("Series resistance :", point.RsPresent);
-        } else if (source.starts("Rs [Ohm.m2]")) {
-            source.number("Rs [Ohm.m2]", point.Rs, not_negative);
-        } else if (source.starts("Shunt conductance :")) {
-            source.flag("Shunt conductance :", point.GshPresent);
-        } else if (source.starts("Gsh [S/m2]")) {
-            source.number("Gsh [S/m2]", point.Gsh, not_negative);
-        } else if (source.starts("voltage V applied to")) {
-            sign("voltage V applied to", cell.voltage_reference, -1);
-        } else if (source.starts("cell reference system")) {
-            sign("cell reference system", cell.reference_system, 0);
         }
     }
 }
@@ -328,9 +291,9 @@ InterfaceParameters& Reading::interface_behind(int layer)
     return layer < max_interfaces ? cell().interfaces[static_cast<std::size_t>(layer)] : beyond_last;
 }
 
-void Reading::tunneling(std::string_view key, bool& flag, int ConvergenceParameters::*path)
+void Reading::open_path(bool used, int ConvergenceParameters::*path)
 {
-    if (source.flag(key, flag) && flag && old_tunnel_rules) definition.input.convergence.*path = 1;
+    if (used && old_tunnel_rules) definition.input.convergence.*path = 1;
 }
 
 }  // namespace definition_sections

@@ -21,8 +21,8 @@ struct Reading {
     [[nodiscard]] LayerParameters& layer() const { return cell().layer[static_cast<std::size_t>(cell().layers - 1)]; }
     /// What stands behind a layer, from 0: read before it is known whether another layer follows.
     [[nodiscard]] InterfaceParameters& interface_behind(int layer);
-    /// A switch of tunnelling in the cell; under the old rules it opens the path as well.
-    void tunneling(std::string_view key, bool& flag, int ConvergenceParameters::*path);
+    /// Under the old rules a switch of tunnelling in the cell opens the path as well.
+    void open_path(bool used, int ConvergenceParameters::*path);
 };
 
 /// Reads a profile in any of its forms: one value, 7, 8 or 9 numbers, file name behind them under Law::from_file.

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "device/definition.h"
-#include "device/keyed_source.h"
+#include "device/keyed_rows.h"
 
 #include <string_view>
 
@@ -75,6 +75,37 @@ inline constexpr NumericalKey numerical_keys[] = {
     {"recombination limit", &C::recombination_limit, nullptr, not_negative, 0, " microA/cm2", Written::mesh},
 };
 
+/// Switches of the block that are written apart from the rows above.
+inline constexpr KeyRow<C> switch_keys[] = {
+    {.word = "recalculate mesh",
+     .whole = &C::recalculate_mesh,
+     .limits = from_0_to_1,
+     .unit = " (0: fixed mesh, 1: adaptive mesh)"},
+    {.word = "Include charge in defects in the calculation of the flatband condition",
+     .whole = &C::flatband_with_defects,
+     .limits = from_0_to_1,
+     .unit = "\t(1=yes, 0=no)"},
+};
+inline constexpr KeyRow<QeSettings> quantum_efficiency_keys[] = {
+    {.word = "QE calculation mode",
+     .whole = &QeSettings::mode,
+     .limits = from_0_to_1,
+     .unit = " (0: cst. # of photons, 1: cst. incident power)",
+     .colon = ": "},
+    {.word = "number of photons",
+     .real = &QeSettings::photons,
+     .limits = positive,
+     .width = 9,
+     .digits = 2,
+     .scientific = true},
+    {.word = "incident power",
+     .real = &QeSettings::power,
+     .limits = positive,
+     .width = 9,
+     .digits = 2,
+     .scientific = true},
+};
+
 /// Written by the save command and never read: the lines on the references of the working point decide.
 inline constexpr std::string_view written_only = "Allow change of Voltage or Current references";
 
@@ -115,6 +146,78 @@ inline constexpr MottSchottkyKey mott_schottky_keys[] = {
     {"smooth epsilon", " smooth epsilon for NW :", &NWs::smooth_epsilon, nullptr, {0, 1}, ""},
 };
 
+// ---- contacts, working point ----------------------------------------------------------------------------------------
+
+// In the order of the file. Flat bands and work function exclude each other; the lines behind the masses are written
+// with a filter only.
+using K = ContactParameters;
+inline constexpr KeyRow<K> contact_keys[] = {
+    {.word = "flatband",
+     .flag = &K::flatband,
+     .width = 1,
+     .unit = " (1: flatband contact imposed; 0: fixed Phi_m value)"},
+    {.word = "recalculate",
+     .flag = &K::recalculate,
+     .width = 1,
+     .unit = " (1 = do or 0 = do not recalculate phi_m to set flatband in each batch step)"},
+    {.word = "Fi_m", .real = &K::Fi_m, .width = 10, .digits = 6, .unit = " [eV]"},
+    {.word = "Sn",
+     .real = &K::Sn,
+     .limits = not_negative,
+     .width = 9,
+     .digits = 3,
+     .scientific = true,
+     .unit = " [m/s]"},
+    {.word = "Sp",
+     .real = &K::Sp,
+     .limits = not_negative,
+     .width = 9,
+     .digits = 3,
+     .scientific = true,
+     .unit = " [m/s]"},
+    {.word = "Tunneling to contact", .flag = &K::tunneling, .width = 1, .colon = ": "},
+    {.word = "Relative electron mass", .real = &K::m_e, .limits = positive, .scientific = true},
+    {.word = "Relative hole mass", .real = &K::m_h, .limits = positive, .scientific = true},
+};
+inline constexpr KeyRow<K> filter_keys[] = {
+    {.word = "wavelength independent", .flag = &K::filter_constant, .width = 1, .colon = ": "},
+    {.word = "filter value",
+     .real = &K::filter_value,
+     .limits = a_fraction,
+     .width = 14,
+     .digits = 8,
+     .scientific = true,
+     .colon = ": "},
+};
+
+using Point = DefinitionWorkPoint;
+inline constexpr KeyRow<Point> front_keys[] = {
+    {.word = "internal Rfront", .real = &Point::Rfront, .limits = a_fraction, .width = 12, .digits = 8},
+    {.word = "internal Tfront",
+     .real = &Point::Tfront,
+     .limits = a_fraction,
+     .width = 11,
+     .digits = 4,
+     .scientific = true},
+};
+// Each switch is followed by its value; both are written where it is on.
+inline constexpr KeyRow<Point> resistance_keys[] = {
+    {.word = "Series resistance", .flag = &Point::RsPresent, .unit = " (1: Rs enabled; 0: Rs disabled)"},
+    {.word = "Rs [Ohm.m2]", .real = &Point::Rs, .limits = not_negative, .width = 14, .digits = 6, .scientific = true},
+    {.word = "Shunt conductance", .flag = &Point::GshPresent, .unit = " (1: Gsh enabled; 0: Gsh disabled)"},
+    {.word = "Gsh [S/m2]", .real = &Point::Gsh, .limits = not_negative, .width = 14, .digits = 6, .scientific = true},
+};
+inline constexpr KeyRow<CellParameters> reference_keys[] = {
+    {.word = "voltage V applied to",
+     .whole = &CellParameters::voltage_reference,
+     .limits = {-1, 1},
+     .unit = " (+1: right contact; -1: left contact)"},
+    {.word = "cell reference system",
+     .whole = &CellParameters::reference_system,
+     .limits = {0, 1},
+     .unit = " (1: as a consumer (consumed power = +VJ; 0: as a generator (generated power = +VJ) )"},
+};
+
 // ---- graded quantities -------------------------------------------------------------------------------------------
 
 /// Values that a quantity can have in a file.
@@ -142,17 +245,28 @@ inline constexpr MottSchottkyKey mott_schottky_keys[] = {
 
 // ---- defects -----------------------------------------------------------------------------------------------------
 
-/// A quantity that stands once in a line for the whole defect.
-struct DefectKey {
-    std::string_view word;
-    double BulkRecombinationParameters::*field;
-    Limits limits;
-};
+/// Quantities that stand once in a line for the whole defect; of old files, read and not written.
 using B = BulkRecombinationParameters;
-inline constexpr DefectKey single_defect_keys[] = {
-    {"sigma_n_opt", &B::sigma_n_opt, not_negative},   {"sigma_p_opt", &B::sigma_p_opt, not_negative},
-    {"sigma_n_plus", &B::sigma_n_plus, not_negative}, {"sigma_n_zero", &B::sigma_n_zero, not_negative},
-    {"sigma_p_zero", &B::sigma_p_zero, not_negative}, {"sigma_p_min", &B::sigma_p_min, not_negative},
+inline constexpr KeyRow<B> single_defect_keys[] = {
+    {.word = "sigma_n_opt", .real = &B::sigma_n_opt, .limits = not_negative},
+    {.word = "sigma_p_opt", .real = &B::sigma_p_opt, .limits = not_negative},
+    {.word = "sigma_n_plus", .real = &B::sigma_n_plus, .limits = not_negative},
+    {.word = "sigma_n_zero", .real = &B::sigma_n_zero, .limits = not_negative},
+    {.word = "sigma_p_zero", .real = &B::sigma_p_zero, .limits = not_negative},
+    {.word = "sigma_p_min", .real = &B::sigma_p_min, .limits = not_negative},
+    {.word = "Ecor", .real = &B::Ecor, .exact = true},
+};
+/// The same, written; the correlation energy where there is one.
+inline constexpr KeyRow<B> defect_energy_keys[] = {
+    {.word = "Ekar", .real = &B::Ekar, .limits = not_negative, .width = 7, .digits = 4, .unit = " [eV]", .exact = true},
+    {.word = "Correlation energy", .real = &B::Ecor, .width = 7, .digits = 3, .unit = " [eV]"},
+};
+/// Density in the form of the oldest files, behind a line on its "profile"; the densities' unit is that of their
+/// distribution.
+inline constexpr KeyRow<B> old_density_keys[] = {
+    {.word = "Lkar", .real = &B::Lkar, .limits = positive, .width = 9, .digits = 3, .scientific = true, .unit = " [m]"},
+    {.word = "Nleft", .real = &B::Nleft, .limits = not_negative, .width = 9, .digits = 3, .scientific = true},
+    {.word = "Nright", .real = &B::Nright, .limits = not_negative, .width = 9, .digits = 3, .scientific = true},
 };
 /// Quantities with one value a level; tested behind the longer keys above.
 struct LevelKey {
@@ -185,61 +299,121 @@ struct Carrier {
 };
 inline constexpr Carrier carriers[] = {{"electrons", &B::electrons}, {"holes", &B::holes}};
 
-/// Metastable pair, in the order of the file; exactly one of `real` and `whole` is set.
-struct MetastableKey {
-    std::string_view word;
-    double MetaStableDefectParameters::*real;
-    int MetaStableDefectParameters::*whole;
-    Limits limits;
-    bool scientific;
-    int width, digits;
-    std::string_view unit;
-};
+/// Metastable pair, in the order of the file.
 using P = MetaStableDefectParameters;
-inline constexpr MetastableKey metastable_keys[] = {
-    {"DonorDefect", nullptr, &P::donor_defect, {-1, max_defects - 1}, false, 2, 0, ""},
-    {"AcceptorDefect", nullptr, &P::acceptor_defect, {-1, max_defects - 1}, false, 2, 0, ""},
-    {"Donor charge state", nullptr, &P::donor_charge_state, {0, 6}, false, 2, 0, ""},
-    {"Phonon frequency", &P::phonon_frequency, nullptr, positive, true, 9, 3, " [Hz]"},
-    {"Metastability type", nullptr, &P::type, {0, 9}, false, 2, 0, ""},
-    {"Electron process", nullptr, &P::electron_process, {0, 9}, false, 2, 0, ""},
-    {"Hole process", nullptr, &P::hole_process, {0, 9}, false, 2, 0, ""},
+inline constexpr KeyRow<P> metastable_keys[] = {
+    {.word = "DonorDefect", .whole = &P::donor_defect, .limits = {-1, max_defects - 1}},
+    {.word = "AcceptorDefect", .whole = &P::acceptor_defect, .limits = {-1, max_defects - 1}},
+    {.word = "Donor charge state", .whole = &P::donor_charge_state, .limits = {0, 6}},
+    {.word = "Phonon frequency",
+     .real = &P::phonon_frequency,
+     .limits = positive,
+     .width = 9,
+     .digits = 3,
+     .scientific = true,
+     .unit = " [Hz]"},
+    {.word = "Metastability type", .whole = &P::type, .limits = {0, 9}},
+    {.word = "Electron process", .whole = &P::electron_process, .limits = {0, 9}},
+    {.word = "Hole process", .whole = &P::hole_process, .limits = {0, 9}},
     // The line on the activation energies that follow stands here.
-    {"sigma_acc_n", &P::sigma_acc_n, nullptr, not_negative, true, 9, 3, " [m^2]"},
-    {"sigma_acc_p", &P::sigma_acc_p, nullptr, not_negative, true, 9, 3, " [m^2]"},
-    {"sigma_don_n", &P::sigma_don_n, nullptr, not_negative, true, 9, 3, " [m^2]"},
-    {"sigma_don_p", &P::sigma_don_p, nullptr, not_negative, true, 9, 3, " [m^2]"},
-    {"Eact_EE", &P::Eact_EE, nullptr, any_number, false, 7, 3, " [eV]"},
-    {"Eact_HC", &P::Eact_HC, nullptr, any_number, false, 7, 3, " [eV]"},
-    {"Eact_EC", &P::Eact_EC, nullptr, any_number, false, 7, 3, " [eV]"},
-    {"Eact_HE", &P::Eact_HE, nullptr, any_number, false, 7, 3, " [eV]"},
-    {"Eact_TR", &P::Eact_TR, nullptr, any_number, false, 7, 3, " [eV]"},
+    {.word = "sigma_acc_n",
+     .real = &P::sigma_acc_n,
+     .limits = not_negative,
+     .width = 9,
+     .digits = 3,
+     .scientific = true,
+     .unit = " [m^2]"},
+    {.word = "sigma_acc_p",
+     .real = &P::sigma_acc_p,
+     .limits = not_negative,
+     .width = 9,
+     .digits = 3,
+     .scientific = true,
+     .unit = " [m^2]"},
+    {.word = "sigma_don_n",
+     .real = &P::sigma_don_n,
+     .limits = not_negative,
+     .width = 9,
+     .digits = 3,
+     .scientific = true,
+     .unit = " [m^2]"},
+    {.word = "sigma_don_p",
+     .real = &P::sigma_don_p,
+     .limits = not_negative,
+     .width = 9,
+     .digits = 3,
+     .scientific = true,
+     .unit = " [m^2]"},
+    {.word = "Eact_EE", .real = &P::Eact_EE, .width = 7, .digits = 3, .unit = " [eV]"},
+    {.word = "Eact_HC", .real = &P::Eact_HC, .width = 7, .digits = 3, .unit = " [eV]"},
+    {.word = "Eact_EC", .real = &P::Eact_EC, .width = 7, .digits = 3, .unit = " [eV]"},
+    {.word = "Eact_HE", .real = &P::Eact_HE, .width = 7, .digits = 3, .unit = " [eV]"},
+    {.word = "Eact_TR", .real = &P::Eact_TR, .width = 7, .digits = 3, .unit = " [eV]"},
 };
 inline constexpr std::string_view last_metastable_key_before_energies = "Hole process";
 inline constexpr std::string_view given_energies_key = "UserDefined Activation Energies";
 inline constexpr std::string_view initial_configuration_key = "initialacceptorconfiguration";
 
-/// Interface defect. "N" is looked for last, because every line with n in front would be taken for it.
-struct InterfaceKey {
-    std::string_view word;
-    double InterfaceRecombinationParameters::*field;
-    Limits limits;
-    bool exact = false;
+/// Interfaces; in the plain form of a file masses are shorter.
+using F = InterfaceParameters;
+inline constexpr std::string_view tunneling_unit = " (0: no tunneling, 1: with tunneling)";
+inline constexpr KeyRow<F> interface_keys[] = {
+    {.word = "Intraband tunneling", .flag = &F::tunneling, .width = 1, .unit = tunneling_unit},
+    {.word = "Relative electron mass",
+     .real = &F::m_e,
+     .limits = positive,
+     .width = 9,
+     .digits = 2,
+     .scientific = true},
+    {.word = "Relative hole mass", .real = &F::m_h, .limits = positive, .width = 9, .digits = 2, .scientific = true},
 };
 using I = InterfaceRecombinationParameters;
-inline constexpr InterfaceKey interface_sigma_keys[] = {
-    {"sigma_nleft", &I::sigma_nleft, not_negative},
-    {"sigma_nright", &I::sigma_nright, not_negative},
-    {"sigma_pleft", &I::sigma_pleft, not_negative},
-    {"sigma_pright", &I::sigma_pright, not_negative},
+inline constexpr KeyRow<I> interface_capture_keys[] = {
+    {.word = "sigma_nleft",
+     .real = &I::sigma_nleft,
+     .limits = not_negative,
+     .width = 9,
+     .digits = 3,
+     .scientific = true,
+     .unit = " [m^2]"},
+    {.word = "sigma_nright",
+     .real = &I::sigma_nright,
+     .limits = not_negative,
+     .width = 9,
+     .digits = 3,
+     .scientific = true,
+     .unit = " [m^2]"},
+    {.word = "sigma_pleft",
+     .real = &I::sigma_pleft,
+     .limits = not_negative,
+     .width = 9,
+     .digits = 3,
+     .scientific = true,
+     .unit = " [m^2]"},
+    {.word = "sigma_pright",
+     .real = &I::sigma_pright,
+     .limits = not_negative,
+     .width = 9,
+     .digits = 3,
+     .scientific = true,
+     .unit = " [m^2]"},
+    {.word = "Tunneling to trap", .flag = &I::tunneling, .width = 1, .unit = tunneling_unit, .colon = ": "},
+    {.word = "Relative electron mass",
+     .real = &I::m_e,
+     .limits = positive,
+     .width = 9,
+     .digits = 2,
+     .scientific = true},
+    {.word = "Relative hole mass", .real = &I::m_h, .limits = positive, .width = 9, .digits = 2, .scientific = true},
 };
-inline constexpr InterfaceKey interface_mass_keys[] = {
-    {"Relative electron mass", &I::m_e, positive},
-    {"Relative hole mass", &I::m_h, positive},
+/// Behind the lines on distribution and reference.
+inline constexpr KeyRow<I> interface_energy_keys[] = {
+    {.word = "Et", .real = &I::Et, .width = 5, .digits = 2, .unit = " [eV]", .exact = true},
+    {.word = "Ekar", .real = &I::Ekar, .limits = not_negative, .width = 5, .digits = 2, .unit = " [eV]", .exact = true},
 };
-inline constexpr InterfaceKey interface_energy_keys[] = {
-    {"Et", &I::Et, any_number, true},
-    {"Ekar", &I::Ekar, not_negative, true},
+/// Looked for last, because every line with n in front would be taken for it; the unit is that of the distribution.
+inline constexpr KeyRow<I> interface_density_key[] = {
+    {.word = "N", .real = &I::N, .limits = not_negative, .width = 9, .digits = 3, .scientific = true},
 };
 
 }  // namespace kovin::definition_tables

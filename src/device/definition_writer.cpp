@@ -17,12 +17,6 @@ namespace {
 using namespace definition_tables;
 using namespace definition_parts;
 
-std::string mass_line(std::string_view carrier, double mass, const Form& form)
-{
-    const int width = form.contact_digits + 7 + (form.save_command ? 0 : 1);
-    return "Relative " + std::string(carrier) + " mass : " + scientific(mass, width, form.contact_digits) + "\n";
-}
-
 // ---- numerical block ----
 
 void add_numerical_line(std::string& out, const NumericalKey& key, const ConvergenceParameters& c, const Form& form)
@@ -35,7 +29,7 @@ void add_numerical_line(std::string& out, const NumericalKey& key, const Converg
 
 void add_mesh_lines(std::string& out, const ConvergenceParameters& c, const Form& form)
 {
-    out += "recalculate mesh : " + integer(c.recalculate_mesh, 2) + " (0: fixed mesh, 1: adaptive mesh)\n";
+    add_row(out, switch_keys[0], c);
     if (form.save_command && c.recalculate_mesh == 0) return;
     for (const NumericalKey& key : numerical_keys)
         if (key.written == Written::mesh) add_numerical_line(out, key, c, form);
@@ -56,8 +50,6 @@ void add_mott_schottky(std::string& out, const MottSchottkySettings& settings, b
     for (const MottSchottkyKey& key : mott_schottky_keys)
         if (!layer_first || !is_layer(key)) add(key);
 }
-
-constexpr std::string_view flatband_line = "Include charge in defects in the calculation of the flatband condition : ";
 
 /// A switch of tunnelling is on somewhere in the cell. Without the general switches in its file a reader would take
 /// such a cell for one of the times before them, and switch the path on.
@@ -90,52 +82,49 @@ void add_numerical_block(std::string& out, const Definition& d, const Form& form
             const bool switches = tunnels && key.written == Written::save_command;
             if (differs || switches || !form.save_command) add_numerical_line(out, key, c, form);
         }
-        if (!form.save_command || d.qe.mode != standard_qe.mode)
-            out +=
-                "QE calculation mode: " + integer(d.qe.mode, 2) + " (0: cst. # of photons, 1: cst. incident power)\n";
-        if (!form.save_command || d.qe.photons != standard_qe.photons)
-            out += "number of photons : " + scientific(d.qe.photons, 9, 2) + "\n";
-        if (!form.save_command || d.qe.power != standard_qe.power)
-            out += "incident power : " + scientific(d.qe.power, 9, 2) + "\n";
+        for (const KeyRow<QeSettings>& key : quantum_efficiency_keys) {
+            const bool differs =
+                key.real ? d.qe.*key.real != standard_qe.*key.real : d.qe.*key.whole != standard_qe.*key.whole;
+            if (differs || !form.save_command) add_row(out, key, d.qe);
+        }
         add_mesh_lines(out, c, form);
     }
-    const auto yes_no = [&](std::string_view key, int value) {
-        out += std::string(key) + integer(value, 2) + "\t(1=yes, 0=no)\n";
-    };
+    const KeyRow<C>& flatband = switch_keys[1];
     if (form.save_command) {
-        if (c.flatband_with_defects != standard.flatband_with_defects) yes_no(flatband_line, c.flatband_with_defects);
-        if (c.allow_references != standard.allow_references)
-            yes_no("Allow change of Voltage or Current references : ", c.allow_references);
+        if (c.flatband_with_defects != standard.flatband_with_defects) add_row(out, flatband, c);
+        const KeyRow<C> references{.word = written_only, .whole = &C::allow_references, .unit = flatband.unit};
+        if (c.allow_references != standard.allow_references) add_row(out, references, c);
         add_mott_schottky(out, d.NW, false);
     } else {
         add_mott_schottky(out, d.NW, true);
-        yes_no(flatband_line, c.flatband_with_defects);
+        add_row(out, flatband, c);
     }
     out += "\n\n";
 }
 
 // ---- contacts ----
 
-void add_contact(std::string& out, const ContactParameters& contact, bool left, const Form& form)
+void add_contact(std::string& out, ContactParameters contact, bool left, const Form& form)
 {
-    const std::string flatband = flag_text(contact.flatband);
+    // Files of all versions repeat the flag of flat bands: what is read after a save is the flat-band setting.
+    contact.recalculate = contact.flatband;
     out += left ? "back contact\n\n" : "front contact\n\n";
-    out += "flatband : " + flatband + " (1: flatband contact imposed; 0: fixed Phi_m value)\n";
-    // The flag of the line above once more: what is read after a save is the flat-band setting.
-    out +=
-        "recalculate : " + flatband + " (1 = do or 0 = do not recalculate phi_m to set flatband in each batch step)\n";
-    if (!contact.flatband) out += "Fi_m : " + fixed(contact.Fi_m, 10, 6) + " [eV]\n";
-    const int width = left ? 10 : 9;
-    out += "Sn : " + scientific(contact.Sn, width, 3) + " [m/s]\n";
-    out += "Sp : " + scientific(contact.Sp, width, 3) + " [m/s]\n";
-    out += "Tunneling to contact: " + flag_text(contact.tunneling) + std::string(form.yn) + "\n";
-    out += mass_line("electron", contact.m_e, form) + mass_line("hole", contact.m_h, form);
+    for (KeyRow<K> key : contact_keys) {
+        if (key.real == &K::Fi_m && contact.flatband) continue;
+        if ((key.real == &K::Sn || key.real == &K::Sp) && left) ++key.width;
+        if (key.flag == &K::tunneling) key.unit = form.yn;
+        if (key.real == &K::m_e || key.real == &K::m_h) {
+            key.digits = form.contact_digits;
+            key.width = form.contact_digits + (form.save_command ? 7 : 8);
+        }
+        add_row(out, key, contact);
+    }
     if (form.save_command) out += "\n";
     if (contact.filter) {
         out += contact.filter_transmission ? "optical filter : transmission\n" : "optical filter : reflection\n";
-        out += "wavelength independent: " + flag_text(contact.filter_constant) + "\n";
+        add_row(out, filter_keys[0], contact);
         if (contact.filter_constant)
-            out += "filter value: " + scientific(contact.filter_value, 14, 8) + "\n";
+            add_row(out, filter_keys[1], contact);
         else
             out += "filterfile : " + file_part(contact.filter_file) + "\n";
     }
@@ -233,24 +222,14 @@ void add_layer(std::string& out, const CellParameters& cell, int index, const Fo
 void add_working_point(std::string& out, const DefinitionWorkPoint& point, const CellParameters& cell)
 {
     out += "\nworking point\n\n";
-    out += point.lightFromRight ? "illuminated from : right" : "illuminated from : left";
-    out += "\ninternal Rfront : " + fixed(point.Rfront, 12, 8);
-    out += "\ninternal Tfront : " + scientific(point.Tfront, 11, 4);
-    if (point.RsPresent) {
-        out += "\nSeries resistance :  1 (1: Rs enabled; 0: Rs disabled)";
-        out += "\nRs [Ohm.m2] : " + scientific(point.Rs, 14, 6);
+    out += point.lightFromRight ? "illuminated from : right\n" : "illuminated from : left\n";
+    add_rows(out, front_keys, point);
+    for (std::size_t i = 0; i < std::size(resistance_keys); i += 2) {
+        if (!(point.*resistance_keys[i].flag)) continue;
+        add_row(out, resistance_keys[i], point);
+        add_row(out, resistance_keys[i + 1], point);
     }
-    if (point.GshPresent) {
-        out += "\nShunt conductance :  1 (1: Gsh enabled; 0: Gsh disabled)";
-        out += "\nGsh [S/m2] : " + scientific(point.Gsh, 14, 6);
-    }
-    if (point.references_given) {
-        out +=
-            "\nvoltage V applied to : " + integer(cell.voltage_reference, 2) + " (+1: right contact; -1: left contact)";
-        out += "\ncell reference system : " + integer(cell.reference_system, 2) +
-               " (1: as a consumer (consumed power = +VJ; 0: as a generator (generated power = +VJ) )";
-    }
-    out += "\n";
+    if (point.references_given) add_rows(out, reference_keys, cell);
 }
 
 /// Remarks without the heading of the last save, and without blank lines that would pile up.

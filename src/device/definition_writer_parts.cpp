@@ -73,16 +73,16 @@ void add_bulk_defect(std::string& out, const Levels& levels, bool first)
            std::string(energy_distribution_words[static_cast<std::size_t>(d.energy_distribution)]) + "\n";
     out += "Reference for defect energy : " + integer(static_cast<int>(d.reference), 2) +
            " ; 0 = above EV (KOVIN<2.7); 1 = above Ei; 2 = below EC\n";
-    out += "Ekar : " + fixed(d.Ekar, 7, 4) + " [eV]\n";
-    if (d.correlation) out += "Correlation energy : " + fixed(d.Ecor, 7, 3) + " [eV]\n";
+    for (const KeyRow<B>& key : defect_energy_keys)
+        if (key.real != &B::Ecor || d.correlation) add_row(out, key, d);
     // Without a line end, as in files of all versions: a reader loses the density profile behind it.
     if (d.degeneracy_one) out += "degeneracy factors equal one";
     out += ProfileToOutputLine(d.Nt, with_dependence("Nt", d.Nt.dependence), "[/m^3]", true, 13, 6);
-    const char* unit = d.energy_distribution == EnergyDistribution::single ? " [/m^3]\n" : " [/m^3 eV]\n";
     out += "profile : " + std::string(spatial_distribution_words[static_cast<std::size_t>(d.spatial)]) + "\n";
-    out += "Lkar : " + scientific(d.Lkar, 9, 3) + " [m]\n";
-    out += "Nleft : " + scientific(d.Nleft, 9, 3) + unit;
-    out += "Nright : " + scientific(d.Nright, 9, 3) + unit;
+    for (KeyRow<B> key : old_density_keys) {
+        if (key.unit.empty()) key.unit = d.energy_distribution == EnergyDistribution::single ? " [/m^3]" : " [/m^3 eV]";
+        add_row(out, key, d);
+    }
     out += "leveltype : ";
     for (std::size_t k = 0; k < count; ++k)
         out += std::string(level_type_words[static_cast<std::size_t>(levels[k].aard)]) + "\t";
@@ -106,14 +106,8 @@ void add_metastable(std::string& out, const MetaStableDefectParameters& pair, in
     out += "Metastable properties: transition " + integer(number) + "\n\n";
     const Dependence dependence = pair.Nt.dependence == Dependence::on_y ? Dependence::on_y : Dependence::on_x;
     out += ProfileToOutputLine(pair.Nt, with_dependence("Nt", dependence), "[1/m3]", true, 10, 3);
-    for (const MetastableKey& key : metastable_keys) {
-        out += std::string(key.word) + " : ";
-        if (key.whole)
-            out += integer(pair.*key.whole, key.width);
-        else
-            out += key.scientific ? scientific(pair.*key.real, key.width, key.digits)
-                                  : fixed(pair.*key.real, key.width, key.digits);
-        out += std::string(key.unit) + "\n";
+    for (const KeyRow<P>& key : metastable_keys) {
+        add_row(out, key, pair);
         if (key.word != last_metastable_key_before_energies) continue;
         out += std::string(given_energies_key) + " : ";
         for (const bool given : pair.derived_energy) out += flag_text(given) + "\t";
@@ -127,30 +121,30 @@ void add_metastable(std::string& out, const MetaStableDefectParameters& pair, in
 
 void add_interface(std::string& out, const InterfaceParameters& interface, const Form& form)
 {
-    const auto masses = [&](double m_e, double m_h) {
-        const auto text = [&](double m) { return form.save_command ? scientific(m, 9, 2) : fixed(m, 5, 2); };
-        return "Relative electron mass : " + text(m_e) + "\nRelative hole mass : " + text(m_h) + "\n";
+    const auto add = [&](auto& keys, const auto& record) {
+        for (auto key : keys) {
+            const bool mass = key.word.ends_with("mass");
+            if (mass && !form.save_command) key.width = 5, key.scientific = false;
+            add_row(out, key, record);
+        }
     };
     out += "interface properties\n\ninterfacename : " + interface.name + "\n";
-    out += "Intraband tunneling : " + flag_text(interface.tunneling) + " (0: no tunneling, 1: with tunneling)\n";
-    out += masses(interface.m_e, interface.m_h) + "\n";
+    add(interface_keys, interface);
+    out += "\n";
     for (int k = 0; k < interface.defect_count; ++k) {
         const InterfaceRecombinationParameters& d = interface.defects[static_cast<std::size_t>(k)];
         out += k == 0 ? "interface recombination\n\n" : "next\n\n";
         out += "type : " + std::string(defect_type_words[static_cast<std::size_t>(d.defectType)]) + "\n";
-        for (const InterfaceKey& key : interface_sigma_keys)
-            out += std::string(key.word) + " : " + scientific(d.*key.field, 9, 3) + " [m^2]\n";
-        out += "Tunneling to trap: " + flag_text(d.tunneling) + " (0: no tunneling, 1: with tunneling)\n";
-        out += masses(d.m_e, d.m_h);
+        add(interface_capture_keys, d);
         out += "energy distribution : " +
                std::string(energy_distribution_words[static_cast<std::size_t>(d.energy_distribution)]) + "\n";
         out += "Reference for defect energy : " + integer(static_cast<int>(d.reference), 2) +
                " ; 3 = above highest EV; 4 = below lowest EC; 5 = above Ei left; 6 = above Ei right; 7 = above EV left "
                "(= KOVIN<2.7 reference); 8 = above EV right; 9 = above middle of interface gap\n";
-        for (const InterfaceKey& key : interface_energy_keys)
-            out += std::string(key.word) + " : " + fixed(d.*key.field, 5, 2) + " [eV]\n";
-        const bool single = d.energy_distribution == EnergyDistribution::single;
-        out += "N : " + scientific(d.N, 9, 3) + (single ? " [/m^2]\n" : " [/m^2.eV]\n") + "\n";
+        add(interface_energy_keys, d);
+        KeyRow<I> density = interface_density_key[0];
+        density.unit = d.energy_distribution == EnergyDistribution::single ? " [/m^2]\n" : " [/m^2.eV]\n";
+        add_row(out, density, d);
     }
 }
 

@@ -54,22 +54,30 @@ private:
     std::string text_ = "| Key | Unit, values | Default | Bounds |\n|---|---|---|---|\n";
 };
 
-/// Rows with a pointer to a member and its limits; `whole` members come second.
+/// A row with members `real`, `whole` and perhaps `flag`, of which one is set. @param unit  where the row has none
 template <class Row, class Record>
-void add(Table& table, const Row& row, std::string_view word, std::string_view unit, const Record& defaults)
+void add(Table& table, const Row& row, std::string_view word, const Record& defaults, std::string_view unit = "")
 {
-    const bool real = row.real != nullptr;
-    table.row(word, unit, real ? shortest(defaults.*row.real) : integer(defaults.*row.whole),
-              bounds(row.limits, !real));
+    if (!row.unit.empty()) unit = row.unit;
+    if constexpr (requires { row.flag; })
+        if (row.flag) return table.row(word, "0 or 1", defaults.*row.flag ? "1" : "0", "0 to 1");
+    table.row(word, unit, row.real ? shortest(defaults.*row.real) : integer(defaults.*row.whole),
+              bounds(row.limits, row.real == nullptr));
+}
+
+template <class Record, std::size_t n>
+void add(Table& table, const KeyRow<Record> (&rows)[n], const Record& defaults, std::string_view unit = "")
+{
+    for (const KeyRow<Record>& row : rows) add(table, row, row.word, defaults, unit);
 }
 
 std::string numerical_table()
 {
     Table table;
-    for (const NumericalKey& key : numerical_keys) add(table, key, key.word, key.unit, ConvergenceParameters{});
+    for (const NumericalKey& key : numerical_keys) add(table, key, key.word, ConvergenceParameters{});
     for (const MottSchottkyKey& key : mott_schottky_keys) {
         const std::string word = std::string(mott_schottky_start) + std::string(key.written);
-        add(table, key, trimmed(std::string_view(word).substr(0, word.find_last_not_of(" :") + 1)), key.unit,
+        add(table, key, trimmed(std::string_view(word).substr(0, word.find_last_not_of(" :") + 1)),
             MottSchottkySettings{});
     }
     return table.text();
@@ -90,8 +98,8 @@ std::string defect_table()
     Table table;
     const BulkRecombinationParameters d;
     for (const LevelKey& key : level_keys) table.row(key.word, key.unit, shortest(d.*key.field), bounds(key.limits));
-    for (const DefectKey& key : single_defect_keys)
-        table.row(key.word, "m^2", shortest(d.*key.field), bounds(key.limits));
+    for (const KeyRow<B>& key : single_defect_keys)
+        if (key.real != &B::Ecor) add(table, key, key.word, d, "m^2");
     for (const OpticalKey& key : optical_keys)
         table.row("optical capture of electrons" + std::string(key.word), "", shortest(d.electrons.*key.field),
                   bounds(not_negative));
@@ -103,7 +111,7 @@ std::string metastable_table()
     Table table;
     const auto layer = std::make_unique<LayerParameters>();
     InitialiseLayerParameters(*layer, 0, true);
-    for (const MetastableKey& key : metastable_keys) add(table, key, key.word, key.unit, layer->metastable[0]);
+    add(table, metastable_keys, layer->metastable[0]);
     return table.text();
 }
 
@@ -111,10 +119,8 @@ std::string interface_table()
 {
     Table table;
     const InterfaceRecombinationParameters d;
-    const auto rows = [&](auto& keys, std::string_view unit) {
-        for (const InterfaceKey& key : keys) table.row(key.word, unit, shortest(d.*key.field), bounds(key.limits));
-    };
-    rows(interface_sigma_keys, "m^2"), rows(interface_mass_keys, "m0"), rows(interface_energy_keys, "eV");
+    add(table, interface_capture_keys, d, "m0"), add(table, interface_energy_keys, d);
+    add(table, interface_density_key, d, "m^-2, of a distribution m^-2 eV^-1");
     return table.text();
 }
 
@@ -122,20 +128,12 @@ std::string action_table()
 {
     using namespace action_tables;
     Table table;
-    const auto rows = [&](auto& keys, const auto& defaults) {
-        for (const auto& key : keys) {
-            const std::string value = key.real    ? shortest(defaults.*key.real)
-                                      : key.whole ? integer(defaults.*key.whole)
-                                                  : integer(defaults.*key.flag ? 1 : 0);
-            table.row(key.word, key.flag ? "0 or 1" : key.unit, value,
-                      key.flag ? "0 to 1" : bounds(key.limits, key.whole != nullptr));
-        }
-    };
     const ActionPanel panel = InitialiseActionPanel();
-    rows(condition_keys, panel.workPoint), rows(light_keys, panel.workPoint);
-    rows(pause_switches, panel.actions), rows(iv_keys, panel.actions), rows(iv_switches, panel.actions);
-    rows(cv_keys, panel.actions), rows(cv_switches, panel.actions), rows(cf_keys, panel.actions);
-    rows(cf_switches, panel.actions), rows(qe_keys, panel.actions), rows(qe_switches, panel.actions);
+    add(table, condition_keys, panel.workPoint), add(table, light_keys, panel.workPoint);
+    const ActionList& list = panel.actions;
+    add(table, pause_switches, list), add(table, iv_keys, list), add(table, iv_switches, list);
+    add(table, cv_keys, list), add(table, cv_switches, list), add(table, cf_keys, list), add(table, cf_switches, list);
+    add(table, qe_keys, list), add(table, qe_switches, list);
     return table.text();
 }
 

@@ -151,7 +151,8 @@ inline Definition full_definition()
         for (int k = 0; k < interface.defect_count; ++k) {
             InterfaceRecombinationParameters& defect = interface.defects[static_cast<std::size_t>(k)];
             defect.defectType = static_cast<DefectType>(k);
-            for (const auto& key : definition_tables::interface_sigma_keys) defect.*key.field = another(1e-19);
+            for (const auto& key : definition_tables::interface_capture_keys)
+                if (key.real) defect.*key.real = another(1e-19);
             defect.N = another(1e14), defect.Et = 0.25 * (k + 1), defect.Ekar = 0.5;
             defect.tunneling = k == 1, defect.m_e = 0.75, defect.m_h = 1.25;
             defect.energy_distribution = static_cast<EnergyDistribution>((i + k) % 5);
