@@ -23,6 +23,9 @@ bool ends_numbers(std::string_view rest)
     return true;
 }
 
+/// Lines of a text that a watch takes down; no file that means something is longer.
+constexpr std::size_t most_noted = 100000;
+
 /// Bytes of a message: what a terminal could take for a command is left out.
 std::string printable(std::string_view text)
 {
@@ -110,8 +113,7 @@ void KeyedSource::settle()
         find("unknown line \"" + printable(head) + '"' +
              (nearest.empty() ? "" : "; did you mean \"" + std::string(nearest) + "\"?"));
     } else {
-        constexpr std::size_t most_known = 100000;  // no file that means something is longer
-        if (watch_->known.size() < most_known) watch_->known.push_back({reader_.line_number(), taken_});
+        if (watch_->known.size() < most_noted) watch_->known.push_back({reader_.line_number(), taken_});
         if (taken_at_start_ && only_begins(taken_)) find('"' + printable(head) + "\" is read as \"" + taken_ + '"');
     }
     taken_.clear();
@@ -127,7 +129,8 @@ bool KeyedSource::only_begins(std::string_view key) const
 
 void KeyedSource::note_file(const std::string& name)
 {
-    if (watch_ && !name.empty()) watch_->files.push_back({reader_.line_number(), name});
+    if (watch_ && !name.empty() && watch_->files.size() < most_noted)
+        watch_->files.push_back({reader_.line_number(), name});
 }
 
 bool KeyedSource::refuse(std::string_view key, const std::string& why)

@@ -40,8 +40,7 @@ inline Definition full_definition()
     const auto contact = [&](ContactParameters& c, bool left) {
         c.flatband = c.recalculate = !left;
         if (left) c.Fi_m = 4.625;
-        c.Sn = another(1e4), c.Sp = another(1e3), c.m_e = another(0.1), c.m_h = another(0.1);
-        c.m_e = 0.25, c.m_h = 0.5;
+        c.Sn = another(1e4), c.Sp = another(1e3), c.m_e = 0.25, c.m_h = 0.5;
         c.tunneling = left, c.filter = true, c.filter_constant = left, c.filter_transmission = left;
         if (left)
             c.filter_value = 0.375;
