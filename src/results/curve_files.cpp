@@ -41,6 +41,19 @@ void write_characteristics(std::string& out, const IVCharacteristics& r)
     line(power, "J_MPP =\t" + fixed(r.Jmpp, 14, 8) + "\tmA/cm2", r.FFExtrapolated);
 }
 
+/// What a reader of the currents should know; nothing for a curve that is as exact as its digits.
+void write_remarks(std::string& out, const IvCurve& curve)
+{
+    constexpr double worth_telling = 1e-3;
+    const CurveAccuracy a = accuracy(curve);
+    if (a.worst_relative > worth_telling)
+        out += "remark: the current is uncertain by up to " + scientific(a.worst_relative, 0, 1) +
+               " of its value (at V = " + fixed(a.at_V, 0, 3) + " Volt)\n";
+    if (a.limited_below > 0.0)
+        out += "remark: currents below " + scientific(10.0 * a.limited_below, 0, 1) + " A/m2 are limited by rounding\n";
+    if (a.worst_relative > worth_telling || a.limited_below > 0.0) out += '\n';
+}
+
 }  // namespace
 
 std::string iv_naar_file(const std::string& version, std::span<const DataListElement> results, CutCurves ActionListMode)
@@ -54,6 +67,7 @@ std::string iv_naar_file(const std::string& version, std::span<const DataListEle
         if (ActionListMode != CutCurves::truncate && element.IV_points > done)
             write_empty_rows<IvCurve>(out, iv_columns, element.IV_points - done, ActionListMode == CutCurves::zeros);
         out += '\n';
+        write_remarks(out, element.iv);
         write_characteristics(out, element.characteristics);
         out += '\n';
     }

@@ -34,9 +34,20 @@ struct IvCurve {
     std::vector<double> ivleftcontact, ivrightcontact;    ///< minority currents at the contacts [mA/cm2]
     std::vector<double> ivifr, ivbulk;                    ///< recombination at interfaces, in the bulk [A/m2]
     std::vector<double> recSRH, recRadiative, recAuger;   ///< parts of ivbulk [A/m2]
+    std::vector<double> J_error, J_noise;                 ///< uncertainty and rounding of the current [mA/cm2]
+    std::vector<double> noise_limited;                    ///< 1 where rounding limits the solution, else 0
     std::string left_contact_label, right_contact_label;  ///< which carrier is the minority there
     [[nodiscard]] std::size_t points() const { return iv_as.size(); }
 };
+
+/// What the points of a curve say of their own accuracy, taken together.
+struct CurveAccuracy {
+    double largest_error = 0.0;   ///< of the current [mA/cm2]
+    double worst_relative = 0.0;  ///< largest error over current, where the current is more than rounding
+    double at_V = 0.0;            ///< where that is [V]
+    double limited_below = 0.0;   ///< currents below this one are limited by rounding [mA/cm2]; 0 if none is
+};
+[[nodiscard]] CurveAccuracy accuracy(const IvCurve& curve);
 
 struct DataListElement {
     RunRecord run;

@@ -37,7 +37,7 @@ public:
         if (tries(FastRung::transient) && !stopped && transient(V)) return done();
         if (tries(FastRung::careful) && !stopped && (newton(careful_limits) || ramp(careful_limits))) return done();
         if (tries(FastRung::classic) && !stopped && classic(V)) return done();
-        return false;
+        return give_up();
     }
 
     bool voltage(double V)
@@ -47,11 +47,8 @@ public:
         if (tries(FastRung::transient) && !stopped && transient(V)) return done();
         if (tries(FastRung::careful) && !stopped && steps_to(V, careful_limits)) return done();
         if (tries(FastRung::classic) && !stopped && classic(V)) return done();
-        return false;
+        return give_up();
     }
-
-    /// What the last attempt that failed had moved most.
-    [[nodiscard]] const FastSolve& failure() const { return failed_solve; }
 
 private:
     static constexpr FastLimits full_light{};
@@ -246,6 +243,27 @@ private:
         return true;
     }
 
+    /// Tells what would not settle. The state is the last good one, marked as failed.
+    bool give_up()
+    {
+        const FastStep& step = failed_solve.last;
+        FastFailure& failure = work.failure;
+        failure.known = size_of(step) > 0.0;
+        failure.quantity = FastFailure::psi;
+        std::size_t where = step.psi_at;
+        if (step.ln_n > step.psi && step.ln_n >= step.ln_p) {
+            failure.quantity = FastFailure::electrons;
+            where = step.n_at;
+        } else if (step.ln_p > step.psi) {
+            failure.quantity = FastFailure::holes;
+            where = step.p_at;
+        }
+        failure.layer = 0;
+        while (failure.layer + 1 < arrays.layers && arrays.layer[failure.layer].last < where) ++failure.layer;
+        cv.iterations = -1;
+        return false;
+    }
+
     bool done()
     {
         if (!work.last.known || work.last.V != cv.V) work.before.known = false;
@@ -271,12 +289,6 @@ private:
     FastSolve failed_solve;
 };
 
-bool failed(CalculationVariables& cv)
-{
-    cv.iterations = -1;
-    return false;
-}
-
 }  // namespace
 
 void fast_complete_state(const Problem& problem, Workspace& work, CalculationVariables& cv)
@@ -293,14 +305,12 @@ void fast_complete_state(const Problem& problem, Workspace& work, CalculationVar
 
 bool fast_onder_belichting(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
-    Climb climb(problem, work, cv);
-    return climb.light() || failed(cv);
+    return Climb(problem, work, cv).light();
 }
 
 bool fast_naar_spanning(const Problem& problem, Workspace& work, CalculationVariables& cv, double V)
 {
-    Climb climb(problem, work, cv);
-    return climb.voltage(V) || failed(cv);
+    return Climb(problem, work, cv).voltage(V);
 }
 
 }  // namespace kovin

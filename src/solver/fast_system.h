@@ -22,6 +22,14 @@ struct FastHistory {
     bool known = false;
 };
 
+/// What moved most in the last attempt of a solve that failed.
+struct FastFailure {
+    enum Quantity { psi, electrons, holes };
+    bool known = false;
+    std::size_t layer = 0;  ///< from 0
+    Quantity quantity = psi;
+};
+
 /// All arrays of the fast route; sized once for a mesh, then only written.
 class FastWork {
 public:
@@ -39,6 +47,7 @@ public:
     std::vector<double> G;                      ///< part of the light, on the way up
     std::vector<double> rate;                   ///< integrand of a balance
     const FastKernel* kernel = &fast_kernel();  ///< the build in use
+    FastFailure failure;                        ///< of the last solve that failed
     unsigned left_out = 0;                      ///< rungs that are not tried, by bits; see FastRung
 
 private:

@@ -212,6 +212,24 @@ bool onder_belichting(const Problem& problem, Workspace& work, CalculationVariab
     return true;
 }
 
+void renew_current(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    if (on_fast_route(problem))
+        fast_complete_state(problem, work, cv);
+    else
+        extraheer_stroom(problem, cv, work.currents);
+}
+
+std::string failure_advice(const Problem& problem, const Workspace& work)
+{
+    const FastFailure& failure = work.fast.failure;
+    if (!on_fast_route(problem) || !failure.known) return "Smaller steps of the voltage or --route fast may help.";
+    constexpr const char* names[] = {"The potential", "The electron density", "The hole density"};
+    return std::string(names[static_cast<std::size_t>(failure.quantity)]) + " in layer " +
+           std::to_string(failure.layer + 1) +
+           " did not settle. Smaller steps of the voltage, a finer mesh or less extreme values in this layer may help.";
+}
+
 bool volgende_iv_punt(const Problem& problem, Workspace& work, CalculationVariables& cv, double Vfrom, double Vto,
                       int npoints)
 {

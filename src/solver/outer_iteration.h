@@ -6,6 +6,8 @@
 #include "solver/problem.h"
 #include "solver/state.h"
 
+#include <string>
+
 namespace kovin {
 
 /// The outer iteration of Poisson's and the two continuity equations at the present bias, from the state as it stands.
@@ -17,6 +19,12 @@ bool equilibrium(const Problem& problem, Workspace& work, CalculationVariables& 
 
 /// Solves at the present bias; refuses a state that has failed before. @return converged
 bool onder_belichting(const Problem& problem, Workspace& work, CalculationVariables& cv);
+
+/// Renews the current of a state that was solved before and has been taken up again.
+void renew_current(const Problem& problem, Workspace& work, CalculationVariables& cv);
+
+/// What did not settle in the solve that has just failed, and what to try: one or two sentences for the user.
+[[nodiscard]] std::string failure_advice(const Problem& problem, const Workspace& work);
 
 /// From Vfrom to Vto [V, internal sign] in npoints - 1 equal steps; the state at Vfrom is taken as it stands. Steps
 /// below 1e-9 V do nothing. @return converged, at the voltage that `cv` then holds

@@ -15,8 +15,9 @@ namespace {
 /// Every column of a curve, for what is done to all of them.
 std::vector<std::vector<double>*> columns(IvCurve& c)
 {
-    return {&c.iv_as, &c.ivcurrent, &c.TotalRec, &c.TotalGen,     &c.ivleftcontact, &c.ivrightcontact,
-            &c.ivifr, &c.ivbulk,    &c.recSRH,   &c.recRadiative, &c.recAuger};
+    return {&c.iv_as,          &c.ivcurrent, &c.TotalRec, &c.TotalGen,     &c.ivleftcontact,
+            &c.ivrightcontact, &c.ivifr,     &c.ivbulk,   &c.recSRH,       &c.recRadiative,
+            &c.recAuger,       &c.J_error,   &c.J_noise,  &c.noise_limited};
 }
 
 /// Adds the columns of the point that has just been solved; everything in internal sign.
@@ -29,6 +30,9 @@ void add_point(const Simulation& s, CalculationVariables& cv, double v_cell, Rec
     if (s.wp.GshPresent) J += v_cell * s.wp.Gsh * 0.1;
     curve.iv_as.push_back(s.wp.RsPresent ? v_cell + s.wp.Rs * J * 10.0 : v_cell);
     curve.ivcurrent.push_back(J);
+    curve.J_error.push_back(cv.J_error);
+    curve.J_noise.push_back(cv.J_noise);
+    curve.noise_limited.push_back(cv.noise_limited ? 1.0 : 0.0);
 
     // The minority carrier that reaches a contact recombines there.
     const CellParameters& cell = s.problem.input.cell.cell;
@@ -141,12 +145,12 @@ SweepOutcome calciv(Surroundings& surroundings, Simulation& simulation, const St
             KOVINErrorMessage(surroundings.report, "While calculating I(V) ...",
                               "Convergence failure at V = " + shown(v_cell[i], 6) +
                                   " Volt.\nI(V) calculation cut at V = " + shown(v_cell[i > 0 ? i - 1 : 0], 6) +
-                                  " Volt.");
+                                  " Volt.\n" + failure_advice(simulation.solver_problem(), simulation.memory.work));
             break;
         }
         if (i == 0) {
             // The sweep may begin at a stored state: its currents are not those of the last solve.
-            extraheer_stroom(simulation.solver_problem(), cv, simulation.memory.work.currents);
+            renew_current(simulation.solver_problem(), simulation.memory.work, cv);
         }
         add_point(simulation, cv, v_cell[i], recombination, curve);
         const bool same_leg = i > 0 && i != secondLeg;
@@ -173,6 +177,8 @@ SweepOutcome calciv(Surroundings& surroundings, Simulation& simulation, const St
                  element.characteristics);
     for (double& V : curve.iv_as) V = sign_V * V + 0.0;  // the sum turns -0 into 0
     for (double& J : curve.ivcurrent) J = simulation.polarity.J * J + 0.0;
+    if (const double below = accuracy(curve).limited_below; below > 0.0)
+        monitor.post({.text = "currents below " + scientific(10.0 * below, 0, 1) + " A/m2 are limited by rounding"});
     element.iv = std::move(curve);
     element.IV_points = n;
     return stopped ? SweepOutcome::stopped : SweepOutcome::done;

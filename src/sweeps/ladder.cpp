@@ -105,8 +105,9 @@ bool CheckConvergenceFailure(Surroundings& surroundings, const Simulation& s, bo
     if (converged) {
         surroundings.monitor.post({.text = name + ' ' + volt});
     } else if (!surroundings.monitor.stopRequested()) {
-        KOVINErrorMessage(surroundings.report, "Calculating " + name + "...",
-                          "Convergence failure calculating for " + volt);
+        KOVINErrorMessage(
+            surroundings.report, "Calculating " + name + "...",
+            "Convergence failure calculating for " + volt + ".\n" + failure_advice(s.solver_problem(), s.memory.work));
         surroundings.monitor.post({.status = 2, .text = "No " + name + " calculated (convergence failure)"});
     }
     return flag;
@@ -122,13 +123,14 @@ bool calculate_equilibrium(Surroundings& surroundings, Simulation& s)
 }
 
 /// On a fixed mesh the light comes up in steps, logarithmically from 1e-10 to 1; a mesh that moves takes it at once,
-/// and the generation moves with it.
+/// and the generation moves with it. The
+/// fast route has steps of its own.
 bool light_up(Surroundings& surroundings, Simulation& s)
 {
     const auto solve = [&] {
         return onder_belichting(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars);
     };
-    if (s.set3.convergence.recalculate_mesh != 0) return solve();
+    if (s.set3.convergence.recalculate_mesh != 0 || s.set3.convergence.route == Route::fast) return solve();
     const int n = std::max(s.panel.workPoint.numberOfPoints, 2);
     const std::vector<double> G = s.light.generation;
     bool converged = true;

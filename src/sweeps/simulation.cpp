@@ -8,6 +8,7 @@ Problem Simulation::solver_problem(Surroundings& surroundings)
 {
     Problem solve = solver_problem();
     solve.monitor = &surroundings.monitor;
+    solve.voltage_sign = polarity.V;
     solve.report = &surroundings.report;
     MeshAdaption& adaption = solve.adaption.emplace(MeshAdaption{set3, memory, light.generation});
     if (!wp.dark)

@@ -209,6 +209,7 @@ public:
                     double D0_factor = 1.0)
     {
         input.cell.cell = cell;
+        input.convergence.route = Route::classic;  // the fast route is asked for
         if (settings) settings(input.convergence);
         check_contacts(input.cell, T, input.convergence);
         parameterset1_to_3(input, T, set3);

@@ -130,7 +130,7 @@ TEST(Program, PutsDataOnStandardOutputAndFilesWhereTold)
     const Ended run = kovin(scratch, "run silicon-pn.def --json -o out");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out.find("{\"problem\":\"silicon-pn\",\"converged\":true,\"iv\":{\"Voc\":0.64"), 0u) << run.out;
-    EXPECT_NE(run.out.find("\"points\":41}"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("\"points\":41,"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find("/out/silicon-pn.iv\""), std::string::npos) << run.out;
     EXPECT_EQ(run.out.substr(run.out.size() - 3), "]}\n");
     EXPECT_NE(run.err.find("silicon-pn.act"), std::string::npos) << "the list beside the cell is taken, and told";

@@ -47,6 +47,7 @@ int start(int argc, char** argv)
     if (options.command == Command::check) return static_cast<int>(check_command(*session, options));
 
     Summary summary;
+    summary.verbose = options.verbose;
     ExitStatus outcome = run_command(*session, options, summary);
     progress.clear();
     for (const Message& message : session->surroundings.report.messages)

@@ -95,13 +95,18 @@ bool complete_actions(Session& session, const Options& options, const CommandLin
 void apply_settings(Session& session, const Options& options)
 {
     ConvergenceParameters& settings = session.simulation.problem.input.convergence;
-    if (options.route) settings.route = *options.route;
+    const bool classic_settings = options.scheme || options.switch_at || options.termination;
+    if (options.route)
+        settings.route = *options.route;
+    else if (classic_settings)
+        settings.route = Route::classic;
     if (options.scheme) settings.coupling_scheme = *options.scheme;
     if (options.switch_at) settings.gummel_to_coupled_iteration = *options.switch_at;
     if (options.termination) set_terminations(settings, *options.termination);
     session.ActionListMode = static_cast<CutCurves>(options.cut_curves);
-    session.surroundings.monitor.post({.text = std::string(settings.route == Route::fast ? "fast" : "classic") +
-                                               " route" + (options.route ? " (--route)" : "")});
+    const char* why = options.route ? " (--route)" : classic_settings ? " (a setting of it is given)" : "";
+    session.surroundings.monitor.post(
+        {.text = std::string(settings.route == Route::fast ? "fast" : "classic") + " route" + why});
 }
 
 bool write_files(Session& session, const Options& options, const std::vector<ResultFile>& files, Summary& summary)

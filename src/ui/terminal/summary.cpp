@@ -62,7 +62,9 @@ std::string iv_json(const DataListElement& element)
     return "{\"Voc\":" + number(r.VocValid, r.Voc) + ",\"Jsc\":" + number(r.JscValid, r.Jsc) +
            ",\"FF\":" + number(r.FFValid, r.FF) + ",\"eta\":" + number(r.etaValid, r.eta) +
            ",\"Vmpp\":" + number(power, r.Vmpp) + ",\"Jmpp\":" + number(power, r.Jmpp) +
-           ",\"points\":" + integer(static_cast<long>(element.iv.points())) + '}';
+           ",\"points\":" + integer(static_cast<long>(element.iv.points())) +
+           ",\"J_error\":" + number(true, accuracy(element.iv).largest_error) +
+           ",\"cut\":" + (element.iv.points() < element.IV_points ? "true" : "false") + '}';
 }
 
 }  // namespace
@@ -84,6 +86,11 @@ std::string summary_table(const Summary& summary)
         row("Jsc       ", r.JscValid, r.Jsc, 3, "mA/cm2", r.JscExtrapolated);
         row("FF        ", r.FFValid, r.FF, 2, "%", r.FFExtrapolated);
         row(r.etaIsCollection ? "collection" : "efficiency", r.etaValid, r.eta, 2, "%", r.etaExtrapolated);
+        if (summary.iv->iv.points() < summary.iv->IV_points)
+            out += "  the curve is cut: " + integer(static_cast<long>(summary.iv->iv.points())) + " of " +
+                   integer(static_cast<long>(summary.iv->IV_points)) + " points\n";
+        if (summary.verbose)
+            out += "  J is certain to " + scientific(accuracy(summary.iv->iv).largest_error, 0, 1) + " mA/cm2\n";
     }
     for (const auto& [kind, path] : summary.files) out += "  " + path.string() + '\n';
     return out;

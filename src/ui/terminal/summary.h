@@ -13,7 +13,8 @@ namespace kovin {
 struct Summary {
     std::string problem;
     bool converged = false;
-    const DataListElement* iv = nullptr;                               ///< the curve, if there is one
+    bool verbose = false;                 ///< the table tells the uncertainty of the current as well
+    const DataListElement* iv = nullptr;  ///< the curve, if there is one
     std::vector<std::pair<std::string, std::filesystem::path>> files;  ///< kind ("iv") and path, as written
     std::vector<std::string> messages;
 };
