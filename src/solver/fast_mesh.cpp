@@ -14,7 +14,6 @@ namespace {
 
 constexpr double nm = 1e-9;
 constexpr double dpsi_max = 1.0;          ///< potential of one interval [kT]
-constexpr double too_much = 2.0;          ///< intervals with more than this times dpsi_max ask for another mesh
 constexpr double growth = 0.1;            ///< of the intervals away from the ends of a layer
 constexpr double widest_share = 0.04;     ///< of its layer, for one interval
 constexpr double h_end = 2.0 * nm;        ///< first interval of a layer [m]
@@ -181,7 +180,7 @@ bool fast_equilibrium_with_mesh(const Problem& problem, Workspace& work, Calcula
     bool converged = fast_equilibrium(problem, work, cv);
     int steps = cv.iterations;
     for (int round = 0; converged && round < most_rounds; ++round) {
-        if (round > 0 && !fast_mesh_wants_change(problem, cv)) break;
+        if (round > 0 && !fast_mesh_wants_change(problem, cv, fast_mesh_too_steep)) break;
         carry_over(adaption, work, graded_mesh(problem, cv), cv);
         converged = fast_equilibrium_from_here(problem, work, cv) || fast_equilibrium(problem, work, cv);
         steps += cv.iterations;
@@ -197,7 +196,7 @@ bool fast_equilibrium_with_mesh(const Problem& problem, Workspace& work, Calcula
     return true;
 }
 
-bool fast_mesh_wants_change(const Problem& problem, const CalculationVariables& cv)
+bool fast_mesh_wants_change(const Problem& problem, const CalculationVariables& cv, double too_much)
 {
     if (!problem.mesh_may_move() || problem.adaption->memory.mesh_settled) return false;
     double largest = 0.0;
@@ -210,9 +209,9 @@ bool fast_mesh_wants_change(const Problem& problem, const CalculationVariables& 
     return largest * thinning(problem, cv.mesh.nlayers, total) > too_much * dpsi_max;
 }
 
-MeshChange fast_mesh_change(const Problem& problem, Workspace& work, CalculationVariables& cv)
+MeshChange fast_mesh_change(const Problem& problem, Workspace& work, CalculationVariables& cv, double too_much)
 {
-    if (!fast_mesh_wants_change(problem, cv)) return MeshChange::none;
+    if (!fast_mesh_wants_change(problem, cv, too_much)) return MeshChange::none;
     take_into_use(problem, work, graded_mesh(problem, cv), cv);
     return MeshChange::changed;
 }

@@ -22,13 +22,19 @@ namespace kovin {
 /// @return converged; if not, the mesh is the one before
 bool fast_equilibrium_with_mesh(const Problem& problem, Workspace& work, CalculationVariables& cv);
 
-/// Does any interval hold twice the potential that it should? A mesh that is full for want of points is measured by
-/// what they can do. Never for a mesh that may not move.
-[[nodiscard]] bool fast_mesh_wants_change(const Problem& problem, const CalculationVariables& cv);
+/// Potential of one interval, in units of dpsi_max, from which a mesh is made anew: for a state that others start from,
+/// and for one point of a sweep, whose neighbours had better share its mesh and the error of that.
+inline constexpr double fast_mesh_too_steep = 2.0, fast_mesh_too_steep_in_sweep = 5.0;
+
+/// Does any interval hold more potential than that? A mesh that is full for want of points is measured by what they can
+/// do. Never for a mesh that may not move.
+[[nodiscard]] bool fast_mesh_wants_change(const Problem& problem, const CalculationVariables& cv,
+                                          double too_much = fast_mesh_too_steep);
 
 /// The mesh graded by the present psi where it is wanted, between two solves. The state is carried over and has to be
 /// solved again.
-MeshChange fast_mesh_change(const Problem& problem, Workspace& work, CalculationVariables& cv);
+MeshChange fast_mesh_change(const Problem& problem, Workspace& work, CalculationVariables& cv,
+                            double too_much = fast_mesh_too_steep);
 
 /// Undoes a change that led nowhere: back to the state of before and its mesh, which then stays.
 void fast_mesh_back(const Problem& problem, Workspace& work, const CalculationVariables& before,

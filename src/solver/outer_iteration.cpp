@@ -177,11 +177,11 @@ bool on_fast_route(const Problem& problem) { return problem.set3.convergence.rou
 
 /// After a solve on the fast route the mesh follows the potential where it has become too steep. Where the state is not
 /// found again on the new mesh, the old one and its solution stay.
-void mesh_follows(const Problem& problem, Workspace& work, CalculationVariables& cv)
+void mesh_follows(const Problem& problem, Workspace& work, CalculationVariables& cv, double too_steep)
 {
-    if (!fast_mesh_wants_change(problem, cv)) return;
+    if (!fast_mesh_wants_change(problem, cv, too_steep)) return;
     const CalculationVariables solved = cv;
-    fast_mesh_change(problem, work, cv);
+    fast_mesh_change(problem, work, cv, too_steep);
     const int steps = solved.iterations;
     if (fast_onder_belichting(problem, work, cv)) {
         cv.iterations += steps;
@@ -208,7 +208,7 @@ bool onder_belichting(const Problem& problem, Workspace& work, CalculationVariab
     if (cv.failed()) return false;
     if (!on_fast_route(problem)) return dc_Gummel_iteration_all(problem, work, cv);
     if (!fast_onder_belichting(problem, work, cv)) return false;
-    mesh_follows(problem, work, cv);
+    mesh_follows(problem, work, cv, fast_mesh_too_steep);
     return true;
 }
 
@@ -245,7 +245,8 @@ bool volgende_iv_punt(const Problem& problem, Workspace& work, CalculationVariab
         volgende_schatting(problem.set3, cv, Vfrom + k * (Vto - Vfrom) / steps, dV);
         if (!dc_Gummel_iteration_all(problem, work, cv)) return false;
     }
-    if (on_fast_route(problem)) mesh_follows(problem, work, cv);
+    if (on_fast_route(problem))
+        mesh_follows(problem, work, cv, steps > 1 ? fast_mesh_too_steep : fast_mesh_too_steep_in_sweep);
     return true;
 }
 

@@ -198,5 +198,27 @@ TEST(FastMesh, ChangesBetweenSolvesWhereThePotentialIsTooSteep)
     EXPECT_NEAR(d.cv.J_median / J, 1.0, 2e-3);
 }
 
+// A walk ends on a mesh that suits its last voltage; a change that led nowhere is undone, once and for all.
+TEST(FastMesh, FollowsAWalkAndCanGoBack)
+{
+    Device d(thin_film_cell(), 300.0, [](ConvergenceParameters& c) { c.route = Route::fast; });
+    d.illuminate_exponentially(30.0, 3e-7);
+    ASSERT_TRUE(d.solve_equilibrium() && d.solve());
+    const Mesh lit = d.cv.mesh;
+    for (int k = 1; k <= 4; ++k) ASSERT_TRUE(d.go_to(-0.1 * k));
+    EXPECT_EQ(d.cv.mesh.x, lit.x) << "points of a sweep share their mesh";
+    const CalculationVariables before = d.cv;
+    const std::vector<double> G = d.G;
+    ASSERT_TRUE(d.go_to(-6.0, 12));
+    EXPECT_GT(d.cv.mesh.N, lit.N);
+    EXPECT_LT(largest_step(d.cv), 2.0);
+
+    fast_mesh_back(d.problem(), d.memory.work, before, d.cv);
+    EXPECT_EQ(d.cv.psi, before.psi);
+    EXPECT_EQ(d.G, G);
+    ASSERT_TRUE(d.go_to(-6.0, 12)) << "all that belongs to the old mesh has come back";
+    EXPECT_EQ(d.cv.mesh.x, lit.x);
+}
+
 }  // namespace
 }  // namespace kovin::testing
