@@ -15,7 +15,7 @@ namespace {
 
 using Extended = long double;
 
-/// A stack with its light, everything drawn: 1 to 7 layers of 1 nm to 300 um with 3 to 30 points at any distance,
+/// A stack with its light, everything drawn: 1 to 7 layers of 1 nm to 300 um with 3 to 142 points at any distance,
 /// absorption over 6 decades, 1 to 40 wavelengths, light from either side, reflections up to perfect mirrors.
 struct Drawn {
     std::mt19937_64 random;
@@ -63,7 +63,7 @@ struct Drawn {
         double start = 0.0;
         for (std::size_t j = 0; j < static_cast<std::size_t>(set3.layers); ++j) {
             const double d = set3.d[j] / set3.scale.x0;
-            std::vector<double> share(number(1, 28));
+            std::vector<double> share(number(1, number(0, 4) == 0 ? 140 : 28));
             const bool at_ends = number(0, 1) == 1;  // packed there
             for (double& s : share) s = at_ends ? log_uniform(1e-5, 1.0) : uniform(0.01, 0.99);
             for (double& s : share) s = at_ends && number(0, 1) == 1 ? 1.0 - 0.9 * s : 0.9 * s;

@@ -40,6 +40,7 @@ TEST(ShippedCells, GenerateWhatTheirLayersAbsorb)
         ASSERT_TRUE(read_absorption(surroundings, set3, gp));
         bepaal_alfa(set3, mesh, gp);
         CalculateIncomingFluxes(gp, photons_per_nm_W, FluxMode::work_point);
+        set3.convergence.route = Route::classic;
         CalculateFluxesAndGeneration(set3, mesh, gp);
         update_generation_current(set3, mesh, gp);
         ASSERT_EQ(gp.absorption.alpha.size(), 3u) << "one table a uniform layer";
