@@ -1,4 +1,4 @@
-// The cell that the benchmarks time: the CIGS sample, loaded from home/def, under AM1.5G.
+// The cells that the benchmarks time: the CIGS sample and the graded one, loaded from home/def, under AM1.5G.
 #pragma once
 
 #include "device/cell_defaults.h"
@@ -41,16 +41,15 @@ inline void make_levels_amphoteric(CellParameters& cell)
         }
 }
 
-/// The CIGS sample with its light on and, on request, the I-V curve of 41 points from 0 to 0.8 V.
+/// A sample with its light on and, on request, the I-V curve of 41 points from 0 to 0.8 V.
 /// A benchmark of a cell that cannot be read would time nothing: it ends the program.
-struct CigsBaseline {
-    CigsBaseline(Levels levels, bool with_IV)
+struct SampleCell {
+    SampleCell(const char* name, Levels levels, bool with_IV)
     {
         surroundings.folders.root = std::filesystem::path(KOVIN_SOURCE_DIR) / "home";
         Simulation& s = *simulation;
         s.panel = InitialiseActionPanel();
-        if (!lees_structuurfile(surroundings, surroundings.folders.root / "def/cigs-baseline.def", s.problem))
-            give_up();
+        if (!lees_structuurfile(surroundings, surroundings.folders.root / "def" / name, s.problem)) give_up();
         if (levels != Levels::as_shipped) make_levels_single(s.problem.input.cell.cell);
         if (levels == Levels::chains) make_levels_amphoteric(s.problem.input.cell.cell);
         s.zonnecel = parameterset1_to_2(s.problem.input.cell);
@@ -89,7 +88,16 @@ private:
     }
 };
 
-/// The sample at 0.5 V in the light, on the mesh of some 400 points that the light draws: a state near the maximum
+struct CigsBaseline : SampleCell {
+    CigsBaseline(Levels levels, bool with_IV) : SampleCell("cigs-baseline.def", levels, with_IV) {}
+};
+
+/// Two absorber layers that are graded throughout: a list of absorption values per point.
+struct GradedCigs : SampleCell {
+    explicit GradedCigs(bool with_IV) : SampleCell("graded-cigs.def", Levels::as_shipped, with_IV) {}
+};
+
+/// The CIGS sample at 0.5 V in the light, on the mesh of some 400 points that the light draws: a state near the maximum
 /// power point.
 struct CigsAtHalfAVolt : CigsBaseline {
     explicit CigsAtHalfAVolt(Levels levels, int scheme = decoupled) : CigsBaseline(levels, false)

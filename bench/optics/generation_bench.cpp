@@ -1,4 +1,4 @@
-// The optics of the CIGS sample under AM1.5G on its mesh of some 400 points.
+// The optics of the CIGS sample and of the graded one under AM1.5G on their meshes of some 400 points.
 #include "cases.h"
 #include "optics/absorbed_photons.h"
 #include "optics/absorption_on_mesh.h"
@@ -70,6 +70,24 @@ void absorption_of_the_layers(benchmark::State& state)
     }
 }
 BENCHMARK(absorption_of_the_layers)->Unit(benchmark::kMicrosecond);
+
+/// Absorption at every point of graded layers, anew or as another mesh has left it, and the light through them.
+void graded_optics(benchmark::State& state, bool anew)
+{
+    GradedCigs c(false);
+    Simulation& s = *c.simulation;
+    c.run();
+    for (auto _ : state) {
+        if (anew) s.light.absorption = {};
+        bepaal_alfa(s.set3, s.currentCalcVars.mesh, s.light);
+        CalculateFluxesAndGeneration(s.set3, s.currentCalcVars.mesh, s.light);
+        benchmark::ClobberMemory();
+    }
+    state.counters["points"] = s.currentCalcVars.mesh.N;
+    state.counters["lists"] = static_cast<double>(s.light.absorption.alpha.size());
+}
+BENCHMARK_CAPTURE(graded_optics, anew, true)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(graded_optics, again, false)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 }  // namespace kovin::bench

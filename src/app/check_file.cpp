@@ -131,8 +131,9 @@ bool check_text(Look& look, const std::string& text, FileKind kind)
             Definition definition = watch_definition(quiet, text, look.file, look.watch);
             check_grading(look, definition.input.cell);
             check_physical_sense(definition, look.watch);
-            ActionPanel dark = InitialiseActionPanel();
-            for_each_needed_file(definition.input.cell.cell, dark,
+            ActionPanel lit = InitialiseActionPanel();  // by a model, which needs the filters and no file of its own
+            lit.workPoint.dark = lit.workPoint.spectrumFromFile = false;
+            for_each_needed_file(definition.input.cell.cell, lit,
                                  [&](const NeededFile& file, const auto&) { look.needed.push_back(file); });
             break;
         }

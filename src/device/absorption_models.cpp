@@ -3,6 +3,7 @@
 #include "base/interpolate.h"
 #include "base/text_format.h"
 #include "base/two_column_file.h"
+#include "device/model_table.h"
 
 #include <algorithm>
 #include <cassert>
@@ -178,11 +179,12 @@ bool read_absorption_file(Surroundings& surroundings, std::string_view name, Abs
     return true;
 }
 
-bool load_absorption(Surroundings& surroundings, const Absorption& absorption, bool material_B,
+bool load_absorption(Surroundings& surroundings, const Absorption& absorption, bool material_B, double Eg,
                      MaterialAbsorption& material)
 {
     material.from_file = material_B ? absorption.pure_B_from_file : absorption.pure_A_from_file;
     material.models = material_B ? absorption.model_B : absorption.model_A;
+    WriteEgInAbsorptionModel(material.models, Eg);
     if (!material.from_file) material.tail = find_subbandgap_tail(material.models);
     return !material.from_file ||
            read_absorption_file(surroundings, material_B ? absorption.file_B : absorption.file_A, material.table);
@@ -200,7 +202,8 @@ bool DetermineLayerAlpha(Surroundings& surroundings, const Absorption& absorptio
 {
     assert(lambda.size() == alpha.size());
     MaterialAbsorption material;
-    if (!load_absorption(surroundings, absorption, material_B, material)) return false;
+    const double Eg = (material_B ? absorption.model_B : absorption.model_A).Eg;
+    if (!load_absorption(surroundings, absorption, material_B, Eg, material)) return false;
     for (std::size_t k = 0; k < lambda.size(); ++k) alpha[k] = alpha_at(material, lambda[k]);
     return true;
 }

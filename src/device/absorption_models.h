@@ -72,13 +72,14 @@ struct MaterialAbsorption {
     SubbandgapTail tail;  ///< of the models
 };
 /// Takes material A or B of a layer, with its file. @return false if the file could not be read (reported)
-[[nodiscard]] bool load_absorption(Surroundings& surroundings, const Absorption& absorption, bool material_B,
+/// @param Eg  its gap [eV]: where its models have their edges
+[[nodiscard]] bool load_absorption(Surroundings& surroundings, const Absorption& absorption, bool material_B, double Eg,
                                    MaterialAbsorption& material);
 
 /// alpha [1/m] at wavelength lambda [nm]; tables are interpolated logarithmically.
 [[nodiscard]] double alpha_at(const MaterialAbsorption& material, double lambda);
 
-/// alpha [1/m] of a layer's pure material A or B at the wavelengths given.
+/// alpha [1/m] of a layer's pure material A or B at the wavelengths given, by the gaps that its models hold.
 /// @return false if the file could not be read (reported)
 [[nodiscard]] bool DetermineLayerAlpha(Surroundings& surroundings, const Absorption& absorption, bool material_B,
                                        std::span<const double> lambda, std::span<double> alpha);

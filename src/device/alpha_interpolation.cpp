@@ -18,9 +18,22 @@ constexpr double ln_floor = -23.025850929940457;  // ln 1e-10: stands for zero b
 constexpr double anchor_distance = 10.0;          // of an anchor from its edge, at least [nm]
 constexpr double shortest_wavelength = 1.0;       // [nm]: a map may not lead to 0 and below
 
+constexpr double smallest_gap = 1e-3;  // [eV]: the edge of a smaller one counts as that of this one
+
+double edge_of(double Eg) { return hc_eV_nm / std::max(Eg, smallest_gap); }
+
 double ln_or_nothing(double alpha) { return alpha > 0.0 ? std::log(alpha) : nothing; }
 
 }  // namespace
+
+PureGaps pure_gaps(const Profile& gap)
+{
+    if (gap.dependence == Dependence::on_x) return {gap.left, gap.right};
+    constexpr std::array<double, 2> pure{0.0, 1.0};
+    std::array<double, 2> Eg{};
+    evaluate_profile(gap, pure, 1.0, Eg);
+    return {Eg[0], Eg[1]};
+}
 
 LogAbsorption::LogAbsorption(const MaterialAbsorption& material) : material_(material)
 {
@@ -66,17 +79,15 @@ void LogAbsorption::at(std::span<const double> lambda, double start, double slop
     }
 }
 
-AlphaInterpolation::AlphaInterpolation(const Profile& gap, const Profile& anchors, const MaterialAbsorption& A,
-                                       const MaterialAbsorption& B)
-    : A_(A), B_(B)
+AlphaInterpolation::AlphaInterpolation(const PureGaps& gap, double anchor_A, double anchor_B,
+                                       const MaterialAbsorption& A, const MaterialAbsorption& B)
+    : A_(A),
+      B_(B),
+      edge_A_(edge_of(gap.A)),
+      edge_B_(edge_of(gap.B)),
+      anchor_A_(std::min(anchor_A, edge_A_ - anchor_distance)),
+      anchor_B_(std::min(anchor_B, edge_B_ - anchor_distance))
 {
-    const std::array<double, 2> pure{0.0, 1.0};
-    std::array<double, 2> Eg{gap.left, gap.right};
-    if (gap.dependence != Dependence::on_x) evaluate_profile(gap, pure, 1.0, Eg);
-    edge_A_ = hc_eV_nm / Eg[0];
-    edge_B_ = hc_eV_nm / Eg[1];
-    anchor_A_ = std::min(anchors.third, edge_A_ - anchor_distance);
-    anchor_B_ = std::min(anchors.fourth, edge_B_ - anchor_distance);
 }
 
 void AlphaInterpolation::InterpolateAlpha(double y, double Eg, std::span<const double> lambda, std::span<double> alpha)
@@ -84,7 +95,7 @@ void AlphaInterpolation::InterpolateAlpha(double y, double Eg, std::span<const d
     assert(lambda.size() == alpha.size());
     ln_A_.resize(lambda.size());
     ln_B_.resize(lambda.size());
-    const double edge = hc_eV_nm / Eg;
+    const double edge = edge_of(Eg);
     const double anchor = std::min(anchor_B_ * y + anchor_A_ * (1.0 - y), edge - anchor_distance);
     const auto map = [&](const LogAbsorption& pure, double s, double its_edge, std::span<double> ln_alpha) {
         const double slope = (its_edge - s) / (edge - anchor);

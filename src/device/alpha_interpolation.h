@@ -5,6 +5,8 @@
 //
 //     alpha(lambda, y) = alpha_A(lambda_A)^(1-y) alpha_B(lambda_B)^y,
 //     lambda_M = s_M + (lambda - s_y) (edge_M - s_M)/(edge_y - s_y),   edge = hc/Eg,   s_y = (1-y) s_A + y s_B.
+//
+// With one material for both the same moves its edge to another gap. Gaps count from 0.001 eV.
 #pragma once
 
 #include "device/absorption_models.h"
@@ -14,6 +16,13 @@
 #include <vector>
 
 namespace kovin {
+
+/// Gaps of the two pure materials of a layer [eV].
+struct PureGaps {
+    double A = 1.0, B = 1.0;
+};
+/// What the law of a gap says at y = 0 and y = 1; of a gap graded on x, its left and right values.
+[[nodiscard]] PureGaps pure_gaps(const Profile& gap);
 
 /// ln(alpha) of a pure material, made for many wavelengths at a time: the logarithms of a table are taken once.
 class LogAbsorption {
@@ -36,9 +45,9 @@ private:
 /// A layer that mixes two materials. Keeps references: the materials must outlive it.
 class AlphaInterpolation {
 public:
-    /// @param gap      of the layer: gives the gaps of the pure materials
-    /// @param anchors  short-wavelength anchors of A and B in third and fourth [nm]; kept 10 nm below the edges
-    AlphaInterpolation(const Profile& gap, const Profile& anchors, const MaterialAbsorption& A,
+    /// @param gap                 where the absorption of A and of B has its edge
+    /// @param anchor_A, anchor_B  short-wavelength anchors [nm]; kept 10 nm below the edges
+    AlphaInterpolation(const PureGaps& gap, double anchor_A, double anchor_B, const MaterialAbsorption& A,
                        const MaterialAbsorption& B);
 
     /// alpha[k] [1/m] at lambda[k] [nm], rising, for composition 0 <= y <= 1 with the gap Eg [eV]. A material that

@@ -93,7 +93,7 @@ void defect_files(LayerParameters& layer, const std::string& start, const std::s
                          "Nt grading", place + "/metastable", "Nt", each);
 }
 
-void layer_files(LayerParameters& layer, int number, const NeededFileVisitor& each)
+void layer_files(LayerParameters& layer, int number, bool lit, const NeededFileVisitor& each)
 {
     const std::string by_number = "Layer " + integer(number) + ": ";
     const std::string by_name = "Layer " + (layer.name.empty() ? integer(number) : layer.name);
@@ -105,7 +105,7 @@ void layer_files(LayerParameters& layer, int number, const NeededFileVisitor& ea
     grading(layer.composition, "Composition", "composition");
     for (const GradingRow& row : grading_rows) grading(material.*row.member, row.what, word_of(row.member));
     const auto absorption_file = [&](bool from_file, const std::string& name, const char* which, WhichMaterial side) {
-        if (!from_file) return;
+        if (!from_file || !lit) return;
         each({FileKind::absorption, by_name + ": absorption file (" + which + ")", name,
               "Switch to default absorption model", "absorption set to internal KOVIN model", section, which},
              [&, side] {
@@ -118,6 +118,9 @@ void layer_files(LayerParameters& layer, int number, const NeededFileVisitor& ea
     absorption_file(material.absorption.pure_B_from_file, material.absorption.file_B, "pure B", WhichMaterial::B);
     defect_files(layer, by_name, section, each);
 }
+
+/// Does light pass the contacts? Neither in the dark nor where G(x) is given.
+bool light_enters(const WorkPoint& point) { return !point.dark && !point.generationSpecified; }
 
 std::string not_found(const NeededFile& file)
 {
@@ -153,9 +156,12 @@ void for_each_needed_file(CellParameters& cell, ActionPanel& panel, const Needed
 {
     for_each_light_file(panel.workPoint, "", each);
     if (CheckMETAMode(cell)) for_each_light_file(panel.secondWorkPoint, " (initial wp)", each);
-    filter_file(cell.left, "left", each);
-    filter_file(cell.right, "right", each);
-    for (int i = 0; i < cell.layers; ++i) layer_files(cell.layer[static_cast<std::size_t>(i)], i + 1, each);
+    const bool enters = light_enters(panel.workPoint) || (CheckMETAMode(cell) && light_enters(panel.secondWorkPoint));
+    if (enters) {
+        filter_file(cell.left, "left", each);
+        filter_file(cell.right, "right", each);
+    }
+    for (int i = 0; i < cell.layers; ++i) layer_files(cell.layer[static_cast<std::size_t>(i)], i + 1, enters, each);
 }
 
 std::vector<NeededFile> missing_files(const Surroundings& surroundings, CellParameters cell, ActionPanel panel)

@@ -37,6 +37,10 @@ LawInput input_of(const Profile& p, double thickness_um)
                 limited(p.fourth),
                 limited(p.fifth),
                 on_x ? thickness_um : 1.0};
+    if (on_x && p.law == Law::parabolic) {
+        in.a = limited(p.left - p.left_lift);
+        in.b = limited(p.right - p.right_lift);
+    }
     if (p.law == Law::uniform) in.b = in.a;
     if (p.law == Law::uniform_B) in.a = in.b;
     return in;
@@ -247,6 +251,9 @@ void interpolation(Profile& profile, std::span<const double> x, double thickness
 {
     evaluate_profile(profile, x, thickness_um, result);
     if (result.empty() || !(storeEnds || profile.dependence == Dependence::uniform)) return;
+    const bool parabola_on_x = profile.dependence == Dependence::on_x && profile.law == Law::parabolic;
+    profile.left_lift = parabola_on_x ? result.front() - (profile.left - profile.left_lift) : 0.0;
+    profile.right_lift = parabola_on_x ? result.back() - (profile.right - profile.right_lift) : 0.0;
     profile.left = result.front();
     profile.right = result.back();
 }
@@ -273,6 +280,7 @@ void SwapGradingLeftRight(Profile& p, double thickness_um)
 {
     if (p.dependence != Dependence::on_x) return;
     std::swap(p.left, p.right);
+    std::swap(p.left_lift, p.right_lift);
     switch (p.law) {
         case Law::exponential:
             std::swap(p.fourth, p.fifth);

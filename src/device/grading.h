@@ -18,8 +18,8 @@
 //                 finite source, c4 = D t [um2]; c4 >= 0 stands for the right surface, below 0 for the left
 //     15          2 c3/(sqrt(pi) Ld) erfc(z/Ld): from an inexhaustible source
 //
-// Laws 1 to 9 hold a and b exactly at the ends (2 unless that lies below c4, 9 unless c3 does). Every constant gives a
-// finite value: constants of size are limited to 1e100, lengths to 0.001 and more, exponents to 0.001 and 1000.
+// Laws 1 to 9 hold a and b exactly at the ends (2 unless that lies below c4, 9 unless c3 is an end). Every constant
+// gives a finite value: constants of size are limited to 1e100, lengths to 0.001 and more, exponents to 0.001 and 1000.
 // Sources: 6 Bruggeman, Ann. Phys. 416 (1935) 636; 14, 15 Crank, The Mathematics of Diffusion, chapter 2.
 #pragma once
 
@@ -42,7 +42,8 @@ namespace kovin {
 void evaluate_profile(const Profile& profile, std::span<const double> x, double thickness_um, std::span<double> result);
 
 /// The same; x begins and ends with the layer.
-/// @param storeEnds  keep result's ends as the profile's left and right values
+/// @param storeEnds  keep result's ends as the profile's left and right values, and the lifts of a parabola on x, whose
+///                   ends stay where they were: doing it again changes nothing
 void interpolation(Profile& profile, std::span<const double> x, double thickness_um, std::span<double> result,
                    bool storeEnds);
 

@@ -53,7 +53,7 @@ double reference_diffusion(std::span<const SideFigures> sides)
 
 void scale_profile(Profile& p, double factor)
 {
-    for (double* value : {&p.pure_A, &p.pure_B, &p.left, &p.right}) *value *= factor;
+    for (double* value : {&p.pure_A, &p.pure_B, &p.left, &p.right, &p.left_lift, &p.right_lift}) *value *= factor;
     if (p.third_scaled) p.third *= factor;
     if (p.fourth_scaled) p.fourth *= factor;
     for (double& value : p.table_y) value *= factor;

@@ -56,10 +56,12 @@ enum class Quantity : int {
 struct Profile {
     Law law = Law::uniform;
     Dependence dependence = Dependence::on_y;
-    double pure_A = 0.0;                               ///< value at y = 0 or, graded on x, at the left
-    double pure_B = 0.0;                               ///< value at y = 1 or, graded on x, at the right
-    double third = 0.0, fourth = 0.0, fifth = 0.0;     ///< constants of the law
-    double left = 0.0, right = 0.0;                    ///< values at the two ends of the layer, computed
+    double pure_A = 0.0;                            ///< value at y = 0 or, graded on x, at the left
+    double pure_B = 0.0;                            ///< value at y = 1 or, graded on x, at the right
+    double third = 0.0, fourth = 0.0, fifth = 0.0;  ///< constants of the law
+    double left = 0.0, right = 0.0;                 ///< values at the two ends of the layer, computed
+    /// Graded on x by law 2: by how much its minimum lifts left and right above the ends of its parabola; computed.
+    double left_lift = 0.0, right_lift = 0.0;
     bool third_scaled = false, fourth_scaled = false;  ///< the constant carries the unit of the quantity
     std::string file;                                  ///< of Law::from_file
     /// Rows of Law::table and, once loaded, of Law::from_file: position [um] from the left end of the layer or, graded

@@ -19,7 +19,8 @@ public:
 
     void operator()(Profile& p, double factor) const
     {
-        for (double* value : {&p.pure_A, &p.pure_B, &p.left, &p.right}) (*this)(*value, factor);
+        for (double* value : {&p.pure_A, &p.pure_B, &p.left, &p.right, &p.left_lift, &p.right_lift})
+            (*this)(*value, factor);
         if (p.third_scaled) (*this)(p.third, factor);
         if (p.fourth_scaled) (*this)(p.fourth, factor);
         for (double& value : p.table_y) (*this)(value, factor);

@@ -13,8 +13,17 @@ namespace {
 bool load_materials(Surroundings& surroundings, const LayerParameters& layer, LayerAbsorption& materials)
 {
     const Absorption& data = layer.material.absorption;
-    if (!load_absorption(surroundings, data, absorption_of_pure_B(layer), materials.A)) return false;
-    if (absorption_follows_composition(layer)) return load_absorption(surroundings, data, true, materials.B);
+    const PureGaps gap = pure_gaps(layer.material.Eg);
+    materials.gap = gap;
+    materials.anchor_A = data.grading.third;
+    materials.anchor_B = data.grading.fourth;
+    if (absorption_follows_composition(layer))
+        return load_absorption(surroundings, data, false, gap.A, materials.A) &&
+               load_absorption(surroundings, data, true, gap.B, materials.B);
+    const bool only_B = absorption_of_pure_B(layer);
+    materials.gap.A = materials.gap.B = only_B ? gap.B : gap.A;
+    materials.anchor_A = materials.anchor_B = only_B ? data.grading.fourth : data.grading.third;
+    if (!load_absorption(surroundings, data, only_B, materials.gap.A, materials.A)) return false;
     materials.B = materials.A;
     return true;
 }
@@ -23,9 +32,8 @@ bool load_materials(Surroundings& surroundings, const LayerParameters& layer, La
 
 bool absorption_follows_composition(const LayerParameters& layer)
 {
-    const Law law = layer.material.absorption.grading.law;
     const bool between = layer.composition_mode == 1 || layer.composition_mode == 21;
-    return between && law != Law::uniform && law != Law::uniform_B;
+    return between && layer.material.absorption.grading.law != Law::uniform_B;
 }
 
 bool absorption_of_pure_B(const LayerParameters& layer)
@@ -54,23 +62,22 @@ void bepaal_alfa(const CalculationParameters& set3, const Mesh& mesh, Generation
     AbsorptionOnMesh found, &known = gp.absorption;
     found.of_point.resize(static_cast<std::size_t>(mesh.N));
     for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j) {
-        const MaterialParameters& m = set3.layer[j].material;
         const LayerAbsorption& materials = gp.materials[j];
         const bool mixes = absorption_follows_composition(set3.layer[j]);
-        AlphaInterpolation mixed(m.Eg, m.absorption.grading, materials.A, materials.B);
+        AlphaInterpolation mixed(materials.gap, materials.anchor_A, materials.anchor_B, materials.A, materials.B);
         const auto fill = [&](const Mixture& mixture, std::vector<double>& alpha) {
             alpha.resize(gp.lambda.size());
-            if (mixture.y > 0.0 && mixture.y < 1.0 && mixes)
-                return mixed.InterpolateAlpha(mixture.y, mixture.Eg, gp.lambda, alpha);
-            const MaterialAbsorption& pure = mixture.y < 1.0 ? materials.A : materials.B;
+            const bool pure_A = mixture.y == 0.0 && mixture.Eg == materials.gap.A;
+            const bool pure_B = mixture.y == 1.0 && mixture.Eg == materials.gap.B;
+            if (!pure_A && !pure_B) return mixed.InterpolateAlpha(mixture.y, mixture.Eg, gp.lambda, alpha);
+            const MaterialAbsorption& pure = pure_A ? materials.A : materials.B;
             for (std::size_t k = 0; k < alpha.size(); ++k) alpha[k] = alpha_at(pure, gp.lambda[k]);
         };
         std::map<Mixture, std::size_t> known_at, found_at;  // to the entry, for this layer
         for (std::size_t k = known.first_entry[j]; k < known.first_entry[j + 1]; ++k) known_at[known.mixture[k]] = k;
         const auto first = static_cast<std::size_t>(mesh.first[j]);
         for (std::size_t i = first; i < first + static_cast<std::size_t>(mesh.n_in_layer[j]); ++i) {
-            // Without mixing all points are alike.
-            const Mixture mixture = mixes ? Mixture{mesh.y[i], set3.on.Eg[i]} : Mixture{};
+            const Mixture mixture{mixes ? mesh.y[i] : 0.0, set3.on.Eg[i]};
             const auto [entry, is_new] = found_at.try_emplace(mixture, found.alpha.size());
             if (is_new) {
                 found.mixture.push_back(mixture);

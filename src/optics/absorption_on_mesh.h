@@ -8,7 +8,8 @@
 
 namespace kovin {
 
-/// Does the absorption of a layer follow its composition, or is it that of one pure material throughout?
+/// Does a layer mix the absorption of its two materials? Where its composition lies between them it does, whatever the
+/// law of its absorption grading, unless that asks for pure B. Otherwise it absorbs as one of them throughout.
 [[nodiscard]] bool absorption_follows_composition(const LayerParameters& layer);
 /// Is that material B?
 [[nodiscard]] bool absorption_of_pure_B(const LayerParameters& layer);
@@ -22,9 +23,8 @@ namespace kovin {
 
 /// Fills gp.absorption for the compositions on the mesh; each distinct composition of a layer is interpolated once.
 /// Compositions that gp.absorption holds already, from another mesh of the same cell and light, are taken over.
-/// Where a layer's composition varies its absorption follows (alpha_interpolation), unless its absorption grading says
-/// that it is uniform.
-/// @pre read_absorption has succeeded; @param mesh  with its compositions
+/// The edge of a point stands at the gap of that point (alpha_interpolation), whatever grades the gap.
+/// @pre read_absorption has succeeded; @param mesh  with its compositions, set3 with its gaps
 void bepaal_alfa(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp);
 
 }  // namespace kovin

@@ -3,6 +3,7 @@
 
 #include "base/constants.h"
 #include "device/absorption_models.h"
+#include "device/alpha_interpolation.h"
 
 #include <array>
 #include <compare>
@@ -10,9 +11,11 @@
 
 namespace kovin {
 
-/// The two pure materials of a layer, as read; B is that of A where the layer cannot contain it.
+/// The two pure materials of a layer, as read; both are the same where the layer holds only one.
 struct LayerAbsorption {
     MaterialAbsorption A, B;
+    PureGaps gap;                                ///< where they have their edges [eV]
+    double anchor_A = 250.0, anchor_B = 250.0;  ///< short-wavelength anchors [nm]
 };
 
 /// A composition with its gap [eV]: what a list of absorption values belongs to. A gap graded on position makes points

@@ -49,7 +49,7 @@ void read_panel(Simulation& s)
     for (double* V : {&s.actie.IV_startV, &s.actie.IV_stopV, &s.actie.CV_startV, &s.actie.CV_stopV}) *V *= s.polarity.V;
 }
 
-/// What the light of the run needs beside the mesh; in the dark nothing is absorbed that anyone asks for.
+/// What the light of the run needs beside the mesh; in the dark no file is touched.
 /// @return false if an input file cannot be used (reported)
 bool read_light(Surroundings& surroundings, Simulation& s)
 {
@@ -61,8 +61,8 @@ bool read_light(Surroundings& surroundings, Simulation& s)
         return true;
     }
     if (!bepaal_spectrum(surroundings, s.wp, s.light)) return false;
-    if (!BerekenFilterSpectra(surroundings, s.problem.input.cell.cell, s.light)) return false;
     if (s.wp.dark) return true;
+    if (!BerekenFilterSpectra(surroundings, s.problem.input.cell.cell, s.light)) return false;
     CalculateIncomingFluxes(s.light, photons_per_nm_W, FluxMode::work_point);
     return read_absorption(surroundings, s.set3, s.light);
 }

@@ -4,6 +4,7 @@
 #include "app/load.h"
 #include "app/simulate.h"
 #include "device/charge_states.h"
+#include "device/file_check.h"
 #include "sweeps/supported.h"
 
 #include <gtest/gtest.h>
@@ -59,6 +60,7 @@ TEST(SampleCells, MeetTheirFiguresAndBalanceTheirCurrents)
             ConvergenceParameters& settings = session->simulation.problem.input.convergence;
             set_terminations(settings, row.termination);
             const DataListElement& element = curve_of(*session);
+            EXPECT_TRUE(session->surroundings.report.messages.empty()) << "a shipped file needs a warning";
             const IVCharacteristics& r = element.characteristics;
             EXPECT_NEAR(r.Voc, cell.Voc, 0.008);
             EXPECT_NEAR(r.Jsc, cell.Jsc, 0.02 * cell.Jsc);
@@ -105,11 +107,19 @@ TEST(SampleCells, OldestFormatAndGradedAbsorberMeetTheirFigures)
     }
 }
 
-TEST(SampleCells, DarkCellAtZeroVoltCarriesNoCurrent)
+TEST(SampleCells, DarkCellAtZeroVoltCarriesNoCurrentAndReadsNoFileOfTheLight)
 {
     for (const Cell& cell : cells) {
         const auto session = session_with(cell.name);
-        session->simulation.panel.workPoint.dark = true;
+        Simulation& s = session->simulation;
+        WorkPoint& wp = s.panel.workPoint;
+        wp.dark = true;
+        wp.generationSpecified = &cell == &cells[1];
+        wp.spectrumFile = wp.generationFile = s.zonnecel.cell.left.filter_file = "gone.dat";
+        s.zonnecel.cell.left.filter = true;
+        s.zonnecel.cell.left.filter_constant = false;
+        for (LayerParameters& layer : s.zonnecel.cell.layer) layer.material.absorption.file_A = "gone.dat";
+        EXPECT_TRUE(missing_files(session->surroundings, s.zonnecel.cell, s.panel).empty()) << cell.name;
         ActionList& actions = session->simulation.panel.actions;
         actions.IV_startV = 0.0;
         actions.IV_stopV = 0.2;
@@ -120,6 +130,7 @@ TEST(SampleCells, DarkCellAtZeroVoltCarriesNoCurrent)
         EXPECT_EQ(element.iv.TotalGen[0], 0.0) << cell.name;
         EXPECT_GT(element.iv.ivcurrent[2], 0.0) << cell.name;
         EXPECT_FALSE(element.characteristics.VocValid) << cell.name;
+        EXPECT_TRUE(session->surroundings.report.messages.empty()) << cell.name;
     }
 }
 

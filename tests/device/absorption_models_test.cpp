@@ -156,13 +156,6 @@ TEST(AbsorptionFile, HeadingDecidesTheUnit)
         EXPECT_NEAR(alpha[0], r.alpha, 1e-9 * r.alpha) << r.what;
         EXPECT_EQ(surroundings.report.messages.size(), r.warnings) << r.what;
     }
-    Surroundings surroundings;
-    Absorption absorption;
-    absorption.pure_B_from_file = true;
-    absorption.file_B = "missing.abs";
-    std::array<double, 1> alpha{};
-    EXPECT_FALSE(DetermineLayerAlpha(surroundings, absorption, true, std::array<double, 1>{450.0}, alpha));
-    EXPECT_FALSE(surroundings.report.messages.empty());
 }
 
 }  // namespace

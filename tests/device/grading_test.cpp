@@ -197,6 +197,25 @@ TEST(Grading, EndsFollowTheComposition)
     EXPECT_EQ(m.Nd.right, 3e20);
 }
 
+TEST(Grading, MinimumOfAParabolaActsOnItsValues)
+{
+    // The minimum 0.7 lifts the left end, and not the parabola that starts at 0.3 there: 0.9 is left of 1.1 in the
+    // middle.
+    LayerParameters layer;
+    test::set_layer(layer, 0, {.d = 2e-6});
+    Profile& Eg = layer.material.Eg;
+    Eg = profile_of(Law::parabolic, Dependence::on_x, 0.3, 1.9, 0.8, 0.7);
+    for (int pass = 0; pass < 3; ++pass) {  // the contacts and the scales make the ends anew, each for itself
+        EXPECT_NEAR(value_at(Eg, 1.0, 2.0), 0.9, 1e-14) << pass;
+        EXPECT_EQ(value_at(Eg, 0.0, 2.0), 0.7) << pass;
+        recalculate_ends(layer);
+        EXPECT_TRUE(Eg.left == 0.7 && Eg.right == 1.9) << pass;
+    }
+    SwapGradingLeftRight(Eg, 2.0);
+    EXPECT_NEAR(value_at(Eg, 1.0, 2.0), 0.9, 1e-14) << "turned around";
+    EXPECT_EQ(value_at(Eg, 2.0, 2.0), 0.7) << "turned around";
+}
+
 TEST(IncompleteBeta, Identities)
 {
     for (const double x : {0.0, 1e-6, 0.1, 0.5, 0.77, 1.0})

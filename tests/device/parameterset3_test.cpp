@@ -18,17 +18,10 @@ namespace {
 /// p-type silicon-like layer, a wider n-type layer.
 InputParameters two_layers()
 {
-    InputParameters set1;
-    CellParameters& cell = set1.cell.cell;
-    InitialiseCellDefinition(cell);
-    cell.layers = 2;
-    test::set_layer(cell.layer[0], 0, {.d = 2e-6, .Na = 1e22});
-    test::set_layer(
-        cell.layer[1], 1,
-        {.d = 1e-6, .Eg = 1.42, .chi = 3.95, .eps = 10.0, .Nc = 4e23, .Nv = 7e24, .Nd = 3e22, .mu_n = 0.02});
-    BulkRecombinationParameters& level =
-        test::add_defect(cell.layer[1], DefectType::donor, EnergyDistribution::single, 0.7, 6e20);
-    level.sigma_n = 1e-19;
+    InputParameters set1 = test::cell_of(
+        {{.d = 2e-6, .Na = 1e22},
+         {.d = 1e-6, .Eg = 1.42, .chi = 3.95, .eps = 10.0, .Nc = 4e23, .Nv = 7e24, .Nd = 3e22, .mu_n = 0.02}});
+    test::add_defect(set1.cell.cell.layer[1], DefectType::donor, EnergyDistribution::single, 0.7, 6e20).sigma_n = 1e-19;
     return set1;
 }
 

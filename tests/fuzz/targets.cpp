@@ -79,6 +79,7 @@ void definition(const std::string& bytes)
     for (const std::string& text : {definition_text(*d, "KOVIN", {}), SaveDefinitionFile(*d)})
         static_cast<void>(parse_definition(surroundings, text, "again.def", *watched));
     ActionPanel panel = InitialiseActionPanel();
+    panel.workPoint.dark = panel.workPoint.spectrumFromFile = false;
     for_each_needed_file(d->input.cell.cell, panel, [](const NeededFile&, const auto& do_without) { do_without(); });
     promise(missing_files(surroundings, d->input.cell.cell, panel).empty(), "a repaired problem needs no file");
 }

@@ -15,18 +15,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
-#include <fstream>
 #include <numeric>
 
 namespace kovin {
 namespace {
-
-/// Surroundings in the shipped tree.
-struct Shipped : Surroundings {
-    Shipped() { folders.root = std::filesystem::path(KOVIN_SOURCE_DIR) / "home"; }
-};
 
 WorkPoint lit()
 {
@@ -39,47 +34,26 @@ double sum(const std::vector<double>& v) { return std::accumulate(v.begin(), v.e
 
 // ---- spectrum -----------------------------------------------------------------------------------------------------
 
-class Spectrum : public ::testing::Test {
-protected:
-    Shipped surroundings;
-    ScratchFolder scratch;
+TEST(Spectrum, StandardSunHasItsPowerAndFeedsIdealAbsorbers)
+{
+    Surroundings surroundings;
+    surroundings.folders.root = std::filesystem::path(KOVIN_SOURCE_DIR) / "home";
     WorkPoint wp = lit();
     GenerationParameters gp;
-};
-
-TEST_F(Spectrum, StandardSunHasItsPowerAndFeedsIdealAbsorbers)
-{
     ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp));
     EXPECT_NEAR(wp.powerFromSpectrum, 1000.37, 0.1) << "280 to 4000 nm, ASTM G173-03";
-    EXPECT_EQ(wp.incidentPower, wp.powerFromSpectrum);
-
-    CellParameters bare;
-    ASSERT_TRUE(BerekenFilterSpectra(surroundings, bare, gp));
+    ASSERT_TRUE(BerekenFilterSpectra(surroundings, {}, gp));
     CalculateIncomingFluxes(gp, photons_per_nm_W, FluxMode::work_point);
     // Every photon above the gap gives one electron; figures of the tabulated standard spectrum.
     struct Row {
         double Eg, J_mA_cm2;
     };
-    constexpr Row rows[] = {{1.00, 48.21}, {1.12, 43.83}, {1.42, 32.08}, {1.70, 22.47}};
-    for (const Row& r : rows) {
+    for (const Row& r : {Row{1.00, 48.21}, Row{1.12, 43.83}, Row{1.42, 32.08}, Row{1.70, 22.47}}) {
         double photons = 0.0;
         for (std::size_t k = 0; k < gp.lambda.size(); ++k)
             if (hc_eV_nm / gp.lambda[k] >= r.Eg) photons += gp.incomingFlux_us[k];
         EXPECT_NEAR(photons * elementary_charge * 0.1, r.J_mA_cm2, 1e-3 * r.J_mA_cm2) << "gap " << r.Eg << " eV";
     }
-}
-
-TEST_F(Spectrum, DarkHasTwoRowsAndTouchesNoFile)
-{
-    wp.dark = true;
-    wp.spectrumFile = "not there.spe";
-    ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp));
-    EXPECT_EQ(gp.lambda, (std::vector<double>{200.0, 5000.0}));
-    EXPECT_EQ(sum(gp.spectrum), 0.0);
-    EXPECT_TRUE(surroundings.report.messages.empty());
-    wp.dark = false;
-    EXPECT_FALSE(bepaal_spectrum(surroundings, wp, gp));
-    EXPECT_FALSE(surroundings.report.messages.empty());
 }
 
 TEST(SpectrumModels, BringTheirPowerOrTheirPhotons)
@@ -105,10 +79,8 @@ TEST(SpectrumModels, BringTheirPowerOrTheirPhotons)
         Surroundings surroundings;
         WorkPoint wp = lit();
         wp.spectrumFromFile = false;
-        wp.spectrumFile = "not asked for.spe";
         wp.spectrumModel = model_of_number(r.number);
         wp.spectrumModel.values = r.p;
-        wp.neutralDensity = 1.0;
         GenerationParameters gp;
         ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp)) << r.number;
         ASSERT_TRUE(BerekenFilterSpectra(surroundings, {}, gp));
@@ -116,54 +88,22 @@ TEST(SpectrumModels, BringTheirPowerOrTheirPhotons)
         const bool of_flux = r.number == 41 || r.number == 44;
         const double total = of_flux ? sum(gp.incomingFlux_us) : wp.powerFromSpectrum;
         EXPECT_NEAR(total, r.total, r.tolerance * r.total) << r.number;
-        EXPECT_NEAR(wp.incidentPower, 0.1 * wp.powerFromSpectrum, 1e-12 * wp.powerFromSpectrum) << "optical density 1";
-
-        // A cut through the middle of the wavelengths of a rectangle halves it.
-        wp.cutOff = true;
-        wp.lambdaShort = 0.5 * (gp.lambda.front() + gp.lambda.back());
-        wp.lambdaLong = 1e7;
-        ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp));
-        if (r.number == 42 || r.number == 45) {
-            EXPECT_NEAR(wp.powerAfterCutOff, 0.5 * r.total, 1e-9 * r.total) << r.number;
-        }
-        EXPECT_TRUE(surroundings.report.messages.empty());
     }
-
-    Surroundings surroundings;
-    WorkPoint wp = lit();
-    wp.spectrumFromFile = false;
-    GenerationParameters gp;
-    wp.spectrumModel.values[0] = 1e308;
-    EXPECT_FALSE(bepaal_spectrum(surroundings, wp, gp)) << "more light than can be computed with";
-    wp.spectrumModel = model_of_number(42);
-    wp.spectrumModel.points = MAX_NUMBER_OF_INPUT_POINTS + 1;
-    EXPECT_FALSE(bepaal_spectrum(surroundings, wp, gp)) << "too many wavelengths";
-    EXPECT_EQ(surroundings.report.messages.size(), 2u);
 }
 
-TEST_F(Spectrum, FileRules)
-{
-    std::ofstream(scratch.path() / "s.spe") << "heading 1\n700\t2\n500 -3 and more\n600 5\n";
-    std::ofstream big(scratch.path() / "big.spe");
-    for (int i = 0; i < MAX_NUMBER_OF_INPUT_POINTS + 1; ++i) big << 300 + i << " 1\n";
-    big.close();
-    wp.neutralDensity = 1.0;
-    wp.spectrumFile = (scratch.path() / "s.spe").string();
-    ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp));
-    EXPECT_EQ(gp.lambda, (std::vector<double>{500, 600, 700})) << "sorted, headings passed over";
-    EXPECT_EQ(gp.spectrum, (std::vector<double>{0, 5, 2})) << "negative power is none";
-    EXPECT_NEAR(wp.incidentPower, 0.7, 1e-12) << "optical density 1";
-    wp.spectrumFile = (scratch.path() / "big.spe").string();
-    EXPECT_FALSE(bepaal_spectrum(surroundings, wp, gp)) << "one row too many";
-}
-
-TEST_F(Spectrum, CutOffCountsTheLightBetweenItsWavelengths)
+TEST(Spectrum, CutOffCountsTheLightBetweenItsWavelengths)
 {
     // A flat spectrum of 2 W/m2/nm from 400 to 800 nm every 10 nm: the power is 2 W times the width that is left.
-    {
-        std::ofstream out(scratch.path() / "flat.spe");
-        for (int i = 0; i <= 40; ++i) out << 400 + 10 * i << ' ' << (i == 0 || i == 40 ? 10 : 20) << '\n';
-    }
+    const ScratchFolder scratch;
+    std::string text = "heading 1\n";
+    for (int nm = 800; nm >= 400; nm -= 10)  // in falling order, which readers turn around
+        text += std::to_string(nm) + (nm == 400 || nm == 800 ? " 10\n" : " 20 and more\n");
+    Surroundings surroundings;
+    WorkPoint wp = lit();
+    wp.spectrumFile = scratch.put("flat.spe", text).string();
+    wp.cutOff = true;
+    wp.neutralDensity = 1.0;
+    GenerationParameters gp;
     struct Row {
         const char* what;
         double low, high, power;
@@ -178,21 +118,19 @@ TEST_F(Spectrum, CutOffCountsTheLightBetweenItsWavelengths)
         {"upper part", 655, 2000, 290, 42},
     };
     for (const Row& r : rows) {
-        wp.spectrumFile = (scratch.path() / "flat.spe").string();
-        wp.cutOff = true;
         wp.lambdaShort = r.low;
         wp.lambdaLong = r.high;
         ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp));
         EXPECT_EQ(gp.n, r.rows) << r.what;
         EXPECT_NEAR(wp.powerFromSpectrum, 800.0, 1e-9) << r.what;
         EXPECT_NEAR(wp.powerAfterCutOff, r.power, 1e-9) << r.what;
+        EXPECT_NEAR(wp.incidentPower, 0.1 * r.power, 1e-9) << r.what << ", optical density 1";
 
-        CellParameters bare;
-        ASSERT_TRUE(BerekenFilterSpectra(surroundings, bare, gp));
+        ASSERT_TRUE(BerekenFilterSpectra(surroundings, {}, gp));
         CalculateIncomingFluxes(gp, 1.0, FluxMode::work_point);
         double power = 0.0;
         for (std::size_t k = 0; k < gp.lambda.size(); ++k) power += gp.incomingFlux_us[k] / gp.lambda[k];
-        EXPECT_NEAR(power, r.power, 1e-9) << r.what << ", by the weights of the photon flux";
+        EXPECT_NEAR(power, 0.1 * r.power, 1e-9) << r.what << ", by the weights of the photon flux";
         CalculateIncomingFluxes(gp, 1.0, FluxMode::none);
         EXPECT_EQ(sum(gp.incomingFlux_us), 0.0);
     }
@@ -203,7 +141,7 @@ TEST_F(Spectrum, CutOffCountsTheLightBetweenItsWavelengths)
 TEST(Filters, LightSideTransmitsTheOtherReflects)
 {
     const ScratchFolder scratch;
-    std::ofstream(scratch.path() / "f.ftr") << "500 20\n600 90\n";  // continued: -50 and 160 % at 400 and 700 nm
+    const std::string file = scratch.put("f.ftr", "500 20\n600 90\n").string();  // continued: -50, 160 % at 400, 700 nm
     struct Row {
         const char* what;
         int side;
@@ -231,16 +169,11 @@ TEST(Filters, LightSideTransmitsTheOtherReflects)
 
         cell.left.filter = true;
         cell.left.filter_transmission = r.side == -1;  // as it is wanted
-        cell.left.filter_file = (scratch.path() / "f.ftr").string();
+        cell.left.filter_file = file;
         ASSERT_TRUE(BerekenFilterSpectra(surroundings, cell, gp));
         const double expected[] = {0.0, 0.2, 0.55, 1.0};
         for (std::size_t k = 0; k < 4; ++k) EXPECT_NEAR(gp.leftFilter[k], expected[k], 1e-12) << r.what;
         EXPECT_EQ(surroundings.report.messages.size(), 1u) << "forced values are told";
-
-        const std::vector<double> before = gp.leftFilter;
-        cell.left.filter_file = (scratch.path() / "missing.ftr").string();
-        EXPECT_FALSE(BerekenFilterSpectra(surroundings, cell, gp));
-        EXPECT_EQ(gp.leftFilter, before);
     }
 }
 
@@ -257,12 +190,11 @@ struct Stack {
     };
     Stack(const std::vector<Layer>& layers, int n)
     {
-        CellParameters& cell = set1.cell.cell;
-        InitialiseCellDefinition(cell);
-        cell.layers = static_cast<int>(layers.size());
+        std::vector<test::LayerFigures> figures;
+        for (const Layer& layer : layers) figures.push_back({.d = layer.d, .Na = layer.Na});
+        set1 = test::cell_of(figures);
         for (std::size_t j = 0; j < layers.size(); ++j) {
-            test::set_layer(cell.layer[j], static_cast<int>(j), {.d = layers[j].d, .Na = layers[j].Na});
-            AbsorptionModelSet& models = cell.layer[j].material.absorption.model_A;
+            AbsorptionModelSet& models = set1.cell.cell.layer[j].material.absorption.model_A;
             models = default_absorption_models(0, 1.12, 61);
             models.models[0].values[0] = layers[j].alpha;
         }
@@ -351,147 +283,156 @@ TEST(Fluxes, BeerLambertWithBothReflections)
     }
 }
 
-TEST(AbsorptionOnMesh, MixturesKeepTheirOwnEdge)
+TEST(AbsorptionOnMesh, EdgeOfEveryPointStandsAtItsGap)
 {
-    // Both materials absorb in a step at their own gap: so must the mixture at its own, with the geometric mean above,
-    // since the wavelengths are mapped edge to edge.
-    Stack stack({{1e-6, 1e4, 1e22}}, 3);
-    LayerParameters& layer = stack.set3.layer[0];
-    layer.composition_mode = 1;
-    layer.composition.dependence = Dependence::on_x;
-    layer.composition.law = Law::linear;
-    layer.composition.left = 0.0;
-    layer.composition.right = 1.0;
-    layer.material.Eg.law = Law::linear;
-    layer.material.Eg.pure_A = 1.0;
-    layer.material.Eg.pure_B = 1.6;
-    Absorption& absorption = layer.material.absorption;
-    absorption.grading.law = Law::alpha_interpolation;
-    absorption.grading.third = absorption.grading.fourth = 250.0;
-    absorption.model_A = default_absorption_models(0, 1.0, 62);
-    absorption.model_B = default_absorption_models(1, 1.6, 62);
-    absorption.model_A.models[1].values[0] = 1e4;
-    absorption.model_B.models[1].values[0] = 1e6;
-    Full_x_Dependence(stack.set3, stack.mesh);
-
-    Surroundings surroundings;
-    GenerationParameters gp;
-    const double edge = hc_eV_nm / 1.3;  // at y = 0.5
-    gp.lambda = {300, edge - 1, edge + 1, 1200};
-    ASSERT_TRUE(read_absorption(surroundings, stack.set3, gp));
-    bepaal_alfa(stack.set3, stack.mesh, gp);
-    ASSERT_EQ(gp.absorption.alpha.size(), 3u);
-    const auto at = [&](std::size_t point, std::size_t k) {
-        return gp.absorption.alpha[static_cast<std::size_t>(gp.absorption.of_point[point])][k];
+    // Both materials absorb in a step at their own gap, A 1e6 and B 1e8 1/m: so must each point at its own, with the
+    // geometric mean between them.
+    struct Row {
+        const char* what;
+        void (*change)(LayerParameters&);
+        std::array<double, 3> Eg, alpha;  // at the left, in the middle, at the right
     };
-    EXPECT_NEAR(at(0, 3), 1e6, 1e-3) << "pure A absorbs to its own edge";
-    EXPECT_NEAR(at(2, 0), 1e8, 1e-1) << "pure B";
-    EXPECT_EQ(at(2, 2), 0.0);
-    EXPECT_NEAR(at(1, 0), 1e7, 1e-1) << "geometric mean in the middle";
-    EXPECT_NEAR(at(1, 1), 1e7, 1e-1) << "up to the edge of the mixture";
-    EXPECT_EQ(at(1, 2), 0.0);
+    constexpr auto pure_A = [](LayerParameters& l) { l.composition_mode = 0, l.composition.law = Law::uniform; };
+    constexpr auto pure_B = [](LayerParameters& l) { l.composition_mode = 20, l.composition.law = Law::uniform_B; };
+    constexpr auto gap_on_x = [](LayerParameters& l) {
+        l.material.Eg.dependence = Dependence::on_x;
+        l.material.Eg.left = 1.0, l.material.Eg.right = 1.6;
+        l.material.Eg.pure_A = l.material.Eg.pure_B = 1.1;  // say nothing
+    };
+    constexpr std::array rising{1.0, 1.3, 1.6}, mean{1e6, 1e7, 1e8}, of_A{1e6, 1e6, 1e6}, of_B{1e8, 1e8, 1e8};
+    const Row rows[] = {
+        {"composition graded", [](LayerParameters&) {}, rising, mean},
+        {"absorption grading left as it is made",
+         [](LayerParameters& l) { l.material.absorption.grading.law = Law::uniform; }, rising, mean},
+        {"absorption of pure B asked for",
+         [](LayerParameters& l) { l.material.absorption.grading.law = Law::uniform_B; }, rising, of_B},
+        {"gap on position too", [](LayerParameters& l) { gap_on_x(l); }, rising, mean},
+        {"pure A, gap on position", [](LayerParameters& l) { pure_A(l), gap_on_x(l); }, rising, of_A},
+        {"pure B, gap on position", [](LayerParameters& l) { pure_B(l), gap_on_x(l); }, rising, of_B},
+        {"a table of gaps, which differ from those of the pure materials",
+         [](LayerParameters& l) {
+             l.material.Eg.law = Law::table;
+             l.material.Eg.table_x = {0.0, 0.5, 1.0};
+             l.material.Eg.table_y = {0.8, 1.5, 1.2};
+         },
+         {0.8, 1.5, 1.2},
+         mean},
+        {"uniform gap, that of pure A",
+         [](LayerParameters& l) { l.material.Eg.law = Law::uniform; },
+         {1.0, 1.0, 1.0},
+         mean},
+    };
+    for (const Row& r : rows) {
+        Stack stack({{1e-6, 1e4, 1e22}}, 3);
+        LayerParameters& layer = stack.set3.layer[0];
+        layer.composition_mode = 1;
+        layer.composition.law = layer.material.Eg.law = Law::linear;
+        layer.composition.dependence = Dependence::on_x;
+        layer.composition.left = 0.0, layer.composition.right = 1.0;
+        layer.material.Eg.pure_A = 1.0, layer.material.Eg.pure_B = 1.6;
+        Absorption& absorption = layer.material.absorption;
+        absorption.grading.law = Law::alpha_interpolation;
+        absorption.model_A = default_absorption_models(0, 1.0, 62);
+        absorption.model_B = default_absorption_models(1, 1.6, 62);
+        absorption.model_A.models[1].values[0] = 1e4;
+        absorption.model_B.models[1].values[0] = 1e6;
+        r.change(layer);
+        Full_x_Dependence(stack.set3, stack.mesh);
+        Surroundings surroundings;
+        GenerationParameters gp;
+        for (const double Eg : r.Eg)
+            for (const double off : {-1.0, 1.0}) gp.lambda.push_back(hc_eV_nm / Eg + off);
+        std::sort(gp.lambda.begin(), gp.lambda.end());
+        ASSERT_TRUE(read_absorption(surroundings, stack.set3, gp)) << r.what;
+        bepaal_alfa(stack.set3, stack.mesh, gp);
+        for (std::size_t i = 0; i < 3; ++i)
+            for (std::size_t k = 0; k < gp.lambda.size(); ++k) {
+                const bool absorbs = gp.lambda[k] < hc_eV_nm / r.Eg[i];
+                const double alpha = gp.absorption.alpha[static_cast<std::size_t>(gp.absorption.of_point[i])][k];
+                EXPECT_NEAR(alpha, absorbs ? r.alpha[i] : 0.0, 1e-9 * r.alpha[i])
+                    << r.what << ", point " << i << ", " << gp.lambda[k] << " nm";
+            }
+    }
 }
 
 // ---- given generation ---------------------------------------------------------------------------------------------
 
-TEST(Generation, ProfileFromFile)
+TEST(Generation, GivenProfilesStandOnTheMeshAndHoldTheirCurrent)
 {
+    // Half of each is left after attenuation, in a cell of 3 um; the ideal current is that of the whole.
     const ScratchFolder scratch;
-    std::ofstream(scratch.path() / "g.gen") << "um G\n0.5 1e26\n1.0 3e26\n1.5 -2\n2.0 4e26\n";
-    Stack stack({{1e-6, 1e4, 1e22}, {2e-6, 1e4, 5e23}}, 41);
-    Surroundings surroundings;
-    WorkPoint wp = lit();
-    wp.generationSpecified = wp.generationFromFile = true;
-    wp.generationFile = (scratch.path() / "g.gen").string();
-    wp.attenuation = 50.0;
-    GenerationParameters gp;
-    ASSERT_TRUE(read_given_generation(surroundings, wp, stack.set3, gp));
-    CalculateGenerationFromFileOrFromModel(wp, stack.set3, stack.mesh, gp);
-    std::vector<double> G;
-    ExtractGeneration(stack.set3, stack.mesh, gp, G);
-    for (std::size_t i = 0; i < G.size(); ++i) {
-        const double x = stack.mesh.x_um[i];
-        double expected = 0.0;  // outside the file
-        if (x >= 0.5 && x <= 1.0) expected = 1e26 + (x - 0.5) * 4e26;
-        if (x > 1.0 && x <= 1.5) expected = 3e26 * (1.5 - x) / 0.5;  // negative rows count as 0
-        if (x > 1.5 && x <= 2.0) expected = 4e26 * (x - 1.5) / 0.5;
-        EXPECT_NEAR(G[i], 0.5 * expected, 1e15) << "x = " << x << " um";
-    }
-    // 1e26 x 0.25 um + 3e26 x 0.5 um + 4e26 x 0.25 um, whatever the attenuation.
-    EXPECT_NEAR(CalculateIdealCurrentFromGenerationFileOrModel(gp.given), 2.75e20 * elementary_charge * 0.1, 1e-9);
-
-    wp.dark = true;
-    wp.generationFile = "missing.gen";
-    ASSERT_TRUE(read_given_generation(surroundings, wp, stack.set3, gp));
-    CalculateGenerationFromFileOrFromModel(wp, stack.set3, stack.mesh, gp);
-    EXPECT_EQ(sum(gp.generation), 0.0) << "dark, and no file is touched";
-    wp.dark = false;
-    for (const char* name : {"missing.gen", ""}) {
-        wp.generationFile = name;
-        const std::size_t told = surroundings.report.messages.size();
-        EXPECT_FALSE(read_given_generation(surroundings, wp, stack.set3, gp));
-        EXPECT_GT(surroundings.report.messages.size(), told) << "'" << name << "'";
-    }
-}
-
-TEST(Generation, ProfileFromModel)
-{
-    // A rectangle of 0.5 um about 1.25 um, 10 mA/cm2, half of it after attenuation, in a cell of 3 um.
-    Stack stack({{1e-6, 1e4, 1e22}, {2e-6, 1e4, 5e23}}, 41);
-    Surroundings surroundings;
-    WorkPoint wp = lit();
-    wp.generationSpecified = true;
-    wp.generationFromFile = false;
-    wp.generationFile = "not asked for.gen";
-    wp.generationModel = model_of_number(24);
-    wp.generationModel.values = {6.242e16, 1.25, 0.5};
-    wp.attenuation = 50.0;
-    GenerationParameters gp;
-    ASSERT_TRUE(read_given_generation(surroundings, wp, stack.set3, gp));
-    EXPECT_TRUE(gp.given.sharp_ends);
-    EXPECT_NEAR(CalculateIdealCurrentFromGenerationFileOrModel(gp.given), 10.0, 1e-3);
-    CalculateGenerationFromFileOrFromModel(wp, stack.set3, stack.mesh, gp);
-    std::vector<double> G;
-    ExtractGeneration(stack.set3, stack.mesh, gp, G);
-    for (std::size_t i = 0; i < G.size(); ++i) {
-        const double x = stack.mesh.x_um[i];
-        if (std::fabs(std::fabs(x - 1.25) - 0.25) < 1e-3) continue;  // on an edge
-        EXPECT_NEAR(G[i], std::fabs(x - 1.25) < 0.25 ? 0.5 * 6.242e20 / 0.5e-6 : 0.0, 1e16) << "x = " << x << " um";
-    }
-
-    // The right side of the cell is where the layers end.
-    wp.generationModel = model_of_number(23);
-    ASSERT_TRUE(read_given_generation(surroundings, wp, stack.set3, gp));
-    EXPECT_FALSE(gp.given.sharp_ends);
-    EXPECT_NEAR(gp.given.x.back(), 3e-6, 1e-18);
-    CalculateGenerationFromFileOrFromModel(wp, stack.set3, stack.mesh, gp);
-    ExtractGeneration(stack.set3, stack.mesh, gp, G);
-    EXPECT_NEAR(G.back(), 0.5 * 6.242e26, 1e18) << "the last mesh point is lit";
-
+    const std::string file = scratch.put("g.gen", "um G\n0.5 1e26\n1.0 3e26\n1.5 -2\n2.0 4e26\n").string();
     struct Row {
         const char* what;
+        int model;  // 0: the file
         std::array<double, 5> p;
+        double J_mA_cm2, tolerance;
+        bool sharp_ends;
+        double (*G)(double x_um);  // NaN: on an edge
     };
-    constexpr Row refused[] = {{"all in front of the cell", {6.242e16, -5, 0.1}}, {"overflow", {1e308, 1, 0.1}}};
-    for (const Row& r : refused) {
-        wp.generationModel = model_of_number(25);
-        wp.generationModel.values = r.p;
-        surroundings.report.messages.clear();
-        EXPECT_FALSE(read_given_generation(surroundings, wp, stack.set3, gp)) << r.what;
-        EXPECT_EQ(surroundings.report.messages.size(), 1u) << r.what;
-    }
-}
-
-TEST(Generation, ShippedProfileHoldsItsCurrent)
-{
-    Shipped surroundings;
+    const Row rows[] = {
+        // 1e26 x 0.25 um + 3e26 x 0.5 um + 4e26 x 0.25 um; a negative row counts as 0, outside the file there is
+        // nothing.
+        {"file",
+         0,
+         {},
+         2.75e20 * elementary_charge * 0.1,
+         1e-9,
+         false,
+         [](double x) {
+             if (x < 0.5 || x > 2.0) return 0.0;
+             return x <= 1.0 ? 1e26 + (x - 0.5) * 4e26 : x <= 1.5 ? 6e26 * (1.5 - x) : 8e26 * (x - 1.5);
+         }},
+        {"rectangle",
+         24,
+         {6.242e16, 1.25, 0.5},
+         10.0,
+         1e-3,
+         true,
+         [](double x) {
+             const double inside = 0.25 - std::fabs(x - 1.25);
+             return std::fabs(inside) < 1e-3 ? NAN : inside > 0.0 ? 6.242e20 / 0.5e-6 : 0.0;
+         }},
+        // The right side of the cell is where its layers end; the tail and the straight lines leave 0.3 %.
+        {"decay from the right",
+         23,
+         {6.242e16, 0.2},
+         10.0,
+         0.03,
+         false,
+         [](double x) { return x < 2.999 ? NAN : 6.242e20 / 0.2e-6 * std::exp(-(3.0 - x) / 0.2); }},
+    };
+    Stack stack({{1e-6, 1e4, 1e22}, {2e-6, 1e4, 5e23}}, 41);
     WorkPoint wp = lit();
-    wp.generationSpecified = wp.generationFromFile = true;
-    wp.generationFile = "exponential_right_40mA.gen";
-    GenerationParameters gp;
-    ASSERT_TRUE(read_given_generation(surroundings, wp, {}, gp));
-    EXPECT_NEAR(CalculateIdealCurrentFromGenerationFileOrModel(gp.given), 40.0, 0.05)
-        << "trapezoid rule on the rows of the file";
+    wp.generationSpecified = true;
+    wp.generationFile = file;
+    wp.attenuation = 50.0;
+    for (const Row& r : rows) {
+        Surroundings surroundings;
+        GenerationParameters gp;
+        wp.generationFromFile = r.model == 0;
+        if (r.model != 0) wp.generationModel = model_of_number(r.model);
+        wp.generationModel.values = r.p;
+        ASSERT_TRUE(read_given_generation(surroundings, wp, stack.set3, gp)) << r.what;
+        EXPECT_NEAR(CalculateIdealCurrentFromGenerationFileOrModel(gp.given), r.J_mA_cm2, r.tolerance) << r.what;
+        EXPECT_EQ(gp.given.sharp_ends, r.sharp_ends) << r.what;
+        CalculateGenerationFromFileOrFromModel(wp, stack.set3, stack.mesh, gp);
+        std::vector<double> G;
+        ExtractGeneration(stack.set3, stack.mesh, gp, G);
+        for (std::size_t i = 0; i < G.size(); ++i) {
+            const double x = stack.mesh.x_um[i], expected = 0.5 * r.G(x);
+            if (std::isnan(expected)) continue;
+            EXPECT_NEAR(G[i], expected, 1e-9 * expected + 1e15) << r.what << ", x = " << x << " um";
+        }
+    }
+    for (const auto& p : {std::array<double, 5>{6.242e16, -5, 0.1}, std::array<double, 5>{1e308, 1, 0.1}}) {
+        Surroundings surroundings;  // all in front of the cell; overflow
+        GenerationParameters gp;
+        wp.generationModel = model_of_number(25);
+        wp.generationModel.values = p;
+        EXPECT_FALSE(read_given_generation(surroundings, wp, stack.set3, gp)) << p[0];
+        EXPECT_EQ(surroundings.report.messages.size(), 1u) << p[0];
+    }
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include "device/cell_defaults.h"
 #include "device/charge_states.h"
+#include "device/definition.h"
 #include "device/grading.h"
 
 #include <cmath>
@@ -42,6 +43,17 @@ inline void set_layer(LayerParameters& layer, int number, const LayerFigures& f)
     set_uniform(m.v_th_n, f.v_th);
     set_uniform(m.v_th_p, f.v_th);
     UpdateThicknessInProfiles_Layer(layer);
+}
+
+/// The layers of a cell with default settings.
+inline InputParameters cell_of(const std::vector<LayerFigures>& layers)
+{
+    InputParameters set1;
+    CellParameters& cell = set1.cell.cell;
+    InitialiseCellDefinition(cell);
+    cell.layers = static_cast<int>(layers.size());
+    for (std::size_t j = 0; j < layers.size(); ++j) set_layer(cell.layer[j], static_cast<int>(j), layers[j]);
+    return set1;
 }
 
 /// Adds a defect with one level.
