@@ -14,7 +14,7 @@ namespace kovin {
 /// The two pure materials of a layer, as read; both are the same where the layer holds only one.
 struct LayerAbsorption {
     MaterialAbsorption A, B;
-    PureGaps gap;                                ///< where they have their edges [eV]
+    PureGaps gap;                               ///< where they have their edges [eV]
     double anchor_A = 250.0, anchor_B = 250.0;  ///< short-wavelength anchors [nm]
 };
 
