@@ -17,9 +17,8 @@ namespace {
 
 TEST(MaterialTables, GradedMaterialInTheUnitsOfItsHeadingsAtAnyTemperature)
 {
-    InputParameters set1 =
-        test::cell_of({{.d = 2e-6, .Na = 1e22},
-                       {.d = 1e-6, .Eg = 1.4, .Nc = 2e24, .Na = 1e22, .Nd = 3e22, .mu_n = 0.02}});
+    InputParameters set1 = test::cell_of(
+        {{.d = 2e-6, .Na = 1e22}, {.d = 1e-6, .Eg = 1.4, .Nc = 2e24, .Na = 1e22, .Nd = 3e22, .mu_n = 0.02}});
     LayerParameters& layer = set1.cell.cell.layer[0];
     layer.composition_mode = 1;
     layer.composition.law = Law::linear;
