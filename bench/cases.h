@@ -44,12 +44,13 @@ inline void make_levels_amphoteric(CellParameters& cell)
 /// A sample with its light on and, on request, the I-V curve of 41 points from 0 to 0.8 V.
 /// A benchmark of a cell that cannot be read would time nothing: it ends the program.
 struct SampleCell {
-    SampleCell(const char* name, Levels levels, bool with_IV)
+    SampleCell(const char* name, Levels levels, bool with_IV, Route route = Route::fast)
     {
         surroundings.folders.root = std::filesystem::path(KOVIN_SOURCE_DIR) / "home";
         Simulation& s = *simulation;
         s.panel = InitialiseActionPanel();
         if (!lees_structuurfile(surroundings, surroundings.folders.root / "def" / name, s.problem)) give_up();
+        s.problem.input.convergence.route = route;
         if (levels != Levels::as_shipped) make_levels_single(s.problem.input.cell.cell);
         if (levels == Levels::chains) make_levels_amphoteric(s.problem.input.cell.cell);
         s.zonnecel = parameterset1_to_2(s.problem.input.cell);
@@ -89,18 +90,24 @@ private:
 };
 
 struct CigsBaseline : SampleCell {
-    CigsBaseline(Levels levels, bool with_IV) : SampleCell("cigs-baseline.def", levels, with_IV) {}
+    CigsBaseline(Levels levels, bool with_IV, Route route = Route::fast)
+        : SampleCell("cigs-baseline.def", levels, with_IV, route)
+    {
+    }
 };
 
 /// Two absorber layers that are graded throughout: a list of absorption values per point.
 struct GradedCigs : SampleCell {
-    explicit GradedCigs(bool with_IV) : SampleCell("graded-cigs.def", Levels::as_shipped, with_IV) {}
+    explicit GradedCigs(bool with_IV, Route route = Route::fast)
+        : SampleCell("graded-cigs.def", Levels::as_shipped, with_IV, route)
+    {
+    }
 };
 
-/// The CIGS sample at 0.5 V in the light, on the mesh of some 400 points that the light draws: a state near the maximum
-/// power point.
+/// The CIGS sample at 0.5 V in the light on the classic route, on the mesh of some 400 points that the light draws: a
+/// state near the maximum power point.
 struct CigsAtHalfAVolt : CigsBaseline {
-    explicit CigsAtHalfAVolt(Levels levels, int scheme = decoupled) : CigsBaseline(levels, false)
+    explicit CigsAtHalfAVolt(Levels levels, int scheme = decoupled) : CigsBaseline(levels, false, Route::classic)
     {
         ConvergenceParameters& settings = simulation->problem.input.convergence;
         settings.coupling_scheme = scheme;

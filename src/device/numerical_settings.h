@@ -39,8 +39,8 @@ struct ConvergenceParameters {
     int maxiter_psi_equilibrium = 1000, maxiter_psi = 1000, maxiter_n = 1000, maxiter_p = 1000;
     int maxiter_Ft = 50;
     Route route = Route::fast;  ///< a setting of the program; no file holds it
-    int coupling_scheme = 11;      ///< see CouplingScheme; an unknown number acts as 11
-    int clamp_mode = 1;            ///< 0 none; 1, 3 scale; 2 clip; 4 soft
+    int coupling_scheme = 11;   ///< see CouplingScheme; an unknown number acts as 11
+    int clamp_mode = 1;         ///< 0 none; 1, 3 scale; 2 clip; 4 soft
     int clamp_ramp_iterations = 10;
     int on_limit_psi = 2, on_limit_n = 2, on_limit_p = 2;
     int use_sparse_psi = 2, use_sparse_n = 1, use_sparse_p = 1;

@@ -34,11 +34,12 @@ void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(bl
 namespace kovin::testing {
 namespace {
 
-// Under each scheme; the last two take the coupled loop from the third pass.
+// Under each scheme, the last two with the coupled loop from the third pass, and on the fast route (0).
 TEST(Allocation, NoneInASolveAfterTheFirst)
 {
-    for (const int scheme : {11, 12, 13, 14}) {
+    for (const int scheme : {0, 11, 12, 13, 14}) {
         Device device(thin_film_cell(), 300.0, [&](ConvergenceParameters& c) {
+            if (scheme == 0) c.route = Route::fast;
             c.coupling_scheme = scheme;
             c.gummel_to_coupled_iteration = 3;
         });
