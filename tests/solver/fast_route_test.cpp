@@ -152,6 +152,40 @@ TEST(FastRoute, EachRungAloneReachesTheSameSolution)
     }
 }
 
+TEST(FastRoute, MirroredCellCarriesTheSameCurrent)
+{
+    const auto adaptive = [](const CellParameters& cell) {
+        return Device(cell, 300.0, [](ConvergenceParameters& s) { s.route = Route::fast; });
+    };
+    Device device = adaptive(crowded_cell()), image = adaptive(mirrored(crowded_cell()));
+    ASSERT_TRUE(device.solve_equilibrium() && image.solve_equilibrium());
+    EXPECT_EQ(device.cv.mesh.N, image.cv.mesh.N);
+    device.illuminate_exponentially(33.0, 0.5e-6);
+    image.illuminate_exponentially(33.0, 0.5e-6, true);
+    ASSERT_TRUE(device.solve() && image.solve());
+    for (const double V : {0.0, 0.3, 0.5, 0.6, -1.0}) {
+        ASSERT_TRUE(device.go_to(V, 2) && image.go_to(-V, 2));
+        EXPECT_NEAR(device.cv.J_median, -image.cv.J_median, 1e-6 * 33.0) << V;
+    }
+}
+
+TEST(FastRoute, FailureKeepsTheLastGoodStateAndTellsWhatDidNotSettle)
+{
+    const Case c = cases()[3];
+    Device device = device_of(c, Route::fast);
+    light_up(device, c);
+    ASSERT_TRUE(device.go_to(0.2));
+    const std::vector<double> psi = device.cv.psi, Fn = device.cv.Fn;
+    device.memory.work.fast.left_out = ~1U;
+    ASSERT_FALSE(device.go_to(30.0)) << "this case shows nothing";
+    EXPECT_TRUE(device.cv.failed());
+    EXPECT_EQ(device.cv.psi, psi);
+    EXPECT_EQ(device.cv.Fn, Fn);
+    const std::string advice = failure_advice(device.problem(), device.memory.work);
+    EXPECT_NE(advice.find(" in layer "), std::string::npos) << advice;
+    EXPECT_FALSE(device.go_to(0.3)) << "a failed state is no place to start from";
+}
+
 TEST(FastRoute, BuildsAndScalesAgree)
 {
     const Case c = cases()[8];
