@@ -40,11 +40,27 @@ void add_charge_range(const Record& defect, double electrons, std::span<double> 
     }
 }
 
-/// Elements above 1 kT to 1 + ln of their size.
-void damp_large_elements(std::span<double> step)
+/// Steps in which psi is free where no charge holds it. From there on a cell that swings is damped everywhere.
+constexpr int free_steps = 6;
+
+/// Elements above 1 kT to 1 + ln of their size; in a free step only what goes beyond the place where the carrier that
+/// grows is as dense as the doping, or dense enough to screen the layer. In a depleted or insulating layer, where
+/// Poisson's equation is linear, psi so arrives in one step.
+void damp_large_elements(const CalculationParameters& set3, const CalculationVariables& cv, bool free,
+                         std::span<double> step)
 {
-    for (double& s : step)
-        if (const double size = std::fabs(s); size > 1.0) s = std::copysign(1.0 + std::log(size), s);
+    for (std::size_t j = 0; j < static_cast<std::size_t>(cv.mesh.nlayers); ++j) {
+        const double screening = set3.scale.Lambda[j] / (set3.d[j] * set3.d[j]);
+        const auto first = static_cast<std::size_t>(cv.mesh.first[j]), last = static_cast<std::size_t>(cv.mesh.last[j]);
+        for (std::size_t i = first; i <= last; ++i) {
+            const double size = std::fabs(step[i]);
+            if (!(size > 1.0)) continue;
+            const double growing = step[i] > 0.0 ? cv.n[i] : cv.p[i];
+            const double harmless = std::max(std::fabs(set3.on.doping[i]), screening);
+            const double way = free && growing < harmless ? std::log(harmless / growing) : 0.0;
+            if (size - way > 1.0) step[i] = std::copysign(way + 1.0 + std::log(size - way), step[i]);
+        }
+    }
 }
 
 }  // namespace
@@ -108,7 +124,7 @@ bool fast_equilibrium_from_here(const Problem& problem, Workspace& work, Calcula
         if (!poisson_step(problem, work, cv)) break;
         const double largest = MaximumAbsoluteValue(work.delta);
         if (!std::isfinite(largest)) break;
-        damp_large_elements(work.delta);
+        damp_large_elements(problem.set3, cv, k <= free_steps, work.delta);
         add_to_psi(problem, work, cv);
         converged = largest < converged_below || (largest < rounding_below && largest > still_falling * before);
         cv.max_delta_psi = before = largest;
