@@ -101,7 +101,8 @@ TEST(FastKernel, DerivativesAgainstDifferences)
                 moved(c, unknown, step);
                 for (std::size_t i = c - 1; i <= std::min(c + 2, a.N - 1); ++i)
                     for (std::size_t k = 0; k < 3; ++k) {
-                        const bool interface_row = k == psi && (is_left_of_interface(i) || is_left_of_interface(i - 1));
+                        const bool interface_row =
+                            k == psi && (is_left_of_interface(i) || (i > 0 && is_left_of_interface(i - 1)));
                         if (interface_row) continue;  // held by the decay of the steps
                         double element = 0.0;
                         if (i <= c + 1) element = rows[i].block[c + 1 - i][3 * k + unknown];
