@@ -16,8 +16,14 @@ std::string_view title(OutputKind kind)
             return "Simulation of generation - recombination profiles";
         case OutputKind::iv:
             return "Simulation of I-V curves";
+        case OutputKind::cv:
+            return "Simulation of C-V curves";
+        case OutputKind::cf:
+            return "Simulation of C-f curves";
         case OutputKind::occupation:
             return "Simulation of Occupation probability of deep defects";
+        case OutputKind::admittance:
+            return "Simulation of Admittance Spectroscopy";
         case OutputKind::grading:
             return "Grading data during simulation";
     }
@@ -102,12 +108,14 @@ std::string start_text(const DateTime& t)
            integer(t.minute, 2, '0') + ':' + integer(t.second, 2, '0');
 }
 
-std::string WriteOutputHeader(const std::string& version, const RunRecord& run, OutputKind kind, bool fromCurrent)
+std::string WriteOutputHeader(const std::string& version, const RunRecord& run, OutputKind kind, bool fromCurrent,
+                              const std::string& analysis)
 {
     const WorkPoint& wp = run.wp;
     std::string out = version + '\n';
     out += title(kind);
     out += '\n';
+    if (!analysis.empty()) out += analysis + '\n';
     if (fromCurrent) {
         out += "Workpoint calculation: \t" + run.started + '\n';
     } else {

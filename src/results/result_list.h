@@ -3,6 +3,7 @@
 
 #include "base/clock.h"
 #include "device/work_point.h"
+#include "results/curves.h"
 #include "results/iv_characteristics.h"
 
 #include <filesystem>
@@ -55,6 +56,10 @@ struct DataListElement {
     IvCurve iv;
     std::size_t IV_points = 0;  ///< of the sweep; where it was cut, `iv` holds fewer. Ending behind Voc is no cut
     IVCharacteristics characteristics;
+    CvCurve cv;
+    CfCurve cf;
+    AsCurve as;                                ///< analysis of cf
+    std::size_t CV_points = 0, Cf_points = 0;  ///< asked for
 };
 
 }  // namespace kovin

@@ -1,0 +1,74 @@
+// Curves of the small-signal measurements, capacitance-voltage and capacitance-frequency, and what is read out of them.
+//
+// All columns of a curve have one value a calculated point, in the units of the result files.
+#pragma once
+
+#include "device/mesh.h"
+#include "device/numerical_settings.h"
+
+#include <string>
+#include <vector>
+
+namespace kovin {
+
+/// Columns of the DC states along a voltage sweep.
+struct DcColumns {
+    std::vector<double> dcstroom;                        ///< total current, user sign [mA/cm2]
+    std::vector<double> ifrdcstroom, recdcstroom;        ///< recombination at interfaces, in the bulk [A/m2]
+    std::vector<double> leftcontact, rightcontact;       ///< minority currents at the contacts [mA/cm2]
+    std::vector<double> recSRH, recRadiative, recAuger;  ///< parts of recdcstroom [A/m2]
+    std::vector<double> TotalRec, TotalGen;              ///< [mA/cm2]
+};
+
+/// Where a C-V curve was calculated, kept so that its analysis can be repeated with other settings.
+struct CellOnMesh {
+    Mesh mesh;                         ///< of the last C-V point
+    std::vector<double> cvepsilon;     ///< relative permittivity, one a mesh point
+    std::vector<double> cvnet_doping;  ///< Nd - Na [m^-3], one a mesh point
+    double kT = kT_at_300K;            ///< [V]
+};
+
+struct CvCurve {
+    // as measured
+    std::vector<double> cv_as;   ///< voltage on the axis, user sign [V]
+    std::vector<double> v_cell;  ///< voltage over the device, internal sign [V]
+    std::vector<double> cvcap;   ///< C [nF/cm2]
+    std::vector<double> cvcon;   ///< G [S/cm2]
+    DcColumns dc;                ///< of this sweep itself; the I-V columns of the run hold it merged with the I-V curve
+
+    // Mott-Schottky analysis; filled by mott_schottky_columns
+    std::vector<double> cvMott;                    ///< 1/C^2 [cm4/nF2]
+    std::vector<double> cvslopeMottSchottky;       ///< d(1/C^2)/dv_cell [m4/(F2 V)]
+    std::vector<double> cvW;                       ///< width of the depletion layer [um]
+    std::vector<double> cvx;                       ///< its edge: position in the cell, or cvW [um]
+    std::vector<double> cvN;                       ///< apparent doping [1/cm3]
+    std::vector<double> cveps_eff_W, cveps_eff_N;  ///< permittivities that W and N were found with
+    MottSchottkySettings NW;                       ///< settings of the columns above
+    CellOnMesh cell;
+
+    bool failed = false;  ///< the sweep ended with a point that did not converge
+
+    [[nodiscard]] std::size_t points() const { return v_cell.size(); }
+    /// Enough points for the window of the slope: the curve has an apparent doping.
+    [[nodiscard]] bool has_doping() const { return NW.points >= 2 && static_cast<std::size_t>(NW.points) < points(); }
+};
+
+struct CfCurve {
+    std::vector<double> cf_as;                            ///< frequency [Hz]
+    std::vector<double> cfcap;                            ///< C [nF/cm2]
+    std::vector<double> cfcon;                            ///< G [S/cm2]
+    std::vector<double> cfZre, cfZim, cfZmagn, cfZphase;  ///< impedance [ohm cm2], phase in degrees
+    [[nodiscard]] std::size_t points() const { return cf_as.size(); }
+};
+
+/// Admittance spectrum: what a C-f curve tells about defect levels, one value a frequency.
+struct AsCurve {
+    std::vector<double> AS_Et;     ///< depth of the level that follows at this frequency [eV]
+    std::vector<double> AS_deriv;  ///< -dC/dln(w) [nF/cm2]
+    std::vector<double> AS_Nt;     ///< density of states [1/(cm3 eV)]
+    double W = 0.0;                ///< width of the depletion layer [cm]
+    std::string settings;          ///< the settings, as one line of the result file
+    [[nodiscard]] std::size_t points() const { return AS_Et.size(); }
+};
+
+}  // namespace kovin

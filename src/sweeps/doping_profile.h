@@ -1,0 +1,39 @@
+// Mott-Schottky analysis of a C-V curve: depletion width and apparent doping, as an experimenter derives them.
+//
+//     W = eps0 eps/C,    N(W) = -2/(q eps0 eps d(1/C^2)/dV)
+//
+// Source: Sze and Ng, Physics of Semiconductor Devices, chapter 2.2. N is positive where C grows with the voltage in
+// internal sign: p-type at the left. A mirrored cell has the same figures with the other sign.
+#pragma once
+
+#include "device/cell.h"
+#include "results/curves.h"
+#include "sweeps/effective_permittivity.h"
+
+#include <span>
+
+namespace kovin {
+
+/// Chooses layer and side: of the junctions between p and n (and of all interfaces that follow the first one) the one
+/// with the smallest doping charge |Nd - Na| d on one side; that side's layer is where the depletion layer grows.
+/// A cell without a junction gets layer 0, side +1.
+void KOVINSearchOfJunctionAndSCLSide(const CellParameters& cell, MottSchottkySettings& NW);
+
+/// The settings as an analysis takes them: with the junction of the cell if the layer is none of the cell's.
+[[nodiscard]] MottSchottkySettings with_junction(const CellParameters& cell, MottSchottkySettings NW);
+
+/// Apparent doping [1/cm3] from the slope d(1/C^2)/dV [m4/(F2 V)]; 0 for an unknown epsilon_mode.
+/// @param epsilon_used  is told the permittivity
+[[nodiscard]] double ApparentDopingFromMottSchottkySlope(double slope, const MottSchottkySettings& NW,
+                                                         const CellOnMesh& cell, double W, double x0,
+                                                         double& epsilon_used);
+
+/// Fills all columns of the analysis from v_cell, cvcap and cell, and keeps the settings with them. With fewer points
+/// than the slope needs, W, x, N and the slope are 0 and the permittivities constant_epsilon.
+void mott_schottky_columns(CvCurve& curve, const MottSchottkySettings& NW);
+
+/// The same for other settings of width and doping; a slope that was calculated stays. Curves that are too short for
+/// the settings are left alone. @return whether it was done
+bool RecalculateNW(CvCurve& curve, const MottSchottkySettings& NW);
+
+}  // namespace kovin
