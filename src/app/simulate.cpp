@@ -90,6 +90,7 @@ ResultTexts result_texts(Session& session, const WantedTables& wanted)
     const std::string& version = session.surroundings.version;
     ResultTexts texts;
     texts.iv = iv_naar_file(version, s.results, session.ActionListMode);
+    texts.qe = qe_naar_file(version, s.results, session.ActionListMode);
     if (s.failures.work_point) return texts;
     const RunRecord run = run_record(session.surroundings, s);
     const StateOnItsMesh work_point(s, s.werkpuntcv);

@@ -26,7 +26,7 @@ struct WantedTables {
 
 /// Texts of the files of the present working point and of the calculated curves.
 struct ResultTexts {
-    std::string iv, eb, gen, occ;  ///< empty: there is nothing to write
+    std::string iv, qe, eb, gen, occ;  ///< empty: there is nothing to write
     std::string absorption, grading;
 };
 [[nodiscard]] ResultTexts result_texts(Session& session, const WantedTables& wanted = {});

@@ -119,6 +119,15 @@ void layer_files(LayerParameters& layer, int number, bool lit, const NeededFileV
     defect_files(layer, by_name, section, each);
 }
 
+void spectrum_file(WorkPoint& point, const std::string& which, const std::string& section,
+                   const NeededFileVisitor& each)
+{
+    if (!point.spectrumFromFile) return;
+    each({FileKind::spectrum, "Spectrum file" + which, point.spectrumFile, "Set to standard AM1.5G spectrum",
+          "standard KOVIN AM1.5G 1 sun spectrum set", section, "spectrum"},
+         [&] { point.spectrumFile = standard_spectrum; });
+}
+
 /// Does light pass the contacts? Neither in the dark nor where G(x) is given.
 bool light_enters(const WorkPoint& point) { return !point.dark && !point.generationSpecified; }
 
@@ -146,17 +155,19 @@ void for_each_light_file(WorkPoint& point, const std::string& which, const Neede
               "Switch to Generation from internal KOVIN calculation", "illumination mode set to internal KOVIN model",
               section, "generation"},
              [&] { point.generationSpecified = false; });
-    if (!point.generationSpecified && point.spectrumFromFile)
-        each({FileKind::spectrum, "Spectrum file" + which, point.spectrumFile, "Set to standard AM1.5G spectrum",
-              "standard KOVIN AM1.5G 1 sun spectrum set", section, "spectrum"},
-             [&] { point.spectrumFile = standard_spectrum; });
+    if (!point.generationSpecified) spectrum_file(point, which, section, each);
 }
 
 void for_each_needed_file(CellParameters& cell, ActionPanel& panel, const NeededFileVisitor& each)
 {
+    // The light of a probe enters whatever the bias light is; in the dark the spectrum tells which way a light current
+    // flows.
+    const bool probed = panel.actions.QE_calculate;
+    if (probed && panel.workPoint.dark) spectrum_file(panel.workPoint, "", "", each);
     for_each_light_file(panel.workPoint, "", each);
     if (CheckMETAMode(cell)) for_each_light_file(panel.secondWorkPoint, " (initial wp)", each);
-    const bool enters = light_enters(panel.workPoint) || (CheckMETAMode(cell) && light_enters(panel.secondWorkPoint));
+    const bool enters =
+        probed || light_enters(panel.workPoint) || (CheckMETAMode(cell) && light_enters(panel.secondWorkPoint));
     if (enters) {
         filter_file(cell.left, "left", each);
         filter_file(cell.right, "right", each);

@@ -33,7 +33,8 @@ void for_each_light_file(WorkPoint& point, const std::string& which, const Neede
 
 /// Calls `each` for every file that the problem needs, in the order: light of the working point, of the second one if
 /// the cell has a metastable pair, filters, and layer by layer grading, absorption, defects. Filters and absorption
-/// count only under a spectrum. What is looked at after a change is the changed problem.
+/// count only under a spectrum or the probe of a quantum efficiency, which asks for the spectrum in the dark as well.
+/// What is looked at after a change is the changed problem.
 void for_each_needed_file(CellParameters& cell, ActionPanel& panel, const NeededFileVisitor& each);
 
 /// Every file that the problem needs and that is not there.

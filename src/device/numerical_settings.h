@@ -93,7 +93,7 @@ struct MottSchottkySettings {
 
 /// Settings of the quantum-efficiency calculation.
 struct QeSettings {
-    int mode = 1;           ///< 0 constant number of photons, 1 constant incident power
+    int mode = 1;           ///< what the probe holds constant: 0 its power, 1 its photons
     double power = 1.0;     ///< [W/m2]
     double photons = 3e22;  ///< [1/(m2 s)]
 

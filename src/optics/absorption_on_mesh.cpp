@@ -52,7 +52,7 @@ bool read_absorption(Surroundings& surroundings, const CalculationParameters& se
 
 double ExtractAlpha(const GenerationParameters& gp, double lambda, std::size_t layer)
 {
-    if (gp.n == 0 || layer >= gp.materials.size()) return 0.0;
+    if (layer >= gp.materials.size()) return 0.0;
     const LayerAbsorption& materials = gp.materials[layer];
     return std::max(alpha_at(materials.A, lambda), alpha_at(materials.B, lambda));
 }

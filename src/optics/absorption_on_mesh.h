@@ -18,7 +18,7 @@ namespace kovin {
 [[nodiscard]] bool read_absorption(Surroundings& surroundings, const CalculationParameters& set3,
                                    GenerationParameters& gp);
 
-/// The larger of the absorptions of the two pure materials of a layer at lambda [nm], in 1/m; 0 without a spectrum.
+/// The larger of the absorptions of the two pure materials of a layer at lambda [nm], in 1/m; 0 where none was read.
 [[nodiscard]] double ExtractAlpha(const GenerationParameters& gp, double lambda, std::size_t layer);
 
 /// Fills gp.absorption for the compositions on the mesh; each distinct composition of a layer is interpolated once.

@@ -159,6 +159,20 @@ void update_generation(const WorkPoint& wp, const CalculationParameters& set3, c
     update_generation_current(set3, mesh, gp);
 }
 
+void generation_of_wavelength(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp,
+                              std::size_t k, double flux)
+{
+    if (set3.convergence.route == Route::fast) {
+        gp.in_box.resize(mesh.x.size());
+        photons_of_wavelength(set3, mesh, gp, k, flux, gp.in_box);
+        generation_of_boxes(set3, mesh, gp.in_box, gp.generation);
+        return;
+    }
+    gp.incomingFlux_us.assign(gp.lambda.size(), 0.0);
+    gp.incomingFlux_us[k] = flux;
+    CalculateFluxesAndGeneration(set3, mesh, gp);
+}
+
 void ExtractGeneration(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp,
                        std::vector<double>& G)
 {

@@ -33,6 +33,12 @@ void CalculateGenerationFromFileOrFromModel(const WorkPoint& wp, const Calculati
 void update_generation(const WorkPoint& wp, const CalculationParameters& set3, const Mesh& mesh,
                        GenerationParameters& gp, const Mesh* lit = nullptr);
 
+/// G of `flux` photons [1/(m2 s)] that enter at wavelength k of gp alone, into gp.generation: in boxes or at points as
+/// update_generation has it. gp.in_box and gp.incomingFlux_us are used on the way; the total is left alone.
+/// @pre filters and absorption (bepaal_alfa) are filled for this mesh
+void generation_of_wavelength(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp,
+                              std::size_t k, double flux);
+
 /// G [1/(m3 s)] at the mesh points, and the generation current gp.total_mA_cm2: in the fast route that of the
 /// equations' boxes, in the classic one the sum over half intervals.
 void ExtractGeneration(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp,

@@ -25,6 +25,30 @@ constexpr Column<IvCurve> iv_columns[] = {
     {"j_Auger(mA/cm2)", "  ", current, [](const IvCurve& c, std::size_t i) { return 0.1 * c.recAuger[i]; }},
 };
 
+constexpr Column<QeCurve> qe_columns[] = {
+    {"  lambda(nm)",
+     " ",
+     {NumberFormat::fixed_point, 12, 6},
+     [](const QeCurve& c, std::size_t i) { return c.qe_as[i]; }},
+    {"      QE(%)", " ", {NumberFormat::with_exponent, 14, 6}, [](const QeCurve& c, std::size_t i) { return c.qe[i]; }},
+    {"photon energy (eV)",
+     "",
+     {NumberFormat::fixed_point, 12, 6},
+     [](const QeCurve& c, std::size_t i) { return c.hv_as[i]; }},
+};
+
+/// The rows of a curve of which `done` points were calculated and `asked` asked for.
+template <class Curve>
+void write_rows(std::string& out, std::span<const Column<Curve>> columns, const Curve& curve, std::size_t asked,
+                CutCurves mode)
+{
+    const std::size_t done = curve.points();
+    write_table<Curve>(out, columns, curve, done);
+    if (mode != CutCurves::truncate && asked > done)
+        write_empty_rows<Curve>(out, columns, asked - done, mode == CutCurves::zeros);
+    out += '\n';
+}
+
 void write_characteristics(std::string& out, const IVCharacteristics& r)
 {
     const auto line = [&out](bool valid, const std::string& text, bool extrapolated) {
@@ -62,14 +86,27 @@ std::string iv_naar_file(const std::string& version, std::span<const DataListEle
     for (const DataListElement& element : results) {
         if (element.iv.points() == 0) continue;
         out += WriteOutputHeader(version, element.run, OutputKind::iv);
-        const std::size_t done = element.iv.points();
-        write_table<IvCurve>(out, iv_columns, element.iv, done);
-        if (ActionListMode != CutCurves::truncate && element.IV_points > done)
-            write_empty_rows<IvCurve>(out, iv_columns, element.IV_points - done, ActionListMode == CutCurves::zeros);
-        out += '\n';
+        write_rows<IvCurve>(out, iv_columns, element.iv, element.IV_points, ActionListMode);
         write_remarks(out, element.iv);
         write_characteristics(out, element.characteristics);
         out += '\n';
+    }
+    return out;
+}
+
+std::string qe_naar_file(const std::string& version, std::span<const DataListElement> results, CutCurves ActionListMode)
+{
+    std::string out;
+    for (const DataListElement& element : results) {
+        const std::size_t done = element.qe.points();
+        if (done == 0) continue;
+        out += WriteOutputHeader(version, element.run, OutputKind::qe);
+        write_rows<QeCurve>(out, qe_columns, element.qe, element.QE_points, ActionListMode);
+        if (done < element.QE_points)
+            out += std::string("remark: ") + (element.qe.failed ? "convergence failure" : "stopped") +
+                   ": the curve is cut at lambda = " + fixed(element.qe.qe_as.back(), 0, 2) + " nm (" +
+                   integer(static_cast<long>(done)) + " of " + integer(static_cast<long>(element.QE_points)) +
+                   " points)\n\n";
     }
     return out;
 }

@@ -1,4 +1,4 @@
-// Files of measured curves: current-voltage.
+// Files of measured curves: current-voltage, quantum efficiency.
 #pragma once
 
 #include "results/result_list.h"
@@ -15,6 +15,10 @@ enum class CutCurves { truncate = 0, zeros = 1, blanks = 2 };
 /// Text of an .iv file: one block (header, columns, characteristics) for every element that holds an I-V curve.
 /// Empty when there is none.
 [[nodiscard]] std::string iv_naar_file(const std::string& version, std::span<const DataListElement> results,
+                                       CutCurves ActionListMode = CutCurves::truncate);
+
+/// The same for a .qe file: wavelength, QE and photon energy. A curve that a failure has cut says so.
+[[nodiscard]] std::string qe_naar_file(const std::string& version, std::span<const DataListElement> results,
                                        CutCurves ActionListMode = CutCurves::truncate);
 
 }  // namespace kovin

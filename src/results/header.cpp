@@ -20,6 +20,8 @@ std::string_view title(OutputKind kind)
             return "Simulation of C-V curves";
         case OutputKind::cf:
             return "Simulation of C-f curves";
+        case OutputKind::qe:
+            return "Simulation of QE curves";
         case OutputKind::occupation:
             return "Simulation of Occupation probability of deep defects";
         case OutputKind::admittance:

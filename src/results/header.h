@@ -14,6 +14,7 @@ enum class OutputKind : int {
     iv = 3,
     cv = 4,
     cf = 5,
+    qe = 6,
     occupation = 7,
     admittance = 10,
     grading = 11

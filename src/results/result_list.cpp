@@ -21,4 +21,9 @@ CurveAccuracy accuracy(const IvCurve& curve)
     return all;
 }
 
+std::size_t maximum_of(const QeCurve& curve)
+{
+    return static_cast<std::size_t>(std::max_element(curve.qe.begin(), curve.qe.end()) - curve.qe.begin());
+}
+
 }  // namespace kovin

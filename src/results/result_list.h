@@ -7,6 +7,7 @@
 #include "results/iv_characteristics.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,21 @@ struct CurveAccuracy {
 };
 [[nodiscard]] CurveAccuracy accuracy(const IvCurve& curve);
 
+/// A quantum-efficiency curve; all columns have one value a calculated wavelength.
+struct QeCurve {
+    std::vector<double> qe_as;  ///< wavelength [nm]
+    std::vector<double> hv_as;  ///< photon energy [eV]
+    std::vector<double> qe;     ///< collected carriers per photon of the probe [%]
+    /// What the curve collects of the AM1.5G spectrum [mA/cm2]: QE linear between its wavelengths, nothing outside.
+    /// Empty for fewer than two points, and where the spectrum is not at hand.
+    std::optional<double> J_AM15G;
+    std::optional<double> Jsc;  ///< at short circuit in the light of the working point, its size [mA/cm2]
+    bool failed = false;        ///< the wavelength behind the last one did not converge
+    [[nodiscard]] std::size_t points() const { return qe_as.size(); }
+};
+/// Index of the largest QE. @pre there are points
+[[nodiscard]] std::size_t maximum_of(const QeCurve& curve);
+
 struct DataListElement {
     RunRecord run;
     ActionList actions;  ///< as asked for, internal sign
@@ -60,6 +76,8 @@ struct DataListElement {
     CfCurve cf;
     AsCurve as;                                ///< analysis of cf
     std::size_t CV_points = 0, Cf_points = 0;  ///< asked for
+    QeCurve qe;
+    std::size_t QE_points = 0;  ///< of the sweep over wavelengths; where it was cut, `qe` holds fewer
 };
 
 }  // namespace kovin

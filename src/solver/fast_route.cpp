@@ -15,7 +15,6 @@ namespace kovin {
 
 namespace {
 
-constexpr FastLimits careful_limits{.psi_limit = 5.0, .steps = 60};
 constexpr int most_halvings = 5;
 constexpr int easy_solve = 6;  ///< after so few steps the voltage may go faster again
 
@@ -23,7 +22,13 @@ constexpr int easy_solve = 6;  ///< after so few steps the voltage may go faster
 class Climb {
 public:
     Climb(const Problem& p, Workspace& w, CalculationVariables& v)
-        : problem(p), workspace(w), work(w.fast), cv(v), arrays(w.fast.arrays(p, v))
+        : problem(p),
+          workspace(w),
+          work(w.fast),
+          cv(v),
+          arrays(w.fast.arrays(p, v)),
+          full_light{.tolerance = w.fast.tolerance},
+          careful_limits{.tolerance = w.fast.tolerance, .psi_limit = 5.0, .steps = 60}
     {
     }
 
@@ -51,8 +56,6 @@ public:
     }
 
 private:
-    static constexpr FastLimits full_light{};
-
     [[nodiscard]] bool tries(FastRung rung) const { return (work.left_out >> static_cast<unsigned>(rung) & 1U) == 0; }
 
     void keep()
@@ -282,6 +285,7 @@ private:
     FastWork& work;
     CalculationVariables& cv;
     FastArrays arrays;
+    FastLimits full_light, careful_limits;
     double V_good = 0.0;
     int steps = 0, last_steps = 0;
     bool noise_limited = false, stopped = false;

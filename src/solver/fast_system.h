@@ -48,6 +48,7 @@ public:
     std::vector<double> rate;                   ///< integrand of a balance
     const FastKernel* kernel = &fast_kernel();  ///< the build in use
     FastFailure failure;                        ///< of the last solve that failed
+    double tolerance = 1e-3;                    ///< of a solve, see FastLimits; less where differences of J count
     unsigned left_out = 0;                      ///< rungs that are not tried, by bits; see FastRung
 
 private:

@@ -17,10 +17,13 @@
 #include "solver/mesh_first.h"
 #include "solver/outer_iteration.h"
 #include "sweeps/iv.h"
+#include "sweeps/qe.h"
 #include "sweeps/starting_point.h"
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <optional>
 #include <utility>
 
 namespace kovin {
@@ -49,11 +52,13 @@ void read_panel(Simulation& s)
     for (double* V : {&s.actie.IV_startV, &s.actie.IV_stopV, &s.actie.CV_startV, &s.actie.CV_stopV}) *V *= s.polarity.V;
 }
 
-/// What the light of the run needs beside the mesh; in the dark no file is touched.
+/// What the light of the run needs beside the mesh; in the dark no file is touched but what a probe needs: the
+/// absorption, which the mesh takes note of as well.
 /// @return false if an input file cannot be used (reported)
 bool read_light(Surroundings& surroundings, Simulation& s)
 {
     s.light = {};
+    if (s.actie.QE_calculate && !read_absorption(surroundings, s.set3, s.light)) return false;
     if (s.wp.generationSpecified) {
         if (s.wp.dark) return true;
         if (!read_given_generation(surroundings, s.wp, s.set3, s.light)) return false;
@@ -64,7 +69,7 @@ bool read_light(Surroundings& surroundings, Simulation& s)
     if (s.wp.dark) return true;
     if (!BerekenFilterSpectra(surroundings, s.problem.input.cell.cell, s.light)) return false;
     CalculateIncomingFluxes(s.light, photons_per_nm_W, FluxMode::work_point);
-    return read_absorption(surroundings, s.set3, s.light);
+    return s.actie.QE_calculate || read_absorption(surroundings, s.set3, s.light);
 }
 
 /// Cell, light and first mesh in solver units. @return false if an input file cannot be used (reported)
@@ -122,27 +127,6 @@ bool calculate_equilibrium(Surroundings& surroundings, Simulation& s)
     return CheckConvergenceFailure(surroundings, s, converged, s.equiberekend, "equilibrium");
 }
 
-/// On a fixed mesh the light comes up in steps, logarithmically from 1e-10 to 1; a mesh that moves takes it at once,
-/// and the generation moves with it. The
-/// fast route has steps of its own.
-bool light_up(Surroundings& surroundings, Simulation& s)
-{
-    const auto solve = [&] {
-        return onder_belichting(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars);
-    };
-    if (s.set3.convergence.recalculate_mesh != 0 || s.set3.convergence.route == Route::fast) return solve();
-    const int n = std::max(s.panel.workPoint.numberOfPoints, 2);
-    const std::vector<double> G = s.light.generation;
-    bool converged = true;
-    for (int i = 0; i < n && converged; ++i) {
-        const double factor = i == n - 1 ? 1.0 : 1e-10 * std::pow(1e-10, -static_cast<double>(i) / (n - 1));
-        for (std::size_t k = 0; k < G.size(); ++k) s.light.generation[k] = factor * G[k];
-        converged = solve();
-    }
-    s.light.generation = G;
-    return converged;
-}
-
 bool calculate_short_circuit(Surroundings& surroundings, Simulation& s)
 {
     if (s.wp.dark) {
@@ -153,7 +137,8 @@ bool calculate_short_circuit(Surroundings& surroundings, Simulation& s)
     }
     surroundings.monitor.post({.status = 1, .text = "calculating short circuit ..."});
     ReturnToAKnownStartingPoint(s, s.evenwichtcv);
-    const bool converged = light_up(surroundings, s);
+    const bool converged = light_up(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars,
+                                    s.light.generation, s.wp.numberOfPoints);
     s.failures.short_circuit = !converged;
     s.JShortCircuit = converged ? s.currentCalcVars.J_median : 0.0;
     if (converged) s.kortsluitcv = s.currentCalcVars;
@@ -202,6 +187,22 @@ RunOutcome calculate_IV(Surroundings& surroundings, Simulation& s, DataListEleme
     return sweep == SweepOutcome::stopped ? RunOutcome::stopped : RunOutcome::done;
 }
 
+/// Ends at the working point, whatever happens.
+RunOutcome calculate_QE(Surroundings& surroundings, Simulation& s, DataListElement& element)
+{
+    surroundings.monitor.post({.status = 1, .text = "calculating quantum efficiency ..."});
+    SweepOutcome sweep = SweepOutcome::refused;
+    if (const std::optional<int> sign = sign_of_light_current(surroundings, s))
+        sweep = calcqe(surroundings, s, *sign, element);
+    ReturnToAKnownStartingPoint(s, s.werkpuntcv);
+    const bool stopped = sweep == SweepOutcome::stopped || surroundings.monitor.stopRequested();
+    const std::string at_volt = "; V = " + fixed(s.wp.V * s.polarity.V, 0, 3) + " Volt";
+    surroundings.monitor.post({.text = (s.failures.QE ? "quantum efficiency cut" : "quantum efficiency done") + at_volt,
+                               .done = static_cast<int>(element.qe.points()),
+                               .total = static_cast<int>(element.qe.points())});
+    return stopped ? RunOutcome::stopped : RunOutcome::done;
+}
+
 }  // namespace
 
 RunRecord run_record(const Surroundings& surroundings, const Simulation& s)
@@ -234,13 +235,22 @@ RunOutcome calculate(Surroundings& surroundings, Simulation& s)
     if (!calculate_short_circuit(surroundings, s)) return failed_or_stopped(surroundings);
     if (!calculate_work_point(surroundings, s)) return failed_or_stopped(surroundings);
 
-    if (s.actie.IV_calculate) {
-        DataListElement element;
-        element.run = run_record(surroundings, s);
-        element.actions = s.actie;
-        s.results.push_back(std::move(element));
-        if (calculate_IV(surroundings, s, s.results.back()) == RunOutcome::stopped) return RunOutcome::stopped;
-    }
+    const struct {
+        bool asked;
+        RunOutcome (*calculate)(Surroundings&, Simulation&, DataListElement&);
+    } measurements[] = {
+        {s.actie.IV_calculate, calculate_IV},
+        {s.actie.QE_calculate, calculate_QE},
+    };
+    if (std::none_of(std::begin(measurements), std::end(measurements), [](const auto& m) { return m.asked; }))
+        return RunOutcome::done;
+    DataListElement& element = s.results.emplace_back();
+    element.run = run_record(surroundings, s);
+    element.actions = s.actie;
+    // What one of them does not reach is no matter to the next, which begins at a state of its own.
+    for (const auto& measurement : measurements)
+        if (measurement.asked && measurement.calculate(surroundings, s, element) == RunOutcome::stopped)
+            return RunOutcome::stopped;
     return RunOutcome::done;
 }
 

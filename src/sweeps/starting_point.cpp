@@ -5,6 +5,7 @@
 #include "optics/generation.h"
 #include "solver/outer_iteration.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -104,6 +105,22 @@ void ReturnToAKnownStartingPoint(Simulation& simulation, const CalculationVariab
     Full_x_Dependence(s.set3, cv.mesh);
     prepare_solver(s.set3, cv.mesh, s.memory);
     update_generation(s.wp, s.set3, cv.mesh, s.light, &before);
+}
+
+bool light_up(const Problem& problem, Workspace& work, CalculationVariables& cv, std::vector<double>& G, int steps)
+{
+    if (problem.mesh_may_move() || problem.set3.convergence.route == Route::fast)
+        return onder_belichting(problem, work, cv);
+    const int n = std::max(steps, 2);
+    const std::vector<double> full = G;
+    bool converged = true;
+    for (int i = 0; i < n && converged; ++i) {
+        const double factor = i == n - 1 ? 1.0 : 1e-10 * std::pow(1e-10, -static_cast<double>(i) / (n - 1));
+        for (std::size_t k = 0; k < G.size(); ++k) G[k] = factor * full[k];
+        converged = onder_belichting(problem, work, cv);
+    }
+    G = full;
+    return converged;
 }
 
 StateOnItsMesh::StateOnItsMesh(const Simulation& simulation, const CalculationVariables& state)

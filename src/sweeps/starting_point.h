@@ -34,6 +34,11 @@ struct StartDecision {
 /// Takes up a stored state; material arrays, equations and generation follow to its mesh, if it is another one.
 void ReturnToAKnownStartingPoint(Simulation& simulation, const CalculationVariables& state);
 
+/// Brings the light G, which `problem` refers to, onto a state without it. Where the mesh moves, and on the fast route,
+/// it comes at once; on a fixed mesh of the classic route in steps, logarithmically from 1e-10 to 1.
+/// @return converged; G is as it was
+bool light_up(const Problem& problem, Workspace& work, CalculationVariables& cv, std::vector<double>& G, int steps);
+
 /// A stored state with what belongs to its mesh, beside a running calculation that stands on another one.
 class StateOnItsMesh {
 public:

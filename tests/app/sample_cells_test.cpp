@@ -289,7 +289,6 @@ TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
          true, "right contact"},
         {"tunnelling that is switched off", [](Simulation& s) { s.zonnecel.cell.right.tunneling = true; }, false,
          nullptr},
-        {"quantum efficiency", [](Simulation& s) { s.panel.actions.QE_calculate = true; }, false, "quantum"},
     };
     for (const Row& row : rows) {
         const auto session = session_with("silicon-pn");

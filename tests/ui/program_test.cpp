@@ -45,6 +45,11 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
     std::filesystem::copy(home + "/def/silicon-pn.def", scratch.path() / "my cell.def");
     const std::string cell = home + "/def/silicon-pn.def";
     std::filesystem::copy(cell, scratch.path() / "gone.def");
+    // A cut curve: a probe of too many photons, for this cell alone.
+    std::string probed = contents(cell);
+    probed.replace(probed.find("1.00e+19"), 8, "1.00e+36");
+    scratch.put("probed.def", probed);
+    scratch.put("probed.act", contents(home + "/def/silicon-pn.act") + "\nQE_calculate : 1\n");
     scratch.put("gone.act", "dark : 0\nincident spectrum from file : gone.spe\n");
     for (const char* pipe : {"pipe.def", "pipe.act"}) ASSERT_EQ(::mkfifo((scratch.path() / pipe).c_str(), 0600), 0);
     const std::string run = "run '" + cell + "' -o out ";
@@ -73,6 +78,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         {"light without a file", "run '" + cell + "' moon.spe -o out", 3, "moon.spe"},
         {"input file that is missing", "run gone.def -o out", 3, "gone.spe not found (Set to standard AM1.5G"},
         {"and is replaced", "run gone.def --repair -o out", 1, "standard KOVIN AM1.5G 1 sun spectrum set"},
+        {"a measurement that cannot be made", "run probed.def -o out", 1, "A probe of 1.00e+36 photons"},
         {"nothing to find", "check '" + cell + "'", 0, "nothing found"},
         {"findings", "check broken.def", 1, ""},
         {"clean but for a file that it names", "check gone.act", 3, ""},

@@ -44,6 +44,7 @@ std::vector<ResultFile> planned_files(const Session& session, const Options& opt
     };
     std::vector<ResultFile> files;
     if (s.panel.actions.IV_calculate) files.push_back(file("iv", &ResultTexts::iv));
+    if (s.panel.actions.QE_calculate) files.push_back(file("qe", &ResultTexts::qe));
     files.push_back(file("eb", &ResultTexts::eb));
     files.push_back(file("gen", &ResultTexts::gen));
     files.push_back(file("occ", &ResultTexts::occ));
@@ -130,7 +131,9 @@ ExitStatus status_of(const Session& session, SimulateOutcome outcome)
 {
     const Simulation& s = session.simulation;
     if (outcome == SimulateOutcome::failed && s.failures.work_point) return ExitStatus::nothing_calculated;
-    const bool cut = s.panel.actions.IV_calculate && (s.failures.first_IV_point || s.failures.IV);
+    const ActionList& asked = s.panel.actions;
+    const bool cut =
+        (asked.IV_calculate && (s.failures.first_IV_point || s.failures.IV)) || (asked.QE_calculate && s.failures.QE);
     const bool complete = outcome == SimulateOutcome::done && !cut && session.unsupported.empty();
     return complete ? ExitStatus::good : ExitStatus::incomplete;
 }
@@ -191,8 +194,7 @@ ExitStatus run_command(Session& session, const Options& options, Summary& summar
         options.absorption_table && std::none_of(summary.files.begin(), summary.files.end(), is_absorption);
     if (status == ExitStatus::good && table_missing) status = ExitStatus::incomplete;
     summary.converged = status == ExitStatus::good;
-    if (!session.simulation.results.empty() && session.simulation.results.back().iv.points() > 0)
-        summary.iv = &session.simulation.results.back();
+    if (!session.simulation.results.empty()) summary.curves = &session.simulation.results.back();
     return written ? status : ExitStatus::output;
 }
 

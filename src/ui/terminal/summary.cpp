@@ -67,30 +67,69 @@ std::string iv_json(const DataListElement& element)
            ",\"cut\":" + (element.iv.points() < element.IV_points ? "true" : "false") + '}';
 }
 
+std::string qe_json(const DataListElement& element)
+{
+    const QeCurve& c = element.qe;
+    const std::size_t top = maximum_of(c);
+    return "{\"maximum\":" + number(true, c.qe[top]) + ",\"at_nm\":" + number(true, c.qe_as[top]) +
+           ",\"J_AM15G\":" + number(c.J_AM15G.has_value(), c.J_AM15G.value_or(0.0)) +
+           ",\"Jsc\":" + number(c.Jsc.has_value(), c.Jsc.value_or(0.0)) +
+           ",\"points\":" + integer(static_cast<long>(c.points())) +
+           ",\"cut\":" + (c.points() < element.QE_points ? "true" : "false") + '}';
+}
+
+/// A line of the table: name, figure or a dash, unit.
+void row(std::string& out, std::string_view name, bool valid, double value, int digits, std::string_view unit,
+         std::string_view remark = {})
+{
+    out += "  ";
+    out += name;
+    out += valid ? fixed(value, 10, digits) + ' ' : std::string("         - ");
+    out += unit;
+    if (valid) out += remark;
+    out += '\n';
+}
+
+void cut_row(std::string& out, std::string_view curve, std::size_t done, std::size_t asked)
+{
+    if (done >= asked) return;
+    out += "  the ";
+    out += curve;
+    out += " is cut: " + integer(static_cast<long>(done)) + " of " + integer(static_cast<long>(asked)) + " points\n";
+}
+
+void iv_rows(std::string& out, const DataListElement& element, bool verbose)
+{
+    const IVCharacteristics& r = element.characteristics;
+    const auto remark = [](bool extrapolated) { return extrapolated ? " (extrapolated)" : ""; };
+    row(out, "Voc       ", r.VocValid, r.Voc, 4, "V", remark(r.VocExtrapolated));
+    row(out, "Jsc       ", r.JscValid, r.Jsc, 3, "mA/cm2", remark(r.JscExtrapolated));
+    row(out, "FF        ", r.FFValid, r.FF, 2, "%", remark(r.FFExtrapolated));
+    row(out, r.etaIsCollection ? "collection" : "efficiency", r.etaValid, r.eta, 2, "%", remark(r.etaExtrapolated));
+    cut_row(out, "curve", element.iv.points(), element.IV_points);
+    if (verbose) out += "  J is certain to " + scientific(accuracy(element.iv).largest_error, 0, 1) + " mA/cm2\n";
+}
+
+void qe_rows(std::string& out, const DataListElement& element)
+{
+    const QeCurve& c = element.qe;
+    if (c.points() > 0) {
+        const std::size_t top = maximum_of(c);
+        row(out, "QE maximum", true, c.qe[top], 2, "%", " at " + fixed(c.qe_as[top], 0, 1) + " nm");
+        const std::string beside = c.Jsc ? " (Jsc " + fixed(*c.Jsc, 0, 3) + ")" : "";
+        row(out, "QE, AM1.5G", c.J_AM15G.has_value(), c.J_AM15G.value_or(0.0), 3, "mA/cm2", beside);
+    }
+    cut_row(out, "quantum efficiency", c.points(), element.QE_points);
+}
+
 }  // namespace
 
 std::string summary_table(const Summary& summary)
 {
     std::string out = summary.problem + '\n';
-    if (summary.iv != nullptr) {
-        const IVCharacteristics& r = summary.iv->characteristics;
-        const auto row = [&out](std::string_view name, bool valid, double value, int digits, std::string_view unit,
-                                bool extrapolated) {
-            out += "  ";
-            out += name;
-            out += valid ? fixed(value, 10, digits) + ' ' : std::string("         - ");
-            out += unit;
-            out += valid && extrapolated ? " (extrapolated)\n" : "\n";
-        };
-        row("Voc       ", r.VocValid, r.Voc, 4, "V", r.VocExtrapolated);
-        row("Jsc       ", r.JscValid, r.Jsc, 3, "mA/cm2", r.JscExtrapolated);
-        row("FF        ", r.FFValid, r.FF, 2, "%", r.FFExtrapolated);
-        row(r.etaIsCollection ? "collection" : "efficiency", r.etaValid, r.eta, 2, "%", r.etaExtrapolated);
-        if (summary.iv->iv.points() < summary.iv->IV_points)
-            out += "  the curve is cut: " + integer(static_cast<long>(summary.iv->iv.points())) + " of " +
-                   integer(static_cast<long>(summary.iv->IV_points)) + " points\n";
-        if (summary.verbose)
-            out += "  J is certain to " + scientific(accuracy(summary.iv->iv).largest_error, 0, 1) + " mA/cm2\n";
+    if (summary.curves != nullptr) {
+        if (summary.curves->iv.points() > 0) iv_rows(out, *summary.curves, summary.verbose);
+        qe_rows(out, *summary.curves);
     }
     for (const auto& [kind, path] : summary.files) out += "  " + path.string() + '\n';
     return out;
@@ -101,7 +140,11 @@ std::string summary_json(const Summary& summary)
     std::string out = "{\"problem\":" + json_text(summary.problem);
     out += ",\"converged\":";
     out += summary.converged ? "true" : "false";
-    out += ",\"iv\":" + (summary.iv != nullptr ? iv_json(*summary.iv) : std::string("null"));
+    const DataListElement* const curves = summary.curves;
+    const bool has_iv = curves != nullptr && curves->iv.points() > 0;
+    const bool has_qe = curves != nullptr && curves->qe.points() > 0;
+    out += ",\"iv\":" + (has_iv ? iv_json(*curves) : std::string("null"));
+    if (has_qe) out += ",\"qe\":" + qe_json(*curves);
     out += ",\"files\":{";
     for (std::size_t i = 0; i < summary.files.size(); ++i)
         out +=
