@@ -132,7 +132,7 @@ double collected_current(std::span<const double> wavelength, std::span<const dou
 std::optional<int> sign_of_light_current(Surroundings& surroundings, Simulation& s)
 {
     double J = s.JShortCircuit;
-    if (s.wp.dark) {
+    if (s.light.total_mA_cm2 <= 0.0) {
         WorkPoint lit = s.wp;
         lit.dark = lit.generationSpecified = lit.cutOff = false;
         lit.neutralDensity = 0.0;

@@ -13,9 +13,9 @@
 
 namespace kovin {
 
-/// +1 where light drives a negative current through the cell, as at the short circuit of the run; a cell in the dark is
-/// shown its spectrum in full, without cut-off and filter, beside the running calculation: of that nothing remains but
-/// that currentCalcVars stands at equilibrium. @return nothing if that could not be calculated (reported)
+/// +1 where light drives a negative current through the cell, as at the short circuit of the run; a cell without light
+/// is shown its spectrum in full, without cut-off and filter, beside the running calculation: of that nothing remains
+/// but that currentCalcVars stands at equilibrium. @return nothing if that could not be calculated (reported)
 [[nodiscard]] std::optional<int> sign_of_light_current(Surroundings& surroundings, Simulation& simulation);
 
 /// Runs the wavelengths of the running record from the working point, into `element`. Each begins at the working point,

@@ -1,4 +1,4 @@
-// Files of measured curves: what stands behind the last calculated point.
+// Files of measured curves: rows, and what stands behind the last calculated point.
 #include "results/curve_files.h"
 #include "device/model_table.h"
 
@@ -44,6 +44,26 @@ TEST(IvFile, RowsOfACutCurveFollowTheSetting)
 
     element.IV_points = 2;  // complete
     EXPECT_EQ(table(CutCurves::zeros), cut);
+}
+
+TEST(QeFile, HoldsTheRowsAndTellsWhyThereAreNoMore)
+{
+    DataListElement element;
+    element.run.wp = InitialiseWorkPoint();
+    element.qe.qe_as = {550.0};
+    element.qe.hv_as = {2.2545};
+    element.qe.qe = {93.359868};
+    element.qe.failed = true;
+    element.QE_points = 2;
+    const std::string text = qe_naar_file("KOVIN", {&element, 1}, CutCurves::zeros);
+    const std::string expected =
+        "  lambda(nm)\t      QE(%)\tphoton energy (eV)\n"
+        "   550.000000\t   9.335987e+01\t    2.254500\n"
+        "     0.000000\t   0.000000e+00\t    0.000000\n\n"
+        "remark: convergence failure: the curve is cut at lambda = 550.00 nm (1 of 2 points)\n";
+    EXPECT_NE(text.find(expected), std::string::npos) << text;
+    EXPECT_NE(text.find("Simulation of QE curves"), std::string::npos);
+    EXPECT_EQ(qe_naar_file("KOVIN", std::vector<DataListElement>(1)), "") << "a run without the curve is passed over";
 }
 
 }  // namespace

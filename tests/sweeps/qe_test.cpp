@@ -131,6 +131,14 @@ TEST(QuantumEfficiency, IsThatOfTheCell)
          },
          1e-3},
         {"dark", [](QeRun& run) { run.wp().dark = true; }, 1e-3},
+        {"under light that is cut off, turned",
+         [&](QeRun& run) {
+             turn(run);
+             run.wp().cutOff = true;
+             run.wp().lambdaShort = 4100.0;
+             run.wp().lambdaLong = 4200.0;
+         },
+         1e-3},
         {"given light", given, 1e-3},
         {"turned", turn, 1e-6},
         {"turned, dark",
