@@ -31,7 +31,7 @@ struct Typed {
 
 CLI::Option* add_route(CLI::App& command, Typed& typed)
 {
-    return command.add_option("--route", typed.route, "Way to the solution; the answer is the same")
+    return command.add_option("--route", typed.route, "Way to the solution; fast is usual, classic a check of it")
         ->check(CLI::IsMember(std::vector<std::string>(std::begin(route_words), std::end(route_words))))
         ->type_name("");
 }
