@@ -35,11 +35,16 @@ TEST(FileCheck, NamesEachMissingFileThatIsNeeded)
     cell.layer[0].srhteller = 1;
     cell.layer[0].srh[0][0].holes.file = "gone.opt";
     cell.layer[0].srh[0][0].holes.present = true;
-    EXPECT_FALSE(CanAllFilesBeFound(surroundings, cell, panel));
-    std::vector<std::string> texts;
-    for (const Message& message : surroundings.report.messages) texts.push_back(message.text);
-    EXPECT_THAT(texts, ::testing::ElementsAre(HasSubstr("gone.spe"), HasSubstr("gone.ftr"), HasSubstr("Composition"),
-                                              HasSubstr("gone.abs"), HasSubstr("gone.opt")));
+    for (const bool probed_in_the_dark : {false, true}) {
+        panel.workPoint.dark = panel.actions.QE_calculate = probed_in_the_dark;
+        surroundings.report.messages.clear();
+        EXPECT_FALSE(CanAllFilesBeFound(surroundings, cell, panel));
+        std::vector<std::string> texts;
+        for (const Message& message : surroundings.report.messages) texts.push_back(message.text);
+        EXPECT_THAT(texts,
+                    ::testing::ElementsAre(HasSubstr("gone.spe"), HasSubstr("gone.ftr"), HasSubstr("Composition"),
+                                           HasSubstr("gone.abs"), HasSubstr("gone.opt")));
+    }
 }
 
 /// A problem in which every kind of file is missing.
