@@ -1,6 +1,6 @@
-// Curves of the small-signal measurements, capacitance-voltage and capacitance-frequency, and what is read out of them.
+// Measured curves: current-voltage, capacitance-voltage and capacitance-frequency, and what is read out of them.
 //
-// All columns of a curve have one value a calculated point, in the units of the result files.
+// All columns of a curve have one value a calculated point.
 #pragma once
 
 #include "device/mesh.h"
@@ -11,13 +11,18 @@
 
 namespace kovin {
 
-/// Columns of the DC states along a voltage sweep.
-struct DcColumns {
-    std::vector<double> dcstroom;                        ///< total current, user sign [mA/cm2]
-    std::vector<double> ifrdcstroom, recdcstroom;        ///< recombination at interfaces, in the bulk [A/m2]
-    std::vector<double> leftcontact, rightcontact;       ///< minority currents at the contacts [mA/cm2]
-    std::vector<double> recSRH, recRadiative, recAuger;  ///< parts of recdcstroom [A/m2]
-    std::vector<double> TotalRec, TotalGen;              ///< [mA/cm2]
+/// An I-V curve; all columns have one value a calculated point.
+struct IvCurve {
+    std::vector<double> iv_as;                            ///< voltage on the axis, user sign [V]
+    std::vector<double> ivcurrent;                        ///< total current, user sign [mA/cm2]
+    std::vector<double> TotalRec, TotalGen;               ///< [mA/cm2]
+    std::vector<double> ivleftcontact, ivrightcontact;    ///< minority currents at the contacts [mA/cm2]
+    std::vector<double> ivifr, ivbulk;                    ///< recombination at interfaces, in the bulk [A/m2]
+    std::vector<double> recSRH, recRadiative, recAuger;   ///< parts of ivbulk [A/m2]
+    std::vector<double> J_error, J_noise;                 ///< uncertainty and rounding of the current [mA/cm2]
+    std::vector<double> noise_limited;                    ///< 1 where rounding limits the solution, else 0
+    std::string left_contact_label, right_contact_label;  ///< which carrier is the minority there
+    [[nodiscard]] std::size_t points() const { return iv_as.size(); }
 };
 
 /// Where a C-V curve was calculated, kept so that its analysis can be repeated with other settings.
@@ -34,7 +39,7 @@ struct CvCurve {
     std::vector<double> v_cell;  ///< voltage over the device, internal sign [V]
     std::vector<double> cvcap;   ///< C [nF/cm2]
     std::vector<double> cvcon;   ///< G [S/cm2]
-    DcColumns dc;                ///< of this sweep itself; the I-V columns of the run hold it merged with the I-V curve
+    IvCurve dc;                  ///< the DC columns of this sweep; those of the run hold them merged with the I-V
 
     // Mott-Schottky analysis; filled by mott_schottky_columns
     std::vector<double> cvMott;                    ///< 1/C^2 [cm4/nF2]
@@ -44,6 +49,7 @@ struct CvCurve {
     std::vector<double> cvN;                       ///< apparent doping [1/cm3]
     std::vector<double> cveps_eff_W, cveps_eff_N;  ///< permittivities that W and N were found with
     MottSchottkySettings NW;                       ///< settings of the columns above
+    std::string layer_name;                        ///< of NW.layer
     CellOnMesh cell;
 
     bool failed = false;  ///< the sweep ended with a point that did not converge

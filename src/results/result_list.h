@@ -28,20 +28,6 @@ struct RunRecord {
     int reference_system = 1;    ///< 1: current positive when entering that contact
 };
 
-/// An I-V curve; all columns have one value a calculated point.
-struct IvCurve {
-    std::vector<double> iv_as;                            ///< voltage on the axis, user sign [V]
-    std::vector<double> ivcurrent;                        ///< total current, user sign [mA/cm2]
-    std::vector<double> TotalRec, TotalGen;               ///< [mA/cm2]
-    std::vector<double> ivleftcontact, ivrightcontact;    ///< minority currents at the contacts [mA/cm2]
-    std::vector<double> ivifr, ivbulk;                    ///< recombination at interfaces, in the bulk [A/m2]
-    std::vector<double> recSRH, recRadiative, recAuger;   ///< parts of ivbulk [A/m2]
-    std::vector<double> J_error, J_noise;                 ///< uncertainty and rounding of the current [mA/cm2]
-    std::vector<double> noise_limited;                    ///< 1 where rounding limits the solution, else 0
-    std::string left_contact_label, right_contact_label;  ///< which carrier is the minority there
-    [[nodiscard]] std::size_t points() const { return iv_as.size(); }
-};
-
 /// What the points of a curve say of their own accuracy, taken together.
 struct CurveAccuracy {
     double largest_error = 0.0;   ///< of the current [mA/cm2]

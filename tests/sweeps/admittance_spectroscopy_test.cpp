@@ -5,7 +5,7 @@
 #include "device/model_table.h"
 #include "device/on_mesh.h"
 #include "device/parameterset3.h"
-#include "results/admittance_file.h"
+#include "results/capacitance_files.h"
 #include "support/layer_mesh.h"
 #include "support/uniform_layer.h"
 
