@@ -1,6 +1,6 @@
 #include "results/capacitance_files.h"
 
-#include "results/columns.h"
+#include "results/curve_rows.h"
 #include "results/header.h"
 
 namespace kovin {
@@ -63,17 +63,6 @@ constexpr Column<DataListElement> as_columns[] = {
     {"-w*dC/dw(nF/cm\xb2)", " ", number, [](Element e, Row i) { return e.as.AS_deriv[i]; }},
     {"Nt(cm^-3/eV)", " ", number, [](Element e, Row i) { return e.as.AS_Nt[i]; }},
 };
-
-/// The rows of a curve of which `done` points were calculated and `asked` asked for.
-template <class Curve>
-void write_rows(std::string& out, std::span<const Column<Curve>> columns, const Curve& curve, std::size_t done,
-                std::size_t asked, CutCurves mode)
-{
-    write_table<Curve>(out, columns, curve, done);
-    if (mode != CutCurves::truncate && asked > done)
-        write_empty_rows<Curve>(out, columns, asked - done, mode == CutCurves::zeros);
-    out += '\n';
-}
 
 /// How the doping was found.
 std::string explanation(const CvCurve& curve)

@@ -1,6 +1,6 @@
 #include "results/curve_files.h"
 
-#include "results/columns.h"
+#include "results/curve_rows.h"
 #include "results/header.h"
 
 namespace kovin {
@@ -36,18 +36,6 @@ constexpr Column<QeCurve> qe_columns[] = {
      {NumberFormat::fixed_point, 12, 6},
      [](const QeCurve& c, std::size_t i) { return c.hv_as[i]; }},
 };
-
-/// The rows of a curve of which `done` points were calculated and `asked` asked for.
-template <class Curve>
-void write_rows(std::string& out, std::span<const Column<Curve>> columns, const Curve& curve, std::size_t asked,
-                CutCurves mode)
-{
-    const std::size_t done = curve.points();
-    write_table<Curve>(out, columns, curve, done);
-    if (mode != CutCurves::truncate && asked > done)
-        write_empty_rows<Curve>(out, columns, asked - done, mode == CutCurves::zeros);
-    out += '\n';
-}
 
 void write_characteristics(std::string& out, const IVCharacteristics& r)
 {
@@ -86,7 +74,7 @@ std::string iv_naar_file(const std::string& version, std::span<const DataListEle
     for (const DataListElement& element : results) {
         if (element.iv.points() == 0) continue;
         out += WriteOutputHeader(version, element.run, OutputKind::iv);
-        write_rows<IvCurve>(out, iv_columns, element.iv, element.IV_points, ActionListMode);
+        write_rows<IvCurve>(out, iv_columns, element.iv, element.iv.points(), element.IV_points, ActionListMode);
         write_remarks(out, element.iv);
         write_characteristics(out, element.characteristics);
         out += '\n';
@@ -101,7 +89,7 @@ std::string qe_naar_file(const std::string& version, std::span<const DataListEle
         const std::size_t done = element.qe.points();
         if (done == 0) continue;
         out += WriteOutputHeader(version, element.run, OutputKind::qe);
-        write_rows<QeCurve>(out, qe_columns, element.qe, element.QE_points, ActionListMode);
+        write_rows<QeCurve>(out, qe_columns, element.qe, element.qe.points(), element.QE_points, ActionListMode);
         if (done < element.QE_points)
             out += std::string("remark: ") + (element.qe.failed ? "convergence failure" : "stopped") +
                    ": the curve is cut at lambda = " + fixed(element.qe.qe_as.back(), 0, 2) + " nm (" +
