@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <type_traits>
 
 namespace kovin {
 
@@ -85,6 +86,34 @@ struct ChainOccupation {
             sum_of_sums += sum;
         }
     }
+
+    /// d ln f[s] of all states from d ln(A/B) of the levels.
+    /// @param slope  L values; @param d  L + 1 values
+    void fraction_slopes(const double* slope, double* d) const
+    {
+        double down = 0.0, up = 0.0;
+        d[L] = 0.0;
+#pragma GCC unroll 4
+        for (int s = L - 1; s >= 0; --s) d[s] = down -= slope[s] * above[s];
+#pragma GCC unroll 4
+        for (int s = 0; s < L; ++s) d[s + 1] += up += slope[s] * below[s];
+    }
 };
+
+/// Calls `act` with the number of levels of a chain, 2 to max_levels, as a constant.
+template <class Act>
+void with_levels(int levels, const Act& act)
+{
+    switch (levels) {
+        case 2:
+            return act(std::integral_constant<int, 2>{});
+        case 3:
+            return act(std::integral_constant<int, 3>{});
+        case 4:
+            return act(std::integral_constant<int, 4>{});
+        default:
+            break;
+    }
+}
 
 }  // namespace kovin

@@ -2,23 +2,9 @@
 
 #include "device/charge_states.h"
 
-#include <type_traits>
-
 namespace kovin {
 
 namespace {
-
-/// d ln f[s] of the states of a chain from d ln(A/B) of its levels.
-template <int L>
-void fraction_slopes(const ChainOccupation<L>& chain, const double* slope, double* d)
-{
-    double down = 0.0, up = 0.0;
-    d[L] = 0.0;
-#pragma GCC unroll 4
-    for (int s = L - 1; s >= 0; --s) d[s] = down -= slope[s] * chain.above[s];
-#pragma GCC unroll 4
-    for (int s = 0; s < L; ++s) d[s + 1] += up += slope[s] * chain.below[s];
-}
 
 /// One energy of a chain with L levels. psi acts on the fractions through n and p alone, as u d/du - v d/dv. Loops over
 /// levels are unrolled, so that the loop over the points vectorises.
@@ -70,8 +56,8 @@ void add_chain(const DefectChain& chain, const LevelCarriers& with, const double
         }
         if constexpr (for_u || for_v) {
             double d_u[L + 1], d_v[L + 1];  // of ln f; what is not read is not computed
-            fraction_slopes(states, slope_u, d_u);
-            fraction_slopes(states, slope_v, d_v);
+            states.fraction_slopes(slope_u, d_u);
+            states.fraction_slopes(slope_v, d_v);
             double R = 0.0, R_psi = 0.0, R_u = 0.0, R_v = 0.0;
             double shift_u = 0.0, shift_v = 0.0;  // change of the rate by that of the fractions
 #pragma GCC unroll 4
@@ -118,22 +104,6 @@ void add_terms(const DefectChain& chain, const CalculationVariables& cv, DcTerms
             return add_chain<L, Terms::v>(chain, with, u, v, sums);
         case Terms::carriers:
             return add_chain<L, Terms::carriers>(chain, with, nullptr, nullptr, sums);
-    }
-}
-
-/// Calls `act` with the number of levels as a constant.
-template <class Act>
-void with_levels(int levels, const Act& act)
-{
-    switch (levels) {
-        case 2:
-            return act(std::integral_constant<int, 2>{});
-        case 3:
-            return act(std::integral_constant<int, 3>{});
-        case 4:
-            return act(std::integral_constant<int, 4>{});
-        default:
-            break;
     }
 }
 

@@ -3,6 +3,7 @@
 // Counts what the program's allocation function hands out. It stands in for the standard one in the whole test
 // program, and does the same beside counting.
 #include "solver/devices.h"
+#include "solver/small_signal.h"
 
 #include <gtest/gtest.h>
 
@@ -53,6 +54,12 @@ TEST(Allocation, NoneInASolveAfterTheFirst)
         EXPECT_EQ(allocations.load() - before, 0) << scheme;
         EXPECT_EQ(device.cv.mesh.x, x) << "a mesh that changes takes memory, which tells nothing about the solve";
         EXPECT_GT(before, 0) << "nothing is counted";
+        SmallSignalWork small_signal;
+        SmallSignal answer;
+        ASSERT_TRUE(calculate_small_signal_ac(problem, device.cv, 1e6, small_signal, answer));
+        const long before_next = allocations.load();
+        ASSERT_TRUE(calculate_small_signal_ac(problem, device.cv, 1e7, small_signal, answer));
+        EXPECT_EQ(allocations.load() - before_next, 0) << scheme;
     }
 }
 
