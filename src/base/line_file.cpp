@@ -88,12 +88,9 @@ LineReader::LineReader(std::string text, std::size_t limit) : text_(std::move(te
 bool LineReader::ReadLine(std::string& line)
 {
     if (position_ >= text_.size()) return false;
-    const std::size_t found = text_.find('\n', position_);
-    const std::size_t end = found == std::string::npos ? text_.size() : found;
-    std::size_t length = end - position_;
-    if (length > 0 && text_[end - 1] == '\r') --length;
-    line.assign(text_, position_, std::min(length, limit_));
-    position_ = end + 1;
+    const std::size_t end = std::min(text_.find_first_of("\r\n", position_), text_.size());
+    line.assign(text_, position_, std::min(end - position_, limit_));
+    position_ = end + (std::string_view(text_).substr(end).starts_with("\r\n") ? 2 : 1);
     ++line_number_;
     return true;
 }

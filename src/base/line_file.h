@@ -1,4 +1,4 @@
-// Text files by lines: whole in memory, CR dropped, comment convention of all keyed files.
+// Text files by lines, which end at LF, CR LF or CR: whole in memory, comment convention of all keyed files.
 //
 // A line whose first character is one of > < * ! / \ is a comment.
 #pragma once

@@ -140,6 +140,8 @@ void check_interface(PhysicsCheck& check, std::size_t i)
 void check_contact(PhysicsCheck& check, const ContactParameters& contact, const LayerParameters& layer,
                    const std::string& side)
 {
+    if (contact.filter && contact.filter_constant && contact.filter_transmission && contact.filter_value == 0.0)
+        check.find(side, "filter value", side + " contact: no filter value, or 0: no light passes the filter");
     if (contact.flatband || !has_edges(layer)) return;
     const Edges edges = edges_of(layer, side == "right" ? &Profile::right : &Profile::left);
     const double low = -edges.EC, high = -edges.EV;

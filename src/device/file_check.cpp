@@ -41,9 +41,17 @@ constexpr GradingRow grading_rows[] = {
 void filter_file(ContactParameters& contact, const std::string& side, const NeededFileVisitor& each)
 {
     if (!contact.filter || contact.filter_constant) return;
+    // A file that names a filter file has no value, and a transmission of 0 would leave the cell in the dark.
+    const bool no_value = contact.filter_transmission && contact.filter_value == 0.0;
+    const double value = no_value ? 1.0 : contact.filter_value;
     each({FileKind::filter, "Filter file (" + side + " contact)", contact.filter_file, "Switch to Filter from value",
-          "switched to Filter from value", side, "filterfile"},
-         [&] { contact.filter_constant = true; });
+          std::string("switched to Filter from value, a ") +
+              (contact.filter_transmission ? "transmission of " : "reflection of ") + shortest(value),
+          side, "filterfile"},
+         [&contact, value] {
+             contact.filter_constant = true;
+             contact.filter_value = value;
+         });
 }
 
 /// @param told  how an automatic repair begins

@@ -13,14 +13,95 @@ namespace {
 constexpr bool is_digit(char c) { return c >= '0' && c <= '9'; }
 constexpr bool is_word(char c) { return is_digit(c) || c == '_' || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
-/// What stands behind the last number of a line: nothing, a unit, a remark.
-bool ends_numbers(std::string_view rest)
+constexpr bool is_foreign(char c) { return static_cast<unsigned char>(c) >= 128; }
+constexpr std::string_view spaces = " \t";
+constexpr const char* number_expected = "a number is expected, written as 2e24 or -0.5";
+
+/// `text` from the first character on that is none of `passed`.
+std::string_view behind(std::string_view text, std::string_view passed)
 {
-    for (const char c : trimmed(rest)) {
-        if (is_digit(c)) return false;
-        if (c == '[' || c == '(' || c == ';' || is_word(c)) return true;
+    return text.substr(std::min(text.find_first_not_of(passed), text.size()));
+}
+
+/// In front of a number: an equals sign, a unit in brackets.
+std::string_view number_part(std::string_view text)
+{
+    text = behind(text, " \t=");
+    while (text.starts_with('[') || text.starts_with('(')) {
+        const auto end = text.find(text[0] == '[' ? ']' : ')');
+        if (end == std::string_view::npos) break;
+        text = behind(text.substr(end + 1), " \t=");
     }
-    return true;
+    return text;
+}
+
+/// A factor or a power stands apart behind a number: "* 10^24", "x 1e24", a times sign, "e24", "10^24", "^24".
+bool is_factor(std::string_view rest)
+{
+    rest = behind(rest, spaces);
+    if (rest.empty()) return false;
+    const auto ends = [](std::string_view text) { return text.empty() || text.find_first_of(" \t[(;^*") == 0; };
+    if (const NumberScan number = number_here(rest); number.found && rest.substr(number.end).starts_with('^'))
+        return true;
+    switch (rest[0]) {
+        case '^':
+            return true;
+        case '*':
+            return number_here(behind(rest, " \t*")).found;
+        case 'x':
+        case 'X': {
+            const std::string_view factor = rest.substr(1);
+            const NumberScan number = number_here(factor);
+            return number.found && ends(factor.substr(number.end));
+        }
+        case 'e':
+        case 'E': {
+            std::string_view power = rest.substr(1);
+            if (power.starts_with('+') || power.starts_with('-')) power.remove_prefix(1);
+            return !power.empty() && is_digit(power[0]) && ends(behind(power, "0123456789"));
+        }
+        default:
+            break;
+    }
+    // A times sign or another sign of minus than the hyphen; a tolerance may follow.
+    const auto letters = std::find_if_not(rest.begin(), rest.end(), is_foreign);
+    const bool tolerance = rest.starts_with("\xC2\xB1") || rest.starts_with("\xB1");
+    return letters != rest.begin() && !tolerance &&
+           number_here(rest.substr(static_cast<std::size_t>(letters - rest.begin()))).found;
+}
+
+/// What stands behind a number shows that it was not all of it: besides a factor "2*10", "10^24", "1,5", "1'000",
+/// "1/2", "2e 24". A unit or a remark does not.
+bool is_part_of_more(std::string_view rest)
+{
+    if (rest.empty()) return false;
+    const auto digit_at = [&](std::size_t i) { return i < rest.size() && is_digit(rest[i]); };
+    switch (rest[0]) {
+        case '*':
+        case '^':
+        case '_':
+        case '\'':
+            return true;
+        case ',':
+        case '/':
+        case '+':
+        case '-':
+            return digit_at(1);
+        case 'e':
+        case 'E':
+            return rest.size() == 1 || !is_word(rest[1]);
+        default:
+            return is_foreign(rest[0]) || is_factor(rest);
+    }
+}
+
+/// Another number of a row follows, not a unit or a remark.
+bool number_follows(std::string_view rest)
+{
+    rest = behind(rest, " \t,");
+    if (rest.starts_with('+') || rest.starts_with('-')) rest.remove_prefix(1);
+    if (rest.starts_with('.')) rest.remove_prefix(1);
+    return !rest.empty() && is_digit(rest[0]);
 }
 
 /// Lines of a text that a watch takes down; no file that means something is longer.
@@ -61,6 +142,7 @@ bool KeyedSource::next()
     if (watch_) settle();
     if (failed_) return false;
     const bool found = reader_.ReadNonEmptyNonCommentLine(line_, &remarks_);
+    if (found) line_.erase(0, line_.find_first_not_of(" \t\v\f"));
     if (remarks_.dropped && !remarks_told_) {
         remarks_told_ = true;
         tell("more than " + integer(static_cast<long>(most_remarks)) + " comments; those behind are not kept");
@@ -75,8 +157,26 @@ bool KeyedSource::must_go_on()
     return fail({}, "The def-file is empty or incomplete.");
 }
 
-bool KeyedSource::starts(std::string_view key) const { return noted(key, starts_with_ignoring_case(line_, key), true); }
-bool KeyedSource::starts_exactly(std::string_view key) const { return noted(key, line_.starts_with(key), true); }
+std::size_t KeyedSource::behind_key(std::string_view key, bool exactly) const
+{
+    const auto fits = [&](std::string_view start) {
+        return exactly ? line_.starts_with(start) : starts_with_ignoring_case(line_, start);
+    };
+    if (!key.ends_with(" :")) return fits(key) ? key.size() : std::string::npos;
+    const std::string_view word = key.substr(0, key.size() - 2);
+    if (!fits(word)) return std::string::npos;
+    const std::size_t colon = line_.find_first_not_of(spaces, word.size());
+    return colon != std::string::npos && line_[colon] == ':' ? colon + 1 : std::string::npos;
+}
+
+bool KeyedSource::starts(std::string_view key) const
+{
+    return noted(key, behind_key(key, false) != std::string::npos, true);
+}
+bool KeyedSource::starts_exactly(std::string_view key) const
+{
+    return noted(key, behind_key(key, true) != std::string::npos, true);
+}
 bool KeyedSource::anywhere(std::string_view word) const
 {
     return noted(word, find_ignoring_case(line_, word) != std::string_view::npos, false);
@@ -170,7 +270,9 @@ void KeyedSource::tell(const std::string& what, int line)
 
 std::string_view KeyedSource::value(std::string_view key) const
 {
-    std::string_view rest = std::string_view(line_).substr(std::min(key.size(), line_.size()));
+    const std::size_t start = behind_key(key, false);
+    std::string_view rest = std::string_view(line_).substr(std::min(start, line_.size()));
+    if (start == std::string::npos) rest = std::string_view(line_).substr(std::min(key.size(), line_.size()));
     if (const auto colon = rest.find(':'); colon != std::string_view::npos && !key.ends_with(':'))
         rest.remove_prefix(colon + 1);
     return trimmed(rest);
@@ -191,21 +293,13 @@ std::string KeyedSource::file_name(std::string_view key)
 
 bool KeyedSource::leading_number(std::string_view key, std::string_view text, double& found, std::size_t& end)
 {
-    std::size_t i = 0;
-    for (; i < text.size(); ++i) {
-        const NumberScan scan = number_here(text, i);
-        if (scan.found && !scan.finite) return refuse(key, "the number is out of range");
-        // A decimal comma would silently cut the number.
-        const bool comma =
-            scan.found && scan.end + 1 < text.size() && text[scan.end] == ',' && is_digit(text[scan.end + 1]);
-        if (scan.found && !comma) {
-            found = scan.value;
-            end = scan.end;
-            return true;
-        }
-        if (is_word(text[i]) || comma) break;
-    }
-    return refuse(key, "a number is expected");
+    const std::string_view part = number_part(text);
+    const NumberScan scan = number_here(part);
+    if (scan.found && !scan.finite) return refuse(key, "the number is out of range");
+    if (!scan.found || is_part_of_more(part.substr(scan.end))) return refuse(key, number_expected);
+    found = scan.value;
+    end = text.size() - part.size() + scan.end;
+    return true;
 }
 
 bool KeyedSource::number(std::string_view key, double& target, const Limits& limits)
@@ -242,12 +336,13 @@ bool KeyedSource::numbers(std::string_view key, std::size_t most, std::vector<do
     const std::string_view text = value(key);
     found.clear();
     rest = 0;
-    while (found.size() < most && !(ends_numbers(text.substr(rest)) && !found.empty())) {
+    while (found.size() < most && (found.empty() || number_follows(text.substr(rest)))) {
+        const std::size_t start = rest + (found.empty() ? 0 : text.find_first_not_of(" \t,", rest) - rest);
         double one = 0.0;
         std::size_t end = 0;
-        if (!leading_number(key, text.substr(rest), one, end)) return false;
+        if (!leading_number(key, text.substr(start), one, end)) return false;
         found.push_back(one);
-        rest += end;
+        rest = start + end;
     }
     return true;
 }

@@ -73,7 +73,9 @@ public:
     [[nodiscard]] const std::string& line() const { return line_; }
     [[nodiscard]] int line_number() const { return reader_.line_number(); }  ///< from 1
     [[nodiscard]] bool failed() const { return failed_; }
-    [[nodiscard]] bool starts(std::string_view key) const;  ///< case ignored
+    /// The line begins with the key, blanks in front of it apart, case ignored. Before the colon of a key that ends in
+    /// " :" any number of blanks may stand.
+    [[nodiscard]] bool starts(std::string_view key) const;
     [[nodiscard]] bool starts_exactly(std::string_view key) const;
     [[nodiscard]] bool anywhere(std::string_view word) const;  ///< case ignored
     /// A section word, anywhere in front of the colon and not on a line with a name: names are the user's.
@@ -94,7 +96,9 @@ public:
     /// A file name as it can be used here: "\" turned into "/".
     [[nodiscard]] std::string file_name(std::string_view key);
 
-    /// The number behind a key; what is no number or outside the limits is a fault. @return true if it was stored
+    /// The number behind a key; what is no number or outside the limits is a fault. In front of it may stand blanks,
+    /// "=" and a unit in brackets, behind it a unit or a remark, but nothing that makes another number of it, as in
+    /// "2*10^24", "2 e24", "1,5" or "1/2". @return true if it was stored
     bool number(std::string_view key, double& target, const Limits& limits = any_number);
     bool whole(std::string_view key, int& target, int low, int high);
     bool flag(std::string_view key, bool& target);
@@ -105,13 +109,15 @@ public:
     bool last_word(std::string_view key, const std::string_view* words, std::size_t count, int& target);
 
 private:
+    /// Position behind the key at the start of the line, npos if it begins otherwise.
+    [[nodiscard]] std::size_t behind_key(std::string_view key, bool exactly) const;
     /// Takes down whether the line has a keyword, and what was asked for.
     bool noted(std::string_view key, bool found, bool at_start) const;
     /// The keyword goes on in the line as a longer word.
     [[nodiscard]] bool only_begins(std::string_view key) const;
     /// What is to be said of the line that is left.
     void settle();
-    /// The number that `text` begins with, signs of no meaning apart. @param end  position behind it
+    /// The number that `text` begins with, a unit in brackets apart. @param end  position behind it
     bool leading_number(std::string_view key, std::string_view text, double& found, std::size_t& end);
 
     Report& report_;

@@ -84,6 +84,7 @@ TEST(CheckFile, NamesTheLineAndTheFault)
          "11: unknown line \"Realtive elektron mass\"; did you mean "
          "\"Relative electron mass\"?"},
         {"sigma_nleft", "sigma_left", "did you mean \"sigma_nleft\"?"},
+        {"eps : 10\nchi : 4", "  eps: 10\n\tchi: 4", ""},
         {"Eg : 1.5", "Egap : 1.5", "9: \"Egap\" is read as \"Eg\""},
         {"flatband : 1\n", "flatband : 1\nflat band : 1\n", "did you mean \"flatband\"?"},
         {"internal Rfront", "internal Reflection", "unknown line \"internal Reflection\""},
@@ -98,6 +99,8 @@ TEST(CheckFile, NamesTheLineAndTheFault)
         {"sigma_n : 1e-19", "sigma_n : -1e-19", "17: sigma_n"},
         {"Nt(x) : 1e20", "Nt(x) : -1", "18: Nt(x)"},
         {"filter value : 0.1", "filter value : 10", "filter value = \"10\""},
+        {"reflection\nwavelength independent : 1\nfilter value : 0.1", "transmission\nwavelength independent : 1",
+         "right contact: no filter value"},
         {"Rfront : 0.1", "Rfront : 1.1", "internal Rfront"},
         {"model : power law 1", "model : stairs", "the absorption model is not known"},
         // more than one line tells

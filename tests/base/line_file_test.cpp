@@ -31,6 +31,7 @@ TEST(LineFile, LineEndsOfEveryPlatform)
         {"last line without end", "a\nb", {"a", "b"}},
         {"no empty line behind the last end", "a\n", {"a"}},
         {"CR LF, empty line between", "a\r\n\r\nb\r\n", {"a", "", "b"}},
+        {"CR alone, as on old machines", "a\r\rb\rc", {"a", "", "b", "c"}},
         {"byte order mark", "\xEF\xBB\xBF> a\n", {"> a"}},
         {"bytes above 127 and zero stay", std::string("\xB5m\0x\n", 5), {std::string("\xB5m\0x", 4)}},
     };

@@ -99,7 +99,8 @@ TEST(FileCheck, RepairsEachMissingFileAndTellsIt)
             ::testing::ElementsAre(
                 "Generation file gone.gen not found; illumination mode set to internal KOVIN model",
                 "Spectrum file gone.spe not found; standard KOVIN AM1.5G 1 sun spectrum set",
-                "Filter file (right contact) (no name given) not found; switched to Filter from value",
+                "Filter file (right contact) (no name given) not found; switched to Filter from value, a "
+                "transmission of 1",
                 HasSubstr("Layer 1: Composition grading file gone.grad"), HasSubstr("Layer 1: mu_p grading file"),
                 "Layer absorber: absorption file (pure A) gone.abs not found; absorption set to internal KOVIN model",
                 HasSubstr("Layer absorber defect 1: Defect density grading file"),
@@ -109,6 +110,7 @@ TEST(FileCheck, RepairsEachMissingFileAndTellsIt)
         EXPECT_FALSE(gone->panel.workPoint.generationSpecified);
         EXPECT_EQ(gone->panel.workPoint.spectrumFile, "AM1_5G 1 sun.spe");
         EXPECT_TRUE(gone->cell.right.filter_constant);
+        EXPECT_EQ(gone->cell.right.filter_value, 1.0) << "the light goes on";
         EXPECT_TRUE(layer.composition.law == Law::linear && layer.material.mu_p.law == Law::linear);
         EXPECT_EQ(layer.srh[0][3].Nt.law, Law::linear);
         EXPECT_FALSE(layer.material.absorption.pure_A_from_file);
