@@ -89,7 +89,9 @@ bool AttributeFile(const std::string& name, std::string_view extension, CommandL
 {
     const Slot* slot = slot_of(extension);
     if (slot == nullptr) return false;
-    files.*(slot->file) = name + '.' + std::string(extension);
+    std::string& file = files.*(slot->file);
+    if (!file.empty()) files.replaced.push_back(file);
+    file = name + '.' + std::string(extension);
     return true;
 }
 

@@ -13,7 +13,8 @@ namespace kovin {
 /// The files of a command line, one slot a kind; empty: not named. A later name of the same kind replaces an earlier.
 struct CommandLineFiles {
     std::string definition, action, wp2, settings, spectrum, generation, batch, record, script;
-    std::vector<std::string> dropped;  ///< arguments that are no file of a known kind
+    std::vector<std::string> dropped;   ///< arguments that are no file of a known kind
+    std::vector<std::string> replaced;  ///< files in whose place a later one of the same kind stands
 };
 
 /// Takes the first file name off the front of `line`. Names end at a known extension that a blank follows, so that

@@ -3,7 +3,6 @@
 #include "device/action_file.h"
 #include "device/contacts.h"
 #include "device/definition_reader.h"
-#include "device/shockley_queisser.h"
 #include "device/unit_systems.h"
 
 #include <system_error>
@@ -61,8 +60,6 @@ bool load_definition(Session& session, const std::string& name)
         wp->GshPresent = given.GshPresent;
         wp->Gsh = given.Gsh;
     }
-    CheckShockleyQueisserLimitForBandToBandRecombination(s.zonnecel, s.panel.workPoint.T,
-                                                         s.problem.input.convergence.shockley_queisser);
     s.equiberekend = s.kortberekend = s.werkberekend = false;
     return true;
 }

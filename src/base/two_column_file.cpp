@@ -175,7 +175,8 @@ void parse_two_columns(std::string text, FileKind kind, TwoColumns& rows)
             rows.line.push_back(reader.line_number());
         } else {
             if (meant_as_row(line, !rows.x.empty())) passed_over.add(reader.line_number(), line);
-            if (rows.x.empty()) rows.heading.push_back(line);
+            if (rows.x.empty() && rows.heading.size() < most_heading && !trimmed(line).empty())
+                rows.heading.push_back(line);
         }
     }
     rows.broken_line = passed_over.line;

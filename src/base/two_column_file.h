@@ -11,14 +11,18 @@
 
 namespace kovin {
 
+/// Lines of a heading that are kept; a file may consist of millions of them.
+inline constexpr std::size_t most_heading = 1000;
+
 /// Rows of a two-column file and the lines above them that were no rows.
 struct TwoColumns {
     std::vector<double> x, y;
-    std::vector<std::string> heading;  ///< lines above the first row, comment lines included
-    std::vector<int> line;             ///< of each row in the file, from 1; empty once rows were sorted or merged
-    int broken_line = 0;               ///< first line that begins like a row and is none ("0.5 nan"); 0: none
-    bool cut = false;                  ///< the file holds more rows than were read
-    std::vector<std::string> doubts;   ///< "line 7: '310 nan' is ...": what could not be taken as it stands
+    /// Lines above the first row that hold something, comment lines included; the first most_heading of them.
+    std::vector<std::string> heading;
+    std::vector<int> line;            ///< of each row in the file, from 1; empty once rows were sorted or merged
+    int broken_line = 0;              ///< first line that begins like a row and is none ("0.5 nan"); 0: none
+    bool cut = false;                 ///< the file holds more rows than were read
+    std::vector<std::string> doubts;  ///< "line 7: '310 nan' is ...": what could not be taken as it stands
 };
 
 /// @return 0 nothing changed, 1 sorted, 2 duplicates merged (geometric mean; mean if one is negative), 3 both

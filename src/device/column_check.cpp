@@ -101,7 +101,7 @@ int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
             if (kind == FileKind::grading && is_comment(line))
                 check_head(std::string_view(line).substr(1), reader.line_number(), watch);
             const bool remark = trimmed(line).empty() || is_comment(line) || (rows == 0 && !looks_like_row(line));
-            if (rows == 0) heading.push_back(line);
+            if (rows == 0 && heading.size() < most_heading && !trimmed(line).empty()) heading.push_back(line);
             if (!remark) find("is no row of two numbers and is passed over");
             continue;
         }

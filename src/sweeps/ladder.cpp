@@ -23,6 +23,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -77,8 +78,10 @@ bool prepare_problem(Surroundings& surroundings, Simulation& s)
 {
     WriteEgInAllAbsorptionModels(s.zonnecel.cell);
     InputParameters& set1 = s.problem.input;
-    CheckShockleyQueisserLimitForBandToBandRecombination(s.zonnecel, s.wp.T, set1.convergence.shockley_queisser);
-    set1.cell = parameterset2_to_1(s.zonnecel);
+    // The limit depends on the temperature of this calculation: the cell keeps the coefficients that it was given.
+    const auto limited = std::make_unique<UserCell>(s.zonnecel);
+    CheckShockleyQueisserLimitForBandToBandRecombination(*limited, s.wp.T, set1.convergence.shockley_queisser);
+    set1.cell = parameterset2_to_1(*limited);
     if (!load_grading_files(surroundings, set1.cell) || !graded_values_hold(surroundings.report, set1.cell))
         return false;
     check_contacts(set1.cell, s.wp.T, set1.convergence);

@@ -2,6 +2,7 @@
 #include "app/initialise.h"
 #include "app/load.h"
 #include "app/simulate.h"
+#include "device/shockley_queisser.h"
 
 #include <gtest/gtest.h>
 
@@ -42,6 +43,24 @@ TEST(Session, TwoOnTwoThreadsGiveTheSameBitsAsTwoRuns)
     EXPECT_EQ(second.eb, silicon.eb);
     EXPECT_EQ(second.gen, silicon.gen);
     EXPECT_EQ(second.occ, silicon.occ);
+}
+
+// Each run raises the radiative coefficient to the limit of its own temperature, and leaves the cell as it was.
+TEST(Session, TheRadiativeLimitFollowsTheTemperature)
+{
+    const auto session = session_with("silicon-pn");
+    Simulation& s = session->simulation;
+    MaterialParameters& m = s.zonnecel.cell.layer[0].material;
+    m.K_rad.pure_A = 0.0;
+    s.panel.actions.IV_calculate = false;
+    for (const double T : {300.0, 350.0}) {
+        s.panel.workPoint.T = T;
+        s.problem.input.convergence.shockley_queisser = 1;
+        ASSERT_EQ(Simulate(*session), SimulateOutcome::done);
+        const double limit = shockley_queisser_K_rad(m.Eg.pure_A, m.Nc.pure_A, m.Nv.pure_A, m.d, T);
+        EXPECT_NEAR(s.problem.input.cell.cell.layer[0].material.K_rad.pure_A, limit * 1e-6, 1e-9 * limit * 1e-6) << T;
+        EXPECT_EQ(m.K_rad.pure_A, 0.0);
+    }
 }
 
 // The light that is named last is the light of the run, whatever the action list asked for.

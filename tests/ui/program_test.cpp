@@ -99,6 +99,8 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         {"no action list", "run 'my cell.def' -o out", 0, "no action list"},
         {"results that are there", "run 'my cell.def' -o out", 6, "my cell.iv"},
         {"and are overwritten", "run 'my cell.def' -o out -f", 0, ""},
+        {"but not what is read", "run 'my cell.def' 'out/my cell.gen' -o out -f", 6, "is read by this run"},
+        {"two cells", "run 'my cell.def' '" + cell + "' -o two", 3, "'my cell.def': a run takes one file of its kind"},
     };
     for (const Row& row : rows) {
         const Ended ended = kovin(scratch, row.arguments);
@@ -183,6 +185,13 @@ TEST(Program, HomeIsPrintedAndMade)
         << bare.err;
     EXPECT_FALSE(std::filesystem::exists(scratch.path() / "new"));
     EXPECT_EQ(kovin(scratch, "--home mine home --init new", alone.string()).status, 0) << "from the present home";
+    EXPECT_EQ(kovin(scratch, "--home mine home --init mine/def/sub", alone.string()).status, 6) << "into itself";
+
+    // With a log nobody is asked: what is missing is repaired, and the terminal names the log.
+    scratch.put("lit.act", "dark : 0\nincident spectrum from file : gone.spe\n");
+    const Ended repaired = kovin(scratch, "--home mine mine/def/silicon-pn.def lit.act --error-log new");
+    EXPECT_EQ(repaired.status, 1);
+    EXPECT_NE(repaired.err.find("mine/KOVINErrorLogFile.log"), std::string::npos) << repaired.err;
 }
 
 TEST(Program, FindingsAndMessagesGoWhereTheyAreWanted)

@@ -2,6 +2,7 @@
 
 #include "base/folders.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <system_error>
 
@@ -40,6 +41,16 @@ bool holds_shipped_files(const fs::path& folder)
 
 bool make_home(const fs::path& folder, const fs::path& shipped, std::string& told)
 {
+    // A folder cannot be copied into itself.
+    std::error_code fault;
+    const fs::path target = fs::weakly_canonical(folder, fault);
+    for (const std::string_view name : folder_names) {
+        const fs::path source = fs::weakly_canonical(shipped / name, fault);
+        const auto ends = std::mismatch(source.begin(), source.end(), target.begin(), target.end());
+        if (ends.first != source.end()) continue;
+        told = "'" + folder.string() + "' lies within the files that are to be copied, in '" + source.string() + "'";
+        return false;
+    }
     if (!make_folders({.root = folder, .results = folder / "results"})) {
         told = "the folders of '" + folder.string() + "' cannot be made";
         return false;

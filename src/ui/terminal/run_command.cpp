@@ -53,8 +53,25 @@ std::vector<ResultFile> planned_files(const Session& session, const Options& opt
     return files;
 }
 
-/// The results folder is there and holds none of the files. @return false if not (reported)
-bool ready_to_write(Session& session, const std::vector<ResultFile>& files, bool force)
+/// Every file that a run reads, as far as it is there.
+std::vector<fs::path> input_files(Session& session, const CommandLineFiles& named)
+{
+    Simulation& s = session.simulation;
+    fs::path beside = s.problem.input.path;
+    beside.replace_extension(".act");
+    std::vector<fs::path> inputs = {s.problem.input.path};
+    inputs.push_back(named.action.empty() ? beside : find_input(session, named.action, FileKind::action_list));
+    if (!named.wp2.empty()) inputs.push_back(find_input(session, named.wp2, FileKind::work_point_2));
+    for_each_needed_file(s.zonnecel.cell, s.panel, [&](const NeededFile& file, const auto&) {
+        inputs.push_back(CheckKOVINPaths(session.surroundings.folders, file.name, file.kind));
+    });
+    return inputs;
+}
+
+/// The results folder is there and holds none of the files; `force` lets them be overwritten, but none of the inputs.
+/// @return false if not (reported)
+bool ready_to_write(Session& session, const std::vector<ResultFile>& files, const std::vector<fs::path>& inputs,
+                    bool force)
 {
     std::error_code error;
     const fs::path& folder = session.surroundings.folders.results;
@@ -65,7 +82,14 @@ bool ready_to_write(Session& session, const std::vector<ResultFile>& files, bool
     }
     bool ready = true;
     for (const ResultFile& file : files) {
-        if (force || !fs::exists(file.path, error)) continue;
+        if (!fs::exists(file.path, error)) continue;
+        const auto same = [&](const fs::path& input) { return fs::equivalent(input, file.path, error); };
+        if (std::any_of(inputs.begin(), inputs.end(), same)) {
+            tell(session, "Result files",
+                 "'" + file.path.string() + "' is read by this run and is not overwritten; -o names another folder");
+            ready = false;
+        }
+        if (force || !ready) continue;
         tell(session, "Result files", "'" + file.path.string() + "' is there already; -f overwrites it");
         ready = false;
     }
@@ -155,7 +179,13 @@ ExitStatus load_command(Session& session, const Options& options)
     if (not_supported || !loaded.all_loaded) return ExitStatus::input;
     apply_settings(session, options);
     Simulation& s = session.simulation;
-    return CanAllFilesBeFound(session.surroundings, s.zonnecel.cell, s.panel) ? ExitStatus::good : ExitStatus::input;
+    const bool all_there = missing_files(session.surroundings, s.zonnecel.cell, s.panel).empty();
+    if (!CanAllFilesBeFound(session.surroundings, s.zonnecel.cell, s.panel)) return ExitStatus::input;
+    if (all_there) return ExitStatus::good;
+    // With a log nobody has been told on the terminal.
+    if (!options.quiet)
+        std::cerr << "missing files were repaired; see " << session.surroundings.report.log_file.string() << '\n';
+    return ExitStatus::incomplete;
 }
 
 ExitStatus run_command(Session& session, const Options& options, Summary& summary)
@@ -163,7 +193,9 @@ ExitStatus run_command(Session& session, const Options& options, Summary& summar
     const CommandLineFiles files = attribute_arguments(options.files);
     for (const std::string& argument : files.dropped)
         tell(session, "Command line", "'" + argument + "' is no file of a known kind");
-    if (!files.dropped.empty()) return ExitStatus::input;
+    for (const std::string& argument : files.replaced)
+        tell(session, "Command line", "'" + argument + "': a run takes one file of its kind, and another is named");
+    if (!files.dropped.empty() || !files.replaced.empty()) return ExitStatus::input;
     if (files.definition.empty()) {
         tell(session, "Command line", "no definition file (.def) is named");
         return ExitStatus::input;
@@ -182,7 +214,7 @@ ExitStatus run_command(Session& session, const Options& options, Summary& summar
     }
 
     const std::vector<ResultFile> planned = planned_files(session, options);
-    if (!ready_to_write(session, planned, options.force)) return ExitStatus::output;
+    if (!ready_to_write(session, planned, input_files(session, files), options.force)) return ExitStatus::output;
     const SimulateOutcome outcome = Simulate(session);
     if (outcome == SimulateOutcome::refused) return ExitStatus::incomplete;
 
