@@ -1,8 +1,8 @@
 // Small-signal analysis: the linear answer of a solved cell to a small voltage of one frequency, and its admittance.
 //
-// The voltage at the right contact is raised against the left one by `small_signal_amplitude` kT/q times exp(i omega
-// t). One block elimination along x gives the complex changes of psi, Fn and Fp at every point; there is no iteration.
-// The rows come from ac_rows.h, the delay of the defects from ac_terms.h.
+// The voltage V of the left contact against the right one is raised by `small_signal_amplitude` kT/q times
+// exp(i omega t). One block elimination along x gives the complex changes of psi, Fn and Fp at every point; there is no
+// iteration. The rows come from ac_rows.h, the delay of the defects from ac_terms.h.
 #pragma once
 
 #include "base/complex_value.h"
