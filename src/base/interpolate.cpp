@@ -66,12 +66,13 @@ double linear_at(std::span<const double> x, std::span<const double> y, std::size
     return at == x[i] ? y[i] : straight({x[i - 1], y[i - 1]}, {x[i], y[i]}, at);
 }
 
-/// The same in ln y. Nothing grows outside the table; next to a value that is not positive the result is 0.
+/// The same in ln y. Inside, a zero counts as in an absorption table; outside nothing grows, and it gives 0.
 double logarithmic_at(std::span<const double> x, std::span<const double> y, std::size_t i, double at)
 {
     if (at == x[i]) return y[i];
     if (at == x[i - 1]) return y[i - 1];
-    if (y[i - 1] <= 0.0 || y[i] <= 0.0) return 0.0;
+    if (y[i - 1] <= 0.0 || y[i] <= 0.0)
+        return is_outside(x, at) ? 0.0 : std::max(between_rows({x[i - 1], y[i - 1]}, {x[i], y[i]}, at), 0.0);
     if (grows_outward(x, y, at)) return at < x[0] ? y[0] : y[x.size() - 1];
     return logarithmic({x[i - 1], y[i - 1]}, {x[i], y[i]}, at);
 }

@@ -11,7 +11,7 @@ enum class Interpolated : int { done = 1, too_few_points = -1, extrapolated = -2
 Interpolated LinearInterpolation(std::span<const double> x, std::span<const double> y, double at, double& result);
 
 /// Linear in ln y; beyond the ends the logarithmic line goes on unless it would grow, then the outer y stands; a y
-/// that is not positive gives 0 there.
+/// that is not positive gives 0 there, and inside counts as 1e-10 of a positive neighbour.
 Interpolated LogarithmicInterpolation(std::span<const double> x, std::span<const double> y, double at, double& result);
 
 enum class TableLaw { linear, logarithmic };
@@ -20,8 +20,8 @@ enum class TableLaw { linear, logarithmic };
 void interpolate_table(std::span<const double> x, std::span<const double> y, TableLaw law, std::span<const double> at,
                        std::span<double> result);
 
-/// As LogarithmicInterpolation with the rules of absorption tables: between a positive and a non-positive y the latter
-/// counts as 1e-10 of the former, two non-positive ones are joined linearly, beyond the table nothing grows.
+/// As LogarithmicInterpolation with the rules of absorption tables: x may repeat, and two values that are not positive
+/// are joined linearly.
 [[nodiscard]] double LogarithmicInterpolationolateFromTable(double at, std::span<const double> x,
                                                             std::span<const double> y);
 

@@ -23,15 +23,23 @@ bool begins_with_no_number(std::string_view text)
     return equal_ignoring_case(text, "nan") || equal_ignoring_case(text, "inf");
 }
 
-/// Was a line that is no row meant as one? Its numbers are none or out of range, or it is half a row inside the table;
-/// a heading may well begin with a number.
+/// Does a comma or semicolon join what ends at `end` to more digits ("6,4e23", "300;5")? Only a point is decimal.
+bool goes_on_behind_comma(std::string_view line, std::size_t end)
+{
+    return end + 1 < line.size() && (line[end] == ',' || line[end] == ';') && line[end + 1] >= '0' &&
+           line[end + 1] <= '9';
+}
+
+/// Was a line that is no row meant as one? Its numbers are none or out of range or hold a comma, or it is half a row
+/// inside the table; a heading may well begin with a number.
 bool meant_as_row(std::string_view line, bool in_table)
 {
     const NumberScan first = number_here(line);
     if (!first.found) return begins_with_no_number(line);
     const std::string_view rest = line.substr(first.end);
     const bool parted = !rest.empty() && trimmed(rest.substr(0, 1)).empty();
-    return in_table || !first.finite || (parted && (number_here(rest).found || begins_with_no_number(rest)));
+    return in_table || !first.finite || goes_on_behind_comma(line, first.end) ||
+           (parted && (number_here(rest).found || begins_with_no_number(rest)));
 }
 
 /// Kinds in which a negative value has no meaning and counts as 0.
@@ -92,13 +100,29 @@ std::optional<std::string> open_for_reading(Surroundings& surroundings, const st
     return text;
 }
 
-/// Sorts and merges, and says so where that is wanted.
-void put_in_order(Report& report, const std::filesystem::path& file, int direction, bool warn, TwoColumns& rows)
+/// Into rising order; rows at one place stay side by side, in the order in which they are passed.
+void sort_keeping_steps(TwoColumns& rows)
+{
+    if (rows.x.front() > rows.x.back()) {
+        std::reverse(rows.x.begin(), rows.x.end());
+        std::reverse(rows.y.begin(), rows.y.end());
+    }
+    std::vector<std::size_t> order(rows.x.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::stable_sort(order.begin(), order.end(), [&](std::size_t i, std::size_t k) { return rows.x[i] < rows.x[k]; });
+    const std::vector<double> x = rows.x, y = rows.y;
+    for (std::size_t k = 0; k < order.size(); ++k) rows.x[k] = x[order[k]], rows.y[k] = y[order[k]];
+}
+
+/// Sorts and merges, and says so where that is wanted; of merged rows, which have lost values, in any case.
+void put_in_order(Report& report, const std::filesystem::path& file, FileKind kind, int direction, bool warn,
+                  TwoColumns& rows)
 {
     if (rows.x.size() < 2 || direction == 0 || is_ordered(rows.x, direction)) return;
-    const int changed = XYRemoveXDuplicatesAndSortX(rows.x, rows.y, direction);
     rows.line.clear();
-    if (changed == 0 || !warn || report.InterpolationWarningMessageMode != 1) return;
+    if (kind == FileKind::generation) return sort_keeping_steps(rows);
+    const int changed = XYRemoveXDuplicatesAndSortX(rows.x, rows.y, direction);
+    if (changed == 0 || (changed == 1 && !warn) || report.InterpolationWarningMessageMode != 1) return;
     static constexpr const char* what[] = {
         "File data not sorted to increasing lambda or x or y\ndata sorted internally",
         "File data contain duplicate values of lambda or x or y\nduplicates eliminated internally",
@@ -121,7 +145,7 @@ bool is_row(std::string_view line, FileKind kind, double& x, double& y)
     if (first.end >= line.size() || !trimmed(line.substr(first.end, 1)).empty()) return false;
     const NumberScan second = number_here(line, first.end);
     y = second.value;
-    return second.found && second.finite;
+    return second.found && second.finite && !goes_on_behind_comma(line, second.end);
 }
 
 int XYRemoveXDuplicatesAndSortX(std::vector<double>& x, std::vector<double>& y, int direction)
@@ -181,7 +205,8 @@ void parse_two_columns(std::string text, FileKind kind, TwoColumns& rows)
     }
     rows.broken_line = passed_over.line;
     rows.cut = beyond.count > 0;
-    passed_over.tell("is no row of two usable numbers and was passed over", rows.doubts);
+    passed_over.tell("is no row of two usable numbers, with decimal points and parted by blanks, and was passed over",
+                     rows.doubts);
     negative.tell("holds a negative value, which counts as 0", rows.doubts);
     beyond.tell("and what follows is not read: the file has more than " + std::to_string(limit) + " rows", rows.doubts);
 }
@@ -205,7 +230,7 @@ int ReadKOVINFile(Surroundings& surroundings, std::string_view path, FileKind ki
                           "File contains no useful information.");
         return -1;
     }
-    put_in_order(surroundings.report, file, direction, warn, rows);
+    put_in_order(surroundings.report, file, kind, direction, warn, rows);
     return static_cast<int>(rows.x.size());
 }
 

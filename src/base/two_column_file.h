@@ -43,8 +43,10 @@ inline constexpr std::size_t two_column_line_limit = 255;  ///< characters of a 
 void parse_two_columns(std::string text, FileKind kind, TwoColumns& rows);
 
 /// Rows of a file of `kind`; positions of a generation file come back in m. Doubts are reported with the file.
-/// @param direction  +1 rising x wanted, -1 falling, 0 any order
-/// @param warn       true: tell the user when rows had to be sorted or merged
+///
+/// Rows of equal x are merged, which is told, but for those of a generation file: G steps there.
+/// @param direction  +1 rising x wanted, -1 falling (not of a generation file), 0 any order
+/// @param warn       true: tell the user also when rows had only to be sorted
 /// @return number of rows, or -1 (reported; `rows` is then empty). At most 2500 rows, 2000 of a generation file.
 [[nodiscard]] int ReadKOVINFile(Surroundings& surroundings, std::string_view path, FileKind kind, int direction,
                                 bool warn, TwoColumns& rows);

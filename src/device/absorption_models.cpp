@@ -2,6 +2,7 @@
 
 #include "base/interpolate.h"
 #include "base/text_format.h"
+#include "base/text_scan.h"
 #include "base/two_column_file.h"
 #include "device/model_table.h"
 
@@ -18,15 +19,40 @@ namespace {
 constexpr double least_plausible = 1e2, most_plausible = 1e8;
 constexpr double most_absorption = 1e12;  ///< [1/cm]
 
-/// Does `text` name the unit, and not as the beginning of a longer one ("1/m" in "1/m2")?
-bool names_unit(std::string_view text, std::string_view unit)
+/// Lower case, without the blanks around '/' and '^' in a unit ("1 / m" is "1/m").
+std::string heading_of_units(std::string_view line)
 {
-    for (std::size_t at = text.find(unit); at != std::string_view::npos; at = text.find(unit, at + 1)) {
-        const std::size_t behind = at + unit.size();
-        const char next = behind < text.size() ? text[behind] : ' ';
-        const bool goes_on = (next >= 'a' && next <= 'z') || (next >= '0' && next <= '9') || next == '^';
-        if (!goes_on) return true;
+    std::string text;
+    for (const char c : lower_case(line)) {
+        const bool blank = c == ' ' || c == '\t',
+                   behind_sign = !text.empty() && (text.back() == '/' || text.back() == '^');
+        if (blank && behind_sign) continue;
+        if (c == '^' || (c == '/' && text.ends_with("1 ")))
+            while (text.ends_with(' ')) text.pop_back();
+        text += c;
     }
+    return text;
+}
+
+/// Is the reciprocal of a length named: "1/m", "/m", "m^-1", "(m-1)"? Not where it is part of a longer unit or word
+/// ("1/m2", "nm^-1", "data/m"). A bare "m-1" counts in brackets or behind a stroke only: so samples are named.
+bool names_reciprocal(std::string_view text, const std::string& length)
+{
+    struct Form {
+        std::string text;
+        std::string_view before;  ///< signs that may stand before it; empty: all but those of words
+    };
+    const Form forms[] = {{'/' + length, " \t1([{,;"}, {length + "^-1", {}},   {length + "**-1", {}},
+                          {length + "^(-1)", {}},      {length + "^{-1}", {}}, {length + "\u207b\u00b9", {}},
+                          {length + "-1", "([{/"}};
+    const auto in_word = [](char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c < 0; };
+    for (const Form& form : forms)
+        for (std::size_t at = text.find(form.text); at != std::string_view::npos; at = text.find(form.text, at + 1)) {
+            const std::size_t behind = at + form.text.size();
+            const char last = at > 0 ? text[at - 1] : ' ', next = behind < text.size() ? text[behind] : ' ';
+            const bool begins = form.before.empty() ? !in_word(last) : form.before.find(last) != std::string_view::npos;
+            if (begins && !in_word(next) && next != '^' && next != '*' && next != '/') return true;
+        }
     return false;
 }
 
@@ -54,9 +80,10 @@ double absorption_unit(const std::vector<std::string>& heading)
 {
     double factor = per_cm_to_per_m;
     for (const std::string& line : heading) {
-        if (names_unit(line, "1/cm"))
+        const std::string text = heading_of_units(line);
+        if (names_reciprocal(text, "cm"))
             factor = per_cm_to_per_m;
-        else if (names_unit(line, "1/m"))
+        else if (names_reciprocal(text, "m"))
             factor = 1.0;
     }
     return factor;

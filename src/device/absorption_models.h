@@ -12,8 +12,9 @@ namespace kovin {
 /// Absorption files hold 1/cm unless their heading names 1/m; the program computes with 1/m.
 inline constexpr double per_cm_to_per_m = 100.0;
 
-/// Factor from the numbers of an absorption file to 1/m: the last heading line that names "1/cm" or "1/m" decides;
-/// without one the file is in 1/cm.
+/// Factor from the numbers of an absorption file to 1/m: the last heading line that names "1/cm" or "1/m" decides, also
+/// as "/m", "m^-1", "m**-1" or "(m-1)", in capitals, and with blanks; "1/cm" counts where a line names both. Without
+/// one the file is in 1/cm.
 [[nodiscard]] double absorption_unit(const std::vector<std::string>& heading);
 
 /// The largest value of a table [1/m] lies where no material has it: a factor of 100 is the commonest mistake of all.

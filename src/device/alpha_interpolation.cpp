@@ -32,6 +32,10 @@ PureGaps pure_gaps(const Profile& gap)
     constexpr std::array<double, 2> pure{0.0, 1.0};
     std::array<double, 2> Eg{};
     evaluate_profile(gap, pure, 1.0, Eg);
+    if ((gap.law == Law::from_file || gap.law == Law::table) && !gap.table_x.empty()) {
+        if (gap.table_x.front() > 0.0) Eg[0] = gap.pure_A;
+        if (gap.table_x.back() < 1.0) Eg[1] = gap.pure_B;
+    }
     return {Eg[0], Eg[1]};
 }
 

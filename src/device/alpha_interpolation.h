@@ -21,7 +21,9 @@ namespace kovin {
 struct PureGaps {
     double A = 1.0, B = 1.0;
 };
-/// What the law of a gap says at y = 0 and y = 1; of a gap graded on x, its left and right values.
+/// What the law of a gap says at y = 0 and y = 1; of a gap graded on x, its left and right values. Where the rows of a
+/// file or table do not reach a pure material, the gap stated for that material: its absorption has its edge there,
+/// wherever the line through the rows would lead.
 [[nodiscard]] PureGaps pure_gaps(const Profile& gap);
 
 /// ln(alpha) of a pure material, made for many wavelengths at a time: the logarithms of a table are taken once.

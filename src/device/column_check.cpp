@@ -34,7 +34,7 @@ constexpr ColumnRule rules[] = {
 
 bool is_comment(std::string_view line)
 {
-    return !line.empty() && std::string_view("><*!/\\").find(line[0]) != std::string_view::npos;
+    return !line.empty() && std::string_view("><*!/\\#;").find(line[0]) != std::string_view::npos;
 }
 
 /// A line that was meant as a row: it begins with a number, or with what should be one.
@@ -47,22 +47,24 @@ bool looks_like_row(std::string_view line)
            word == "inf";
 }
 
-/// One of the settings in the head of a grading file.
-void check_head(std::string_view comment, int line, LineWatch& watch)
+/// The settings in a line that is no row of a grading file; they count in its head only.
+void check_settings(std::string_view text, bool in_head, int line, LineWatch& watch)
 {
-    const auto colon = comment.find(':');
-    if (colon == std::string_view::npos) return;
-    const std::string word = lower_case(trimmed(comment.substr(0, colon)));
-    const std::string_view value = trimmed(comment.substr(colon + 1));
-    std::vector<std::string> words;
-    for (const GradingHeadWord& row : grading_head_words) {
-        words.emplace_back(row.word);
-        if (word != row.word) continue;
-        if (GradingFile unused; !row.take(value, unused))
-            watch.find(
-                line, word + ": \"" + std::string(row.first) + "\" or \"" + std::string(row.second) + "\" is expected");
-        return;
+    const std::vector<GradingSetting> settings = grading_settings(text);
+    for (const GradingSetting& setting : settings) {
+        const GradingHeadWord& row = *setting.word;
+        GradingFile unused;
+        if (!in_head)
+            watch.find(line, std::string(row.word) + ": a setting behind the first row is not read");
+        else if (!row.take(setting.value, unused))
+            watch.find(line, std::string(row.word) + ": \"" + std::string(row.first) + "\" or \"" +
+                                 std::string(row.second) + "\" is expected");
     }
+    const auto colon = text.find(':');
+    if (!settings.empty() || colon == std::string_view::npos || !is_comment(text)) return;
+    const std::string word = lower_case(trimmed(text.substr(1, colon - 1)));
+    std::vector<std::string> words;
+    for (const GradingHeadWord& row : grading_head_words) words.emplace_back(row.word);
     // Comments say what they like; only what nearly is a setting is spoken of.
     if (const auto nearest = nearest_word(word, words); !nearest.empty() && word.find(' ') == std::string::npos)
         watch.find(line, "unknown setting \"" + word + "\"; did you mean \"" + std::string(nearest) + "\"?");
@@ -77,11 +79,13 @@ void check_size(FileKind kind, const std::vector<std::string>& heading, double l
             watch.find(line, "the largest absorption coefficient is " + scientific(alpha / per_cm_to_per_m, 0, 3) +
                                  " 1/cm: the unit looks wrong; a heading line \"1/cm\" or \"1/m\" tells it");
     }
-    if (kind == FileKind::filter && largest > 0.0 && largest <= 1.0)
-        watch.find(line, "no value is above 1: percent is meant, not a fraction");
+    if (kind == FileKind::filter && filter_looks_like_fractions(largest))
+        watch.find(line, std::string(filter_of_fractions));
 }
 
 }  // namespace
+
+bool filter_looks_like_fractions(double largest) { return largest > 0.0 && largest <= 1.0; }
 
 int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
 {
@@ -98,8 +102,7 @@ int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
     for (std::string line; reader.ReadLine(line);) {
         double x = 0.0, y = 0.0;
         if (!is_row(line, kind, x, y)) {
-            if (kind == FileKind::grading && is_comment(line))
-                check_head(std::string_view(line).substr(1), reader.line_number(), watch);
+            if (kind == FileKind::grading) check_settings(line, rows == 0, reader.line_number(), watch);
             const bool remark = trimmed(line).empty() || is_comment(line) || (rows == 0 && !looks_like_row(line));
             if (rows == 0 && heading.size() < most_heading && !trimmed(line).empty()) heading.push_back(line);
             if (!remark) find("is no row of two numbers and is passed over");
@@ -117,7 +120,9 @@ int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
         const bool double_point = kind == FileKind::generation && run == 2;
         if (rows > 0 && x <= x_before && !double_point && !told_order) {
             find(x < x_before ? std::string(rule->x) + " falls: the rows are sorted when they are read"
-                              : std::string(rule->x) + " repeats: its rows are merged when they are read");
+                 : kind == FileKind::generation
+                     ? "position repeats: only the first and the last of its rows count"
+                     : std::string(rule->x) + " repeats: its rows are merged when they are read");
             told_order = true;
         }
         if (!rule->x_limits.hold(x)) find(std::string(rule->x) + " " + shortest(x) + " has no physical sense");

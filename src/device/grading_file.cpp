@@ -16,19 +16,19 @@ namespace {
 
 constexpr const char* title = "Error whilst reading gradingfile";
 
-/// Takes "> word : value" into the file. @return false for a known word with another value; other lines are remarks
+/// Takes the settings of a line into the file. @return false if one has an unknown value; other lines are remarks
 bool read_head_line(std::string_view line, GradingFile& file)
 {
-    constexpr std::string_view comment_signs = "><*!/\\ \t";
-    line.remove_prefix(std::min(line.find_first_not_of(comment_signs), line.size()));
-    const std::size_t colon = line.find(':');
-    if (colon == std::string_view::npos) return true;
-    const std::string_view word = trimmed(line.substr(0, colon)), value = trimmed(line.substr(colon + 1));
-    for (const GradingHeadWord& row : grading_head_words) {
-        if (!equal_ignoring_case(word, row.word)) continue;
-        return row.take(value, file);
-    }
-    return true;
+    bool known = true;
+    for (const GradingSetting& setting : grading_settings(line))
+        known = setting.word->take(setting.value, file) && known;
+    return known;
+}
+
+/// Is this a byte of a word? Those beyond ASCII count as letters.
+bool in_word(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c < 0;
 }
 
 bool fail(Report& report, const std::string& text)
@@ -36,6 +36,9 @@ bool fail(Report& report, const std::string& text)
     KOVINErrorMessage(report, title, text);
     return false;
 }
+
+/// Does the profile take its rows from a file?
+bool is_read(const Profile& p) { return p.law == Law::from_file && p.dependence != Dependence::uniform; }
 
 /// Profiles that grade one quantity in a layer: one, or the density of every defect.
 std::vector<const Profile*> profiles_of(const LayerParameters& layer, Quantity quantity)
@@ -73,18 +76,27 @@ FileRange range_of(const CellParameters& cell, std::size_t j, const Profile& pro
     return range;
 }
 
-void warn_about_continuation(Report& report, const Profile& p, double end, const std::string& where)
+/// Says so if the rows of a file do not cover the positions, or the compositions, of their layer.
+void warn_about_continuation(Report& report, const LayerParameters& layer, const Profile& p, const std::string& where)
 {
-    const double slack = 1e-6 * end;
-    if (report.InterpolationWarningMessageMode != 1) return;
-    if (p.table_x.front() <= slack && p.table_x.back() >= end - slack) return;
+    if (report.InterpolationWarningMessageMode != 1 || !can_be_evaluated(layer, p)) return;
+    const bool on_x = p.dependence == Dependence::on_x;
+    double from = 0.0, to = layer.material.d * 1e6;
+    if (!on_x) {
+        const std::vector<double> y = places_to_check(layer, {&p}).y;
+        const auto [least, most] = std::minmax_element(y.begin(), y.end());
+        from = *least, to = *most;
+    }
+    const double slack = 1e-6 * to;
+    if (p.table_x.front() <= from + slack && p.table_x.back() >= to - slack) return;
+    const std::string unit = on_x ? " um" : "";
     KOVINErrorMessage(report, "Warning: a grading file is continued beyond its rows",
                       where + ": the rows of " + p.file + " lie between " + shortest(p.table_x.front()) + " and " +
-                          shortest(p.table_x.back()) + " um, asked for from 0 to " + shortest(end) + " um");
+                          shortest(p.table_x.back()) + unit + ", asked for from " + shortest(from) + " to " +
+                          shortest(to) + unit);
 }
 
-bool load_profile(Surroundings& surroundings, const CellParameters& cell, std::size_t j, Profile& profile,
-                  const std::string& where)
+bool load_profile(Surroundings& surroundings, const CellParameters& cell, std::size_t j, Profile& profile)
 {
     GradingFile file;
     if (!read_grading_file(surroundings, profile.file, limits_of_profile(profile), file)) return false;
@@ -96,7 +108,6 @@ bool load_profile(Surroundings& surroundings, const CellParameters& cell, std::s
     profile.table_x = std::move(file.position);
     profile.table_y = std::move(file.value);
     profile.table_log = file.logarithmic;
-    if (on_x) warn_about_continuation(surroundings.report, profile, cell.layer[j].material.d * 1e6, where);
     return true;
 }
 
@@ -109,6 +120,21 @@ bool GradingHeadWord::take(std::string_view value, GradingFile& file) const
         return false;
     file.*is_second = as_second;
     return true;
+}
+
+std::vector<GradingSetting> grading_settings(std::string_view line)
+{
+    std::vector<GradingSetting> found;
+    for (std::size_t colon = line.find(':'); colon != std::string_view::npos; colon = line.find(':', colon + 1)) {
+        const std::string_view before = trimmed(line.substr(0, colon));
+        for (const GradingHeadWord& row : grading_head_words) {
+            if (before.size() < row.word.size()) continue;
+            const std::size_t at = before.size() - row.word.size();
+            if (equal_ignoring_case(before.substr(at), row.word) && (at == 0 || !in_word(before[at - 1])))
+                found.push_back({&row, trimmed(line.substr(colon + 1))});
+        }
+    }
+    return found;
 }
 
 bool read_grading_file(Surroundings& surroundings, std::string_view name, const Limits& limits, GradingFile& file)
@@ -151,9 +177,15 @@ bool load_grading_files(Surroundings& surroundings, SiCell& cell)
     CellParameters& c = cell.cell;
     bool loaded = true;
     for (std::size_t j = 0; j < static_cast<std::size_t>(c.layers); ++j)
-        for_each_profile(c.layer[j], [&](Profile& profile, const std::string& name) {
-            if (profile.law != Law::from_file || profile.dependence == Dependence::uniform) return;
-            loaded = load_profile(surroundings, c, j, profile, place_of_profile(j, c.layer[j], name)) && loaded;
+        for_each_profile(c.layer[j], [&](Profile& profile, const std::string&) {
+            if (is_read(profile)) loaded = load_profile(surroundings, c, j, profile) && loaded;
+        });
+    // What a layer asks of a file on composition shows when its own composition is there.
+    for (std::size_t j = 0; loaded && j < static_cast<std::size_t>(c.layers); ++j)
+        for_each_profile(c.layer[j], [&](const Profile& profile, const std::string& name) {
+            if (is_read(profile))
+                warn_about_continuation(surroundings.report, c.layer[j], profile,
+                                        place_of_profile(j, c.layer[j], name));
         });
     return loaded;
 }

@@ -5,8 +5,9 @@
 //     > range: this             this (default): the layer; shared: neighbouring layers that name the same file for the
 //                               same quantity count as one, and positions from the left end of the first of them
 //
-// "thickness" may stand for "position". Of a quantity graded on composition only the first line matters. Values are in
-// SI units, as in a definition file.
+// "thickness" may stand for "position". Whatever sign begins a line, and whatever else stands in it, its settings
+// count. Of a quantity graded on composition only the first line matters. Values are in SI units, as in a definition
+// file.
 #pragma once
 
 #include "base/surroundings.h"
@@ -39,6 +40,14 @@ inline constexpr GradingHeadWord grading_head_words[] = {
     {"thickness", "abs", "rel", "um", &GradingFile::relative},
     {"range", "this", "shared", "this", &GradingFile::shared},
 };
+
+/// One setting in a line of the head.
+struct GradingSetting {
+    const GradingHeadWord* word;
+    std::string_view value;  ///< what follows the colon, up to the end of the line
+};
+/// The settings in a line: each of the words, where it stands as a word of its own before a colon.
+[[nodiscard]] std::vector<GradingSetting> grading_settings(std::string_view line);
 
 /// What a message says of a value that the quantity cannot have.
 inline constexpr std::string_view outside_its_range = "is outside its range";

@@ -3,6 +3,7 @@
 #include "base/interpolate.h"
 #include "base/text_format.h"
 #include "base/two_column_file.h"
+#include "device/column_check.h"
 
 #include <algorithm>
 
@@ -24,6 +25,9 @@ bool ReadFilterValues(Surroundings& surroundings, const std::string& path, const
     }
     TwoColumns rows;
     if (ReadKOVINFile(surroundings, path, FileKind::filter, 1, false, rows) < 1) return false;
+    if (filter_looks_like_fractions(*std::max_element(rows.y.begin(), rows.y.end())))
+        KOVINErrorMessage(surroundings.report, "Warning: unit of a filter file",
+                          path + ": " + std::string(filter_of_fractions));
 
     double forced_low = 0.0, forced_high = 0.0;  // range of the wavelengths that had to be forced
     bool forced = false;

@@ -167,6 +167,9 @@ TEST(CheckFile, OtherKinds)
          "> interpolaton: log\n> position: relative\n> range: all\n> a note: free\n0 1\n1 -2\n",
          {":1: unknown setting \"interpolaton\"; did you mean \"interpolation\"?",
           ":3: range: \"this\" or \"shared\""}},
+        {"x.grad",
+         "# Ga(x), position: rel, interpolation: cubic\n0 1\n# interpolation: log\n1 2,5\n",
+         {":1: interpolation: \"lin\" or \"log\"", ":3: interpolation: a setting behind", ":4: is no row"}},
     };
     const ScratchFolder scratch;
     const auto s = session();

@@ -2,6 +2,7 @@
 #include "app/initialise.h"
 #include "app/load.h"
 #include "app/simulate.h"
+#include "base/scratch_folder.h"
 #include "device/action_file.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +13,8 @@ namespace kovin {
 namespace {
 
 /// I-V figures of the silicon cell under the light of some lines of an action list.
-IVCharacteristics figures_with(const std::string& lines)
+/// @param gen  takes the text of its .gen file
+IVCharacteristics figures_with(const std::string& lines, std::string* gen = nullptr)
 {
     auto session = std::make_unique<Session>();
     Initialise(*session, std::filesystem::path(KOVIN_SOURCE_DIR) / "home", "kovin");
@@ -22,6 +24,7 @@ IVCharacteristics figures_with(const std::string& lines)
         parse_action_list(session->surroundings, "IV_points : 9\n" + lines, "lines.act", session->simulation.panel));
     EXPECT_EQ(Simulate(*session), SimulateOutcome::done) << lines;
     EXPECT_TRUE(session->surroundings.report.messages.empty());
+    if (gen != nullptr) *gen = result_texts(*session).gen;
     return session->simulation.results.empty() ? IVCharacteristics{}
                                                : session->simulation.results.back().characteristics;
 }
@@ -60,6 +63,17 @@ TEST(ModelLight, GivesTheCurrentOfTheSameLightFromAFile)
     EXPECT_NEAR(half.Jsc, 0.5 * full.Jsc, 5e-3 * full.Jsc);
     EXPECT_NEAR(half.eta, full.eta, 0.5);
     EXPECT_LT(full.eta, 100.0);
+}
+
+TEST(ModelLight, AWrittenGenFileReadsBackAsTheSameLight)
+{
+    const ScratchFolder scratch;
+    std::string gen;
+    const IVCharacteristics spectrum = figures_with("", &gen);
+    const std::string file = scratch.put("own.gen", gen).string();
+    const IVCharacteristics again =
+        figures_with("generation G(x) specified\ngeneration G(x) from file :" + file + '\n');
+    EXPECT_NEAR(again.Jsc, spectrum.Jsc, 1e-3 * spectrum.Jsc);
 }
 
 }  // namespace

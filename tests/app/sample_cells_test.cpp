@@ -3,13 +3,17 @@
 #include "app/initialise.h"
 #include "app/load.h"
 #include "app/simulate.h"
+#include "base/scratch_folder.h"
+#include "base/text_format.h"
 #include "device/charge_states.h"
 #include "device/file_check.h"
+#include "device/grading.h"
 #include "sweeps/supported.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 
@@ -301,6 +305,30 @@ TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
         if (row.named != nullptr) {
             EXPECT_NE(session->unsupported[0].find(row.named), std::string::npos) << row.what;
         }
+    }
+}
+
+TEST(SampleCells, GapFileThatCoversTheLayerOnlyGivesTheSameLight)
+{
+    // The gap of the sample as rows of a file, over all compositions and over those of the layer.
+    const ScratchFolder scratch;
+    const auto Jsc_with = [&](const char* manner, int from, int to) {
+        const auto session = session_with("graded-cigs-file");
+        Profile& Eg = session->simulation.zonnecel.cell.layer[0].material.Eg;
+        std::string rows = std::string("> interpolation: ") + manner + '\n';
+        for (int i = from; i <= to; ++i) {
+            const std::array<double, 1> y{0.01 * i};
+            std::array<double, 1> gap{};
+            evaluate_profile(Eg, y, 1.0, gap);
+            rows += shortest(y[0]) + ' ' + shortest(gap[0]) + '\n';
+        }
+        Eg.law = Law::from_file;
+        Eg.file = scratch.put("Eg.grad", rows).string();
+        return curve_of(*session).characteristics.Jsc;
+    };
+    for (const char* manner : {"lin", "log"}) {
+        const double whole = Jsc_with(manner, 0, 100);
+        EXPECT_NEAR(Jsc_with(manner, 15, 60), whole, 1e-3 * whole) << manner;
     }
 }
 

@@ -73,6 +73,16 @@ TEST_F(TwoColumnFileTest, OnlyLinesThatBeginWithTwoNumbersAreRows)
     EXPECT_DOUBLE_EQ(rows.x[1], 200e-6) << "positions of a generation file come in um and go in m";
 }
 
+TEST_F(TwoColumnFileTest, DecimalCommasAreTold)
+{
+    for (const std::string line : {"0 6,4e23", "0,5 6", "0;6", "0\t6;4"}) {
+        here.report.messages.clear();
+        EXPECT_EQ(read("x y\n" + line + "\n1 2, remark\n"), 1) << line;
+        ASSERT_EQ(here.report.messages.size(), 1u) << line;
+        EXPECT_NE(here.report.messages[0].text.find("a.abs, line 2: '"), std::string::npos) << line;
+    }
+}
+
 TEST_F(TwoColumnFileTest, OrderAndItsWarning)
 {
     struct Row {
@@ -88,6 +98,7 @@ TEST_F(TwoColumnFileTest, OrderAndItsWarning)
         {"double", "1 1\n2 1\n2 1\n", 1, true, {1, 2}, "File data contain duplicate values"},
         {"both", "2 1\n1 1\n2 1\n", 1, true, {1, 2}, "not sorted and contain duplicate"},
         {"nobody asked", "2 1\n1 1\n", 1, false, {1, 2}, ""},
+        {"a step that is lost, though nobody asked", "1 0\n2 0\n2 9\n", 1, false, {1, 2}, "duplicates eliminated"},
         {"falling wanted", "2 1\n1 1\n", -1, true, {2, 1}, ""},
     };
     for (const Row& r : cases) {

@@ -63,6 +63,9 @@ TEST(GradingFile, LawFileAndTableGiveTheSameBands)
          rel + "0 1e5\n1 3e5\n"},
         {"beyond the rows the outermost line goes on", "0.5 0.3\n1.5 0.5\n", log + "1 1e23\n2 1e24\n",
          "0 1e5\n1 2e5\n"},
+        {"settings anywhere in a line, behind any sign",
+         "# composition: abs, Position : REL; range: this\n0 0.2\n1 0.6\n",
+         "> Na(x), interpolation: log\n0 1e22\n2 1e24\n", "interpolation: lin, thickness: rel\n0 1e5\n1 3e5\n"},
         {"shared with nobody is this layer", rel + "> range: shared\n0 0.2\n1 0.6\n", log + rel + "0 1e22\n1 1e24\n",
          "> range: this\n0 1e5\n2 3e5\n"},
         {"table", "", "", ""},
@@ -193,6 +196,25 @@ TEST(GradingFile, BrokenFilesAreToldAndNothingElseHappens)
         Surroundings surroundings;
         EXPECT_FALSE(load(surroundings, name)) << name;
         EXPECT_FALSE(surroundings.report.messages.empty()) << name;
+    }
+}
+
+TEST(GradingFile, ContinuationOnCompositionIsTold)
+{
+    const ScratchFolder scratch;
+    for (const bool covers : {true, false}) {
+        Surroundings surroundings;
+        InputParameters set1 = two_layers();
+        LayerParameters& layer = set1.cell.cell.layer[0];
+        layer.composition_mode = 1;
+        grade(layer.composition, Law::from_file, Dependence::on_x, 0.2, 0.6);
+        layer.composition.file = scratch.put("y.grad", "0 0.2\n1 0.1\n2 0.6\n").string();
+        grade(layer.material.Eg, Law::from_file, Dependence::on_y, 1.0, 1.7);
+        layer.material.Eg.file = scratch.put("Eg.grad", covers ? "0.1 1\n0.6 1.5\n" : "0.2 1\n0.6 1.5\n").string();
+        ASSERT_TRUE(load_grading_files(surroundings, set1.cell));
+        ASSERT_EQ(surroundings.report.messages.empty(), covers);
+        if (covers) continue;
+        EXPECT_NE(surroundings.report.messages[0].text.find("from 0.1 to 0.6"), std::string::npos);
     }
 }
 

@@ -171,6 +171,15 @@ TEST(Filters, LightSideTransmitsTheOtherReflects)
         for (std::size_t k = 0; k < 4; ++k) EXPECT_NEAR(gp.leftFilter[k], expected[k], 1e-12) << r.what;
         EXPECT_EQ(surroundings.report.messages.size(), 1u) << "forced values are told";
     }
+    Surroundings surroundings;
+    GenerationParameters gp;
+    gp.lambda = {550};
+    CellParameters cell;
+    cell.left.filter = true;
+    cell.left.filter_file = scratch.put("f.ftr", "500 0.2\n600 0.9\n").string();
+    ASSERT_TRUE(BerekenFilterSpectra(surroundings, cell, gp));
+    ASSERT_EQ(surroundings.report.messages.size(), 1u) << "fractions are told";
+    EXPECT_NE(surroundings.report.messages[0].text.find("percent is meant"), std::string::npos);
 }
 
 // ---- absorption and fluxes ----------------------------------------------------------------------------------------
@@ -360,9 +369,10 @@ TEST(Generation, GivenProfilesStandOnTheMeshAndHoldTheirCurrent)
     // Half of each is left after attenuation, in a cell of 3 um; the ideal current is that of the whole.
     const ScratchFolder scratch;
     const std::string file = scratch.put("g.gen", "um G\n0.5 1e26\n1.0 3e26\n1.5 -2\n2.0 4e26\n").string();
+    const std::string step = scratch.put("s.gen", "2.0 0\n2.0 3e26\n1.2 3e26\n1.2 1e26\n0.5 1e26\n").string();
     struct Row {
         const char* what;
-        int model;  // 0: the file
+        int model;  // 0: the file; -1: the other
         std::array<double, 5> p;
         double J_mA_cm2, tolerance;
         bool sharp_ends;
@@ -380,6 +390,16 @@ TEST(Generation, GivenProfilesStandOnTheMeshAndHoldTheirCurrent)
          [](double x) {
              if (x < 0.5 || x > 2.0) return 0.0;
              return x <= 1.0 ? 1e26 + (x - 0.5) * 4e26 : x <= 1.5 ? 6e26 * (1.5 - x) : 8e26 * (x - 1.5);
+         }},
+        {"file from right to left with a step in it and one at its end",
+         -1,
+         {},
+         3.1e20 * elementary_charge * 0.1,
+         1e-9,
+         false,
+         [](double x) {
+             if (std::fabs(x - 1.2) < 1e-6 || std::fabs(x - 2.0) < 1e-6) return double{NAN};
+             return x < 0.5 || x > 2.0 ? 0.0 : x < 1.2 ? 1e26 : 3e26;
          }},
         {"rectangle",
          24,
@@ -403,13 +423,13 @@ TEST(Generation, GivenProfilesStandOnTheMeshAndHoldTheirCurrent)
     Stack stack({{1e-6, 1e4, 1e22}, {2e-6, 1e4, 5e23}}, 41);
     WorkPoint wp = lit();
     wp.generationSpecified = true;
-    wp.generationFile = file;
     wp.attenuation = 50.0;
     for (const Row& r : rows) {
         Surroundings surroundings;
         GenerationParameters gp;
-        wp.generationFromFile = r.model == 0;
-        if (r.model != 0) wp.generationModel = model_of_number(r.model);
+        wp.generationFromFile = r.model <= 0;
+        wp.generationFile = r.model == 0 ? file : step;
+        if (r.model > 0) wp.generationModel = model_of_number(r.model);
         wp.generationModel.values = r.p;
         ASSERT_TRUE(read_given_generation(surroundings, wp, stack.set3, gp)) << r.what;
         EXPECT_NEAR(CalculateIdealCurrentFromGenerationFileOrModel(gp.given), r.J_mA_cm2, r.tolerance) << r.what;
