@@ -131,6 +131,8 @@ int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
         x_before = x;
         ++rows;
     }
+    if (rows == 1 && kind == FileKind::generation)
+        watch.find(largest_line, "a single row gives no light: two are needed");
     if (rows > 0) check_size(kind, heading, largest, largest_line, watch);
     return rows;
 }

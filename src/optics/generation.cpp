@@ -27,6 +27,11 @@ bool GetGenerationFromFile(Surroundings& surroundings, const WorkPoint& wp, Give
     TwoColumns rows;
     const int count = ReadKOVINFile(surroundings, wp.generationFile, FileKind::generation, 1, false, rows);
     if (count < 1) return false;
+    if (count < 2) {
+        KOVINErrorMessage(surroundings.report, "Error trying to read the generation file G(x)",
+                          "The generation file '" + wp.generationFile + "' has one row; G(x) lies between two.");
+        return false;
+    }
     if (count > max_generation_points) {
         KOVINErrorMessage(surroundings.report, "Error trying to read the generation file G(x)",
                           "The generation file '" + wp.generationFile + "' contains too many " + std::to_string(count) +

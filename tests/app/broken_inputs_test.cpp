@@ -196,7 +196,8 @@ TEST(BrokenInputs, RowsThatAreNoneAreToldAndPassedOver)
             if (kind.keyed() || kind.refuses_rows) continue;
             SCOPED_TRACE(kind.extension + ", " + fault.what);
             const Outcome outcome = bench.of(kind, fault.text);
-            EXPECT_TRUE(outcome.taken);
+            // G(x) lies between rows: a single one gives no light.
+            EXPECT_EQ(outcome.taken, kind.extension != "gen" || fault.what != std::string("one row"));
             EXPECT_TRUE(fault.told.empty() || outcome.told(fault.told)) << outcome.said();
         }
 }

@@ -160,6 +160,7 @@ TEST(CheckFile, OtherKinds)
         {"x.ftr", "300 0.5\n400 1\n", {":2: no value is above 1: percent is meant"}},
         {"x.ftr", "nan 3\n300 105\n", {":1: is no row", ":2: percentage 105"}},
         {"x.gen", "-1 1e20\n1 1e21\n", {":1: position -1"}},
+        {"x.gen", "um G\n1 1e21\n", {":2: a single row"}},
         {"x.gen", "0 1\n1 1\n1 2\n2 2\n2 1\n3 1\n", {}},  // interfaces are double points
         {"x.gen", "0 1\n1 1\n1 2\n1 3\n2 1\n", {":4: position repeats"}},
         {"x.opt", "300 1e-20\n400 -1e-20\n", {":2: cross section"}},

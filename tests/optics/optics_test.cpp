@@ -449,6 +449,10 @@ TEST(Generation, GivenProfilesStandOnTheMeshAndHoldTheirCurrent)
     wp.generationModel.values = {6.242e16, -5, 0.1};
     EXPECT_FALSE(read_given_generation(surroundings, wp, stack.set3, gp)) << "all in front of the cell";
     EXPECT_EQ(surroundings.report.messages.size(), 1u);
+    wp.generationFromFile = true;
+    wp.generationFile = scratch.put("one.gen", "1 1e26\n").string();
+    EXPECT_FALSE(read_given_generation(surroundings, wp, stack.set3, gp)) << "one row";
+    EXPECT_EQ(surroundings.report.messages.size(), 2u);
 }
 
 }  // namespace
