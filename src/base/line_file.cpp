@@ -38,7 +38,11 @@ std::string_view why_unreadable(const std::filesystem::path& file)
     const auto size = std::filesystem::file_size(file, error);
     if (error || ::access(file.c_str(), R_OK) != 0) return "cannot be read";
     if (size == 0) return is_empty;
-    return size > largest_file ? "is larger than 64 MB and is not read" : "";
+    if (size > largest_file) return "is larger than 64 MB and is not read";
+    char head[2] = {};
+    std::ifstream(file, std::ios::binary).read(head, 2);
+    const std::string_view mark(head, 2);
+    return mark == "\xFF\xFE" || mark == "\xFE\xFF" ? "is UTF-16, not plain text" : "";
 }
 
 std::optional<std::string> read_whole_file(const std::filesystem::path& file)

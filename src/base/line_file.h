@@ -13,8 +13,8 @@
 namespace kovin {
 
 /// Why there is nothing to read in a file, for a message behind its name: "is not there", "is a folder", "is not a
-/// regular file" (a pipe, a device), "cannot be read", "is empty", "is larger than 64 MB and is not read"; "" if there
-/// is something.
+/// regular file" (a pipe, a device), "cannot be read", "is empty", "is larger than 64 MB and is not read", "is UTF-16,
+/// not plain text"; "" if there is something.
 [[nodiscard]] std::string_view why_unreadable(const std::filesystem::path& file);
 
 /// The contents of a regular file as bytes; nothing if why_unreadable names another fault than that it is empty.

@@ -4,6 +4,7 @@
 #include "device/defect_levels.h"
 #include "device/definition_places.h"
 #include "device/graded_values.h"
+#include "device/quantities.h"
 
 #include <algorithm>
 
@@ -140,6 +141,8 @@ void check_interface(PhysicsCheck& check, std::size_t i)
 void check_contact(PhysicsCheck& check, const ContactParameters& contact, const LayerParameters& layer,
                    const std::string& side)
 {
+    if (!contact.filter && !contact.filter_file.empty())
+        check.find(side, "filterfile", side + " contact: the filter file is not read without a line optical filter");
     if (contact.filter && contact.filter_constant && contact.filter_transmission && contact.filter_value == 0.0)
         check.find(side, "filter value", side + " contact: no filter value, or 0: no light passes the filter");
     if (contact.flatband || !has_edges(layer)) return;
@@ -165,9 +168,22 @@ void check_physical_sense(const Definition& definition, LineWatch& watch)
     for (std::size_t i = 0; i < count; ++i) {
         const std::string name = "layer " + integer(static_cast<int>(i) + 1);
         check_permittivity(check, cell.layer[i], name);
+        for (const QuantityRow& row : graded_quantities()) {
+            const Profile& profile = cell.layer[i].material.*row.member;
+            if (profile.law == Law::from_file && profile.dependence == Dependence::uniform)
+                check.find(name, std::string(row.word),
+                           name + ": the grading file of " + std::string(row.word) +
+                               " is not read, as the dependence is 2 (uniform)");
+        }
         for (int k = 0; k < cell.layer[i].srhteller; ++k) check_levels(check, cell.layer[i], k + 1, name);
     }
     for (std::size_t i = 0; i + 1 < count; ++i) check_interface(check, i);
+    const DefinitionWorkPoint& point = definition.workPoint;
+    constexpr const char* idle = " does not count without a line ";
+    if (point.Rs != 0.0 && !point.RsPresent)
+        check.find("working point", "Rs [Ohm.m2]", std::string("Rs") + idle + "Series resistance : 1");
+    if (point.Gsh != 0.0 && !point.GshPresent)
+        check.find("working point", "Gsh [S/m2]", std::string("Gsh") + idle + "Shunt conductance : 1");
     check_contact(check, cell.right, cell.layer[count - 1], "right");
 }
 

@@ -229,7 +229,9 @@ bool read_all(Surroundings& surroundings, Reading& reading)
     if (source.section("front contact") || source.starts("right contact"))
         read_contact(reading, reading.cell().right, true);
     if (source.section("working point")) read_working_point(reading);
-    return !source.failed() && finish(reading);
+    if (source.failed() || !finish(reading)) return false;
+    if (source.section("spectrumfile")) source.find_rest("stands behind spectrumfile and is not read");
+    return true;
 }
 
 }  // namespace

@@ -124,7 +124,7 @@ void LineWatch::find(int line, const std::string& text)
     if (findings.size() < most)
         findings.push_back({line, text});
     else if (findings.size() == most)
-        findings.push_back({0, "there is more; it is not listed"});
+        findings.push_back({line, "there is more; it is not listed"});
 }
 
 KeyedSource::KeyedSource(Report& report, std::string title, std::string name, std::string text, std::size_t limit,
@@ -219,6 +219,14 @@ void KeyedSource::settle()
     taken_.clear();
     asked_.clear();
     line_.clear();
+}
+
+void KeyedSource::find_rest(const std::string& why)
+{
+    while (watch_ && next()) {
+        watch_->find(reader_.line_number(), why);
+        line_.clear();
+    }
 }
 
 bool KeyedSource::only_begins(std::string_view key) const

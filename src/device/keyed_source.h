@@ -62,6 +62,8 @@ public:
     void set_watch(LineWatch* watch) { watch_ = watch; }
     /// The present line began like a known one but says nothing that is known.
     void not_known() { taken_.clear(); }
+    /// Under a watch: every line that follows is a finding.
+    void find_rest(const std::string& why);
     /// The name of a file that the present line holds.
     void note_file(const std::string& name);
 

@@ -101,6 +101,11 @@ TEST(CheckFile, NamesTheLineAndTheFault)
         {"filter value : 0.1", "filter value : 10", "filter value = \"10\""},
         {"reflection\nwavelength independent : 1\nfilter value : 0.1", "transmission\nwavelength independent : 1",
          "right contact: no filter value"},
+        {"Rfront : 0.1", "Rfront : 0.1\nspectrumfile : a.spe\nRs [Ohm.m2] : 1",
+         "stands behind spectrumfile and is not read"},
+        {"Rfront : 0.1", "Rfront : 0.1\nRs [Ohm.m2] : 1", "Rs does not count without a line Series resistance"},
+        {"optical filter : reflection", "filterfile : a.ftr", "right contact: the filter file is not read without"},
+        {"eps : 10", "eps : 10 10 0 1 1 10 10 12 2 a.grad", "layer 1: the grading file of eps is not read"},
         {"Rfront : 0.1", "Rfront : 1.1", "internal Rfront"},
         {"model : power law 1", "model : stairs", "the absorption model is not known"},
         // more than one line tells

@@ -73,10 +73,12 @@ TEST(LineFile, WholeFiles)
     EXPECT_EQ(read_whole_file(file), "through") << "a link stays a link";
 
     ASSERT_TRUE(write_whole_file(file, ""));
+    ASSERT_TRUE(write_whole_file(folder.path() / "wide", std::string("\xFF\xFEl\0\n\0", 6)));
     ASSERT_EQ(::mkfifo((folder.path() / "pipe").c_str(), 0600), 0);
     const std::pair<std::filesystem::path, const char*> faults[] = {
         {folder.path() / "none", "is not there"},
         {folder.path(), "is a folder"},
+        {folder.path() / "wide", "is UTF-16, not plain text"},
         {folder.path() / "pipe", "is not a regular file"},  // and is not waited for
         {"/dev/zero", "is not a regular file"},
         {file, "is empty"},
@@ -85,7 +87,7 @@ TEST(LineFile, WholeFiles)
         EXPECT_EQ(why_unreadable(name), fault);
         EXPECT_EQ(read_whole_file(name).has_value(), name == file) << name;
     }
-    std::filesystem::remove(folder.path() / "pipe");
+    for (const char* name : {"pipe", "wide"}) std::filesystem::remove(folder.path() / name);
     EXPECT_FALSE(write_whole_file(folder.path(), "x"));
     EXPECT_FALSE(write_whole_file(folder.path() / "none" / "a.iv", "x"));
     std::filesystem::remove(folder.path() / "link.iv");
