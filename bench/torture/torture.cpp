@@ -130,7 +130,10 @@ void run(const Wishes& wishes)
         const Walk w = walker.walk();
         figures.add(*torture, w);
         const std::string line = told(id, *torture, w);
-        if (!w.finished()) figures.failed.push_back(line);
+        if (!w.finished()) {
+            testing::Device& device = walker.solved();
+            figures.failed.push_back(line + "\n       " + failure_advice(device.problem(), device.memory.work));
+        }
         if (wishes.lines) std::cout << line << std::endl;
     }
     print_table(wishes, figures);

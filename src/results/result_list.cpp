@@ -10,10 +10,10 @@ CurveAccuracy accuracy(const IvCurve& curve)
     CurveAccuracy all;
     for (std::size_t i = 0; i < curve.J_error.size(); ++i) {
         const double J = std::fabs(curve.ivcurrent[i]), error = curve.J_error[i], noise = curve.J_noise[i];
-        all.largest_error = std::max(all.largest_error, error);
-        if (curve.noise_limited[i] != 0.0) all.limited_below = std::max({all.limited_below, noise, error});
-        // At V = 0 in the dark the current is rounding alone.
-        if (curve.iv_as[i] != 0.0 && J > 0.0 && error / J > all.worst_relative) {
+        if (!std::isfinite(error)) continue;
+        all.largest_error = std::isfinite(all.largest_error) ? std::max(all.largest_error, error) : error;
+        if (curve.noise_limited[i] != 0.0) all.limited_below = std::max(all.limited_below, error);
+        if (J > noise && error / J > all.worst_relative) {
             all.worst_relative = error / J;
             all.at_V = curve.iv_as[i];
         }

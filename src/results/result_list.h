@@ -7,6 +7,7 @@
 #include "results/iv_characteristics.h"
 
 #include <filesystem>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,7 +31,7 @@ struct RunRecord {
 
 /// What the points of a curve say of their own accuracy, taken together.
 struct CurveAccuracy {
-    double largest_error = 0.0;   ///< of the current [mA/cm2]
+    double largest_error = std::numeric_limits<double>::quiet_NaN();  ///< of the current [mA/cm2]; NaN: not known
     double worst_relative = 0.0;  ///< largest error over current, where the current is more than rounding
     double at_V = 0.0;            ///< where that is [V]
     double limited_below = 0.0;   ///< currents below this one are limited by rounding [mA/cm2]; 0 if none is

@@ -11,15 +11,27 @@ namespace {
 
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
+/// What comes from the right less what comes from the left, whose ratio is exp(step): from the densities, which stay
+/// finite where u and v of a strong bias do not.
+double net_flux(double from_left, double from_right, double step)
+{
+    constexpr double small_step = 0.4;
+    return std::fabs(step) < small_step ? from_left * std::expm1(step) : from_right - from_left;
+}
+
 /// Currents of the intervals, each at the left point of its interval; then the node values of one layer: the mean of
 /// the two intervals beside a point, the only interval at the two ends.
 void currents_of_layer(const Problem& problem, const CalculationVariables& cv, std::size_t first, std::size_t last,
                        CurrentProfile& c)
 {
     const Discretisation& g = problem.grid;
+    const OnMesh& on = problem.set3.on;
     for (std::size_t i = first; i < last; ++i) {
-        c.j_n[i] = g.n_current[i + 1] * cv.epsi[i] * cv.Bn_min[i + 1] * cv.du[i + 1];
-        c.j_p[i] = -g.p_current[i + 1] * cv.empsi[i] * cv.Bp_plus[i + 1] * cv.dv[i + 1];
+        const double per_n = g.n_current[i + 1] / on.Wn[i], per_p = g.p_current[i + 1] / on.Wp[i];
+        c.j_n[i] = net_flux(per_n * cv.n[i] * cv.Bn_min[i + 1], per_n * cv.n[i + 1] * cv.Bn_plus[i + 1],
+                            cv.Fn[i + 1] - cv.Fn[i]);
+        c.j_p[i] = -net_flux(per_p * cv.p[i] * cv.Bp_plus[i + 1], per_p * cv.p[i + 1] * cv.Bp_min[i + 1],
+                             cv.Fp[i] - cv.Fp[i + 1]);
     }
     for (auto* j : {&c.j_n, &c.j_p}) {
         (*j)[last] = (*j)[last - 1];
@@ -59,11 +71,13 @@ ContactCurrents contact_currents(const Problem& problem, const CalculationVariab
     const CalculationParameters& set3 = problem.set3;
     const double left = 0.1 * set3.scale.current(0);
     const double right = 0.1 * set3.scale.current(set3.layers - 1);
-    const double n_right = std::exp(cv.V_kT) * std::expm1(cv.Fn.back() - cv.V_kT);
-    const double p_right = std::exp(-cv.V_kT) * std::expm1(cv.V_kT - cv.Fp.back());
+    const double V = cv.V_kT, psi = cv.psi.back();
+    // Densities in equilibrium with the contact: the bias drops out of their exponents.
+    const double n_right = set3.on.Wn.back() * std::exp(psi + V), p_right = set3.on.Wp.back() * std::exp(-psi - V);
     return {left * cv.bn.front() * set3.Sn_left * std::expm1(cv.Fn.front()),
             -left * cv.bp.front() * set3.Sp_left * std::expm1(-cv.Fp.front()),
-            -right * cv.bn.back() * set3.Sn_right * n_right, right * cv.bp.back() * set3.Sp_right * p_right};
+            -right * set3.Sn_right * n_right * std::expm1(cv.Fn.back() - V),
+            right * set3.Sp_right * p_right * std::expm1(V - cv.Fp.back())};
 }
 
 InterfaceCurrents interface_currents(const Problem& problem, const CalculationVariables& cv, std::size_t interface)

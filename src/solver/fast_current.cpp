@@ -3,6 +3,7 @@
 #include "device/boxes.h"
 #include "solver/currents.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -27,7 +28,8 @@ Estimate quietest_interval(const CalculationParameters& set3, const FastArrays& 
         std::size_t at = 0;
         double least = std::numeric_limits<double>::infinity();
         for (std::size_t i = a.layer[j].first + 1; i <= a.layer[j].last; ++i) {
-            const double noise = a.jn_left[i] * (1.0 + std::fabs(a.Fn[i])) + a.jp_left[i] * (1.0 + std::fabs(a.Fp[i]));
+            const double n_flux = std::max(a.jn_left[i], a.jn_right[i]), p_flux = std::max(a.jp_left[i], a.jp_right[i]);
+            const double noise = n_flux * (1.0 + std::fabs(a.Fn[i])) + p_flux * (1.0 + std::fabs(a.Fp[i]));
             if (noise < least) {
                 least = noise;
                 at = i;
@@ -64,7 +66,7 @@ double exchange(const CalculationParameters& set3, int layer, double velocity, d
 
 }  // namespace
 
-void fast_current(const Problem& problem, const FastArrays& a, FastWork& work, CalculationVariables& cv)
+bool fast_current(const Problem& problem, const FastArrays& a, FastWork& work, CalculationVariables& cv)
 {
     const CalculationParameters& set3 = problem.set3;
     const ContactCurrents contacts = contact_currents(problem, cv);
@@ -75,10 +77,12 @@ void fast_current(const Problem& problem, const FastArrays& a, FastWork& work, C
         exchange(set3, 0, set3.Sn_left, a.n[0], a.Fn[0]) + exchange(set3, last, set3.Sp_right, a.p[z], a.Fp[z]);
     const double from_right =
         exchange(set3, last, set3.Sn_right, a.n[z], a.Fn[z]) + exchange(set3, 0, set3.Sp_left, a.p[0], a.Fp[0]);
-    const Estimate estimates[] = {
+    Estimate estimates[] = {
         quietest_interval(set3, a),
         {contacts.j_n_left + rates.net + contacts.j_p_right, 2.0 * eps * (from_left + rates.gross)},
         {contacts.j_n_right - rates.net + contacts.j_p_left, 2.0 * eps * (from_right + rates.gross)}};
+    for (Estimate& e : estimates)
+        if (!std::isfinite(e.J)) e.noise = std::numeric_limits<double>::infinity();
     const Estimate *best = &estimates[0], *second = &estimates[1];
     if (second->noise < best->noise) std::swap(best, second);
     if (const Estimate* third = &estimates[2]; third->noise < best->noise) {
@@ -88,8 +92,10 @@ void fast_current(const Problem& problem, const FastArrays& a, FastWork& work, C
         second = third;
     }
     cv.J_median = best->J;
-    cv.J_error = std::fabs(best->J - second->J);
+    cv.J_error = std::max(std::fabs(best->J - second->J), best->noise);
     cv.J_noise = best->noise;
+    constexpr double settled_to = 1e-6;
+    return cv.J_error <= std::max(settled_to * std::fabs(best->J), best->noise + second->noise);
 }
 
 }  // namespace kovin

@@ -15,9 +15,10 @@
 
 namespace kovin {
 
-/// @return nothing: sets J_median, J_error and J_noise of the state.
+/// Sets J_median, J_error and J_noise of the state.
+/// @return the two best estimates agree, to 1e-6 of J or their rounding
 /// @pre fast_physics of this state; the variables of the state follow from psi, Fn, Fp; terms_interface is of this
 /// state
-void fast_current(const Problem& problem, const FastArrays& arrays, FastWork& work, CalculationVariables& cv);
+bool fast_current(const Problem& problem, const FastArrays& arrays, FastWork& work, CalculationVariables& cv);
 
 }  // namespace kovin

@@ -5,7 +5,7 @@ namespace kovin {
 
 const FastKernel& fast_kernel_baseline()
 {
-    static const FastKernel kernel = kernel_baseline::loops("x86-64");
+    static constexpr FastKernel kernel = kernel_baseline::loops("x86-64");
     return kernel;
 }
 

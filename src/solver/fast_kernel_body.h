@@ -338,6 +338,6 @@ FastStep update(const FastArrays& a, double psi_limit)
 }  // namespace
 
 /// The loops of this build, by name.
-[[nodiscard]] FastKernel loops(const char* name) { return {name, carriers, terms, rows, eliminate, update}; }
+constexpr FastKernel loops(const char* name) { return {name, carriers, terms, rows, eliminate, update}; }
 
 }  // namespace kovin::KOVIN_KERNEL_BUILD

@@ -11,7 +11,7 @@ namespace kovin {
 const FastKernel* fast_kernel_v3()
 {
 #if defined(KOVIN_KERNEL_V3)
-    static const FastKernel kernel = kernel_v3::loops("x86-64-v3");
+    static constexpr FastKernel kernel = kernel_v3::loops("x86-64-v3");
     return &kernel;
 #else
     return nullptr;

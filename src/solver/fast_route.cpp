@@ -36,6 +36,7 @@ public:
     {
         work.last.known = work.before.known = false;
         const double V = cv.V;
+        work.failure = {.V = V};
         keep();
         if (tries(FastRung::newton) && newton(full_light)) return done();
         if (tries(FastRung::steps) && !stopped && ramp(full_light)) return done();
@@ -48,6 +49,7 @@ public:
     bool voltage(double V)
     {
         take_up_history();
+        work.failure = {.V = V};
         if (steps_to(V, full_light)) return done();
         if (tries(FastRung::transient) && !stopped && transient(V)) return done();
         if (tries(FastRung::careful) && !stopped && steps_to(V, careful_limits)) return done();
@@ -90,7 +92,7 @@ private:
         last_steps = solve.steps;
         stopped = solve.outcome == FastOutcome::stopped;
         if (!solve.good()) {
-            failed_solve = solve;
+            if (size_of(solve.last) > 0.0) failed_solve = solve;
             restore();
             return false;
         }
@@ -105,6 +107,7 @@ private:
     {
         constexpr double weakest = 1e-60, least_exponent = 1e-3;
         const std::vector<double>& full = problem.G;
+        if (std::all_of(full.begin(), full.end(), [](double g) { return g == 0.0; })) return false;
         const auto solve = [&](double part) {
             for (std::size_t i = 0; i < full.size(); ++i) work.G[i] = part * full[i];
             arrays.G = work.G.data();
@@ -209,10 +212,7 @@ private:
 
     bool transient(double V)
     {
-        if (problem.monitor != nullptr)
-            problem.monitor->post({.status = 1,
-                                   .text = "slow convergence at V = " + fixed(V * problem.voltage_sign, 0, 3) +
-                                           " V, following the transient"});
+        tell("slow convergence at V = " + shown(V) + " V, following the transient");
         if (V != cv.V) {
             work.before.known = false;
             predict(V);
@@ -221,9 +221,16 @@ private:
         return judge(solve);
     }
 
+    [[nodiscard]] std::string shown(double V) const { return fixed(V * problem.voltage_sign + 0.0, 0, 3); }
+    void tell(const std::string& text) const
+    {
+        if (problem.monitor != nullptr) problem.monitor->post({.status = 1, .text = text});
+    }
+
     /// The decoupled iteration on the mesh as it is.
     bool classic(double V)
     {
+        tell("V = " + shown(V) + " V: the classic route takes over");
         CalculationParameters set3 = problem.set3;
         set3.convergence.route = Route::classic;
         set3.convergence.coupling_scheme = decoupled;
@@ -269,9 +276,17 @@ private:
 
     bool done()
     {
+        if (!fast_complete_state(problem, workspace, cv) && !noise_limited) {
+            // One step more, where the current hangs on differences that the last one has not brought to rest. If it
+            // fails, the state is the one before.
+            if (!newton(full_light) && stopped) return give_up();
+            fast_complete_state(problem, workspace, cv);
+        }
+        if (!std::isfinite(cv.J_median)) return give_up();
         if (!work.last.known || work.last.V != cv.V) work.before.known = false;
         remember(work.last);
-        fast_complete_state(problem, workspace, cv);
+        const double t = size_of(last_step);
+        cv.J_error = std::max(cv.J_error, t * t * std::fabs(cv.J_median));
         cv.iterations = steps;
         cv.noise_limited = noise_limited;
         cv.max_delta_psi = last_step.psi;
@@ -295,16 +310,21 @@ private:
 
 }  // namespace
 
-void fast_complete_state(const Problem& problem, Workspace& work, CalculationVariables& cv)
+bool fast_complete_state(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
     update_psivar(problem.set3, cv);
     update_Fn(cv);
     update_Fp(cv);
-    totale_rdcbijdrage(problem, cv);
-    extraheer_stroom(problem, cv, work.currents);
     const FastArrays arrays = work.fast.arrays(problem, cv);
     fast_physics(problem, *work.fast.kernel, arrays);
-    fast_current(problem, arrays, work.fast, cv);
+    // exp(psi) exp(Fn) overflows beyond some 700 kT of bias, the sum of the logarithms does not.
+    std::copy_n(arrays.n, arrays.N, cv.n.begin());
+    std::copy_n(arrays.p, arrays.N, cv.p.begin());
+    std::copy_n(arrays.P, arrays.N, cv.P.begin());
+    totale_rdcbijdrage(problem, cv);
+    fast_interface_states(problem, arrays, cv);
+    extraheer_stroom(problem, cv, work.currents);
+    return fast_current(problem, arrays, work.fast, cv);
 }
 
 bool fast_onder_belichting(const Problem& problem, Workspace& work, CalculationVariables& cv)

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cmath>
 
 namespace kovin {
@@ -244,7 +245,7 @@ void interface_rows(const Problem& problem, const FastArrays& a, const Interface
 void FastWork::prepare(const CalculationParameters& set3, const Mesh& mesh, const BulkDefects& defects)
 {
     points_ = at(mesh.N);
-    constexpr std::size_t array_count = 60;
+    constexpr std::size_t array_count = 47;  // of arrays()
     store_.assign(array_count * points_, 0.0);
     E_.assign(9 * points_, 0.0);
     x_.assign(3 * points_, 0.0);
@@ -264,7 +265,7 @@ void FastWork::prepare(const CalculationParameters& set3, const Mesh& mesh, cons
         for (std::size_t i = first; i <= last_point; ++i) {
             lnWn[i] = std::log(on.Nc[i]) - (set3.phi_left - on.chi[i]) / set3.kT;
             lnWp[i] = std::log(on.Nv[i]) + (set3.phi_left - on.chi[i] - on.Eg[i]) / set3.kT;
-            ni2[i] = on.Wn[i] * on.Wp[i];
+            ni2[i] = on.Nc[i] * on.Nv[i] * std::exp(-on.Eg[i] / set3.kT);
             if (i == first) continue;
             const double h = mesh.h[i - 1];
             dGn[i] = on.Gn[i] - on.Gn[i - 1];
@@ -290,6 +291,7 @@ void FastWork::prepare(const CalculationParameters& set3, const Mesh& mesh, cons
 
 FastArrays FastWork::arrays(const Problem& problem, CalculationVariables& cv)
 {
+    assert(prepared_for(cv.psi.size()));
     const OnMesh& on = problem.set3.on;
     levels_.clear();
     for (const DefectEnergy& e : problem.defects.energies)
@@ -340,6 +342,18 @@ void fast_physics(const Problem& problem, const FastKernel& kernel, const FastAr
     }
 }
 
+void fast_interface_states(const Problem& problem, const FastArrays& a, CalculationVariables& cv)
+{
+    for (InterfaceTerms& states : cv.terms_interface) states = {};
+    const auto& energies = problem.interface_states.energies;
+    for (std::size_t k = 0; k < energies.size();) {
+        const std::size_t j = energies[k].interface;
+        const InterfaceCarriers carriers = densities_at_interface(problem, a, j);
+        for (; k < energies.size() && energies[k].interface == j; ++k)
+            ifrdcbijdrage_een_niveau(energies[k], carriers, cv.terms_interface[j]);
+    }
+}
+
 void fast_rows(const Problem& problem, const FastKernel& kernel, const FastArrays& a, CalculationVariables& cv)
 {
     kernel.rows(a);
@@ -355,20 +369,17 @@ void fast_rows(const Problem& problem, const FastKernel& kernel, const FastArray
         }
     }
     contact_rows(problem, a, cv, both);
-    for (InterfaceTerms& states : cv.terms_interface) states = {};
+    fast_interface_states(problem, a, cv);
     const auto& energies = problem.interface_states.energies;
     for (std::size_t j = 0, k = 0; j + 1 < a.layers; ++j) {
-        InterfaceTerms& states = cv.terms_interface[j];
         if (k < energies.size() && energies[k].interface == j) {
             const InterfaceCarriers carriers = densities_at_interface(problem, a, j);
-            const std::size_t first = k;
-            for (; k < energies.size() && energies[k].interface == j; ++k)
-                ifrdcbijdrage_een_niveau(energies[k], carriers, states);
             InterfaceTransferSums sums;
-            for (std::size_t e = first; e < k; ++e) add_transfer_sums(energies[e], carriers, sums);
-            interface_state_rows(states, sums, a.full[2 * j + 1], a.full[2 * j + 2]);
+            for (; k < energies.size() && energies[k].interface == j; ++k)
+                add_transfer_sums(energies[k], carriers, sums);
+            interface_state_rows(cv.terms_interface[j], sums, a.full[2 * j + 1], a.full[2 * j + 2]);
         }
-        interface_rows(problem, a, states, j, both);
+        interface_rows(problem, a, cv.terms_interface[j], j, both);
     }
     for (std::size_t k = 0; k < 2 * a.layers; ++k) scale_rows(a.full[k]);
 }

@@ -24,6 +24,7 @@ struct FastHistory {
 
 /// What moved most in the last attempt of a solve that failed.
 struct FastFailure {
+    double V = 0.0;  ///< of the solve, internal sign [V]
     enum Quantity { psi, electrons, holes };
     bool known = false;
     std::size_t layer = 0;  ///< from 0
@@ -64,6 +65,9 @@ private:
 
 /// Physics of the present state: carriers, fluxes, charge and recombination of the bulk.
 void fast_physics(const Problem& problem, const FastKernel& kernel, const FastArrays& arrays);
+
+/// The states of all interfaces (terms_interface, slopes to ln n and ln p). @pre fast_physics of this state
+void fast_interface_states(const Problem& problem, const FastArrays& arrays, CalculationVariables& cv);
 
 /// All rows of the system, with the states of the interfaces (terms_interface, slopes to ln n and ln p).
 /// @pre fast_physics of this state

@@ -116,6 +116,13 @@ bool try_coupled(const Problem& problem, Workspace& work, CalculationVariables& 
 /// not keep each other going.
 constexpr int mesh_waits_from = 10;
 
+/// Neither equilibrium nor the classic route tells how exact its current is.
+void nothing_known_of_the_error(CalculationVariables& cv)
+{
+    cv.J_error = cv.J_noise = std::numeric_limits<double>::quiet_NaN();
+    cv.noise_limited = false;
+}
+
 constexpr int never = std::numeric_limits<int>::max();
 
 /// First pass of the outer iteration that solves all equations together.
@@ -134,6 +141,7 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
     assert(problem.G.size() == cv.psi.size());
     const int min_outer = std::max(2, static_cast<int>(0.2 * settings.maxiter));
     cv.max_delta_psi = cv.max_delta_Fn = cv.max_delta_Fp = 1e30;
+    nothing_known_of_the_error(cv);
     keep_for_averaging(work, cv);
     CurrentTest test;
     work.relaxation.start();
@@ -194,6 +202,8 @@ void mesh_follows(const Problem& problem, Workspace& work, CalculationVariables&
 
 bool equilibrium(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
+    nothing_known_of_the_error(cv);
+    work.fast.failure = {};
     if (on_fast_route(problem) && fast_equilibrium_with_mesh(problem, work, cv)) return true;
     eerste_schatting(problem.set3, cv);
     const bool converged = dc_Gummel_iteration_psi(problem, work, cv, problem.set3.convergence.maxiter_psi_equilibrium);
@@ -220,14 +230,21 @@ void renew_current(const Problem& problem, Workspace& work, CalculationVariables
         extraheer_stroom(problem, cv, work.currents);
 }
 
+double failed_voltage(const Problem& problem, const Workspace& work, const CalculationVariables& cv)
+{
+    return on_fast_route(problem) ? work.fast.failure.V : cv.V;
+}
+
 std::string failure_advice(const Problem& problem, const Workspace& work)
 {
+    if (!on_fast_route(problem)) return "Smaller steps of the voltage or --route fast may help.";
     const FastFailure& failure = work.fast.failure;
-    if (!on_fast_route(problem) || !failure.known) return "Smaller steps of the voltage or --route fast may help.";
+    if (!failure.known) return "Look at the units of the cell; less extreme values may help.";
     constexpr const char* names[] = {"The potential", "The electron density", "The hole density"};
     return std::string(names[static_cast<std::size_t>(failure.quantity)]) + " in layer " +
-           std::to_string(failure.layer + 1) +
-           " did not settle. Smaller steps of the voltage, a finer mesh or less extreme values in this layer may help.";
+           std::to_string(failure.layer + 1) + " did not settle. " +
+           (failure.V != 0.0 ? "Smaller steps of the voltage, a" : "A") +
+           " finer mesh or less extreme values in this layer may help.";
 }
 
 bool volgende_iv_punt(const Problem& problem, Workspace& work, CalculationVariables& cv, double Vfrom, double Vto,

@@ -23,6 +23,9 @@ bool onder_belichting(const Problem& problem, Workspace& work, CalculationVariab
 /// Renews the current of a state that was solved before and has been taken up again.
 void renew_current(const Problem& problem, Workspace& work, CalculationVariables& cv);
 
+/// Voltage of the solve that has just failed [V, internal sign]; the state may stand at the last one that converged.
+[[nodiscard]] double failed_voltage(const Problem& problem, const Workspace& work, const CalculationVariables& cv);
+
 /// What did not settle in the solve that has just failed, and what to try: one or two sentences for the user.
 [[nodiscard]] std::string failure_advice(const Problem& problem, const Workspace& work);
 

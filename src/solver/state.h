@@ -72,11 +72,11 @@ struct CalculationVariables {
     double max_delta_psi = 0.0, max_delta_Fn = 0.0, max_delta_Fp = 0.0;  ///< last updates [kT]
     double J_median = 0.0;                                               ///< total current density [mA/cm2]
     double J_spread = 0.0;                                               ///< largest deviation from it along x [mA/cm2]
-    double J_error = 0.0;        ///< difference between J and the second best estimate of it; fast route only [mA/cm2]
-    double J_noise = 0.0;        ///< rounding of J; fast route only [mA/cm2]
-    bool noise_limited = false;  ///< rounding moves the state by more than the tolerance
-    bool J_constant = false;     ///< the spread is within the tolerance
-    int iterations = 0;          ///< outer passes of the last solve; -1 marks a failed state
+    double J_error = 0.0;  ///< difference between J and the second best estimate of it; NaN where not known [mA/cm2]
+    double J_noise = 0.0;  ///< rounding of J; fast route only [mA/cm2]
+    bool noise_limited = false;             ///< rounding moves the state by more than the tolerance
+    bool J_constant = false;                ///< the spread is within the tolerance
+    int iterations = 0;                     ///< outer passes of the last solve; -1 marks a failed state
     int its_psi = 0, its_u = 0, its_v = 0;  ///< inner iterations of the last pass
 
     /// Sizes all arrays for the mesh; zero state.

@@ -113,9 +113,11 @@ bool CheckConvergenceFailure(Surroundings& surroundings, const Simulation& s, bo
     if (converged) {
         surroundings.monitor.post({.text = name + ' ' + volt});
     } else if (!surroundings.monitor.stopRequested()) {
-        KOVINErrorMessage(
-            surroundings.report, "Calculating " + name + "...",
-            "Convergence failure calculating for " + volt + ".\n" + failure_advice(s.solver_problem(), s.memory.work));
+        const Problem problem = s.solver_problem();
+        const double V = failed_voltage(problem, s.memory.work, s.currentCalcVars) * s.polarity.V + 0.0;
+        KOVINErrorMessage(surroundings.report, "Calculating " + name + "...",
+                          "Convergence failure calculating for V = " + fixed(V, 0, 3) + " Volt.\n" +
+                              failure_advice(problem, s.memory.work));
         surroundings.monitor.post({.status = 2, .text = "No " + name + " calculated (convergence failure)"});
     }
     return flag;
@@ -250,6 +252,7 @@ RunOutcome calculate(Surroundings& surroundings, Simulation& s)
     DataListElement& element = s.results.emplace_back();
     element.run = run_record(surroundings, s);
     element.actions = s.actie;
+    if (s.actie.IV_calculate) element.IV_points = static_cast<std::size_t>(std::max(s.actie.IV_points, 2));
     // What one of them does not reach is no matter to the next, which begins at a state of its own.
     for (const auto& measurement : measurements)
         if (measurement.asked && measurement.calculate(surroundings, s, element) == RunOutcome::stopped)

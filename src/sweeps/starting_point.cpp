@@ -153,9 +153,12 @@ StartOutcome CalculateStartingPoint(Surroundings& surroundings, Simulation& simu
         return StartOutcome::good;
     }
     if (surroundings.monitor.stopRequested()) return StartOutcome::stopped;
-    KOVINErrorMessage(surroundings.report, "Calculating first point of " + name + " from working point",
-                      "from V = " + shown(decision.Vfrom, 3) + " Volt to V = " + shown(decision.Vfirst, 3) +
-                          " V: convergence failure at V = " + shown(cv.V, 3) + " Volt");
+    const Problem problem = simulation.solver_problem();
+    KOVINErrorMessage(
+        surroundings.report, "Calculating first point of " + name + " from working point",
+        "from V = " + shown(decision.Vfrom, 3) + " Volt to V = " + shown(decision.Vfirst, 3) +
+            " V: convergence failure at V = " + shown(failed_voltage(problem, simulation.memory.work, cv), 3) +
+            " Volt.\n" + failure_advice(problem, simulation.memory.work));
     surroundings.monitor.post({.status = 2, .text = "no " + name + ": start-convergence failure"});
     return StartOutcome::failed;
 }

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace kovin {
 namespace {
 
@@ -150,6 +152,31 @@ TEST(CvAndCfFiles, LayoutOfTheTables)
     std::string row;
     for (int k = 0; k < 6; ++k) row += "   2.50000000e+02\t";
     EXPECT_TRUE(cf_naar_file("KOVIN", results).ends_with("      Z.phase(\xb0)\n" + row + "   250.000000\n\n"));
+}
+
+TEST(IvFile, RemarksTellHowExactTheCurrentIs)
+{
+    DataListElement element;
+    element.run.wp = InitialiseWorkPoint();
+    IvCurve& c = element.iv;
+    for (auto* column : {&c.iv_as, &c.ivcurrent, &c.TotalRec, &c.TotalGen, &c.ivleftcontact, &c.ivrightcontact,
+                         &c.ivifr, &c.ivbulk, &c.recSRH, &c.recRadiative, &c.recAuger})
+        *column = {0.0, 0.1, 0.2, 0.3};
+    c.ivcurrent = {1e-20, 1e-10, 1e-3, -20.0};
+    element.IV_points = 4;
+    const auto text = [&] { return iv_naar_file("KOVIN", {&element, 1}, CutCurves::truncate); };
+    const double unknown = std::numeric_limits<double>::quiet_NaN();
+    // What is not known, what is rounding alone, and what is exact are no reason for a remark.
+    c.J_error = {2e-18, unknown, 1e-9, 1e-6};
+    c.J_noise = {1e-18, unknown, 1e-12, 1e-9};
+    c.noise_limited = {0.0, 0.0, 0.0, 0.0};
+    EXPECT_EQ(text().find("remark"), std::string::npos) << text();
+    EXPECT_EQ(accuracy(c).largest_error, 1e-6);
+    c.J_error[2] = 5e-6;
+    c.noise_limited[1] = 1.0;
+    c.J_error[1] = c.J_noise[1] = 3e-10;
+    EXPECT_NE(text().find("uncertain by up to 5.0e-03 of its value (at V = 0.200 Volt)"), std::string::npos) << text();
+    EXPECT_NE(text().find("currents below 3.0e-09 A/m2 are limited by rounding"), std::string::npos) << text();
 }
 
 }  // namespace

@@ -187,6 +187,48 @@ TEST(FastRoute, FailureKeepsTheLastGoodStateAndTellsWhatDidNotSettle)
     EXPECT_FALSE(device.go_to(0.3)) << "a failed state is no place to start from";
 }
 
+// Densities and fluxes stay finite where exp(psi) does not.
+TEST(FastRoute, BiasBeyondTheRangeOfExponentials)
+{
+    Device device(silicon_junction(), 300.0, [](ConvergenceParameters& s) { s.route = Route::fast; });
+    ASSERT_TRUE(device.solve_equilibrium());
+    double before = 0.0;
+    for (int k = 1; k <= 30; ++k) {
+        ASSERT_TRUE(device.go_to(-k, 10)) << k;
+        const ContactCurrents c = contact_currents(device.problem(), device.cv);
+        for (const double J : {device.cv.J_median, device.cv.J_error, c.j_n_left, c.j_p_left, c.j_n_right, c.j_p_right,
+                               integrated_current(device.set3, device.cv.mesh, device.cv.terms_total.rec)})
+            ASSERT_TRUE(std::isfinite(J)) << -k << " V";
+        EXPECT_LT(device.cv.J_median, before) << -k << " V";
+        EXPECT_NEAR(device.recombination_minus_generation(true), device.cv.J_median,
+                    1e-5 * std::fabs(device.cv.J_median));
+        before = device.cv.J_median;
+    }
+}
+
+TEST(FastRoute, StatusLinesFollowTheRungs)
+{
+    const Case c = cases()[3];
+    Device device = device_of(c, Route::fast);
+    light_up(device, c);
+    Monitor monitor;
+    std::string told;
+    monitor.listener = [&](const Event& event) { told += event.text + '\n'; };
+    Problem problem = device.problem();
+    problem.monitor = &monitor;
+    problem.voltage_sign = -1.0;
+    ASSERT_TRUE(volgende_iv_punt(problem, device.memory.work, device.cv, 0.0, 0.1, 2));
+    EXPECT_EQ(told, "");
+    device.memory.work.fast.left_out = 0x1fU & ~(1U << static_cast<unsigned>(FastRung::transient));
+    ASSERT_TRUE(volgende_iv_punt(problem, device.memory.work, device.cv, 0.1, 0.2, 2));
+    EXPECT_EQ(told, "slow convergence at V = -0.200 V, following the transient\n");
+    // A stop is no failure of the cell: nothing is tried after it.
+    told.clear();
+    monitor.requestStop();
+    EXPECT_FALSE(volgende_iv_punt(problem, device.memory.work, device.cv, 0.2, 0.3, 2));
+    EXPECT_EQ(told, "");
+}
+
 TEST(FastRoute, BuildsAndScalesAgree)
 {
     const Case c = cases()[8];

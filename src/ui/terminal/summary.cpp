@@ -107,7 +107,8 @@ void iv_rows(std::string& out, const DataListElement& element, bool verbose)
     row(out, "FF        ", r.FFValid, r.FF, 2, "%", remark(r.FFExtrapolated));
     row(out, r.etaIsCollection ? "collection" : "efficiency", r.etaValid, r.eta, 2, "%", remark(r.etaExtrapolated));
     cut_row(out, "curve", element.iv.points(), element.IV_points);
-    if (verbose) out += "  J is certain to " + scientific(accuracy(element.iv).largest_error, 0, 1) + " mA/cm2\n";
+    const double error = accuracy(element.iv).largest_error;
+    if (verbose && std::isfinite(error)) out += "  J is certain to " + scientific(error, 0, 1) + " mA/cm2\n";
 }
 
 void qe_rows(std::string& out, const DataListElement& element)
@@ -128,7 +129,10 @@ std::string summary_table(const Summary& summary)
 {
     std::string out = summary.problem + '\n';
     if (summary.curves != nullptr) {
-        if (summary.curves->iv.points() > 0) iv_rows(out, *summary.curves, summary.verbose);
+        if (summary.curves->iv.points() > 0)
+            iv_rows(out, *summary.curves, summary.verbose);
+        else if (summary.curves->IV_points > 0)
+            out += "  no I-V curve: its first point did not converge\n";
         qe_rows(out, *summary.curves);
     }
     for (const auto& [kind, path] : summary.files) out += "  " + path.string() + '\n';
@@ -141,7 +145,7 @@ std::string summary_json(const Summary& summary)
     out += ",\"converged\":";
     out += summary.converged ? "true" : "false";
     const DataListElement* const curves = summary.curves;
-    const bool has_iv = curves != nullptr && curves->iv.points() > 0;
+    const bool has_iv = curves != nullptr && curves->IV_points > 0;
     const bool has_qe = curves != nullptr && curves->qe.points() > 0;
     out += ",\"iv\":" + (has_iv ? iv_json(*curves) : std::string("null"));
     if (has_qe) out += ",\"qe\":" + qe_json(*curves);
