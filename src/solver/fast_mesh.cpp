@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -69,10 +70,23 @@ double potential_step(const OnMesh& on, const CalculationVariables& cv, std::siz
         {std::fabs(step), std::fabs(step + on.Gn[i] - on.Gn[i - 1]), std::fabs(step + on.Gp[i] - on.Gp[i - 1])});
 }
 
-bool interface_has_states(const Problem& problem, std::size_t interface)
+/// Potential that an interval at a distance s [m] from the nearest interface may hold [kT]. Carriers that light heaps
+/// up before a step of their band fall off within a nanometre, and what crosses the step goes with their last density.
+double allowed_step(double s)
 {
-    return std::ranges::any_of(problem.interface_states.energies,
-                               [&](const InterfaceEnergy& e) { return e.interface == interface; });
+    constexpr double at_interface = 0.25, near = 2.0 * nm, far = 20.0 * nm;
+    return std::clamp(at_interface + (dpsi_max - at_interface) * (s - near) / (far - near), at_interface, dpsi_max);
+}
+
+/// How many times what it may hold the interval (i - 1, i) of layer j holds.
+double steepness(const Problem& problem, const CalculationVariables& cv, std::size_t j, std::size_t i)
+{
+    const Mesh& mesh = cv.mesh;
+    const double middle = 0.5 * (mesh.x_m[i] + mesh.x_m[i - 1]);
+    double s = std::numeric_limits<double>::infinity();
+    if (j > 0) s = middle - mesh.x_m[at(mesh.first[j])];
+    if (j + 1 < at(mesh.nlayers)) s = std::min(s, mesh.x_m[at(mesh.last[j])] - middle);
+    return potential_step(problem.set3.on, cv, i) / allowed_step(s);
 }
 
 /// Points that each interval (i - 1, i) of the present mesh should hold, at i; 0 across interfaces.
@@ -86,15 +100,13 @@ double wished_points(const Problem& problem, const CalculationVariables& cv, std
     for (std::size_t j = 0; j < at(mesh.nlayers); ++j) {
         const std::size_t first = at(mesh.first[j]), last = at(mesh.last[j]);
         const double left = mesh.x[first], right = mesh.x[last], widest = widest_share * (right - left);
-        const bool states_left = j > 0 && interface_has_states(problem, j - 1);
-        const bool states_right = j + 1 < at(mesh.nlayers) && interface_has_states(problem, j);
-        const double h_left = (states_left ? h_at_states : h_end) / x0;
-        const double h_right = (states_right ? h_at_states : h_end) / x0;
+        const double h_left = (j > 0 ? h_at_states : h_end) / x0;
+        const double h_right = (j + 1 < at(mesh.nlayers) ? h_at_states : h_end) / x0;
         for (std::size_t i = first + 1; i <= last; ++i) {
             const double h = mesh.x[i] - mesh.x[i - 1], middle = 0.5 * (mesh.x[i] + mesh.x[i - 1]);
             const double step =
                 std::min({h_left + growth * (middle - left), h_right + growth * (right - middle), widest});
-            wished[i] = std::max(potential_step(problem.set3.on, cv, i) / dpsi_max, h / step);
+            wished[i] = std::max(steepness(problem, cv, j, i), h / step);
             total += wished[i];
         }
     }
@@ -202,11 +214,11 @@ bool fast_mesh_wants_change(const Problem& problem, const CalculationVariables& 
     double largest = 0.0;
     for (std::size_t j = 0; j < at(cv.mesh.nlayers); ++j)
         for (std::size_t i = at(cv.mesh.first[j]) + 1; i <= at(cv.mesh.last[j]); ++i)
-            largest = std::max(largest, potential_step(problem.set3.on, cv, i));
-    if (!(largest > too_much * dpsi_max)) return false;
+            largest = std::max(largest, steepness(problem, cv, j, i));
+    if (!(largest > too_much)) return false;
     std::vector<double> wished;
     const double total = wished_points(problem, cv, wished);
-    return largest * thinning(problem, cv.mesh.nlayers, total) > too_much * dpsi_max;
+    return largest * thinning(problem, cv.mesh.nlayers, total) > too_much;
 }
 
 MeshChange fast_mesh_change(const Problem& problem, Workspace& work, CalculationVariables& cv, double too_much)

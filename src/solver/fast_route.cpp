@@ -50,7 +50,8 @@ public:
     {
         take_up_history();
         work.failure = {.V = V};
-        if (steps_to(V, full_light)) return done();
+        const bool direct = tries(FastRung::newton) || tries(FastRung::steps);
+        if (direct && steps_to(V, full_light)) return done();
         if (tries(FastRung::transient) && !stopped && transient(V)) return done();
         if (tries(FastRung::careful) && !stopped && steps_to(V, careful_limits)) return done();
         if (tries(FastRung::classic) && !stopped && classic(V)) return done();
