@@ -70,6 +70,12 @@ double potential_step(const OnMesh& on, const CalculationVariables& cv, std::siz
         {std::fabs(step), std::fabs(step + on.Gn[i] - on.Gn[i - 1]), std::fabs(step + on.Gp[i] - on.Gp[i - 1])});
 }
 
+bool interface_has_states(const Problem& problem, std::size_t interface)
+{
+    return std::ranges::any_of(problem.interface_states.energies,
+                               [&](const InterfaceEnergy& e) { return e.interface == interface; });
+}
+
 /// Potential that an interval at a distance s [m] from the nearest interface may hold [kT]. Carriers that light heaps
 /// up before a step of their band fall off within a nanometre, and what crosses the step goes with their last density.
 double allowed_step(double s)
@@ -100,8 +106,10 @@ double wished_points(const Problem& problem, const CalculationVariables& cv, std
     for (std::size_t j = 0; j < at(mesh.nlayers); ++j) {
         const std::size_t first = at(mesh.first[j]), last = at(mesh.last[j]);
         const double left = mesh.x[first], right = mesh.x[last], widest = widest_share * (right - left);
-        const double h_left = (j > 0 ? h_at_states : h_end) / x0;
-        const double h_right = (j + 1 < at(mesh.nlayers) ? h_at_states : h_end) / x0;
+        const bool states_left = j > 0 && interface_has_states(problem, j - 1);
+        const bool states_right = j + 1 < at(mesh.nlayers) && interface_has_states(problem, j);
+        const double h_left = (states_left ? h_at_states : h_end) / x0;
+        const double h_right = (states_right ? h_at_states : h_end) / x0;
         for (std::size_t i = first + 1; i <= last; ++i) {
             const double h = mesh.x[i] - mesh.x[i - 1], middle = 0.5 * (mesh.x[i] + mesh.x[i - 1]);
             const double step =

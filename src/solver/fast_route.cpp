@@ -323,7 +323,11 @@ bool fast_complete_state(const Problem& problem, Workspace& work, CalculationVar
     std::copy_n(arrays.p, arrays.N, cv.p.begin());
     std::copy_n(arrays.P, arrays.N, cv.P.begin());
     totale_rdcbijdrage(problem, cv);
-    fast_interface_states(problem, arrays, cv);
+    // There the slopes to u and v are lost with u and v, the currents are not.
+    const auto lost = [](const InterfaceTerms& s) {
+        return !std::isfinite(s.In_left + s.In_right + s.Ip_left + s.Ip_right + s.rho_if);
+    };
+    if (std::ranges::any_of(cv.terms_interface, lost)) fast_interface_states(problem, arrays, cv);
     extraheer_stroom(problem, cv, work.currents);
     return fast_current(problem, arrays, work.fast, cv);
 }
