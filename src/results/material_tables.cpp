@@ -107,7 +107,8 @@ std::string BewaarAlfa(Report& report, const RunRecord& run, const CalculationPa
     for (std::size_t j = 0; j < layers; ++j)
         out += (j > 0 ? "; " : " ") + set3.layer[j].name + ": " + absorption_source(set3.layer[j]);
     out += "\n>The alpha values from the alpha-file are interpolated at the wavelengths from spectrumfile: " +
-           run.spectrum_file.string() + "\n>lambda (nm)";
+           (run.wp.spectrumFromFile ? run.spectrum_file.string() : "none, model " + run.wp.spectrumModel.name) +
+           "\n>lambda (nm)";
     for (std::size_t j = 0; j < layers; ++j) out += "\talpha of layer " + integer(static_cast<long>(j) + 1) + " (1/cm)";
     out += '\n';
     for (std::size_t k = 0; k < gp.lambda.size(); ++k) {

@@ -24,7 +24,8 @@ bool fast_onder_belichting(const Problem& problem, Workspace& work, CalculationV
 /// that converged, marked as failed. @return converged
 bool fast_naar_spanning(const Problem& problem, Workspace& work, CalculationVariables& cv, double V);
 
-/// Makes all variables of the state follow from psi, Fn, Fp, and the current. @return the current has settled, see fast_current
+/// Makes all variables of the state follow from psi, Fn, Fp, and the current. @return the current has settled, see
+/// fast_current
 bool fast_complete_state(const Problem& problem, Workspace& work, CalculationVariables& cv);
 
 }  // namespace kovin

@@ -209,6 +209,43 @@ TEST(ShippedCells, GenerationInBoxesAndAtPointsMeetOnAFineMesh)
     }
 }
 
+// Both routes solve the same equations: on one mesh, under the point values of the light that the classic route takes.
+TEST(ShippedCells, BothRoutesGiveOneCurrentOnOneMesh)
+{
+    for (const char* name :
+         {"cigs-baseline", "cdte-baseline", "silicon-pn", "perovskite-nip", "graded-cigs", "earliest-format"}) {
+        AtHome surroundings;
+        auto s = sample(surroundings, name);
+        ConvergenceParameters& settings = s->problem.input.convergence;
+        settings.route = Route::classic;
+        settings.recalculate_mesh = 0;
+        set_terminations(settings, 1e-9);
+        s->panel.actions = {};
+        s->panel.workPoint.dark = false;
+        ASSERT_EQ(calculate(surroundings, *s), RunOutcome::done) << name;
+        CalculationVariables& cv = s->currentCalcVars;
+        const double Jsc = std::fabs(s->JShortCircuit);
+        std::vector<double> classic;
+        for (const Route route : {Route::classic, Route::fast}) {
+            s->set3.convergence.route = route;
+            prepare_solver(s->set3, cv.mesh, s->memory);
+            cv = s->kortsluitcv;
+            for (std::size_t k = 0; k < 3; ++k) {
+                const Problem problem = s->solver_problem();
+                const double V = cv.V + 0.25;
+                ASSERT_TRUE(volgende_iv_punt(problem, s->memory.work, cv, cv.V, V, 3)) << name << ' ' << V;
+                if (route == Route::classic) {
+                    classic.push_back(cv.J_median);
+                    continue;
+                }
+                ASSERT_TRUE(onder_belichting(problem, s->memory.work, cv)) << name;
+                EXPECT_NEAR(cv.J_median, classic[k], 1e-8 * std::max(Jsc, std::fabs(classic[k])) + cv.J_noise)
+                    << name << " at " << V << " V";
+            }
+        }
+    }
+}
+
 // The way from a stored state is the same to the bit, whatever mesh the solver stood on before.
 TEST(ShippedCells, AStoredStateBringsItsMeshBack)
 {
