@@ -209,6 +209,24 @@ TEST(ShippedCells, GenerationInBoxesAndAtPointsMeetOnAFineMesh)
     }
 }
 
+// In the cold the step to the buffer limits the current, and light heaps electrons up before it: their last nanometre
+// decides. The first mesh, held, has intervals of 1 Angstrom there.
+TEST(ShippedCells, MeshResolvesWhatLightHeapsUp)
+{
+    double Jsc[2];
+    for (const int moves : {0, 1}) {
+        AtHome surroundings;
+        auto s = sample(surroundings, "cigs-baseline");
+        s->problem.input.convergence.recalculate_mesh = moves;
+        s->panel.actions = {};
+        s->panel.workPoint.dark = false;
+        s->panel.workPoint.T = 150.0;
+        ASSERT_EQ(calculate(surroundings, *s), RunOutcome::done);
+        Jsc[moves] = s->JShortCircuit;
+    }
+    EXPECT_NEAR(Jsc[1], Jsc[0], 2e-3 * std::fabs(Jsc[0]));
+}
+
 // Both routes solve the same equations: on one mesh, under the point values of the light that the classic route takes.
 TEST(ShippedCells, BothRoutesGiveOneCurrentOnOneMesh)
 {
