@@ -99,8 +99,7 @@ void warn_about_continuation(Report& report, const LayerParameters& layer, const
 bool load_profile(Surroundings& surroundings, const CellParameters& cell, std::size_t j, Profile& profile)
 {
     GradingFile file;
-    if (!read_grading_file(surroundings, profile.file, profile.dependence, limits_of_profile(profile), file))
-        return false;
+    if (!read_grading_file(surroundings, profile.file, limits_of_profile(profile), file)) return false;
     const bool on_x = profile.dependence == Dependence::on_x;
     if (on_x) {
         const FileRange range = range_of(cell, j, profile, file.shared);
@@ -138,10 +137,8 @@ std::vector<GradingSetting> grading_settings(std::string_view line)
     return found;
 }
 
-bool read_grading_file(Surroundings& surroundings, std::string_view name, Dependence dependence, const Limits& limits,
-                       GradingFile& file)
+bool read_grading_file(Surroundings& surroundings, std::string_view name, const Limits& limits, GradingFile& file)
 {
-    const std::string abscissa = dependence == Dependence::on_y ? "composition" : "position";
     Report& report = surroundings.report;
     file = {};
     TwoColumns rows;
@@ -161,8 +158,9 @@ bool read_grading_file(Surroundings& surroundings, std::string_view name, Depend
     for (std::size_t i = 0; i < rows.x.size(); ++i) {
         const std::string where = in_line(rows.line[i]);
         if (i > 0 && !(rows.x[i - 1] < rows.x[i]))
-            return fail(report, "Unsorted data in " + path + ", line " + integer(rows.line[i]) + "!\n" + abscissa +
-                                    " values should be given in an increasing order.\nvalue[" +
+            return fail(report, "Unsorted data in " + where +
+                                    "\nposition and composition values should be given in an "
+                                    "increasing order.\nvalue[" +
                                     integer(static_cast<long>(i)) + "]=" + shortest(rows.x[i]) +
                                     " should be larger than value[" + integer(static_cast<long>(i) - 1) +
                                     "]=" + shortest(rows.x[i - 1]) + "!");

@@ -56,8 +56,8 @@ inline constexpr std::string_view outside_its_range = "is outside its range";
 /// A setting in the head that has no meaning is told and passed over: a comment may say what it likes.
 /// @return false if the file cannot be used: missing, without rows, with a broken row, out of order, too long, a value
 ///         outside its limits (reported with file, line and value)
-[[nodiscard]] bool read_grading_file(Surroundings& surroundings, std::string_view name, Dependence dependence,
-                                     const Limits& limits, GradingFile& file);
+[[nodiscard]] bool read_grading_file(Surroundings& surroundings, std::string_view name, const Limits& limits,
+                                     GradingFile& file);
 
 /// Reads the file of every profile with Law::from_file into the profile's table. Told when a table does not cover its
 /// layer and has to be continued. @return false if one cannot be used (reported)

@@ -40,7 +40,7 @@ bool take_capture(Session& s, const std::string& file)
 bool take_grading(Session& s, const std::string& file)
 {
     GradingFile grading;
-    if (!read_grading_file(s.surroundings, file, Dependence::on_x, any_number, grading)) return false;
+    if (!read_grading_file(s.surroundings, file, any_number, grading)) return false;
     EXPECT_TRUE(finite(grading.position) && finite(grading.value) && grading.value.size() == grading.position.size());
     return true;
 }
