@@ -6,6 +6,7 @@
 #include "device/grading_file.h"
 #include "device/layer_profiles.h"
 #include "device/unit_systems.h"
+#include "results/capacitance_files.h"
 #include "results/curve_files.h"
 #include "results/material_tables.h"
 #include "results/profile_files.h"
@@ -91,6 +92,7 @@ ResultTexts result_texts(Session& session, const WantedTables& wanted)
     ResultTexts texts;
     texts.iv = iv_naar_file(version, s.results, session.ActionListMode);
     texts.qe = qe_naar_file(version, s.results, session.ActionListMode);
+    texts.as = AS_naar_file(version, s.results, session.ActionListMode);
     if (s.failures.work_point) return texts;
     const RunRecord run = run_record(session.surroundings, s);
     const StateOnItsMesh work_point(s, s.werkpuntcv);

@@ -157,14 +157,22 @@ int Calculate_AS_single(const AsInput& curve, const AsSettings& settings, const 
 }
 
 int Calculate_AS(std::span<DataListElement> results, const AsSettings& settings, const MottSchottkySettings& NW,
-                 const PermittivityTable& table)
+                 const PermittivityTable& table, int forward)
 {
     int analysed = 0;
     for (DataListElement& element : results) {
-        const AsInput curve{element.run.wp.T, element.run.wp.V, element.cf.cf_as, element.cf.cfcap};
+        const AsInput curve{element.run.wp.T, forward * element.run.wp.V, element.cf.cf_as, element.cf.cfcap};
         if (Calculate_AS_single(curve, settings, NW, table, element.as) == 0) ++analysed;
     }
     return analysed;
+}
+
+std::optional<std::size_t> peak_of(const AsCurve& curve)
+{
+    const auto highest = std::max_element(curve.AS_deriv.begin(), curve.AS_deriv.end());
+    const auto at = static_cast<std::size_t>(highest - curve.AS_deriv.begin());
+    if (at == 0 || at + 1 >= curve.points() || !(*highest > 0.0)) return std::nullopt;
+    return at;
 }
 
 std::string settings_line(const AsSettings& s)

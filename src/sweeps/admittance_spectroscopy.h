@@ -10,6 +10,7 @@
 #include "results/result_list.h"
 #include "sweeps/effective_permittivity.h"
 
+#include <optional>
 #include <span>
 #include <string>
 
@@ -71,8 +72,12 @@ int Calculate_AS_single(const AsInput& curve, const AsSettings& settings, const 
                         const PermittivityTable& table, AsCurve& out);
 
 /// Analyses all elements of the list that hold a C-f curve. @return their number
+/// @param forward  sign that the internal voltage of a forward bias has: 1 where p is at the left, -1 at the right
 int Calculate_AS(std::span<DataListElement> results, const AsSettings& settings, const MottSchottkySettings& NW,
-                 const PermittivityTable& table);
+                 const PermittivityTable& table, int forward = 1);
+
+/// Index of the largest -dC/dln(w) between the ends of a spectrum: the level. Empty if it falls or rises throughout.
+[[nodiscard]] std::optional<std::size_t> peak_of(const AsCurve& curve);
 
 /// The settings in one line, for the head of the result file.
 [[nodiscard]] std::string settings_line(const AsSettings& settings);

@@ -3,14 +3,22 @@
 #include "base/constants.h"
 #include "base/local_slope.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 namespace kovin {
 
 namespace {
 
 constexpr double F_m2_of_nF_cm2 = 1e-5;
+
+/// Doping [1/cm3] of a slope d(1/C^2)/dV [m4/(F2 V)].
+double doping_of_slope(double slope, double epsilon)
+{
+    return -2e-6 / (slope * epsilon * elementary_charge * vacuum_permittivity);  // m^-3 -> cm^-3
+}
 
 /// Width, edge, doping and permittivities of each point from capacitance and slope.
 void width_and_doping(CvCurve& curve)
@@ -62,7 +70,7 @@ double ApparentDopingFromMottSchottkySlope(double slope, const MottSchottkySetti
     else
         epsilon_used =
             NW.smooth_epsilon == 1 ? SmoothEpsilon_x(NW, cell, W, x0) : WhichEpsilonAtCalculatedW(NW, cell, W, x0);
-    return -2e-6 / (slope * epsilon_used * elementary_charge * vacuum_permittivity);  // m^-3 -> cm^-3
+    return doping_of_slope(slope, epsilon_used);
 }
 
 void mott_schottky_columns(CvCurve& curve, const MottSchottkySettings& NW)
@@ -92,6 +100,37 @@ bool RecalculateNW(CvCurve& curve, const MottSchottkySettings& NW)
         mott_schottky_columns(curve, NW);  // it has no slope yet
     }
     return true;
+}
+
+std::optional<MottSchottkyLine> mott_schottky_line(const CvCurve& curve)
+{
+    constexpr double at_zero = 1e-9;  // [V]
+    const std::size_t n = curve.points();
+    if (n < 3) return std::nullopt;
+    std::vector<double> V, een_op_C2;
+    double epsilon = 0.0;
+    // Sign of a forward bias: 1/C^2 falls with it.
+    const double forward = slope_of_fit(curve.v_cell, curve.cvMott, 1, 0.0) < 0.0 ? 1.0 : -1.0;
+    const auto in_reverse = [&](double v) { return forward * v <= at_zero; };
+    const bool all = std::count_if(curve.v_cell.begin(), curve.v_cell.end(), in_reverse) < 3;
+    for (std::size_t i = 0; i < n; ++i) {
+        if (!all && !in_reverse(curve.v_cell[i])) continue;
+        V.push_back(forward * curve.v_cell[i]);
+        een_op_C2.push_back(curve.cvMott[i] / (F_m2_of_nF_cm2 * F_m2_of_nF_cm2));
+        epsilon += curve.cveps_eff_N[i];
+    }
+    MottSchottkyLine line;
+    line.points = V.size();
+    const auto points = static_cast<double>(line.points);
+    const double slope = slope_of_fit(V, een_op_C2, 1, 0.0);
+    if (!(slope < 0.0) || !std::isfinite(slope)) return std::nullopt;
+    const double mean_V = std::accumulate(V.begin(), V.end(), 0.0) / points;
+    const double mean = std::accumulate(een_op_C2.begin(), een_op_C2.end(), 0.0) / points;
+    line.intercept = mean_V - mean / slope;
+    line.Vbi = line.intercept + 2.0 * curve.cell.kT;
+    line.epsilon = epsilon / points;
+    line.N = doping_of_slope(slope, line.epsilon);
+    return line;
 }
 
 }  // namespace kovin

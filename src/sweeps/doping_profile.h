@@ -10,6 +10,7 @@
 #include "results/curves.h"
 #include "sweeps/effective_permittivity.h"
 
+#include <optional>
 #include <span>
 
 namespace kovin {
@@ -35,5 +36,21 @@ void mott_schottky_columns(CvCurve& curve, const MottSchottkySettings& NW);
 /// The same for other settings of width and doping; a slope that was calculated stays. Curves that are too short for
 /// the settings are left alone. @return whether it was done
 bool RecalculateNW(CvCurve& curve, const MottSchottkySettings& NW);
+
+/// What the straight line through 1/C^2 against V tells of a uniform junction.
+///
+///     1/C^2 = 2 (Vbi - 2 kT/q - V)/(q eps0 eps N)
+///
+/// Source: Sze and Ng, chapter 2.2; the tails of the carriers at the two edges make the 2 kT.
+struct MottSchottkyLine {
+    double intercept = 0.0;  ///< where 1/C^2 vanishes, forward positive [V]
+    double Vbi = 0.0;        ///< built-in voltage [V]
+    double N = 0.0;          ///< doping of the lighter side [1/cm3]
+    double epsilon = 0.0;    ///< relative permittivity that N was found with: mean of the fitted points
+    std::size_t points = 0;  ///< that were fitted
+};
+/// Least squares through the points in reverse and at 0 V, where C is that of the depletion layer; through all of them
+/// if those are fewer than three. @return empty for fewer than three points, or without a slope
+[[nodiscard]] std::optional<MottSchottkyLine> mott_schottky_line(const CvCurve& curve);
 
 }  // namespace kovin

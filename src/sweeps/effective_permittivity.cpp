@@ -22,6 +22,15 @@ bool layer_of(const MottSchottkySettings& NW, const Mesh& mesh, std::size_t& lay
 
 }  // namespace
 
+CellOnMesh cell_on_mesh(const CalculationParameters& set3, const Mesh& mesh)
+{
+    CellOnMesh cell{mesh, set3.on.eps, set3.on.doping, set3.kT};
+    for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j)
+        for (int i = mesh.first[j]; i <= mesh.last[j]; ++i)
+            cell.cvnet_doping[static_cast<std::size_t>(i)] *= set3.scale.N0[j];
+    return cell;
+}
+
 double WhichEpsilonEffectiveAtCalculatedW(double W, std::span<const double> x, std::span<const double> epsilon,
                                           bool logarithmic)
 {

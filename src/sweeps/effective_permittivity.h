@@ -8,6 +8,7 @@
 // so that the width follows from C and eps(W) together. All lengths in um.
 #pragma once
 
+#include "device/calculation_set.h"
 #include "device/mesh.h"
 #include "device/numerical_settings.h"
 #include "results/curves.h"
@@ -16,6 +17,9 @@
 #include <vector>
 
 namespace kovin {
+
+/// What the analyses need to know of a cell. @param mesh  the one of set3's arrays
+[[nodiscard]] CellOnMesh cell_on_mesh(const CalculationParameters& set3, const Mesh& mesh);
 
 /// A permittivity at rising distances; two equal distances are a step.
 struct PermittivityTable {

@@ -94,6 +94,26 @@ TEST(MottSchottky, UniformAndLinearlyGradedJunctions)
         EXPECT_NEAR(V - 1e10 * step.cvMott[i] / step.cvslopeMottSchottky[i], Vbi, 1e-9) << "intercept";
     }
 
+    // The straight line tells the same, whichever side the p layer is at; points in forward do not count, and a curve
+    // that has few in reverse is taken as a whole.
+    for (double& C : step.cvcap)
+        if (&C - step.cvcap.data() > 20) C *= 3.0;  // diffusion capacitance from 0.05 V on
+    for (const double forward : {1.0, -1.0}) {
+        for (double& V : step.v_cell) V *= forward;
+        mott_schottky_columns(step, NW);
+        const auto line = mott_schottky_line(step);
+        ASSERT_TRUE(line) << forward;
+        EXPECT_NEAR(line->N, 3e15, 3e15 * 1e-9) << forward;
+        EXPECT_NEAR(line->intercept, Vbi, 1e-9) << forward;
+        EXPECT_NEAR(line->Vbi, Vbi + 2.0 * kT_at_300K, 1e-9) << forward;
+        EXPECT_EQ(line->points, 21U) << forward;
+    }
+    CvCurve lit = curve_of([&](double V) { return std::sqrt(0.5 * q * N * eps * eps0 / (2.0 - V)); });
+    for (double& V : lit.v_cell) V += 1.0;
+    mott_schottky_columns(lit, NW);
+    EXPECT_EQ(mott_schottky_line(lit)->points, 29U);
+    EXPECT_FALSE(mott_schottky_line({}));
+
     // Nd - Na = a x: W = (12 eps eps0 (Vbi - V)/(q a))^(1/3) (Sze and Ng, 2.2). Both edges move, each at the doping
     // a W/2, and 1/N = 1/Na + 1/Nd: N(W) = a W/4. The slope comes from parabolas over steps h of 0.05 V; their error is
     // h^2/6 times the third derivative, < 1e-3.

@@ -21,12 +21,20 @@ std::string check_termination(const std::string& text)
     return good ? "" : "'" + text + "' is no positive number";
 }
 
+/// One KEY=VALUE of an analysis. @return the complaint, empty if there is none
+std::string check_analysis(const std::string& text)
+{
+    AnalysisChoices ignored;
+    return add_analysis_choice(text, ignored);
+}
+
 constexpr const char* route_words[] = {"fast", "classic"};            // in the order of Route
 constexpr const char* row_words[] = {"truncate", "zeros", "blanks"};  // in the order of CutCurves
 
 /// What was typed for options that need more than a number.
 struct Typed {
     std::string termination, rows, route;
+    std::vector<std::string> analysis;
 };
 
 CLI::Option* add_route(CLI::App& command, Typed& typed)
@@ -61,6 +69,8 @@ void add_settings(CLI::App& run, Options& options, Typed& typed)
 /// Takes over what was typed; all of it has been checked.
 void take_settings(const Typed& typed, Options& options)
 {
+    options.analyse = options.analyse || !typed.analysis.empty();
+    for (const std::string& text : typed.analysis) static_cast<void>(add_analysis_choice(text, options.analysis));
     if (!typed.termination.empty()) options.termination = number_here(typed.termination).value;
     for (std::size_t k = 0; k < std::size(row_words); ++k)
         if (typed.rows == row_words[k]) options.cut_curves = static_cast<int>(k);
@@ -100,6 +110,13 @@ bool read_options(int argc, char** argv, const std::string& version, Options& op
     run->add_flag("--absorption-table", options.absorption_table, "Write alpha by wavelength and layer (.abs)");
     run->add_flag("--grading-table", options.grading_table, "Write the graded material point by point (.grading)");
     run->add_flag("--repair", options.repair, "Go on with a stand-in for each input file that is missing");
+    run->add_flag("--analyse", options.analyse, "Derive doping profile and admittance spectrum (.as) from C-V and C-f");
+    Typed typed;
+    run->add_option("--analysis", typed.analysis, "Setting of the analyses, see below; turns them on; repeatable")
+        ->check(CLI::Validator(check_analysis, ""))
+        ->type_name("KEY=VALUE")
+        ->allow_extra_args(false);
+    run->footer(analysis_help());
     CLI::App* check =
         app.add_subcommand("check", "Read the files, tell every fault by file and line, calculate nothing");
     check->fallthrough();
@@ -107,7 +124,6 @@ bool read_options(int argc, char** argv, const std::string& version, Options& op
     CLI::App* home = app.add_subcommand("home", "Print the folder with def, absorption, spectrum, ... results");
     home->fallthrough();
     home->add_option("--init", options.init, "Make this folder a home: the whole tree, with the shipped files");
-    Typed typed;
     add_settings(*run, options, typed);
     add_route(app, typed);
     std::vector<std::string> only_loaded;

@@ -1,6 +1,7 @@
 // The options of the command line.
 #pragma once
 
+#include "app/analysis.h"
 #include "device/numerical_settings.h"
 
 #include <filesystem>
@@ -37,8 +38,10 @@ struct Options {
     std::filesystem::path init;                            ///< home: folder that becomes a home
     bool force = false;                                    ///< overwrite result files
     bool absorption_table = false, grading_table = false;  ///< write these as well
-    bool repair = false;                                   ///< go on with a stand-in for each missing file
-    int error_mode = 0;                                    ///< ErrorMessageMode
+    bool analyse = false;                                  ///< capacitance curves, with these settings
+    AnalysisChoices analysis;
+    bool repair = false;  ///< go on with a stand-in for each missing file
+    int error_mode = 0;   ///< ErrorMessageMode
     bool quiet = false, verbose = false;
     bool json = false;
     bool progress = true;

@@ -45,6 +45,7 @@ std::vector<ResultFile> planned_files(const Session& session, const Options& opt
     std::vector<ResultFile> files;
     if (s.panel.actions.IV_calculate) files.push_back(file("iv", &ResultTexts::iv));
     if (s.panel.actions.QE_calculate) files.push_back(file("qe", &ResultTexts::qe));
+    if (options.analyse && s.panel.actions.Cf_calculate) files.push_back(file("as", &ResultTexts::as));
     files.push_back(file("eb", &ResultTexts::eb));
     files.push_back(file("gen", &ResultTexts::gen));
     files.push_back(file("occ", &ResultTexts::occ));
@@ -206,6 +207,12 @@ ExitStatus run_command(Session& session, const Options& options, Summary& summar
     if (!complete_actions(session, options, files)) return ExitStatus::input;
     apply_settings(session, options);
     Simulation& s = session.simulation;
+    if (options.analyse) {
+        if (const std::string complaint = prepare_analysis(s, options.analysis); !complaint.empty()) {
+            tell(session, "Command line", "--analysis: " + complaint);
+            return ExitStatus::usage;
+        }
+    }
     const bool all_there = missing_files(session.surroundings, s.zonnecel.cell, s.panel).empty();
     if (!CanAllFilesBeFound(session.surroundings, s.zonnecel.cell, s.panel,
                             options.repair ? MissingFiles::repair : MissingFiles::tell)) {
@@ -220,6 +227,8 @@ ExitStatus run_command(Session& session, const Options& options, Summary& summar
 
     ExitStatus status = status_of(session, outcome);
     if (status == ExitStatus::good && !all_there) status = ExitStatus::incomplete;
+    const bool analysed = !options.analyse || analyse(session, options.analysis);
+    if (status == ExitStatus::good && !analysed) status = ExitStatus::incomplete;
     const bool written = write_files(session, options, planned, summary);
     const auto is_absorption = [](const auto& file) { return file.first == "abs"; };
     const bool table_missing =

@@ -1,6 +1,8 @@
 #include "ui/terminal/summary.h"
 
 #include "base/text_format.h"
+#include "sweeps/admittance_spectroscopy.h"
+#include "sweeps/doping_profile.h"
 
 #include <cmath>
 
@@ -67,6 +69,23 @@ std::string iv_json(const DataListElement& element)
            ",\"cut\":" + (element.iv.points() < element.IV_points ? "true" : "false") + '}';
 }
 
+std::string mott_schottky_json(const MottSchottkyLine& line)
+{
+    return "{\"Vbi\":" + number(true, line.Vbi) + ",\"intercept\":" + number(true, line.intercept) +
+           ",\"N\":" + number(true, line.N) + ",\"epsilon\":" + number(true, line.epsilon) +
+           ",\"points\":" + integer(static_cast<long>(line.points)) + '}';
+}
+
+std::string admittance_json(const AsCurve& curve)
+{
+    const std::optional<std::size_t> peak = peak_of(curve);
+    const auto at_peak = [&](const std::vector<double>& column) {
+        return number(peak.has_value(), column[peak.value_or(0)]);
+    };
+    return "{\"Et\":" + at_peak(curve.AS_Et) + ",\"slope\":" + at_peak(curve.AS_deriv) +
+           ",\"Nt\":" + at_peak(curve.AS_Nt) + ",\"W_um\":" + number(true, 1e4 * curve.W) + '}';
+}
+
 std::string qe_json(const DataListElement& element)
 {
     const QeCurve& c = element.qe;
@@ -111,6 +130,18 @@ void iv_rows(std::string& out, const DataListElement& element, bool verbose)
     if (verbose && std::isfinite(error)) out += "  J is certain to " + scientific(error, 0, 1) + " mA/cm2\n";
 }
 
+/// What the analyses read out of C-V and C-f.
+void analysis_rows(std::string& out, const DataListElement& element)
+{
+    if (const auto line = mott_schottky_line(element.cv)) {
+        row(out, "Vbi (C-V) ", true, line->Vbi, 4, "V");
+        out += "  N (C-V)   " + scientific(line->N, 10, 3) + " /cm3 with eps " + fixed(line->epsilon, 0, 2) + '\n';
+    }
+    if (element.as.points() == 0) return;
+    const std::optional<std::size_t> peak = peak_of(element.as);
+    row(out, "level (AS)", peak.has_value(), peak ? element.as.AS_Et[*peak] : 0.0, 4, "eV");
+}
+
 void qe_rows(std::string& out, const DataListElement& element)
 {
     const QeCurve& c = element.qe;
@@ -133,6 +164,7 @@ std::string summary_table(const Summary& summary)
             iv_rows(out, *summary.curves, summary.verbose);
         else if (summary.curves->IV_points > 0)
             out += "  no I-V curve: its first point did not converge\n";
+        analysis_rows(out, *summary.curves);
         qe_rows(out, *summary.curves);
     }
     for (const auto& [kind, path] : summary.files) out += "  " + path.string() + '\n';
@@ -148,6 +180,10 @@ std::string summary_json(const Summary& summary)
     const bool has_iv = curves != nullptr && curves->IV_points > 0;
     const bool has_qe = curves != nullptr && curves->qe.points() > 0;
     out += ",\"iv\":" + (has_iv ? iv_json(*curves) : std::string("null"));
+    if (curves != nullptr) {
+        if (const auto line = mott_schottky_line(curves->cv)) out += ",\"mott_schottky\":" + mott_schottky_json(*line);
+        if (curves->as.points() > 0) out += ",\"as\":" + admittance_json(curves->as);
+    }
     if (has_qe) out += ",\"qe\":" + qe_json(*curves);
     out += ",\"files\":{";
     for (std::size_t i = 0; i < summary.files.size(); ++i)
