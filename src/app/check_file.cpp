@@ -15,6 +15,7 @@
 #include "device/graded_values.h"
 #include "device/grading.h"
 #include "device/grading_file.h"
+#include "device/line_check.h"
 
 #include <algorithm>
 
@@ -131,6 +132,8 @@ bool check_text(Look& look, const std::string& text, FileKind kind)
             Definition definition = watch_definition(quiet, text, look.file, look.watch);
             check_grading(look, definition.input.cell);
             check_physical_sense(definition, look.watch);
+            check_repeats(look.watch);
+            check_units(look.watch);
             ActionPanel lit = InitialiseActionPanel();  // by a model, which needs the filters and no file of its own
             lit.workPoint.dark = lit.workPoint.spectrumFromFile = false;
             for_each_needed_file(definition.input.cell.cell, lit,
@@ -141,6 +144,8 @@ bool check_text(Look& look, const std::string& text, FileKind kind)
         case FileKind::work_point_2: {
             check_bytes(look, text, action_tables::line_limit, FileKind::unknown);
             const ActionPanel panel = watch_action_list(quiet, text, name, look.watch);
+            check_repeats(look.watch);
+            check_units(look.watch);
             if (kind == FileKind::action_list) needed_by(look, panel.workPoint, "");
             needed_by(look, panel.secondWorkPoint, " (initial wp)");
             break;
@@ -153,7 +158,7 @@ bool check_text(Look& look, const std::string& text, FileKind kind)
     // A second working point takes its own lines alone.
     const std::string_view own = kind == FileKind::work_point_2 ? "Secondworkpoint" : "";
     return std::any_of(look.watch.known.begin(), look.watch.known.end(),
-                       [&](const LineWatch::Entry& entry) { return entry.text.starts_with(own); });
+                       [&](const LineWatch::Known& entry) { return entry.text.starts_with(own); });
 }
 
 /// One file without those that it names.

@@ -26,11 +26,12 @@ bool read_model(KeyedSource& source, const std::string& start, ModelClass model_
     const std::string parameter = start + ", value of parameter";
     if (source.starts(parameter)) {
         const NumberScan number = number_here(std::string_view(source.line()).substr(parameter.size()));
+        const int index = number.value >= 1.0 && number.value <= 5.0 ? static_cast<int>(number.value) - 1 : -1;
         double value = 0.0;
         if (!number.found)
             source.refuse(parameter, "the number of the parameter is missing");
-        else if (source.number(parameter, value) && number.value >= 1.0 && number.value <= 5.0)
-            model.values[static_cast<std::size_t>(number.value) - 1] = value;
+        else if (source.number(parameter, value, model_parameter_limits(model.number, index)) && index >= 0)
+            model.values[static_cast<std::size_t>(index)] = value;
         return true;
     }
     if (!source.starts(start + " :")) return false;

@@ -23,12 +23,14 @@ struct ColumnRule {
     bool refused = false;                   ///< a file with more is not taken at all; else the rest is not read
 };
 constexpr Limits light{.low = 0.0, .high = 1e40};  ///< beyond it a run refuses the sum whatever the other rows hold
+constexpr std::string_view wavelength = "wavelength";
+constexpr double least_wavelength = 100.0;  ///< [nm] that a table reaches at least: no cell works below it
 constexpr ColumnRule rules[] = {
-    {FileKind::spectrum, "wavelength", "power", positive, light, MAX_NUMBER_OF_INPUT_POINTS, true},
-    {FileKind::absorption, "wavelength", "absorption coefficient", positive, not_negative},
-    {FileKind::filter, "wavelength", "percentage", positive, {0.0, 100.0}, MAX_NUMBER_OF_INPUT_POINTS, true},
+    {FileKind::spectrum, wavelength, "power", positive, light, MAX_NUMBER_OF_INPUT_POINTS, true},
+    {FileKind::absorption, wavelength, "absorption coefficient", positive, not_negative},
+    {FileKind::filter, wavelength, "percentage", positive, {0.0, 100.0}, MAX_NUMBER_OF_INPUT_POINTS, true},
     {FileKind::generation, "position", "generation", not_negative, light, max_generation_points, true},
-    {FileKind::optical_capture, "wavelength", "cross section", positive, not_negative},
+    {FileKind::optical_capture, wavelength, "cross section", positive, not_negative},
     {FileKind::grading, "position or composition", "value", not_negative, any_number, MAX_NUMBER_OF_INPUT_POINTS, true},
 };
 
@@ -97,8 +99,8 @@ int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
     const auto find = [&](const std::string& what) { watch.find(reader.line_number(), what); };
     // Of each kind of disorder the first line is named; the rest follows from it.
     bool told_order = false, told_limit = false;
-    int rows = 0, largest_line = 0, run = 0;  // run: rows in succession at one place
-    double largest = 0.0, x_before = 0.0;
+    int rows = 0, largest_line = 0, largest_x_line = 0, run = 0;  // run: rows in succession at one place
+    double largest = 0.0, x_before = 0.0, largest_x = 0.0;
     for (std::string line; reader.ReadLine(line);) {
         double x = 0.0, y = 0.0;
         if (!is_row(line, kind, x, y)) {
@@ -128,11 +130,16 @@ int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
         if (!rule->x_limits.hold(x)) find(std::string(rule->x) + " " + shortest(x) + " has no physical sense");
         if (!rule->y_limits.hold(y)) find(std::string(rule->y) + " " + shortest(y) + " has no physical sense");
         if (rows == 0 || y > largest) largest = y, largest_line = reader.line_number();
+        if (rows == 0 || x > largest_x) largest_x = x, largest_x_line = reader.line_number();
         x_before = x;
         ++rows;
     }
-    if (rows == 1 && kind == FileKind::generation)
-        watch.find(largest_line, "a single row gives no light: two are needed");
+    if (rows == 1)
+        watch.find(largest_line, kind == FileKind::generation ? "a single row gives no light: two are needed"
+                                                              : "a single row: its value counts everywhere");
+    if (rule->x == wavelength && rows > 0 && largest_x < least_wavelength)
+        watch.find(largest_x_line,
+                   "the largest wavelength is " + shortest(largest_x) + ": nm are meant, this looks like um or eV");
     if (rows > 0) check_size(kind, heading, largest, largest_line, watch);
     return rows;
 }

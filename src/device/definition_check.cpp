@@ -47,6 +47,42 @@ void check_permittivity(PhysicsCheck& check, const LayerParameters& layer, const
                        " is below that of vacuum");
 }
 
+/// Densities against that of the atoms: carbon packs them closest, with 1.8e29 /m^3 in diamond; a plane of them has
+/// the power 2/3 of that.
+constexpr double most_in_volume = 1e30, most_in_plane = 1e20;
+
+void check_density(PhysicsCheck& check, const LayerParameters& layer, const Profile& profile,
+                   const std::string& section, const std::string& keyword, const std::string& what)
+{
+    if (!can_be_evaluated(layer, profile)) return;
+    const std::vector<double> density = values_at(layer, profile, places_to_check(layer, {&profile}));
+    const double most = *std::max_element(density.begin(), density.end());
+    if (most > most_in_volume)
+        check.find(section, keyword,
+                   what + " of " + scientific(most, 0, 3) + " /m^3 is more than any solid has atoms, " +
+                       shortest(most_in_volume) + " /m^3");
+}
+
+void check_densities(PhysicsCheck& check, const LayerParameters& layer, const std::string& name)
+{
+    for (const QuantityRow& row : graded_quantities())
+        if (row.unit == "[/m^3]")
+            check_density(check, layer, layer.material.*row.member, name, std::string(row.word),
+                          name + ": " + std::string(row.word));
+    const auto check_defect = [&](const Profile& Nt, const std::string& defect, const std::string& section) {
+        for (const char* word : {"Nt(x)", "Nt(y)", "Nt(uniform)", "Nleft"})
+            if (check.places.line(section, word) > 0)
+                return check_density(check, layer, Nt, section, word, name + ", " + defect + ": Nt");
+    };
+    for (int k = 0; k < layer.srhteller; ++k) {
+        const std::string defect = "defect " + integer(k + 1);
+        check_defect(layer.srh[static_cast<std::size_t>(k)][0].Nt, defect, name + '/' + defect);
+    }
+    for (const auto& pair : layer.metastable)
+        if (pair.present)
+            check_defect(pair.Nt, "metastable transition " + integer(pair.number + 1), name + "/metastable");
+}
+
 /// The levels of a defect against the gap wherever the defect is; told is the place where one lies furthest outside,
 /// which for a level counted from a band is that of the smallest gap. A defect that is nowhere counts as everywhere.
 void check_levels(PhysicsCheck& check, const LayerParameters& layer, int number, const std::string& name)
@@ -131,6 +167,10 @@ void check_interface(PhysicsCheck& check, std::size_t i)
                 E = EV + defect.Et;
         }
         const std::string name = "interface " + integer(static_cast<int>(i) + 1);
+        if (defect.N_peak > most_in_plane)
+            check.find(name + "/defect " + integer(k + 1), "N",
+                       name + ", defect " + integer(k + 1) + ": N of " + scientific(defect.N_peak, 0, 3) +
+                           " /m^2 is more than any plane has atoms, " + shortest(most_in_plane) + " /m^2");
         if (E < EV - rounding || E > EC + rounding)
             check.find(name + "/defect " + integer(k + 1), "Et",
                        name + ", defect " + integer(k + 1) + ": the level lies outside the gap of the interface, " +
@@ -168,6 +208,7 @@ void check_physical_sense(const Definition& definition, LineWatch& watch)
     for (std::size_t i = 0; i < count; ++i) {
         const std::string name = "layer " + integer(static_cast<int>(i) + 1);
         check_permittivity(check, cell.layer[i], name);
+        check_densities(check, cell.layer[i], name);
         for (const QuantityRow& row : graded_quantities()) {
             const Profile& profile = cell.layer[i].material.*row.member;
             if (profile.law == Law::from_file && profile.dependence == Dependence::uniform)

@@ -69,10 +69,11 @@ void read_model_parameter(KeyedSource& source, std::string_view key, AbsorptionM
         source.refuse(key, "the number of the parameter is missing");
         return;
     }
+    const int parameter = number.value >= 1.0 && number.value <= 5.0 ? static_cast<int>(number.value) - 1 : -1;
+    Model& model = set.models[side.model];
     double value = 0.0;
-    if (!source.number(key, value)) return;
-    if (number.value >= 1.0 && number.value <= 5.0)
-        set.models[side.model].values[static_cast<std::size_t>(number.value) - 1] = value;
+    if (source.number(key, value, model_parameter_limits(model.number, parameter)) && parameter >= 0)
+        model.values[static_cast<std::size_t>(parameter)] = value;
 }
 
 /// One line on absorption. @return true if it was one

@@ -2,9 +2,12 @@
 
 #include "base/text_format.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace kovin {
 
-DefinitionPlaces::DefinitionPlaces(const std::vector<LineWatch::Entry>& known)
+DefinitionPlaces::DefinitionPlaces(const std::vector<LineWatch::Known>& known)
 {
     constexpr std::string_view second = "Secondworkpoint";
     int layer = 0, defect = 0;
@@ -13,7 +16,7 @@ DefinitionPlaces::DefinitionPlaces(const std::vector<LineWatch::Entry>& known)
         section = name;
         defect = 0;
     };
-    for (const auto& [line, key] : known) {
+    for (const auto& [line, key, rest] : known) {
         if (key == "back contact" || key == "left contact") {
             open("left");
         } else if (key == "front contact" || key == "right contact") {
@@ -36,6 +39,23 @@ DefinitionPlaces::DefinitionPlaces(const std::vector<LineWatch::Entry>& known)
             place_of_.emplace(line, Place{where, key});
         }
     }
+}
+
+bool DefinitionPlaces::opens_section(std::string_view keyword)
+{
+    constexpr std::string_view words[] = {"convergence",
+                                          "back contact",
+                                          "left contact",
+                                          "layer",
+                                          "srhrecombination",
+                                          "next",
+                                          "front contact",
+                                          "Metastable properties",
+                                          "interface properties",
+                                          "right contact",
+                                          "interface recombination",
+                                          "working point"};
+    return std::find(std::begin(words), std::end(words), keyword) != std::end(words);
 }
 
 int DefinitionPlaces::line(const std::string& section, const std::string& keyword) const

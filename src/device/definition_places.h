@@ -14,7 +14,10 @@ namespace kovin {
 /// "interface properties", "working point", "Secondworkpoint" for the lines of a second working point, and "".
 class DefinitionPlaces {
 public:
-    explicit DefinitionPlaces(const std::vector<LineWatch::Entry>& known);
+    explicit DefinitionPlaces(const std::vector<LineWatch::Known>& known);
+
+    /// Does a line with this keyword begin a section, or the next record of one?
+    [[nodiscard]] static bool opens_section(std::string_view keyword);
 
     struct Place {
         std::string section, keyword;

@@ -108,9 +108,9 @@ bool number_follows(std::string_view rest)
 constexpr std::size_t most_noted = 100000;
 
 /// Bytes of a message: what a terminal could take for a command is left out.
-std::string printable(std::string_view text)
+std::string printable(std::string_view text, std::size_t most = 80)
 {
-    std::string result(text.substr(0, 80));
+    std::string result(text.substr(0, most));
     for (char& c : result)
         if (static_cast<unsigned char>(c) < 32 || c == 127) c = ' ';
     return result;
@@ -213,7 +213,9 @@ void KeyedSource::settle()
         find("unknown line \"" + printable(head) + '"' +
              (nearest.empty() ? "" : "; did you mean \"" + std::string(nearest) + "\"?"));
     } else {
-        if (watch_->known.size() < most_noted) watch_->known.push_back({reader_.line_number(), taken_});
+        const std::size_t rest = std::min(behind_key(taken_, false), line_.size());
+        if (watch_->known.size() < most_noted)
+            watch_->known.push_back({reader_.line_number(), taken_, printable(line_.substr(rest), line_.size())});
         if (taken_at_start_ && only_begins(taken_)) find('"' + printable(head) + "\" is read as \"" + taken_ + '"');
     }
     taken_.clear();

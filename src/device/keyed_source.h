@@ -39,8 +39,13 @@ struct LineWatch {
         int line;
         std::string text;
     };
+    struct Known {
+        int line;
+        std::string text;  ///< the keyword under which it was taken
+        std::string rest;  ///< what stands behind it
+    };
     std::vector<Entry> findings;  ///< faults and lines that are not known
-    std::vector<Entry> known;     ///< the keyword under which a line was taken
+    std::vector<Known> known;     ///< lines that were taken
     std::vector<Entry> files;     ///< names of files
 
     /// Adds a finding; of a text that is full of them the first thousand.

@@ -97,6 +97,37 @@ std::string_view model_parameter_name(int number, int parameter)
     return {};
 }
 
+Limits model_parameter_limits(int number, int parameter)
+{
+    struct Row {
+        int number;
+        Limits of[4];
+    };
+    constexpr Row limits[] = {
+        {21, {not_negative}},
+        {22, {not_negative, positive}},
+        {23, {not_negative, positive}},
+        {24, {not_negative, any_number, positive}},
+        {25, {not_negative, any_number, positive}},
+        {26, {not_negative, any_number, positive, positive}},
+        {27, {not_negative, any_number, positive, positive}},
+        {41, {not_negative, positive, positive}},
+        {42, {not_negative, positive, positive}},
+        {43, {not_negative, positive, positive, positive}},
+        {44, {not_negative, positive, positive}},
+        {45, {not_negative, positive, positive}},
+        {61, {not_negative}},
+        {62, {not_negative}},
+        {63, {not_negative}},
+        {64, {not_negative, any_number, any_number, not_negative}},
+        {65, {not_negative, any_number, any_number, not_negative}},
+        {66, {not_negative}},
+    };
+    for (const Row& row : limits)
+        if (row.number == number && parameter >= 0 && parameter < 4) return row.of[static_cast<std::size_t>(parameter)];
+    return any_number;
+}
+
 int AbsorptionModelNumberToAbsorptionIndex(int number)
 {
     int index = 0, square_root = 0;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "device/cell.h"
+#include "device/keyed_source.h"
 #include "device/model.h"
 
 #include <span>
@@ -18,6 +19,11 @@ namespace kovin {
 /// Name of a value of a spectrum or generation model, unit included, as result files show it.
 /// @param parameter  from 0; empty for a value that the model does not have, and for absorption models
 [[nodiscard]] std::string_view model_parameter_name(int number, int parameter);
+
+/// Values that a parameter of a model can have: amounts are not negative, lengths, wavelengths and temperatures above 0.
+/// Positions may lie outside the cell; the second and third value of the absorption models have any sign.
+/// @param parameter  from 0; any number for a value that the model does not have
+[[nodiscard]] Limits model_parameter_limits(int number, int parameter);
 
 /// Position of an absorption model in an AbsorptionModelSet; 2 for a number outside 61 to 66.
 [[nodiscard]] int AbsorptionModelNumberToAbsorptionIndex(int number);

@@ -108,7 +108,47 @@ TEST(CheckFile, NamesTheLineAndTheFault)
         {"eps : 10", "eps : 10 10 0 1 1 10 10 12 2 a.grad", "layer 1: the grading file of eps is not read"},
         {"Rfront : 0.1", "Rfront : 1.1", "internal Rfront"},
         {"model : power law 1", "model : stairs", "the absorption model is not known"},
+        // twice in a section; the next section may have it again, and the models of a material are several
+        {"Sn : 1e5\nlayer", "Sn : 1e5\nflatband : 0\nSN : 2e5\nlayer", "5: Sn = \"2e5\": given already in line 3"},
+        {"Nt(x) : 1e20", "Nt(x) : 1e20\nNt(y) : 1e21", "19: Nt(y) = \"1e21\": given already in line 18"},
+        {"Nt(x) : 1e20", "Nt(x) : 1e20\nnext\ntype : donor\nEt : 0.3\nNt(x) : 1e20", ""},
+        {"law 1\n",
+         "law 1\nabsorption model A, value of parameter 1 : 1e5\nabsorption model A, value of parameter 2 : 0\n"
+         "absorption model A, model : power law 2\nabsorption model A, value of parameter 1 : 1e5\n",
+         ""},
+        {"law 1\n",
+         "law 1\nabsorption model A, value of parameter 1 : 1e5\nabsorption model A, value of parameter 1 : 1e4\n",
+         "31: absorption model A, value of parameter"},
+        {"A material (y=0) : from model",
+         "A material (y=0) : from model\nabsorptionmodel pure A material (y=0) : from model",
+         "29: absorptionmodel pure A material (y=0) = \"from model\": given already in line 28"},
+        // units
+        {"Sn : 1e5\nlayer", "Sn : 1e7 [cm/s]\nlayer", "3: Sn = \"1e7 [cm/s]\": the unit is m/s, not cm/s"},
+        {"Sn : 1e5\nlayer", "Sn [cm/s] : 1e7\nlayer", "not cm/s"},
+        {"Nc : 1e24", "Nc : 1e18 [/cm^3]", "10: Nc = \"1e18 [/cm^3]\": the unit is /m^3, not /cm^3"},
+        {"Nc : 1e24", "Nc : 1e18 cm-3", "not cm-3"},
+        {"Nc : 1e24", "Nc : 1e24 1/m3", ""},
+        {"Nc : 1e24", "Nc : 1e24 (m^-3)", ""},
+        {"Nc : 1e24", "Nc : 1e24 m\u207b\u00b3", ""},
+        {"Nc : 1e24", "Nc : 1e24 A guess", ""},
+        {"d : 1e-6\neps", "d : 0.5 um\neps", "6: d = \"0.5 um\": the unit is m, not um"},
+        {"d : 1e-6\neps", "d : 0.5 \u00b5m, as grown\neps", "not \u00b5m"},
+        {"mu_n : 0.01", "mu_n : 100 [cm^2/Vs]", "not cm^2/Vs"},
+        {"mu_n : 0.01", "mu_n : 0.01 m2 V^-1 s^-1", ""},
+        {"Nt(x) : 1e20", "Nt(x) : 1e20 [/m^3 eV]", ""},
+        {"sigma_n : 1e-19", "sigma_n : 1e-15 [cm^2]", "not cm^2"},
+        {"Et : 0.7", "Et : 0.7 meV", "the unit is eV, not meV"},
+        {"filter value : 0.1", "filter value : 0.1 %", "a plain number is meant, not %"},
+        // models
+        {"law 1\n", "law 1\nabsorption model A, value of parameter 1 : -1\n",
+         "30: absorption model A, value of parameter = \"-1\": the value is outside its range"},
+        {"law 1\n", "law 1\nabsorption model A, value of parameter 4 : -.5\n", "30: absorption model A"},
+        {"law 1\n",
+         "law 1\nabsorption model A, value of parameter 2 : -1\nabsorption model A, value of parameter 3 : -2\n", ""},
         // more than one line tells
+        {"Nc : 1e24", "Nc : 2e31", "10: layer 1: Nc of 2.000e+31 /m^3 is more than any solid has atoms, 1e+30"},
+        {"Nt(x) : 1e20", "Nt(x) : 0 1e31 0 1 1 0 1e31 1 1", "18: layer 1, defect 1: Nt of 1.000e+31 /m^3"},
+        {"sigma_nleft : 1e-19", "N : 1e21", "22: interface 1, defect 1: N of 1.000e+21 /m^2 is more than"},
         {"eps : 10", "eps : 0.9", "7: layer 1: a relative permittivity of 0.900 is below that of vacuum"},
         {"Et : 0.3", "Et : 1.6", "16: layer 1, defect 1: level 1 lies outside the gap"},
         {"energy : 0\nEt : 0.3", "energy : 2\nEt : -0.1", "16: layer 1, defect 1: level 1"},
@@ -152,6 +192,17 @@ TEST(CheckFile, OtherKinds)
          {":1: unknown line \"Temperatur\"; did you mean \"Temperature\"?", ":2: Temperature = \"0 K\"",
           ":4: Spectrum file: 'gone.spe' is not there", ":5: IV_points",
           ":7: unknown line \"Secondworkpoint Voltgae\""}},
+        {"x.act",
+         "Temperature : 27 C\nVoltage : 0 V\nQE_startlambda : 0.3 um\nSecondworkpoint Voltage : 5 mV\n"
+         "Voltage : 0.1\n",
+         {":1: Temperature = \"27 C\": the unit is K, not C", ":3: QE_startlambda", ":4: Secondworkpoint Voltage",
+          ":5: Voltage = \"0.1\": given already in line 2"}},
+        {"x.act",
+         "spectrum model : black body spectrum\nspectrum model, value of parameter 2 : -6000\n"
+         "generation model : gaussian generation G(x)\ngeneration model, value of parameter 2 : -1\n"
+         "generation model, value of parameter 1 : -1e17\ngeneration model, value of parameter 3 : 0\n",
+         {":2: spectrum model, value of parameter = \"-6000\": the value is outside its range",
+          ":5: generation model, value of parameter = \"-1e17\"", ":6: generation model"}},
         {"x.wp2",
          "Secondworkpoint dark : 0\nSecondworkpoint generation G(x) specified\n"
          "Secondworkpoint generation G(x) from file : gone.gen\n",
@@ -162,8 +213,14 @@ TEST(CheckFile, OtherKinds)
         {"x.abs", "wavelength alpha [1/m]\n300 1e5\n400 5e3\n", {}},
         {"x.abs", "wavelength alpha\n300 1e9\n400 5e3\n", {":2: the largest absorption coefficient is 1.000e+09 1/cm"}},
         {"x.abs", "0 1e5\n300 99\n300 5e3\n", {":1: wavelength 0 has", ":3: wavelength repeats"}},
+        {"x.abs",
+         "0.3 1e5\n1.24 5e3\n",
+         {":2: the largest wavelength is 1.24: nm are meant, this looks like um or eV"}},
+        {"x.spe", "4 1\n0.3 1\n", {":1: the largest wavelength is 4", ":2: wavelength falls"}},
+        {"x.opt", "300 1e-20\n", {":1: a single row: its value counts everywhere"}},
+        {"x.grad", "0 1\n", {":1: a single row"}},
         {"x.ftr", "300 0.5\n400 1\n", {":2: no value is above 1: percent is meant"}},
-        {"x.ftr", "nan 3\n300 105\n", {":1: is no row", ":2: percentage 105"}},
+        {"x.ftr", "nan 3\n300 105\n", {":1: is no row", ":2: percentage 105", ":2: a single row"}},
         {"x.gen", "-1 1e20\n1 1e21\n", {":1: position -1"}},
         {"x.gen", "um G\n1 1e21\n", {":2: a single row"}},
         {"x.gen", "0 1\n1 1\n1 2\n2 2\n2 1\n3 1\n", {}},  // interfaces are double points
@@ -175,7 +232,8 @@ TEST(CheckFile, OtherKinds)
           ":3: range: \"this\" or \"shared\""}},
         {"x.grad",
          "# Ga(x), position: rel, interpolation: cubic\n0 1\n# interpolation: log\n1 2,5\n",
-         {":1: interpolation: \"lin\" or \"log\"", ":3: interpolation: a setting behind", ":4: is no row"}},
+         {":1: interpolation: \"lin\" or \"log\"", ":2: a single row", ":3: interpolation: a setting behind",
+          ":4: is no row"}},
     };
     const ScratchFolder scratch;
     const auto s = session();
@@ -278,7 +336,7 @@ TEST(CheckFile, LooksIntoTheFilesThatAreNamed)
 {
     const ScratchFolder scratch;
     const auto s = session();
-    const auto table = scratch.put("weak.abs", "300 10\n");
+    const auto table = scratch.put("weak.abs", "300 10\n400 1\n");
     const auto def =
         scratch.put("x.def", std::string("layer\nd : 1e-6\nabsorptionmodel : from file\nabsorptionfile : ") +
                                  table.string() + "\nfront contact\nworking point\n");

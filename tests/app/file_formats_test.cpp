@@ -140,13 +140,14 @@ std::string action_table()
 /// Spectrum and generation models, or absorption models, as files name them.
 std::string model_table(bool absorption)
 {
-    std::string text = "| Name in files | Number | Parameters and their defaults |\n|---|---|---|\n";
+    std::string text = "| Name in files | Number | Parameters: default (bounds) |\n|---|---|---|\n";
     const auto add_model = [&](std::string_view word, const Model& model) {
         text += "| `" + std::string(word) + "` | " + integer(model.number) + " |";
         for (int i = 0; i < model.parameters; ++i) {
             const std::string_view name = model_parameter_name(model.number, i);
             text += std::string(i > 0 ? ";" : "") + ' ' + (name.empty() ? integer(i + 1) : std::string(name)) + ": " +
-                    shortest(model.values[static_cast<std::size_t>(i)]);
+                    shortest(model.values[static_cast<std::size_t>(i)]) + " (" +
+                    bounds(model_parameter_limits(model.number, i)) + ")";
         }
         text += " |\n";
     };

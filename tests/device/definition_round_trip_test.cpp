@@ -2,6 +2,7 @@
 #include "device/definition_reader.h"
 #include "device/definition_writer.h"
 #include "device/full_definition.h"
+#include "device/line_check.h"
 
 #include <gtest/gtest.h>
 
@@ -69,6 +70,11 @@ TEST(DefinitionRoundTrip, ACellWithEveryKeywordComesBack)
     EXPECT_EQ(read.NW, d.NW);
     EXPECT_EQ(read.qe, d.qe);
     EXPECT_TRUE(read.NW_from_file && read.IPV_Mode && read.workPoint.references_given);
+    // What the writer says twice for older versions, and every unit that it writes, is in order.
+    LineWatch watch;
+    static_cast<void>(watch_definition(surroundings, text, "full.def", watch));
+    check_repeats(watch), check_units(watch);
+    for (const auto& [line, finding] : watch.findings) ADD_FAILURE() << line << ": " << finding;
 }
 
 // What files do not bring back; each is how files of all versions are.
