@@ -159,6 +159,21 @@ std::string bounds(const AnalysisKey& key)
     return kind + shortest(key.least) + " to " + shortest(key.most);
 }
 
+/// The settings of the run, with what they leave open as the cell has it.
+MottSchottkySettings settings_of_cell(const Simulation& s, const AnalysisChoices& choices)
+{
+    const CellParameters& cell = s.problem.input.cell.cell;
+    const MottSchottkySettings standard;
+    MottSchottkySettings NW = s.problem.NW;
+    const bool said = NW.epsilon_mode != standard.epsilon_mode || NW.constant_epsilon != standard.constant_epsilon ||
+                      given(choices, "epsilon") || given(choices, "epsilonFromPosition");
+    // A file that asks for the permittivity of the layers and names none has its junction without an analysis too.
+    const bool file_asks = NW.epsilon_mode == epsilon_of_position && !given(choices, "epsilonFromPosition");
+    NW = file_asks ? with_junction(cell, NW) : with_lighter_side(cell, NW);
+    if (!said) NW.epsilon_mode = epsilon_of_position;
+    return NW;
+}
+
 /// Majority carrier at the end of the layer that the junction is at: 1 holes, -1 electrons, 0 none.
 int majority_at_junction(const Simulation& s, const MottSchottkySettings& NW)
 {
@@ -219,8 +234,7 @@ std::string add_analysis_choice(std::string_view text, AnalysisChoices& choices)
 
 std::string prepare_analysis(Simulation& s, const AnalysisChoices& choices)
 {
-    const MottSchottkySettings standard, file = s.problem.NW;
-    const MottSchottkySettings NW = in_effect({file, {}}, choices).NW;
+    const MottSchottkySettings NW = in_effect({s.problem.NW, {}}, choices).NW;
     const CellParameters& cell = s.zonnecel.cell;
     if (NW.layer >= cell.layers && given(choices, "layer"))
         return "layer " + integer(NW.layer + 1) + ": the cell has " + integer(cell.layers);
@@ -235,10 +249,6 @@ std::string prepare_analysis(Simulation& s, const AnalysisChoices& choices)
             return "level " + integer(NW.level + 1) + ": the defect of " + name + " has " + integer(levels);
     }
     s.problem.NW = NW;
-    const bool file_says =
-        file.epsilon_mode != standard.epsilon_mode || file.constant_epsilon != standard.constant_epsilon;
-    if (!file_says && !given(choices, "epsilon") && !given(choices, "epsilonFromPosition"))
-        s.problem.NW.epsilon_mode = epsilon_of_position;
     return {};
 }
 
@@ -258,10 +268,13 @@ bool analyse(Session& session, const AnalysisChoices& choices)
                      " points that each slope is fitted to: there is nothing to derive from it.");
     };
     if (too_short("C-V", element.cv.points()) || too_short("C-f", element.cf.points())) return false;
-    if (element.cf.points() == 0) return true;
 
     AnalysisSettings settings;
-    settings.NW = with_junction(s.problem.input.cell.cell, s.problem.NW);
+    settings.NW = settings_of_cell(s, choices);
+    if (RecalculateNW(element.cv, settings.NW))
+        element.cv.layer_name = s.set3.layer[static_cast<std::size_t>(settings.NW.layer)].name;
+    if (element.cf.points() == 0) return true;
+
     if (const int majority = majority_at_junction(s, settings.NW);
         majority != 0 && settings.NW.eh_type == MottSchottkySettings{}.eh_type && !given(choices, "type"))
         settings.NW.eh_type = majority;

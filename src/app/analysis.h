@@ -48,13 +48,13 @@ using AnalysisChoices = std::vector<AnalysisChoice>;
 /// @return the complaint, empty if there is none; `choices` is then unchanged
 [[nodiscard]] std::string add_analysis_choice(std::string_view text, AnalysisChoices& choices);
 
-/// Makes the settings of the doping profile those of the next run. Where neither the file of the cell nor the user says
-/// which permittivity counts, it is that of the layers, seen from the junction of the cell.
+/// Makes the settings of the doping profile those of the next run.
 /// @return the complaint about a layer, defect or level that the cell does not have, empty if there is none
 [[nodiscard]] std::string prepare_analysis(Simulation& simulation, const AnalysisChoices& choices);
 
-/// Analyses the C-f curve of the last run, if there is one. Not given: nu0, Eref and Ebar as the cell has them, seen
-/// from its junction; the carrier is the majority there.
+/// Analyses the C-V and the C-f curve of the last run. What neither the user nor the file of the cell says is as the
+/// cell has it: the permittivity of the layers, seen from the lighter side of its junction; nu0, Eref and Ebar there;
+/// the majority carrier.
 /// @pre prepare_analysis
 /// @return false if there is no capacitance curve, or one with fewer points than a slope needs (reported)
 bool analyse(Session& session, const AnalysisChoices& choices);

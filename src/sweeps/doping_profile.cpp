@@ -61,6 +61,33 @@ MottSchottkySettings with_junction(const CellParameters& cell, MottSchottkySetti
     return NW;
 }
 
+MottSchottkySettings with_lighter_side(const CellParameters& cell, MottSchottkySettings NW)
+{
+    const MottSchottkySettings given = NW;
+    const bool any_layer = given.layer < 0 || given.layer >= cell.layers;
+    double lowest = std::numeric_limits<double>::infinity();
+    for (int j = 0; j + 1 < cell.layers; ++j) {
+        const MaterialParameters& left = cell.layer[static_cast<std::size_t>(j)].material;
+        const MaterialParameters& right = cell.layer[static_cast<std::size_t>(j) + 1].material;
+        const double dL = left.Nd.right - left.Na.right, dR = right.Nd.left - right.Na.left;
+        if (!(dL * dR < 0.0)) continue;
+        for (const int side : {1, -1}) {
+            const int layer = side == 1 ? j : j + 1;
+            const double doping = std::abs(side == 1 ? dL : dR);
+            const bool agrees = (any_layer || layer == given.layer) && (given.side == 0 || side == given.side);
+            if (!agrees || !(doping < lowest)) continue;
+            lowest = doping;
+            NW.layer = layer;
+            NW.side = side;
+        }
+    }
+    if (any_layer && !std::isfinite(lowest)) {
+        KOVINSearchOfJunctionAndSCLSide(cell, NW);
+        if (given.side != 0) NW.side = given.side;
+    }
+    return NW;
+}
+
 double ApparentDopingFromMottSchottkySlope(double slope, const MottSchottkySettings& NW, const CellOnMesh& cell,
                                            double W, double x0, double& epsilon_used)
 {

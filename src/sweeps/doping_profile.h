@@ -23,6 +23,11 @@ void KOVINSearchOfJunctionAndSCLSide(const CellParameters& cell, MottSchottkySet
 /// The settings as an analysis takes them: with the junction of the cell if the layer is none of the cell's.
 [[nodiscard]] MottSchottkySettings with_junction(const CellParameters& cell, MottSchottkySettings NW);
 
+/// Fills in what the settings leave open, a layer that is none of the cell's and a side 0: of the p-n junctions that
+/// agree with the rest the end of a layer with the lowest doping, where the edge of the depletion layer moves most.
+/// Without such a junction as KOVINSearchOfJunctionAndSCLSide has it.
+[[nodiscard]] MottSchottkySettings with_lighter_side(const CellParameters& cell, MottSchottkySettings NW);
+
 /// Apparent doping [1/cm3] from the slope d(1/C^2)/dV [m4/(F2 V)]; 0 for an unknown epsilon_mode.
 /// @param epsilon_used  is told the permittivity
 [[nodiscard]] double ApparentDopingFromMottSchottkySlope(double slope, const MottSchottkySettings& NW,

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <numbers>
 
@@ -210,21 +211,42 @@ TEST(MottSchottky, JunctionSearchTakesTheSmallestCharge)
     struct Row {
         const char* what;
         std::vector<LayerFigures> layers;
-        int layer, side;
+        int layer, side;                  // by charge
+        int lighter_layer, lighter_side;  // by doping
     };
     const Row rows[] = {
-        {"lightly doped p at the left", {layer(3e-6, 1e21, 0), layer(1e-6, 0, 1e24)}, 0, 1},
-        {"the same from the other side", {layer(1e-6, 0, 1e24), layer(3e-6, 1e21, 0)}, 1, -1},
-        {"charge counts, not doping", {layer(3e-6, 1e22, 0), layer(5e-8, 0, 1e23)}, 1, -1},
-        {"pairs behind the junction count", {layer(3e-6, 1e22, 0), layer(1e-6, 0, 1e23), layer(1e-8, 0, 1e23)}, 2, -1},
-        {"pairs before it do not", {layer(1e-8, 1e21, 0), layer(1e-6, 1e23, 0), layer(1e-6, 0, 1e22)}, 2, -1},
-        {"no junction", {layer(1e-6, 1e22, 0), layer(1e-6, 1e20, 0)}, 0, 1},
+        {"lightly doped p at the left", {layer(3e-6, 1e21, 0), layer(1e-6, 0, 1e24)}, 0, 1, 0, 1},
+        {"the same from the other side", {layer(1e-6, 0, 1e24), layer(3e-6, 1e21, 0)}, 1, -1, 1, -1},
+        {"charge counts, not doping", {layer(3e-6, 1e22, 0), layer(5e-8, 0, 1e23)}, 1, -1, 0, 1},
+        {"pairs behind the junction count",
+         {layer(3e-6, 1e22, 0), layer(1e-6, 0, 1e23), layer(1e-8, 0, 1e23)},
+         2,
+         -1,
+         0,
+         1},
+        {"pairs before it do not", {layer(1e-8, 1e21, 0), layer(1e-6, 1e23, 0), layer(1e-6, 0, 1e22)}, 2, -1, 2, -1},
+        {"no junction", {layer(1e-6, 1e22, 0), layer(1e-6, 1e20, 0)}, 0, 1, 0, 1},
     };
     for (const Row& r : rows) {
         const InputParameters set1 = test::cell_of(r.layers);
         const MottSchottkySettings NW = with_junction(set1.cell.cell, {});
         EXPECT_EQ(NW.layer, r.layer) << r.what;
         EXPECT_EQ(NW.side, r.side) << r.what;
+        const MottSchottkySettings lighter = with_lighter_side(set1.cell.cell, {});
+        EXPECT_EQ(lighter.layer, r.lighter_layer) << r.what;
+        EXPECT_EQ(lighter.side, r.lighter_side) << r.what;
+    }
+    // Of a layer between two junctions the given side, or the layers at a given side.
+    const InputParameters set1 =
+        test::cell_of({layer(1e-6, 0, 1e23), layer(1e-6, 1e22, 0), layer(1e-6, 0, 1e21), layer(1e-6, 0, 1e21)});
+    for (const auto& [layer_given, side_given, layer_found, side_found] :
+         {std::array{1, 0, 1, -1}, std::array{1, 1, 1, 1}, std::array{-1, 0, 2, -1}, std::array{-1, 1, 1, 1},
+          std::array{0, 0, 0, 1}, std::array{3, 0, 3, 0}, std::array{7, -1, 2, -1}}) {
+        MottSchottkySettings NW;
+        NW.layer = layer_given, NW.side = side_given;
+        NW = with_lighter_side(set1.cell.cell, NW);
+        EXPECT_EQ(NW.layer, layer_found) << layer_given << side_given;
+        EXPECT_EQ(NW.side, side_found) << layer_given << side_given;
     }
     MottSchottkySettings chosen;
     chosen.layer = 1;
