@@ -22,6 +22,7 @@ struct View {
     double Discretisation::Interface::*velocity;
     double S_left, S_right;            ///< contact velocities
     double excess_left, excess_right;  ///< w at the contacts beyond its value there
+    double value_right;                ///< of w in equilibrium with the right contact
 };
 
 View electrons(const Problem& problem, const CalculationVariables& cv)
@@ -41,7 +42,8 @@ View electrons(const Problem& problem, const CalculationVariables& cv)
             set3.Sn_left,
             set3.Sn_right,
             std::expm1(cv.Fn.front()),
-            std::exp(cv.V_kT) * std::expm1(cv.Fn.back() - cv.V_kT)};
+            std::exp(cv.V_kT) * std::expm1(cv.Fn.back() - cv.V_kT),
+            std::exp(cv.V_kT)};
 }
 
 View holes(const Problem& problem, const CalculationVariables& cv)
@@ -61,7 +63,8 @@ View holes(const Problem& problem, const CalculationVariables& cv)
             set3.Sp_left,
             set3.Sp_right,
             std::expm1(-cv.Fp.front()),
-            std::exp(-cv.V_kT) * std::expm1(cv.V_kT - cv.Fp.back())};
+            std::exp(-cv.V_kT) * std::expm1(cv.V_kT - cv.Fp.back()),
+            std::exp(-cv.V_kT)};
 }
 
 void links(const Problem& problem, const CalculationVariables& cv, const View& c, AcLinks& link)
@@ -123,6 +126,7 @@ void carrier_rows(const CalculationVariables& cv, const View& c, const std::vect
         rows.storage[i] = scale * c.sign * rate * c.density[i];
         rows.rate[i] = scale * rate;
     }
+    rows.to_V = rows.scale.back() * c.b.back() * c.S_right * c.value_right;
 }
 
 void poisson_rows(const Problem& problem, const CalculationVariables& cv, AcPoissonRows& rows)

@@ -43,6 +43,7 @@ struct AcCarrierRows {
     std::vector<double> storage;                         ///< H/2 times the density: factor of -i omega
     std::vector<double> rate;                            ///< s H/2: factor of minus a change of the rate
     std::vector<double> scale;                           ///< by which the row has been multiplied
+    double to_V = 0.0;                                   ///< slope of the last row to the voltage [1/kT]
 };
 
 /// Poisson's rows; they have no cross elements beside the diagonal. N values each.

@@ -52,7 +52,7 @@ void eliminate(Block& M, Columns& X)
 ///
 ///     x[l] = x[f] - E[l] x[f] - D (psi[f+1] - psi[f]),   D = M^-1 d,
 ///
-/// so that the row of f has C + A D at f + 1 in place of C, and all else stays as it is.
+/// so that the row of f has C - A D at f + 1 in place of C, and all else stays as it is.
 /// Source: Golub, Van Loan, Matrix Computations, section 4.5.
 class Solve {
 public:
@@ -209,13 +209,14 @@ private:
         eliminate(M, T);
     }
 
-    /// At the right contact the levels follow the voltage and psi goes against it.
+    /// At the right contact psi goes against the voltage, and carriers come and go by their excess over it.
     void last_row(std::size_t i)
     {
         Block M = sums(i);
         std::array<std::array<Complex, 1>, 3> X{};
         X[to_psi][0].re = -small_signal_amplitude;
-        for (const std::size_t k : {to_Fn, to_Fp}) X[k][0] = small_signal_amplitude * (M[k][to_Fn] + M[k][to_Fp]);
+        X[to_Fn][0].re = -small_signal_amplitude * rows.n.to_V;
+        X[to_Fp][0].re = -small_signal_amplitude * rows.p.to_V;
         subtract_left(i, M);
         eliminate(M, X);
         for (std::size_t k = 0; k < 3; ++k) w.x[i][k] = X[k][0];

@@ -39,7 +39,18 @@ struct Row {
     CellParameters cell;
     double V;
     double J_light = 0.0;
+    double decay = 5e-7;
+    bool from_left = false;
 };
+
+/// Contacts that take carriers slowly: the light beside them heaps up minorities.
+CellParameters slow_contacts(CellParameters cell)
+{
+    for (ContactParameters* c : {&cell.left, &cell.right}) c->Sn = c->Sp = 1.0;
+    return cell;
+}
+
+Row turned(const Row& r) { return {r.what, mirrored(r.cell), -r.V, r.J_light, r.decay, !r.from_left}; }
 
 std::vector<Row> cells()
 {
@@ -49,7 +60,9 @@ std::vector<Row> cells()
             {"graded absorber", graded_cell(), -0.3},
             {"charged sheets", charged_sheet_cell(), 0.2},
             {"neutral sheet, turned round, lit", mirrored(cliff_cell()), -0.4, 30.0},
-            {"chains", chain_cell(), 0.3}};
+            {"chains", chain_cell(), 0.3},
+            {"lit beside the driven contact", silicon_junction(), 0.0, 30.0, 1e-7},
+            {"lit beside a slow contact, reverse", slow_contacts(silicon_junction()), -0.5, 30.0, 1e-7}};
 }
 
 /// Solved at its voltage.
@@ -57,7 +70,7 @@ Device solved(const Row& r, const Device::Settings& settings)
 {
     Device d(r.cell, 300.0, settings);
     EXPECT_TRUE(d.solve_equilibrium()) << r.what;
-    if (r.J_light > 0.0) d.illuminate_exponentially(r.J_light, 5e-7);
+    if (r.J_light > 0.0) d.illuminate_exponentially(r.J_light, r.decay, r.from_left);
     EXPECT_TRUE(d.solve()) << r.what;
     if (r.V != 0.0) {
         EXPECT_TRUE(d.go_to(r.V, 10)) << r.what;
@@ -89,6 +102,7 @@ TEST(SmallSignal, LowFrequencyIsTheSlopeAtDC)
 {
     for (const int half_cells : {0, 1})
         for (const Row& r : cells()) {
+            if (half_cells == 1 && r.decay < 5e-7) continue;  // much happens in half cells
             Device d = solved(r, tight(half_cells));
             const CalculationVariables at_V = d.cv;
             const std::size_t N = d.cv.psi.size();
@@ -121,10 +135,11 @@ TEST(SmallSignal, TotalCurrentIsConstantAndMirrorsAlike)
 {
     for (const Row& r : cells()) {
         Device d = solved(r, tight(1));
-        Device image = solved({r.what, mirrored(r.cell), -r.V}, tight(1));
+        Device image = solved(turned(r), tight(1));
         for (const double f : {0.0, 1.0, 1e3, 1e6, 1e8, 1e10}) {
             const SmallSignal a = answer(d, f);
-            EXPECT_LT(spread(a), 1e-10) << r.what << ", " << f << " Hz";
+            const double rounding = 1e-14 * 10.0 * r.J_light / std::hypot(a.J_mean.re, a.J_mean.im);
+            EXPECT_LT(spread(a), 1e-10 + rounding) << r.what << ", " << f << " Hz";
             EXPECT_NEAR(a.median.C, a.mean.C, 1e-9 * a.mean.C) << r.what << ", " << f << " Hz";
             if (f == 1e3) {
                 Device fast = solved(r, [](ConvergenceParameters& c) {
@@ -134,7 +149,6 @@ TEST(SmallSignal, TotalCurrentIsConstantAndMirrorsAlike)
                 EXPECT_NEAR(answer(fast, f).mean.G, a.mean.G, 1e-5 * a.mean.G) << r.what << ", state of the fast route";
                 EXPECT_NEAR(answer(fast, f).mean.C, a.mean.C, 1e-5 * a.mean.C) << r.what << ", state of the fast route";
             }
-            if (r.J_light > 0.0) continue;  // the light would have to be turned round as well
             const SmallSignal b = answer(image, f);
             EXPECT_NEAR(b.mean.G, a.mean.G, 1e-6 * a.mean.G) << r.what << ", " << f << " Hz";
             EXPECT_NEAR(b.mean.C, a.mean.C, 1e-6 * a.mean.C) << r.what << ", " << f << " Hz";
