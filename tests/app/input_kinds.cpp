@@ -79,6 +79,7 @@ bool take_filter(Session& s, const std::string& file)
 {
     CellParameters& cell = s.simulation.zonnecel.cell;
     cell.right.filter = true;
+    cell.right.filter_constant = false;
     cell.right.filter_file = file;
     GenerationParameters gp;
     gp.lambda = {250.0, 300.5, 550.0, 5000.0};

@@ -26,6 +26,10 @@ struct InputKind {
     void (*promises)(const std::string&) = [](const std::string&) {};  ///< asked of every text of the kind
 
     [[nodiscard]] bool keyed() const { return !more.empty(); }
+    [[nodiscard]] const char* told_if_empty() const
+    {
+        return !keyed() ? "End of file" : extension == "def" ? "empty or incomplete" : "holds no line of";
+    }
     [[nodiscard]] std::vector<std::string> lines() const;  ///< of the sample
 };
 [[nodiscard]] const std::vector<InputKind>& input_kinds();

@@ -67,6 +67,8 @@ TEST(SpectrumModels, BringTheirPowerOrTheirPhotons)
     constexpr double flux = 6.242e16, per_m2 = 1e4;
     const Row rows[] = {
         {41, {flux, 400, 800}, flux * per_m2 * (1 + 0.1 / 400), 1e-6},
+        {44, {flux, 600, 10}, flux * per_m2 * (1 + 0.1 / 10), 1e-6},
+        {42, {1, 400, 800}, 1000 * (1 + 0.1 / 400), 1e-12},
         {45, {1, 600, 0.1}, 1000 * (1 + 0.02 / 0.1), 1e-12},
         // The end rows count their whole interval: they have some 1.5 W/m2 more than the trapezoid rule gives them.
         {43, {1, 6000, 300, 4000}, 1000, 2e-3},
@@ -91,12 +93,15 @@ TEST(Spectrum, CutOffCountsTheLightBetweenItsWavelengths)
 {
     // A flat spectrum of 2 W/m2/nm from 400 to 800 nm every 10 nm: the power is 2 W times the width that is left.
     const ScratchFolder scratch;
+    // And one of 1, 2, 4 and 1 W/m2/nm at uneven steps, linear between them: from 406 to 470 nm it has
+    // 4 (1.6 + 2)/2 + 30 (2 + 4)/2 + 30 (4 + 2.5)/2 W/m2.
+    const std::string sloping = scratch.put("sloping.spe", "400 5\n410 40\n440 180\n500 30\n").string();
     std::string text = "heading 1\n";
     for (int nm = 800; nm >= 400; nm -= 10)  // in falling order, which readers turn around
         text += std::to_string(nm) + (nm == 400 || nm == 800 ? " 10\n" : " 20 and more\n");
     Surroundings surroundings;
     WorkPoint wp = lit();
-    wp.spectrumFile = scratch.put("flat.spe", text).string();
+    const std::string flat = scratch.put("flat.spe", text).string();
     wp.cutOff = true;
     wp.neutralDensity = 1.0;
     GenerationParameters gp;
@@ -104,6 +109,7 @@ TEST(Spectrum, CutOffCountsTheLightBetweenItsWavelengths)
         const char* what;
         double low, high, power;
         int rows;
+        bool uneven = false;
     };
     constexpr Row rows[] = {
         {"on the rows: the middle at 600 is one as well", 500, 700, 400, 41},
@@ -112,13 +118,16 @@ TEST(Spectrum, CutOffCountsTheLightBetweenItsWavelengths)
         {"nothing, all below", 200, 300, 0, 41},
         {"nothing, all above", 900, 1000, 0, 41},
         {"upper part", 655, 2000, 290, 42},
+        {"uneven steps and slopes", 406, 470, 194.7, 7, true},
+        {"their upper end", 440, 900, 150, 4, true},
     };
     for (const Row& r : rows) {
+        wp.spectrumFile = r.uneven ? sloping : flat;
         wp.lambdaShort = r.low;
         wp.lambdaLong = r.high;
         ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp));
         EXPECT_EQ(gp.n, r.rows) << r.what;
-        EXPECT_NEAR(wp.powerFromSpectrum, 800.0, 1e-9) << r.what;
+        EXPECT_NEAR(wp.powerFromSpectrum, r.uneven ? 255.0 : 800.0, 1e-9) << r.what;
         EXPECT_NEAR(wp.powerAfterCutOff, r.power, 1e-9) << r.what;
         EXPECT_NEAR(wp.incidentPower, 0.1 * r.power, 1e-9) << r.what << ", optical density 1";
 
@@ -163,13 +172,21 @@ TEST(Filters, LightSideTransmitsTheOtherReflects)
         EXPECT_NEAR(gp.rightFilter[2], r.right, 1e-12) << r.what;
         EXPECT_EQ(gp.leftFilter[2], r.left) << r.what << ", no filter at the left";
 
-        cell.left.filter = true;
-        cell.left.filter_transmission = r.side == -1;  // as it is wanted
-        cell.left.filter_file = file;
+        // The same kind of data from a file on both sides: one takes it as it stands, the other its complement.
+        for (ContactParameters* contact : {&cell.left, &cell.right}) {
+            contact->filter = true;
+            contact->filter_constant = false;
+            contact->filter_transmission = r.transmission_data;
+            contact->filter_file = file;
+        }
         ASSERT_TRUE(BerekenFilterSpectra(surroundings, cell, gp));
-        const double expected[] = {0.0, 0.2, 0.55, 1.0};
-        for (std::size_t k = 0; k < 4; ++k) EXPECT_NEAR(gp.leftFilter[k], expected[k], 1e-12) << r.what;
-        EXPECT_EQ(surroundings.report.messages.size(), 1u) << "forced values are told";
+        const double of_file[] = {0.0, 0.2, 0.55, 1.0}, complement[] = {1.0, 0.8, 0.45, 0.0};
+        const bool right_as_it_stands = r.right == 0.05;
+        for (std::size_t k = 0; k < 4; ++k) {
+            EXPECT_NEAR(gp.rightFilter[k], (right_as_it_stands ? of_file : complement)[k], 1e-12) << r.what;
+            EXPECT_NEAR(gp.leftFilter[k], (right_as_it_stands ? complement : of_file)[k], 1e-12) << r.what;
+        }
+        EXPECT_EQ(surroundings.report.messages.size(), 2u) << "forced values are told";
     }
     Surroundings surroundings;
     GenerationParameters gp;

@@ -346,5 +346,54 @@ TEST(ShippedCells, UniformCompositionIsTheMaterialBetweenItsPureOnes)
             << reference.iv_as[i];
 }
 
+// The same grading by law, by file in each manner and by table is the same cell.
+TEST(ShippedCells, AGradingByLawFileAndTableGivesOneCurve)
+{
+    const ScratchFolder scratch;
+    const std::string lin = "> interpolation: lin\n", log = "> interpolation: log\n", rel = "> position: rel\n";
+    // Files of the gap on the composition, the composition and the doping on x; empty: the law or a table.
+    struct Row {
+        const char* what;
+        std::string Eg, y, Na;
+    };
+    const Row rows[] = {
+        {"law", "", "", ""},
+        {"absolute", lin + "0 1.1\n1 1.5\n", lin + "0 0.6\n3 0\n", log + "0 4e22\n3 1e22\n"},
+        {"relative", rel + "0 1.1\n0.25 1.2\n1 1.5\n", rel + "0 0.6\n0.5 0.3\n1 0\n",
+         log + rel + "0 4e22\n0.5 2e22\n1 1e22\n"},
+        {"table", "", "", ""},
+    };
+    IvCurve expected;
+    for (const Row& row : rows) {
+        AtHome surroundings;
+        auto s = sample(surroundings, "cigs-baseline");
+        ASSERT_TRUE(s);
+        LayerParameters& layer = s->zonnecel.cell.layer[0];
+        layer.composition_mode = 1;
+        const auto grade = [&](Profile& p, Law law, Dependence dependence, double left, double right,
+                               const std::string& file) {
+            const bool on_y = dependence == Dependence::on_y, table = row.what == std::string("table");
+            p.law = !file.empty() ? Law::from_file : table ? Law::table : law;
+            p.dependence = dependence;
+            p.pure_A = p.left = left;
+            p.pure_B = p.right = right;
+            p.file = scratch.put("p" + std::to_string(static_cast<int>(law) + 20 * on_y) + ".grad", file).string();
+            p.table_x = {0.0, on_y ? 1.0 : 3.0};
+            p.table_y = {left, right};
+            p.table_log = law == Law::logarithmic;
+        };
+        grade(layer.material.Eg, Law::linear, Dependence::on_y, 1.1, 1.5, row.Eg);
+        grade(layer.composition, Law::linear, Dependence::on_x, 0.6, 0.0, row.y);
+        grade(layer.material.Na, Law::logarithmic, Dependence::on_x, 4e16, 1e16, row.Na);  // the file holds 1/m3
+        const IvCurve& curve = run(surroundings, *s);
+        if (expected.points() == 0) expected = curve;
+        ASSERT_EQ(curve.points(), expected.points()) << row.what;
+        for (std::size_t i = 0; i < curve.points(); ++i)
+            EXPECT_NEAR(curve.ivcurrent[i], expected.ivcurrent[i],
+                        1e-6 * std::max(33.0, std::fabs(expected.ivcurrent[i])))
+                << row.what << " at " << expected.iv_as[i] << " V";
+    }
+}
+
 }  // namespace
 }  // namespace kovin
