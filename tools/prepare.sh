@@ -40,38 +40,32 @@ build() {
     }
 }
 
-# fuzz: the fuzzers of the readers, KOVIN_FUZZ_SECONDS (60) each, all at once, and no more inputs than such a minute
-# brings on a small machine, so that the same inputs are tried everywhere; KOVIN_FUZZ_SECONDS set lifts that bound.
-# Without clang and its fuzzer it only says so. New inputs stay in build/fuzz; one that breaks a reader is named and
-# belongs into tests/fuzz/corpus with its fix.
+# fuzz_one TARGET: one fuzzer from the kept inputs on; what it finds stays in build/fuzz.
+fuzz_one() {
+    mkdir -p "build/fuzz/found/$1"
+    "build/fuzz/fuzz_$1" -max_total_time="${KOVIN_FUZZ_SECONDS:-60}" -max_len=8000 -timeout=30 -rss_limit_mb=2048 \
+        -artifact_prefix="build/fuzz/$1-" "build/fuzz/found/$1" "tests/fuzz/corpus/$1" home/def \
+        >"build/fuzz/$1.log" 2>&1 && return
+    tail -n 20 "build/fuzz/$1.log" >&2
+    return 1
+}
+
+# fuzz: the fuzzers of the readers, KOVIN_FUZZ_SECONDS (60) each, two at a time. Without clang and its fuzzer it only
+# says so. An input that breaks a reader is named and belongs into tests/fuzz/corpus with its fix.
 fuzz() {
     local empty='extern "C" int LLVMFuzzerTestOneInput(const unsigned char*, unsigned long) { return 0; }'
     if ! command -v clang++ >/dev/null || ! clang++ -x c++ -fsanitize=fuzzer -o /dev/null - <<<"$empty" 2>/dev/null; then
         echo "Fuzzers: left out, there is no clang with libFuzzer here"
         return 0
     fi
-    local seconds=${KOVIN_FUZZ_SECONDS:-60} target failed=0
-    local -A jobs runs=([definition]=5000 [action]=3000 [two_column]=150000)
-    [ -z "${KOVIN_FUZZ_SECONDS:-}" ] || runs=([definition]=-1 [action]=-1 [two_column]=-1)
     echo "Building fuzz"
     cmake -S tests/fuzz -B build/fuzz -DCMAKE_CXX_COMPILER=clang++ >/dev/null || stop "configuring the fuzzers failed"
     cmake --build build/fuzz --parallel "$(nproc)" >build/fuzz/build.log 2>&1 || {
         tail -n 40 build/fuzz/build.log >&2
         stop "building the fuzzers failed; the whole log is build/fuzz/build.log"
     }
-    echo "Fuzzing for $seconds s"
-    for target in definition action two_column; do
-        mkdir -p build/fuzz/found/$target
-        build/fuzz/fuzz_$target -seed=1 -runs="${runs[$target]}" -max_total_time="$seconds" \
-            -max_len=8000 -timeout=30 -rss_limit_mb=2048 -artifact_prefix=build/fuzz/$target- \
-            build/fuzz/found/$target tests/fuzz/corpus/$target home/def \
-            >build/fuzz/$target.log 2>&1 &
-        jobs[$target]=$!
-    done
-    for target in "${!jobs[@]}"; do
-        wait "${jobs[$target]}" && continue
-        failed=1
-        tail -n 20 build/fuzz/$target.log >&2
-    done
-    [ $failed -eq 0 ] || stop "a fuzzer broke a reader; its input is the artifact named above"
+    echo "Fuzzing each reader for ${KOVIN_FUZZ_SECONDS:-60} s"
+    export -f fuzz_one
+    printf '%s\n' definition action two_column | xargs -P 2 -I{} bash -c 'fuzz_one {}' ||
+        stop "a fuzzer broke a reader; its input is the artifact named above"
 }
