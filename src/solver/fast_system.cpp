@@ -18,8 +18,6 @@ std::size_t at(int i) { return static_cast<std::size_t>(i); }
 constexpr std::size_t psi = 0, n = 1, p = 2;
 constexpr std::size_t element(std::size_t row, std::size_t column) { return 3 * row + column; }
 
-/// The largest argument of an exponential.
-constexpr double exponent_limit = 708.0;
 double bounded_exp(double x) { return std::exp(std::clamp(x, -exponent_limit, exponent_limit)); }
 
 /// psi of the two points of an interface are tied by a link this much stronger than the coupling to their neighbours.
@@ -205,24 +203,8 @@ void interface_state_rows(const InterfaceTerms& s, const InterfaceTransferSums& 
 InterfaceCarriers densities_at_interface(const Problem& problem, const FastArrays& a, std::size_t j)
 {
     const std::size_t l = a.layer[j].last, f = l + 1;
-    const Scale& scale = problem.set3.scale;
-    const auto P = [](double split) { return std::expm1(std::clamp(split, -exponent_limit, exponent_limit)); };
-    return {.nL = a.n[l],
-            .nR = a.n[f],
-            .pL = a.p[l],
-            .pR = a.p[f],
-            .bnL = a.n[l],
-            .bnR = a.n[f],
-            .bpL = a.p[l],
-            .bpR = a.p[f],
-            .du = P(a.Fn[f] - a.Fn[l]),
-            .dv = P(a.Fp[l] - a.Fp[f]),
-            .P_LL = a.P[l],
-            .P_RR = a.P[f],
-            .P_LR = P(a.Fn[l] - a.Fp[f]),
-            .P_RL = P(a.Fn[f] - a.Fp[l]),
-            .flux_per_left = 1.0 / (scale.N0[j] * scale.x0),
-            .flux_per_right = 1.0 / (scale.N0[j + 1] * scale.x0)};
+    return carriers_at_interface(problem.set3.scale, {a.n, a.p, a.n, a.p, a.Fn, a.Fp, a.P}, j, l,
+                                 bounded_expm1(a.Fn[f] - a.Fn[l]), bounded_expm1(a.Fp[l] - a.Fp[f]));
 }
 
 void interface_rows(const Problem& problem, const FastArrays& a, const InterfaceTerms& states, std::size_t j,

@@ -3,30 +3,42 @@
 #include "base/constants.h"
 #include "device/charge_states.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace kovin {
 
-InterfaceCarriers carriers_at_interface(const Problem& problem, const CalculationVariables& cv, std::size_t interface)
+double bounded_expm1(double split) { return std::expm1(std::clamp(split, -exponent_limit, exponent_limit)); }
+
+InterfaceCarriers carriers_at_interface(const Scale& scale, const CarrierArrays& at, std::size_t interface,
+                                        std::size_t l, double du, double dv)
 {
-    const auto l = static_cast<std::size_t>(cv.mesh.last[interface]), f = l + 1;
-    const Scale& scale = problem.set3.scale;
-    return {.nL = cv.n[l],
-            .nR = cv.n[f],
-            .pL = cv.p[l],
-            .pR = cv.p[f],
-            .bnL = cv.bn[l],
-            .bnR = cv.bn[f],
-            .bpL = cv.bp[l],
-            .bpR = cv.bp[f],
-            .du = cv.du[f],
-            .dv = cv.dv[f],
-            .P_LL = cv.P[l],
-            .P_RR = cv.P[f],
-            .P_LR = std::expm1(cv.Fn[l] - cv.Fp[f]),
-            .P_RL = std::expm1(cv.Fn[f] - cv.Fp[l]),
+    const std::size_t f = l + 1;
+    return {.nL = at.n[l],
+            .nR = at.n[f],
+            .pL = at.p[l],
+            .pR = at.p[f],
+            .bnL = at.bn[l],
+            .bnR = at.bn[f],
+            .bpL = at.bp[l],
+            .bpR = at.bp[f],
+            .du = du,
+            .dv = dv,
+            .P_LL = at.P[l],
+            .P_RR = at.P[f],
+            .P_LR = bounded_expm1(at.Fn[l] - at.Fp[f]),
+            .P_RL = bounded_expm1(at.Fn[f] - at.Fp[l]),
             .flux_per_left = 1.0 / (scale.N0[interface] * scale.x0),
             .flux_per_right = 1.0 / (scale.N0[interface + 1] * scale.x0)};
+}
+
+InterfaceCarriers carriers_at_interface(const Problem& problem, const CalculationVariables& cv, std::size_t interface)
+{
+    const auto l = static_cast<std::size_t>(cv.mesh.last[interface]);
+    return carriers_at_interface(
+        problem.set3.scale,
+        {cv.n.data(), cv.p.data(), cv.bn.data(), cv.bp.data(), cv.Fn.data(), cv.Fp.data(), cv.P.data()}, interface, l,
+        cv.du[l + 1], cv.dv[l + 1]);
 }
 
 void ifrdcbijdrage_een_niveau(const InterfaceEnergy& level, const InterfaceCarriers& c, InterfaceTerms& out)

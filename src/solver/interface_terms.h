@@ -34,6 +34,19 @@ struct InterfaceCarriers {
 };
 [[nodiscard]] InterfaceCarriers carriers_at_interface(const Problem& problem, const CalculationVariables& cv,
                                                       std::size_t interface);
+/// What the carriers are taken from: the points of the mesh, names as in CalculationVariables.
+struct CarrierArrays {
+    const double *n, *p, *bn, *bp, *Fn, *Fp, *P;
+};
+/// The same with the densities as variables: bn and bp may be n and p themselves.
+/// @param l      last point of the left layer
+/// @param du,dv  in the unit that bn and bp divide n and p by
+[[nodiscard]] InterfaceCarriers carriers_at_interface(const Scale& scale, const CarrierArrays& at,
+                                                      std::size_t interface, std::size_t l, double du, double dv);
+/// The largest argument of an exponential.
+inline constexpr double exponent_limit = 708.0;
+/// exp(split) - 1 of a split of two levels, finite for any.
+[[nodiscard]] double bounded_expm1(double split);
 
 /// How the currents into one sheet answer when the densities on both sides rise alike, d/d ln nL + d/d ln nR: the sums
 /// of two slopes that nearly cancel where the sheet mainly passes carriers on from one side to the other.

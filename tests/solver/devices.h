@@ -114,6 +114,18 @@ inline CellParameters graded_cell()
     return cell;
 }
 
+/// Adds all that recombines in the bulk: levels, chains, radiation, Auger.
+inline void crowd(CellParameters& cell)
+{
+    set_uniform(cell.layer[0].material.K_rad, 1e-16);
+    set_uniform(cell.layer[0].material.c_n_auger, 1e-40);
+    set_uniform(cell.layer[1].material.c_p_auger, 1e-40);
+    add_defect(cell.layer[0], DefectType::acceptor, 5e20, 0.3, 1e-19, 2e-18).energy_distribution =
+        EnergyDistribution::gauss;
+    test::add_chain(cell.layer[0], LevelType::plus_zero, {0.7, 0.4}, 5e20);
+    test::add_chain(cell.layer[1], LevelType::two_plus_plus, {0.8, 1.2, 1.6}, 1e23);
+}
+
 /// A sheet of states at interface i with equal capture on both sides.
 inline InterfaceRecombinationParameters& add_sheet(CellParameters& cell, std::size_t i, DefectType type, double N,
                                                    EnergyReference reference, double Et, double sigma_n, double sigma_p)

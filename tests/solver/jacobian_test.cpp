@@ -17,13 +17,7 @@ namespace {
 Device lit_cell(int half_cells)
 {
     CellParameters cell = thin_film_cell();
-    set_uniform(cell.layer[0].material.K_rad, 1e-16);
-    set_uniform(cell.layer[0].material.c_n_auger, 1e-40);
-    set_uniform(cell.layer[1].material.c_p_auger, 1e-40);
-    add_defect(cell.layer[0], DefectType::acceptor, 5e20, 0.3, 1e-19, 2e-18).energy_distribution =
-        EnergyDistribution::gauss;
-    test::add_chain(cell.layer[0], LevelType::plus_zero, {0.7, 0.4}, 5e20);
-    test::add_chain(cell.layer[1], LevelType::two_plus_plus, {0.8, 1.2, 1.6}, 1e23);
+    crowd(cell);
     // Charged sheets whose exchange with both layers weighs as much as the thermionic current.
     InterfaceRecombinationParameters& donors =
         add_sheet(cell, 0, DefectType::donor, 1e17, EnergyReference::above_middle, 0.1, 2e-17, 5e-17);

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <iterator>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace kovin::torture {
@@ -18,76 +19,22 @@ TEST(TortureCell, FollowsFromItsNumber)
 {
     struct Row {
         std::uint64_t id, first_draw;
-        double T;
         int layers;
-        bool p_left;
-        double last_gap;
-        std::vector<int> defects, sheets;
-        double Sp_right, suns;
-        bool light_from_left;
-        double absorption_length;
+        const char *defects, *sheets;  ///< a digit for each layer and interface
+        bool p_left, light_from_left;
+        double T, last_gap, Sp_right, suns, absorption_length;
     };
-    const Row rows[] = {
-        {0,
-         0x4f3f30995a36bc25,
-         227.38948760975603,
-         6,
-         false,
-         2.9030129373580937,
-         {1, 1, 0, 1, 2, 2},
-         {0, 1, 0, 1, 1},
-         23073.64125654203,
-         0.0,
-         false,
-         1.3053255646623211e-06},
-        {1,
-         0xdf7e648c0f218019,
-         368.25558762410105,
-         3,
-         true,
-         1.9576017176541565,
-         {3, 3, 3},
-         {1, 0},
-         9746.476901135791,
-         0.0062613011207336795,
-         false,
-         1.4529677327992111e-06},
-        {2,
-         0xafa593f9cc3220ee,
-         321.5300675596599,
-         6,
-         true,
-         3.5,
-         {2, 2, 0, 2, 1, 2},
-         {0, 1, 0, 0, 0},
-         412.801304928243,
-         61.50432393847901,
-         true,
-         1.0208328284639647e-07},
-        {3,
-         0x8d1ca5c947e5722,
-         158.61278715194507,
-         1,
-         false,
-         1.6501862544303103,
-         {1},
-         {},
-         16.303989563445416,
-         70.34744667394752,
-         false,
-         8.78681044262794e-07},
-        {4,
-         0x86490f6cbae7dea,
-         158.1961298591708,
-         6,
-         true,
-         3.0753828051009107,
-         {0, 2, 0, 0, 0, 2},
-         {0, 0, 0, 1, 0},
-         11.224010624926441,
-         0.0032522594702562514,
-         true,
-         2.809951769738167e-06},
+    constexpr Row rows[] = {
+        {0, 0x4f3f30995a36bc25, 6, "110122", "01011", false, false, 227.38948760975603, 2.9030129373580937,
+         23073.64125654203, 0.0, 1.3053255646623211e-06},
+        {1, 0xdf7e648c0f218019, 3, "333", "10", true, false, 368.25558762410105, 1.9576017176541565, 9746.476901135791,
+         0.0062613011207336795, 1.4529677327992111e-06},
+        {2, 0xafa593f9cc3220ee, 6, "220212", "01000", true, true, 321.5300675596599, 3.5, 412.801304928243,
+         61.50432393847901, 1.0208328284639647e-07},
+        {3, 0x8d1ca5c947e5722, 1, "1", "", false, false, 158.61278715194507, 1.6501862544303103, 16.303989563445416,
+         70.34744667394752, 8.78681044262794e-07},
+        {4, 0x86490f6cbae7dea, 6, "020002", "00010", true, true, 158.1961298591708, 3.0753828051009107,
+         11.224010624926441, 0.0032522594702562514, 2.809951769738167e-06},
     };
     const auto torture = std::make_unique<TortureCell>();
     for (const Row& row : rows) {
@@ -95,9 +42,11 @@ TEST(TortureCell, FollowsFromItsNumber)
         make_torture_cell(usual_seed, row.id, *torture);
         const CellParameters& cell = torture->cell;
         ASSERT_EQ(cell.layers, row.layers) << row.id;
-        std::vector<int> defects, sheets;
-        for (std::size_t j = 0; j < row.defects.size(); ++j) defects.push_back(cell.layer[j].srhteller);
-        for (std::size_t i = 0; i < row.sheets.size(); ++i) sheets.push_back(cell.interfaces[i].defect_count);
+        std::string defects, sheets;
+        for (const LayerParameters& layer : cell.layer) defects += std::to_string(layer.srhteller);
+        for (const InterfaceParameters& interface : cell.interfaces) sheets += std::to_string(interface.defect_count);
+        const auto inner = static_cast<std::size_t>(cell.layers - 1);
+        defects.resize(inner + 1), sheets.resize(inner);
         EXPECT_EQ(defects, row.defects) << row.id;
         EXPECT_EQ(sheets, row.sheets) << row.id;
         EXPECT_EQ(torture->p_left, row.p_left) << row.id;
@@ -106,7 +55,7 @@ TEST(TortureCell, FollowsFromItsNumber)
             EXPECT_NEAR(value, expected, 1e-13 * std::fabs(expected)) << row.id;
         };
         near(torture->T, row.T);
-        near(cell.layer[static_cast<std::size_t>(row.layers - 1)].material.Eg.right, row.last_gap);
+        near(cell.layer[inner].material.Eg.right, row.last_gap);
         near(cell.right.Sp, row.Sp_right);
         near(torture->flux, 2.5e21 * row.suns);
         near(torture->absorption_length, row.absorption_length);
