@@ -91,6 +91,8 @@ ResultTexts result_texts(Session& session, const WantedTables& wanted)
     const std::string& version = session.surroundings.version;
     ResultTexts texts;
     texts.iv = iv_naar_file(version, s.results, session.ActionListMode);
+    texts.cv = cv_naar_file(version, s.results, session.ActionListMode);
+    texts.cf = cf_naar_file(version, s.results, session.ActionListMode);
     texts.qe = qe_naar_file(version, s.results, session.ActionListMode);
     texts.as = AS_naar_file(version, s.results, session.ActionListMode);
     if (s.failures.work_point) return texts;

@@ -15,6 +15,9 @@ inline constexpr double photons_per_nm_W = 5.035e15;      ///< 1e-9/(h c): photo
 /// Thermal voltage kT/q [V] at T [K].
 [[nodiscard]] constexpr double thermal_voltage(double T) { return T / 300.0 * kT_at_300K; }
 
+/// Per area as laboratories tell it.
+inline constexpr double nF_cm2_per_F_m2 = 1e5, S_cm2_per_S_m2 = 1e-4, ohm_cm2_per_ohm_m2 = 1e4;
+
 /// Photons or pairs per m2 and s that a calculation takes, 1e14 suns: more is a slip, and numbers stay finite.
 inline constexpr double most_photons = 1e35;
 

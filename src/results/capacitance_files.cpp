@@ -64,6 +64,13 @@ constexpr Column<DataListElement> as_columns[] = {
     {"Nt(cm^-3/eV)", " ", number, [](Element e, Row i) { return e.as.AS_Nt[i]; }},
 };
 
+void write_cut(std::string& out, bool failed, std::size_t done, std::size_t asked)
+{
+    if (done >= asked) return;
+    out += std::string("remark: ") + (failed ? "convergence failure" : "stopped") + ": the curve is cut (" +
+           integer(static_cast<long>(done)) + " of " + integer(static_cast<long>(asked)) + " points)\n\n";
+}
+
 /// How the doping was found.
 std::string explanation(const CvCurve& curve)
 {
@@ -95,9 +102,7 @@ std::string cv_naar_file(const std::string& version, std::span<const DataListEle
         } else {
             write_rows<CvCurve>(out, without_doping, curve, done, element.CV_points, ActionListMode);
         }
-        if (curve.failed)
-            out += "remark: convergence failure: the curve is cut (" + integer(static_cast<long>(done)) + " of " +
-                   integer(static_cast<long>(element.CV_points)) + " points)\n\n";
+        write_cut(out, curve.failed, done, element.CV_points);
     }
     return out;
 }
@@ -109,6 +114,7 @@ std::string cf_naar_file(const std::string& version, std::span<const DataListEle
         if (element.cf.points() == 0) continue;
         out += WriteOutputHeader(version, element.run, OutputKind::cf);
         write_rows<CfCurve>(out, cf_columns, element.cf, element.cf.points(), element.Cf_points, ActionListMode);
+        write_cut(out, element.cf.failed, element.cf.points(), element.Cf_points);
     }
     return out;
 }

@@ -24,6 +24,12 @@ struct IvCurve {
     std::string left_contact_label, right_contact_label;  ///< which carrier is the minority there
     [[nodiscard]] std::size_t points() const { return iv_as.size(); }
 };
+/// All columns of an I-V curve, for what is done to each of them.
+inline constexpr std::vector<double> IvCurve::*iv_curve_columns[] = {
+    &IvCurve::iv_as,          &IvCurve::ivcurrent, &IvCurve::TotalRec, &IvCurve::TotalGen,      &IvCurve::ivleftcontact,
+    &IvCurve::ivrightcontact, &IvCurve::ivifr,     &IvCurve::ivbulk,   &IvCurve::recSRH,        &IvCurve::recRadiative,
+    &IvCurve::recAuger,       &IvCurve::J_error,   &IvCurve::J_noise,  &IvCurve::noise_limited,
+};
 
 /// Where a C-V curve was calculated, kept so that its analysis can be repeated with other settings.
 struct CellOnMesh {
@@ -52,7 +58,7 @@ struct CvCurve {
     std::string layer_name;                        ///< of NW.layer
     CellOnMesh cell;
 
-    bool failed = false;  ///< the sweep ended with a point that did not converge
+    bool failed = false;  ///< the sweep ended with a point that did not converge; false behind a stop
 
     [[nodiscard]] std::size_t points() const { return v_cell.size(); }
     /// Enough points for the window of the slope: the curve has an apparent doping.
@@ -64,7 +70,14 @@ struct CfCurve {
     std::vector<double> cfcap;                            ///< C [nF/cm2]
     std::vector<double> cfcon;                            ///< G [S/cm2]
     std::vector<double> cfZre, cfZim, cfZmagn, cfZphase;  ///< impedance [ohm cm2], phase in degrees
+    bool failed = false;                                  ///< the frequency behind the last one has no answer
     [[nodiscard]] std::size_t points() const { return cf_as.size(); }
+};
+
+/// Admittance at the working point, at its frequency.
+struct WorkPointAdmittance {
+    double C = 0.0;  ///< [nF/cm2]
+    double G = 0.0;  ///< [S/cm2]
 };
 
 /// Admittance spectrum: what a C-f curve tells about defect levels, one value a frequency.

@@ -8,12 +8,6 @@ namespace kovin {
 
 namespace {
 
-constexpr std::vector<double> IvCurve::*columns[] = {
-    &IvCurve::iv_as,          &IvCurve::ivcurrent, &IvCurve::TotalRec, &IvCurve::TotalGen,      &IvCurve::ivleftcontact,
-    &IvCurve::ivrightcontact, &IvCurve::ivifr,     &IvCurve::ivbulk,   &IvCurve::recSRH,        &IvCurve::recRadiative,
-    &IvCurve::recAuger,       &IvCurve::J_error,   &IvCurve::J_noise,  &IvCurve::noise_limited,
-};
-
 std::vector<std::size_t> rising(const std::vector<double>& v)
 {
     std::vector<std::size_t> order(v.size());
@@ -46,7 +40,7 @@ IvCurve merge_IV_and_CV(const IvCurve& iv, const IvCurve& cv)
     IvCurve out;
     out.left_contact_label = a.empty() ? cv.left_contact_label : iv.left_contact_label;
     out.right_contact_label = a.empty() ? cv.right_contact_label : iv.right_contact_label;
-    for (const auto column : columns)
+    for (const auto column : iv_curve_columns)
         for (const Point& point : merged) {
             const std::vector<double>& from = point.curve->*column;
             (out.*column).push_back(point.at < from.size() ? from[point.at] : 0.0);

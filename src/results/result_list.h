@@ -59,6 +59,7 @@ struct DataListElement {
     IvCurve iv;
     std::size_t IV_points = 0;  ///< of the sweep; where it was cut, `iv` holds fewer. Ending behind Voc is no cut
     IVCharacteristics characteristics;
+    std::optional<WorkPointAdmittance> work_point;  ///< where a capacitance was asked for
     CvCurve cv;
     CfCurve cf;
     AsCurve as;                                ///< analysis of cf

@@ -16,6 +16,8 @@
 #include "results/header.h"
 #include "solver/mesh_first.h"
 #include "solver/outer_iteration.h"
+#include "sweeps/cf.h"
+#include "sweeps/cv.h"
 #include "sweeps/iv.h"
 #include "sweeps/qe.h"
 #include "sweeps/starting_point.h"
@@ -192,6 +194,36 @@ RunOutcome calculate_IV(Surroundings& surroundings, Simulation& s, DataListEleme
     return sweep == SweepOutcome::stopped ? RunOutcome::stopped : RunOutcome::done;
 }
 
+RunOutcome calculate_CV(Surroundings& surroundings, Simulation& s, DataListElement& element)
+{
+    StartDecision decision;
+    const StartOutcome start =
+        CalculateStartingPoint(surroundings, s, "C(V)", s.actie.CV_startV, s.actie.CV_stopV, decision);
+    if (start == StartOutcome::stopped) return RunOutcome::stopped;
+    if (start == StartOutcome::failed) return RunOutcome::failed;
+    const SweepOutcome sweep = calccv(surroundings, s, decision, element);
+    const std::string volt = " V = " + fixed(s.currentCalcVars.V * s.polarity.V, 0, 3) + " Volt";
+    const std::string at_frequency = "; f = " + scientific(s.wp.frequency, 8, 2) + " Hz";
+    surroundings.monitor.post(
+        {.text = element.cv.failed ? "C(V) stopped at" + volt : "C(V) done;" + volt + at_frequency,
+         .done = static_cast<int>(element.cv.points()),
+         .total = static_cast<int>(element.cv.points())});
+    return sweep == SweepOutcome::stopped ? RunOutcome::stopped : RunOutcome::done;
+}
+
+RunOutcome calculate_Cf(Surroundings& surroundings, Simulation& s, DataListElement& element)
+{
+    if (surroundings.monitor.stopRequested()) return RunOutcome::stopped;
+    const SweepOutcome sweep = calccf(surroundings, s, element);
+    const std::string volt = " Vdc = " + fixed(s.wp.V * s.polarity.V, 0, 3) + " Volt";
+    const double f = element.cf.points() > 0 ? element.cf.cf_as.back() : s.actie.Cf_startf;
+    surroundings.monitor.post(
+        {.text = (s.failures.Cf ? "C(f) cut;" : "C(f) done;") + volt + "; f = " + scientific(f, 8, 2) + " Hz",
+         .done = static_cast<int>(element.cf.points()),
+         .total = static_cast<int>(element.cf.points())});
+    return sweep == SweepOutcome::stopped ? RunOutcome::stopped : RunOutcome::done;
+}
+
 /// Ends at the working point, whatever happens.
 RunOutcome calculate_QE(Surroundings& surroundings, Simulation& s, DataListElement& element)
 {
@@ -245,6 +277,8 @@ RunOutcome calculate(Surroundings& surroundings, Simulation& s)
         RunOutcome (*calculate)(Surroundings&, Simulation&, DataListElement&);
     } measurements[] = {
         {s.actie.IV_calculate, calculate_IV},
+        {s.actie.CV_calculate, calculate_CV},
+        {s.actie.Cf_calculate, calculate_Cf},
         {s.actie.QE_calculate, calculate_QE},
     };
     if (std::none_of(std::begin(measurements), std::end(measurements), [](const auto& m) { return m.asked; }))
@@ -252,7 +286,13 @@ RunOutcome calculate(Surroundings& surroundings, Simulation& s)
     DataListElement& element = s.results.emplace_back();
     element.run = run_record(surroundings, s);
     element.actions = s.actie;
-    if (s.actie.IV_calculate) element.IV_points = static_cast<std::size_t>(std::max(s.actie.IV_points, 2));
+    const auto asked = [](bool calculate, int points) {
+        return calculate ? static_cast<std::size_t>(std::max(points, 2)) : 0;
+    };
+    element.IV_points = asked(s.actie.IV_calculate, s.actie.IV_points);
+    element.CV_points = asked(s.actie.CV_calculate, s.actie.CV_points);
+    element.Cf_points = asked(s.actie.Cf_calculate, s.actie.Cf_points);
+    if (s.actie.CV_calculate || s.actie.Cf_calculate) element.work_point = work_point_admittance(s);
     // What one of them does not reach is no matter to the next, which begins at a state of its own.
     for (const auto& measurement : measurements)
         if (measurement.asked && measurement.calculate(surroundings, s, element) == RunOutcome::stopped)

@@ -18,7 +18,7 @@ namespace kovin {
 struct Failures {
     bool equilibrium = true, short_circuit = true, work_point = true;
     bool first_IV_point = true, IV = true;
-    bool QE = true;
+    bool CV = true, Cf = true, QE = true;
 };
 
 /// Large: keep it on the heap and hand on references.

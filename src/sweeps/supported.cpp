@@ -120,9 +120,7 @@ UnsupportedPhysics unsupported_physics(const Simulation& simulation)
         bool asked;
         const char* name;
     } others[] = {
-        {actions.CV_calculate, "measurement C-V"},
         {actions.MIS_CV_calculate, "measurement C-V of an MIS structure"},
-        {actions.Cf_calculate, "measurement C-f"},
         {actions.pause, "pause at each step"},
     };
     for (const auto& other : others)

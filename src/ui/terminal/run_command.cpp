@@ -43,9 +43,13 @@ std::vector<ResultFile> planned_files(const Session& session, const Options& opt
         return ResultFile{kind, fs::path(stem.string() + '.' + kind), text};
     };
     std::vector<ResultFile> files;
-    if (s.panel.actions.IV_calculate) files.push_back(file("iv", &ResultTexts::iv));
-    if (s.panel.actions.QE_calculate) files.push_back(file("qe", &ResultTexts::qe));
-    if (options.analyse && s.panel.actions.Cf_calculate) files.push_back(file("as", &ResultTexts::as));
+    const ActionList& asked = s.panel.actions;
+    // The states of a C-V belong to the I-V curve.
+    if (asked.IV_calculate || asked.CV_calculate) files.push_back(file("iv", &ResultTexts::iv));
+    if (asked.CV_calculate) files.push_back(file("cv", &ResultTexts::cv));
+    if (asked.Cf_calculate) files.push_back(file("cf", &ResultTexts::cf));
+    if (asked.QE_calculate) files.push_back(file("qe", &ResultTexts::qe));
+    if (options.analyse && asked.Cf_calculate) files.push_back(file("as", &ResultTexts::as));
     files.push_back(file("eb", &ResultTexts::eb));
     files.push_back(file("gen", &ResultTexts::gen));
     files.push_back(file("occ", &ResultTexts::occ));
@@ -157,8 +161,9 @@ ExitStatus status_of(const Session& session, SimulateOutcome outcome)
     const Simulation& s = session.simulation;
     if (outcome == SimulateOutcome::failed && s.failures.work_point) return ExitStatus::nothing_calculated;
     const ActionList& asked = s.panel.actions;
-    const bool cut =
-        (asked.IV_calculate && (s.failures.first_IV_point || s.failures.IV)) || (asked.QE_calculate && s.failures.QE);
+    const bool cut = (asked.IV_calculate && (s.failures.first_IV_point || s.failures.IV)) ||
+                     (asked.CV_calculate && s.failures.CV) || (asked.Cf_calculate && s.failures.Cf) ||
+                     (asked.QE_calculate && s.failures.QE);
     const bool complete = outcome == SimulateOutcome::done && !cut && session.unsupported.empty();
     return complete ? ExitStatus::good : ExitStatus::incomplete;
 }

@@ -69,6 +69,21 @@ std::string iv_json(const DataListElement& element)
            ",\"cut\":" + (element.iv.points() < element.IV_points ? "true" : "false") + '}';
 }
 
+/// What a curve of capacitances holds of what was asked for.
+std::string points_json(std::size_t done, std::size_t asked)
+{
+    return "{\"points\":" + integer(static_cast<long>(done)) + ",\"cut\":" + (done < asked ? "true" : "false") + '}';
+}
+
+std::string capacitance_json(const DataListElement& element)
+{
+    const WorkPointAdmittance& at = *element.work_point;
+    const WorkPoint& wp = element.run.wp;
+    return "{\"C\":" + number(true, at.C) + ",\"G\":" + number(true, at.G) +
+           ",\"V\":" + number(true, wp.V * element.run.polarity.V + 0.0) +
+           ",\"frequency\":" + number(true, wp.frequency) + '}';
+}
+
 std::string mott_schottky_json(const MottSchottkyLine& line)
 {
     return "{\"Vbi\":" + number(true, line.Vbi) + ",\"intercept\":" + number(true, line.intercept) +
@@ -130,6 +145,21 @@ void iv_rows(std::string& out, const DataListElement& element, bool verbose)
     if (verbose && std::isfinite(error)) out += "  J is certain to " + scientific(error, 0, 1) + " mA/cm2\n";
 }
 
+void capacitance_rows(std::string& out, const DataListElement& element)
+{
+    if (element.work_point) {
+        const WorkPoint& wp = element.run.wp;
+        row(out, "C         ", true, element.work_point->C, 3, "nF/cm2",
+            " at " + fixed(wp.V * element.run.polarity.V + 0.0, 0, 3) + " V, " + scientific(wp.frequency, 0, 1) +
+                " Hz");
+    }
+    if (element.CV_points > 0 && element.cv.points() == 0)
+        out += "  no C-V curve: its first point did not converge\n";
+    else
+        cut_row(out, "C-V curve", element.cv.points(), element.CV_points);
+    cut_row(out, "C-f curve", element.cf.points(), element.Cf_points);
+}
+
 /// What the analyses read out of C-V and C-f.
 void analysis_rows(std::string& out, const DataListElement& element)
 {
@@ -160,12 +190,16 @@ std::string summary_table(const Summary& summary)
 {
     std::string out = summary.problem + '\n';
     if (summary.curves != nullptr) {
-        if (summary.curves->iv.points() > 0)
-            iv_rows(out, *summary.curves, summary.verbose);
-        else if (summary.curves->IV_points > 0)
+        const DataListElement& curves = *summary.curves;
+        // A C-V has states of the I-V curve as well: in the dark there is nothing to tell of them.
+        const bool asked_IV = curves.actions.IV_calculate;
+        if (curves.iv.points() > 0 && (asked_IV || !curves.run.wp.dark))
+            iv_rows(out, curves, summary.verbose);
+        else if (asked_IV && curves.iv.points() == 0)
             out += "  no I-V curve: its first point did not converge\n";
-        analysis_rows(out, *summary.curves);
-        qe_rows(out, *summary.curves);
+        capacitance_rows(out, curves);
+        analysis_rows(out, curves);
+        qe_rows(out, curves);
     }
     for (const auto& [kind, path] : summary.files) out += "  " + path.string() + '\n';
     return out;
@@ -180,6 +214,11 @@ std::string summary_json(const Summary& summary)
     const bool has_iv = curves != nullptr && curves->IV_points > 0;
     const bool has_qe = curves != nullptr && curves->qe.points() > 0;
     out += ",\"iv\":" + (has_iv ? iv_json(*curves) : std::string("null"));
+    if (curves != nullptr && curves->work_point) out += ",\"capacitance\":" + capacitance_json(*curves);
+    if (curves != nullptr && curves->CV_points > 0)
+        out += ",\"cv\":" + points_json(curves->cv.points(), curves->CV_points);
+    if (curves != nullptr && curves->Cf_points > 0)
+        out += ",\"cf\":" + points_json(curves->cf.points(), curves->Cf_points);
     if (curves != nullptr) {
         if (const auto line = mott_schottky_line(curves->cv)) out += ",\"mott_schottky\":" + mott_schottky_json(*line);
         if (curves->as.points() > 0) out += ",\"as\":" + admittance_json(curves->as);

@@ -1,0 +1,95 @@
+#include "sweeps/cv.h"
+
+#include "base/text_format.h"
+#include "results/merge_curves.h"
+#include "sweeps/dc_columns.h"
+#include "sweeps/doping_profile.h"
+#include "sweeps/outer_circuit.h"
+
+#include <numbers>
+
+namespace kovin {
+
+namespace {
+
+/// What the analysis needs to know of the cell, on the present mesh.
+CellOnMesh cell_on_mesh(const Simulation& s)
+{
+    CellOnMesh cell;
+    cell.mesh = s.currentCalcVars.mesh;
+    cell.cvepsilon = s.set3.on.eps;
+    cell.cvnet_doping = s.set3.on.doping;
+    for (std::size_t j = 0; j < static_cast<std::size_t>(cell.mesh.nlayers); ++j)
+        for (int i = cell.mesh.first[j]; i <= cell.mesh.last[j]; ++i)
+            cell.cvnet_doping[static_cast<std::size_t>(i)] *= s.set3.scale.N0[j];
+    cell.kT = s.set3.kT;
+    return cell;
+}
+
+/// The states of the sweep become points of the I-V curve; what that did not reach stays missing.
+void join_iv(const Simulation& s, const IvCurve& dc, DataListElement& element)
+{
+    const std::size_t missing = element.IV_points - element.iv.points();
+    element.iv = merge_IV_and_CV(element.iv, dc);
+    element.IV_points = element.iv.points() + missing;
+    extract_characteristics(s, element.iv, element.characteristics);
+}
+
+}  // namespace
+
+SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecision& decision, DataListElement& element)
+{
+    const ActionList& asked = s.actie;
+    const double omega_us = 2.0 * std::numbers::pi * s.wp.frequency;
+    const OuterCircuit circuit = outer_circuit(s.wp);
+    CvCurve curve;
+    RecombinationProfile recombination;
+    SmallSignalWork work;
+    SmallSignal answer;
+    const auto measure = [&](double v_cell, bool) {
+        if (!calculate_small_signal_ac(s.solver_problem(), s.currentCalcVars, omega_us, work, answer))
+            return AfterPoint::failed;
+        const Admittance Y = at_terminals(answer.median, omega_us, circuit);
+        add_dc_point(s, v_cell, recombination, curve.dc);
+        curve.v_cell.push_back(v_cell);
+        curve.cvcap.push_back(Y.C * nF_cm2_per_F_m2);
+        curve.cvcon.push_back(Y.G * S_cm2_per_S_m2);
+        return AfterPoint::go_on;
+    };
+    const auto shown = [&](double V) { return fixed(V * s.polarity.V, 0, 3); };
+    const SweepEnd end =
+        run_voltages(surroundings, s, decision,
+                     {.start = asked.CV_startV,
+                      .stop = asked.CV_stopV,
+                      .points = asked.CV_points,
+                      .name = "C(V)",
+                      .progress = "Calculating C(V) at " + scientific(s.wp.frequency, 8, 2) + " Hz from " +
+                                  shown(asked.CV_startV) + " V to " + shown(asked.CV_stopV) + " V: V = ",
+                      .refusal_title = "Error in function calccv()",
+                      .failure_title = "While calculating C(V)...",
+                      .behind_volt = ""},
+                     measure);
+    if (end.outcome == SweepOutcome::refused) return end.outcome;
+    s.failures.CV = curve.points() < end.points;
+    curve.failed = end.failed;
+    element.CV_points = end.points;
+    if (curve.points() > 0) {
+        if (decision.in_two_legs()) {
+            const std::vector<std::size_t> order = rising_voltage(curve.dc);
+            for (const auto column : iv_curve_columns) reorder(curve.dc.*column, order);
+            for (auto* column : {&curve.v_cell, &curve.cvcap, &curve.cvcon}) reorder(*column, order);
+        }
+        to_user_sign(curve.dc, s.polarity);
+        curve.cv_as = curve.dc.iv_as;
+        join_iv(s, curve.dc, element);
+
+        const CellParameters& cell = s.problem.input.cell.cell;
+        curve.cell = cell_on_mesh(s);
+        mott_schottky_columns(curve, with_junction(cell, s.problem.NW));
+        curve.layer_name = cell.layer[static_cast<std::size_t>(curve.NW.layer)].name;
+    }
+    element.cv = std::move(curve);
+    return end.outcome;
+}
+
+}  // namespace kovin
