@@ -1,55 +1,30 @@
 // Quantum efficiency: what must hold for any cell, the figures of the sample cells, and curves that end early.
 #include "sweeps/qe.h"
-#include "device/action_file.h"
-#include "device/definition_reader.h"
 #include "device/model_table.h"
-#include "device/unit_systems.h"
 #include "optics/absorption_on_mesh.h"
 #include "results/curve_files.h"
-#include "solver/devices.h"
-#include "sweeps/ladder.h"
+#include "sweeps/shipped_run.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <functional>
-#include <memory>
 #include <string>
 
 namespace kovin {
 namespace {
 
 /// A run of a shipped cell that asks for nothing but its QE, with a probe that changes little.
-struct QeRun {
-    explicit QeRun(const std::string& name, double from = 400.0, double to = 1000.0, int points = 7)
+struct QeRun : ShippedRun {
+    explicit QeRun(const std::string& name, double from = 400.0, double to = 1000.0, int points = 7) : ShippedRun(name)
     {
-        surroundings.folders.root = KOVIN_SOURCE_DIR "/home";
-        const auto folder = surroundings.folders.root / "def";
-        EXPECT_TRUE(lees_structuurfile(surroundings, folder / (name + ".def"), s->problem));
-        s->panel = InitialiseActionPanel();
-        EXPECT_TRUE(SetActionPanelFromFile(surroundings, folder / (name + ".act"), s->panel));
-        s->zonnecel = parameterset1_to_2(s->problem.input.cell);
-        s->panel.workPoint.lightFromRight = s->problem.workPoint.lightFromRight;
-        s->panel.workPoint.Rfront = s->problem.workPoint.Rfront;
         s->problem.qe = {.mode = 1, .photons = 1e18};
-        ActionList& actions = s->panel.actions;
-        actions.IV_calculate = false;
-        actions.QE_calculate = true;
-        actions.QE_startlambda = from;
-        actions.QE_stoplambda = to;
-        actions.QE_points = points;
+        actions().QE_calculate = true;
+        actions().QE_startlambda = from;
+        actions().QE_stoplambda = to;
+        actions().QE_points = points;
     }
-    const QeCurve& curve()
-    {
-        outcome = calculate(surroundings, *s);
-        EXPECT_FALSE(s->results.empty());
-        return s->results.back().qe;
-    }
-    WorkPoint& wp() { return s->panel.workPoint; }
-
-    Surroundings surroundings;
-    std::unique_ptr<Simulation> s = std::make_unique<Simulation>();
-    RunOutcome outcome = RunOutcome::failed;
+    const QeCurve& curve() { return calculated().qe; }
 };
 
 // Figures of an independent program on the same cells; and the curve collects of the spectrum what the cell does.
@@ -110,10 +85,7 @@ TEST(QuantumEfficiency, IsThatOfTheCell)
         std::function<void(QeRun&)> change;
         double relative;  ///< difference: 1e-3 where depletion layer and traps feel the bias
     };
-    const auto turn = [](QeRun& run) {
-        run.s->zonnecel.cell = testing::mirrored(run.s->zonnecel.cell);
-        run.wp().lightFromRight = !run.wp().lightFromRight;
-    };
+    const auto turn = [](QeRun& run) { run.turn(); };
     const auto given = [](QeRun& run) {
         run.wp().generationSpecified = true;
         run.wp().generationFromFile = false;
