@@ -104,6 +104,8 @@ ResultTexts result_texts(Session& session, const WantedTables& wanted)
     texts.eb = eb_naar_file(source, profiles);
     texts.gen = gen_naar_file(source, profiles);
     texts.occ = ft_naar_file(source, profiles);
+    const bool capacitance = !s.results.empty() && s.results.back().work_point;
+    if (capacitance) texts.ac = ac_naar_file(source);
     if (wanted.grading) texts.grading = grading_table(version, run, s.set3, s.werkpuntcv.mesh);
     if (wanted.absorption)
         texts.absorption = BewaarAlfa(session.surroundings.report, run, s.set3, s.currentCalcVars.mesh, s.light);

@@ -26,7 +26,7 @@ struct WantedTables {
 
 /// Texts of the files of the present working point and of the calculated curves.
 struct ResultTexts {
-    std::string iv, cv, cf, qe, eb, gen, occ;  ///< empty: there is nothing to write
+    std::string iv, cv, cf, qe, eb, gen, occ, ac;  ///< empty: there is nothing to write
     std::string as;                            ///< of an analysed C-f curve
     std::string absorption, grading;
 };

@@ -14,6 +14,8 @@ std::string_view title(OutputKind kind)
             return "Simulation of energy band diagrammes";
         case OutputKind::generation:
             return "Simulation of generation - recombination profiles";
+        case OutputKind::small_signal:
+            return "Simulation of ac-band diagrammes at the dc-working point";
         case OutputKind::iv:
             return "Simulation of I-V curves";
         case OutputKind::cv:

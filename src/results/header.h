@@ -11,6 +11,7 @@ namespace kovin {
 enum class OutputKind : int {
     energy_bands = 0,
     generation = 1,
+    small_signal = 2,
     iv = 3,
     cv = 4,
     cf = 5,

@@ -1,4 +1,5 @@
-// Files of one state: energy bands (.eb), generation and recombination (.gen), occupation of defects (.occ).
+// Files of one state: energy bands (.eb), generation and recombination (.gen), occupation of defects (.occ), answer to
+// a small voltage (.ac).
 #pragma once
 
 #include "results/profiles.h"
@@ -22,6 +23,11 @@ struct ProfileSource {
 
 /// Text of a .gen file. Its first two columns, x [um] and G(x) [1/(m3 s)], can be read back as a generation file.
 [[nodiscard]] std::string gen_naar_file(const ProfileSource& source, const Profiles& profiles);
+
+/// Text of an .ac file: what a small voltage of the frequency of the working point changes at each mesh point of the
+/// solved state. The voltage is 1 kT/q, with which the changes are in proportion; Fn, Fp and psi are those of the right
+/// contact there. Empty where there is no answer.
+[[nodiscard]] std::string ac_naar_file(const ProfileSource& source);
 
 /// Text of an .occ file: for every discrete energy and level of every bulk defect the fractions in the states with and
 /// without the level's electron.

@@ -356,6 +356,28 @@ bool solve_small_signal(const Problem& problem, const CalculationVariables& cv, 
     return std::isfinite(out.J_mean.re) && std::isfinite(out.J_mean.im);
 }
 
+SmallSignalCharges small_signal_charges(const Problem& problem, const CalculationVariables& cv,
+                                        const SmallSignalWork& work)
+{
+    SmallSignalCharges out;
+    const DcTerms& t = cv.terms_total;
+    const auto &to_n = work.bulk.Fn[ac_rho], &to_p = work.bulk.Fp[ac_rho];
+    for (std::size_t j = 0; j < at(cv.mesh.nlayers); ++j) {
+        const double per_cm3 = 1e-6 * problem.set3.scale.N0[j];
+        for (std::size_t i = at(cv.mesh.first[j]); i <= at(cv.mesh.last[j]); ++i) {
+            const Complex psi = work.x[i][to_psi], Fn = work.x[i][to_Fn], Fp = work.x[i][to_Fp];
+            out.n.push_back(per_cm3 * cv.n[i] * (psi + Fn));
+            out.p.push_back(-per_cm3 * cv.p[i] * (psi + Fp));
+            const Complex steady =
+                t.drho_dpsi[i] * psi + (cv.expFn[i] * t.drho_du[i]) * Fn - (cv.expmFp[i] * t.drho_dv[i]) * Fp;
+            const Complex delay =
+                Complex{to_n.re[i], to_n.im[i]} * (psi + Fn) + Complex{to_p.re[i], to_p.im[i]} * (psi + Fp);
+            out.defects.push_back(per_cm3 * (steady + delay));
+        }
+    }
+    return out;
+}
+
 bool calculate_small_signal_ac(const Problem& problem, const CalculationVariables& cv, double omega_us,
                                SmallSignalWork& work, SmallSignal& out)
 {

@@ -64,7 +64,15 @@ void prepare_small_signal(const Problem& problem, const CalculationVariables& cv
 bool solve_small_signal(const Problem& problem, const CalculationVariables& cv, double omega_us, SmallSignalWork& work,
                         SmallSignal& out);
 
-/// Both in one.
+/// Changes of the charges that go with an answer. One value a mesh point [1/cm3], charge in elementary charges.
+struct SmallSignalCharges {
+    std::vector<Complex> n, p, defects;
+};
+/// @pre `work` is as the solve of the answer left it
+[[nodiscard]] SmallSignalCharges small_signal_charges(const Problem& problem, const CalculationVariables& cv,
+                                                      const SmallSignalWork& work);
+
+/// prepare_small_signal and solve_small_signal in one.
 bool calculate_small_signal_ac(const Problem& problem, const CalculationVariables& cv, double omega_us,
                                SmallSignalWork& work, SmallSignal& out);
 

@@ -53,6 +53,7 @@ std::vector<ResultFile> planned_files(const Session& session, const Options& opt
     files.push_back(file("eb", &ResultTexts::eb));
     files.push_back(file("gen", &ResultTexts::gen));
     files.push_back(file("occ", &ResultTexts::occ));
+    if (asked.CV_calculate || asked.Cf_calculate) files.push_back(file("ac", &ResultTexts::ac));
     if (options.absorption_table) files.push_back(file("abs", &ResultTexts::absorption));
     if (options.grading_table) files.push_back(file("grading", &ResultTexts::grading));
     return files;
