@@ -50,6 +50,8 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
     probed.replace(probed.find("1.00e+19"), 8, "1.00e+36");
     scratch.put("probed.def", probed);
     scratch.put("probed.act", contents(home + "/def/silicon-pn.act") + "\nQE_calculate : 1\n");
+    scratch.put("far.act",
+                "dark : 1\nCV_startV : 0\nCV_stopV : 900\nCV_points : 3\nCV_calculate : 1\nCf_calculate : 1\n");
     scratch.put("gone.act", "dark : 0\nincident spectrum from file : gone.spe\n");
     for (const char* pipe : {"pipe.def", "pipe.act"}) ASSERT_EQ(::mkfifo((scratch.path() / pipe).c_str(), 0600), 0);
     const std::string run = "run '" + cell + "' -o out ";
@@ -79,6 +81,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         {"input file that is missing", "run gone.def -o out", 3, "gone.spe not found (Set to standard AM1.5G"},
         {"and is replaced", "run gone.def --repair -o out", 1, "standard KOVIN AM1.5G 1 sun spectrum set"},
         {"a measurement that cannot be made", "run probed.def -o out", 1, "A probe of 1.00e+36 photons"},
+        {"a curve that is cut", "run '" + cell + "' far.act -o far", 1, "C(V) calculation cut at V = 0.000000 Volt"},
         {"nothing to find", "check '" + cell + "'", 0, "nothing found"},
         {"findings", "check broken.def", 1, ""},
         {"clean but for a file that it names", "check gone.act", 3, ""},
@@ -113,6 +116,8 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
     }
     for (const char* kind : {"iv", "eb", "gen", "occ"})
         EXPECT_TRUE(std::filesystem::exists(scratch.path() / "out" / (std::string("my cell.") + kind))) << kind;
+    for (const char* kind : {"iv", "cv", "cf", "ac"})
+        EXPECT_TRUE(std::filesystem::exists(scratch.path() / "far" / (std::string("silicon-pn.") + kind))) << kind;
     EXPECT_FALSE(std::filesystem::exists(scratch.path() / "out/metastable-cigs.eb")) << "nothing half right";
 }
 
