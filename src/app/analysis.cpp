@@ -2,6 +2,7 @@
 
 #include "base/text_format.h"
 #include "base/text_scan.h"
+#include "device/charge_states.h"
 #include "sweeps/doping_profile.h"
 
 #include <algorithm>
@@ -174,6 +175,22 @@ MottSchottkySettings settings_of_cell(const Simulation& s, const AnalysisChoices
     return NW;
 }
 
+/// The complaint about a defect or level that the user names and the chosen layer does not have, empty if there is
+/// none.
+std::string missing_level(const CellParameters& cell, const MottSchottkySettings& NW, const AnalysisChoices& choices)
+{
+    if (NW.layer < 0 || NW.layer >= cell.layers) return {};  // not chosen yet
+    const LayerParameters& layer = cell.layer[static_cast<std::size_t>(NW.layer)];
+    const std::string name = "layer " + integer(NW.layer + 1);
+    const bool has_defect = NW.defect >= 0 && NW.defect < layer.srhteller;
+    if (!has_defect && given(choices, "defect"))
+        return "defect " + integer(NW.defect + 1) + ": " + name + " has " + integer(layer.srhteller);
+    const int levels = has_defect ? level_count(layer.srh[static_cast<std::size_t>(NW.defect)]) : 0;
+    if (NW.level >= levels && given(choices, "level"))
+        return "level " + integer(NW.level + 1) + ": the defect of " + name + " has " + integer(levels);
+    return {};
+}
+
 /// Majority carrier at the end of the layer that the junction is at: 1 holes, -1 electrons, 0 none.
 int majority_at_junction(const Simulation& s, const MottSchottkySettings& NW)
 {
@@ -235,19 +252,9 @@ std::string add_analysis_choice(std::string_view text, AnalysisChoices& choices)
 std::string prepare_analysis(Simulation& s, const AnalysisChoices& choices)
 {
     const MottSchottkySettings NW = in_effect({s.problem.NW, {}}, choices).NW;
-    const CellParameters& cell = s.zonnecel.cell;
-    if (NW.layer >= cell.layers && given(choices, "layer"))
-        return "layer " + integer(NW.layer + 1) + ": the cell has " + integer(cell.layers);
-    if (NW.layer >= 0 && NW.layer < cell.layers) {
-        const LayerParameters& layer = cell.layer[static_cast<std::size_t>(NW.layer)];
-        const std::string name = "layer " + integer(NW.layer + 1);
-        if (NW.defect >= layer.srhteller && given(choices, "defect"))
-            return "defect " + integer(NW.defect + 1) + ": " + name + " has " + integer(layer.srhteller);
-        const bool has_defect = NW.defect >= 0 && NW.defect < layer.srhteller;
-        const int levels = has_defect ? layer.srh[static_cast<std::size_t>(NW.defect)][0].levels : 0;
-        if (NW.level >= levels && given(choices, "level"))
-            return "level " + integer(NW.level + 1) + ": the defect of " + name + " has " + integer(levels);
-    }
+    if (NW.layer >= s.zonnecel.cell.layers && given(choices, "layer"))
+        return "layer " + integer(NW.layer + 1) + ": the cell has " + integer(s.zonnecel.cell.layers);
+    if (std::string complaint = missing_level(s.zonnecel.cell, NW, choices); !complaint.empty()) return complaint;
     s.problem.NW = NW;
     return {};
 }
@@ -255,25 +262,28 @@ std::string prepare_analysis(Simulation& s, const AnalysisChoices& choices)
 bool analyse(Session& session, const AnalysisChoices& choices)
 {
     Simulation& s = session.simulation;
-    const auto tell = [&](const std::string& text) {
-        KOVINErrorMessage(session.surroundings.report, "Analysis", text);
+    const auto tell = [&](const char* title, const std::string& text) {
+        KOVINErrorMessage(session.surroundings.report, title, text);
         return false;
     };
     if (s.results.empty() || (s.results.back().cv.points() == 0 && s.results.back().cf.points() == 0))
-        return tell("No C-V and no C-f calculation is made: there is nothing to analyse.");
+        return tell("Function RecalculateNW()", "No CV or Cf-calculations are available !");
     DataListElement& element = s.results.back();
     const auto too_short = [&](const char* name, std::size_t points) {
         if (points == 0 || points > static_cast<std::size_t>(s.problem.NW.points)) return false;
-        return !tell(std::string("The ") + name + " curve has no more than the " + integer(s.problem.NW.points) +
-                     " points that each slope is fitted to: there is nothing to derive from it.");
+        return !tell("Analysis", std::string("The ") + name + " curve has no more than the " +
+                                     integer(s.problem.NW.points) +
+                                     " points that each slope is fitted to: there is nothing to derive from it.");
     };
-    if (too_short("C-V", element.cv.points()) || too_short("C-f", element.cf.points())) return false;
+    const bool short_CV = too_short("C-V", element.cv.points()), short_Cf = too_short("C-f", element.cf.points());
 
     AnalysisSettings settings;
     settings.NW = settings_of_cell(s, choices);
     if (RecalculateNW(element.cv, settings.NW))
         element.cv.layer_name = s.set3.layer[static_cast<std::size_t>(settings.NW.layer)].name;
-    if (element.cf.points() == 0) return true;
+    if (element.cf.points() == 0 || short_Cf) return !short_CV && !short_Cf;
+    if (const std::string complaint = missing_level(s.zonnecel.cell, settings.NW, choices); !complaint.empty())
+        return tell("Analysis", complaint);
 
     if (const int majority = majority_at_junction(s, settings.NW);
         majority != 0 && settings.NW.eh_type == MottSchottkySettings{}.eh_type && !given(choices, "type"))
@@ -287,7 +297,7 @@ bool analyse(Session& session, const AnalysisChoices& choices)
     const int forward = s.set3.phi_left >= s.set3.phi_right ? 1 : -1;
     Calculate_AS({&element, 1}, settings.as, settings.NW, table, forward);
     session.surroundings.monitor.post({.text = element.as.settings});
-    return true;
+    return !short_CV;
 }
 
 }  // namespace kovin

@@ -1,5 +1,11 @@
 // The analyses as a user reaches them: the table of settings, and calculated curves of cells whose answer is known.
 #include "app/analysis.h"
+#include "app/simulate.h"
+#include "base/constants.h"
+#include "device/unit_systems.h"
+#include "solver/devices.h"
+#include "support/uniform_layer.h"
+#include "sweeps/doping_profile.h"
 
 #include <gtest/gtest.h>
 
@@ -105,6 +111,143 @@ TEST(AnalysisSettings, TheUserStandsOverTheFileAndTheFileOverTheCell)
         EXPECT_EQ(prepare_analysis(s, choices), r.complaint) << r.what;
         if (r.complaint[0] != '\0') continue;
         EXPECT_EQ(s.problem.NW, r.expected) << r.what;
+    }
+}
+
+/// A dark run of a cell of these layers; what is measured stands in the actions.
+struct DarkRun {
+    explicit DarkRun(const std::vector<test::LayerFigures>& layers, bool turned = false)
+    {
+        InputParameters set1 = test::cell_of(layers);
+        for (std::size_t j = 0; j < layers.size(); ++j) {
+            auto& level =
+                test::add_defect(set1.cell.cell.layer[j], DefectType::neutral, EnergyDistribution::single, 0.56, 1e20);
+            level.sigma_n = level.sigma_p = 1e-19;
+        }
+        cell() = parameterset1_to_2(set1.cell).cell;
+        if (turned) cell() = testing::mirrored(cell());
+        session->simulation.panel = InitialiseActionPanel();
+        session->simulation.panel.workPoint.dark = true;
+        actions().IV_calculate = false;
+    }
+    CellParameters& cell() { return session->simulation.zonnecel.cell; }
+    ActionList& actions() { return session->simulation.panel.actions; }
+    /// From 0.8 V in reverse to 0.1 V in forward. @param forward  sign of a forward voltage
+    void measure_CV(double forward)
+    {
+        actions().CV_calculate = true;
+        actions().CV_startV = -0.8 * forward;
+        actions().CV_stopV = 0.1 * forward;
+        actions().CV_points = 19;
+    }
+    const DataListElement& analysed(const std::vector<const char*>& given = {})
+    {
+        AnalysisChoices choices;
+        for (const char* text : given) EXPECT_EQ(add_analysis_choice(text, choices), "") << text;
+        EXPECT_EQ(prepare_analysis(session->simulation, choices), "");
+        EXPECT_EQ(Simulate(*session), SimulateOutcome::done);
+        EXPECT_TRUE(analyse(*session, choices));
+        return session->simulation.results.back();
+    }
+    std::unique_ptr<Session> session = std::make_unique<Session>();
+};
+
+// A calculated C-V of a uniform junction: straight, with the slope of the two dopings in series and the intercept of
+// the built-in voltage; whichever side p is at.
+TEST(Analysis, UniformJunctionHasItsDopingAndBuiltInVoltage)
+{
+    for (const bool turned : {false, true}) {
+        test::LayerFigures p, n;
+        p.Na = 1e22, n.Nd = 1e22, n.d = 2e-6;
+        DarkRun run({p, n}, turned);
+        run.measure_CV(turned ? -1.0 : 1.0);
+        const DataListElement& element = run.analysed();
+        const auto line = mott_schottky_line(element.cv);
+        ASSERT_TRUE(line);
+        const double Vbi = kT_at_300K * std::log(1e44 / (p.Nc * p.Nv)) + 1.12;
+        EXPECT_NEAR(line->Vbi, Vbi, 0.1 * kT_at_300K) << turned;
+        EXPECT_NEAR(line->N / 5e15, 1.0, 2e-3) << turned;
+        EXPECT_DOUBLE_EQ(line->epsilon, 11.7);
+        for (std::size_t i = 0; i < element.cv.points(); ++i)
+            EXPECT_NEAR(std::abs(element.cv.cvN[i]) / 5e15, 1.0, 5e-3) << turned << element.cv.v_cell[i];
+    }
+}
+
+// The depletion layer reaches through 0.1 um of low permittivity, then into the base; on the n side a tenth as far.
+// With the field q N (W - x)/eps, Vbi - 2 kT - V is its integral.
+TEST(Analysis, StackOfTwoPermittivitiesHasItsWidthInTheModeForIt)
+{
+    constexpr double s = 0.1e-6, N = 1e22, eps_spacer = 5.0, eps_base = 13.0, to_n = 0.1;
+    test::LayerFigures base, spacer, n;
+    base.Na = spacer.Na = N, base.eps = n.eps = eps_base, spacer.eps = eps_spacer;
+    base.d = 2e-6, spacer.d = s, n.d = 0.5e-6, n.Nd = N / to_n;
+    const double Vbi = kT_at_300K * std::log(N * n.Nd / (n.Nc * n.Nv)) + 1.12;
+    for (const bool stack : {true, false}) {
+        DarkRun run({base, spacer, n});
+        run.measure_CV(1.0);
+        const CvCurve& curve = stack ? run.analysed().cv : run.analysed({"epsilon=13"}).cv;
+        EXPECT_EQ(curve.NW.layer, 1);
+        EXPECT_EQ(curve.NW.side, 1);
+        // From 0.2 V on the edge is three Debye lengths behind the spacer; the carriers' tails no longer feel it.
+        for (std::size_t i = 0; curve.v_cell[i] < -0.19; ++i) {
+            const double bending = Vbi - 2.0 * kT_at_300K - curve.v_cell[i];
+            double low = s, high = base.d;
+            for (int half = 0; half < 50; ++half) {
+                const double W = 0.5 * (low + high), u = W - s;
+                const double sum = (s * u + 0.5 * s * s) / eps_spacer + 0.5 * (u * u + to_n * W * W) / eps_base;
+                (elementary_charge * N / vacuum_permittivity * sum < bending ? low : high) = W;
+            }
+            const double both_sides = 1e6 * low * (1.0 + to_n), too_wide = 1e6 * s * (eps_base / eps_spacer - 1.0);
+            EXPECT_NEAR(curve.cvW[i], both_sides + (stack ? 0.0 : too_wide), 0.01 * both_sides) << curve.v_cell[i];
+            EXPECT_NEAR(curve.cvN[i] * (1.0 + to_n) / 1e16, 1.0, 0.02) << curve.v_cell[i];
+            EXPECT_NEAR(curve.cvx[i], stack ? 2.1 - curve.cvW[i] : curve.cvW[i], 1e-9);
+        }
+    }
+}
+
+// A donor level 0.35 eV above the valence band, 1e15 cm-3, beside the midgap level of the p layer. Its capture cross
+// section gives the attempt frequency, at any temperature; the bias counts in the sense of the junction.
+TEST(Analysis, KnownLevelPeaksAtItsEnergy)
+{
+    struct Row {
+        double T, V;
+        bool turned;
+    };
+    double Nt_peak = 0.0;
+    for (const Row& r : {Row{300.0, -0.3, false}, Row{300.0, -0.3, true}, Row{250.0, 0.0, false}}) {
+        test::LayerFigures p, n;
+        p.d = 2e-6, p.Na = 1e22, n.Nd = 1e23;
+        DarkRun run({p, n});
+        LayerParameters& layer = run.cell().layer[0];
+        auto& level = test::add_defect(layer, DefectType::donor, EnergyDistribution::single, 0.35, 1e15);
+        level.sigma_n = level.sigma_p = 1e-15;  // user units: cm
+        if (r.turned) run.cell() = testing::mirrored(run.cell());
+        WorkPoint& wp = run.session->simulation.panel.workPoint;
+        wp.T = r.T;
+        wp.V = r.turned ? -r.V : r.V;
+        ActionList& actions = run.actions();
+        actions.Cf_calculate = true;
+        actions.Cf_startf = 1e2, actions.Cf_stopf = 1e7, actions.Cf_points = 101;
+        const DataListElement& element = run.analysed({"defect=2", "points=5"});
+        const AsCurve& as = element.as;
+        const auto peak = peak_of(as);
+        ASSERT_TRUE(peak);
+        EXPECT_NEAR(as.AS_Et[*peak], 0.35, 0.5 * thermal_voltage(r.T)) << r.T << r.turned;
+        // The level answers where it crosses the Fermi level, at r = x/W. So the step of C is that of Nt (1 - r)
+        // against the doping, and the uniform model sees Na/2 of it. Each edge has its kT of tail; the crossing is as
+        // wide as several kT, a seventh of the way.
+        const double kT = thermal_voltage(r.T), t = r.T / 300.0;
+        const double bending = 1.12 + kT * std::log(1e45 / (p.Nv * n.Nc * t * t * t)) - r.V;
+        const double over_Fermi = 0.35 - kT * std::log(p.Nv * t * std::sqrt(t) / p.Na);
+        const double missing = 0.1 * std::sqrt((over_Fermi - kT) / (bending - 2.0 * kT));
+        double total = 0.0;
+        for (std::size_t i = 0; i + 1 < as.points(); ++i)
+            total += 0.5 * (as.AS_Nt[i] + as.AS_Nt[i + 1]) * (as.AS_Et[i] - as.AS_Et[i + 1]);
+        EXPECT_NEAR(total / (0.5e16 * missing / (1.0 - missing)), 1.0, 0.15) << r.T << r.turned;
+        if (r.turned) {
+            EXPECT_NEAR(as.AS_Nt[*peak] / Nt_peak, 1.0, 1e-2);
+        }
+        Nt_peak = as.AS_Nt[*peak];
     }
 }
 

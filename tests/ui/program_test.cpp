@@ -101,7 +101,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         {"setting of an analysis that is none", run + "--analysis nuo=1e12", 2, "did you mean 'nu0'?"},
         {"value of an analysis that is none", run + "--analysis mode=4", 2, "'4' is no value of mode (whole, 0 to 3)"},
         {"layer that the cell does not have", run + "--analysis layer=5", 2, "layer 5: the cell has 3"},
-        {"nothing to analyse", run + "-f --analyse", 1, "there is nothing to analyse"},
+        {"nothing to analyse", run + "-f --analyse", 1, "No CV or Cf-calculations are available !"},
         {"physics that is not there yet", "run '" + home + "/def/metastable-cigs.def' -o out", 1, "metastable"},
         {"no action list", "run 'my cell.def' -o out", 0, "no action list"},
         {"results that are there", "run 'my cell.def' -o out", 6, "my cell.iv"},

@@ -233,7 +233,7 @@ ExitStatus run_command(Session& session, const Options& options, Summary& summar
 
     ExitStatus status = status_of(session, outcome);
     if (status == ExitStatus::good && !all_there) status = ExitStatus::incomplete;
-    const bool analysed = !options.analyse || analyse(session, options.analysis);
+    const bool analysed = !options.analyse || s.failures.work_point || analyse(session, options.analysis);
     if (status == ExitStatus::good && !analysed) status = ExitStatus::incomplete;
     const bool written = write_files(session, options, planned, summary);
     const auto is_absorption = [](const auto& file) { return file.first == "abs"; };
