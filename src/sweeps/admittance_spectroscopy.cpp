@@ -167,11 +167,13 @@ int Calculate_AS(std::span<DataListElement> results, const AsSettings& settings,
     return analysed;
 }
 
-std::optional<std::size_t> peak_of(const AsCurve& curve)
+std::optional<std::size_t> level_peak(const DataListElement& element)
 {
-    const auto highest = std::max_element(curve.AS_deriv.begin(), curve.AS_deriv.end());
-    const auto at = static_cast<std::size_t>(highest - curve.AS_deriv.begin());
-    if (at == 0 || at + 1 >= curve.points() || !(*highest > 0.0)) return std::nullopt;
+    constexpr double least = 1e-3;
+    const std::vector<double>& D = element.as.AS_deriv;
+    const auto highest = std::max_element(D.begin(), D.end());
+    const auto at = static_cast<std::size_t>(highest - D.begin());
+    if (at == 0 || at + 1 >= D.size() || !(*highest > least * element.cf.cfcap[at])) return std::nullopt;
     return at;
 }
 

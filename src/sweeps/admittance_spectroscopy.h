@@ -76,8 +76,9 @@ int Calculate_AS_single(const AsInput& curve, const AsSettings& settings, const 
 int Calculate_AS(std::span<DataListElement> results, const AsSettings& settings, const MottSchottkySettings& NW,
                  const PermittivityTable& table, int forward = 1);
 
-/// Index of the largest -dC/dln(w) between the ends of a spectrum: the level. Empty if it falls or rises throughout.
-[[nodiscard]] std::optional<std::size_t> peak_of(const AsCurve& curve);
+/// Index of the largest -dC/dln(w) between the ends of the spectrum of an element: the level. Empty if it falls or
+/// rises throughout, or is below 1e-3 of C: the foot of a step elsewhere.
+[[nodiscard]] std::optional<std::size_t> level_peak(const DataListElement& element);
 
 /// The settings in one line, for the head of the result file.
 [[nodiscard]] std::string settings_line(const AsSettings& settings);

@@ -12,20 +12,6 @@ namespace kovin {
 
 namespace {
 
-/// What the analysis needs to know of the cell, on the present mesh.
-CellOnMesh cell_on_mesh(const Simulation& s)
-{
-    CellOnMesh cell;
-    cell.mesh = s.currentCalcVars.mesh;
-    cell.cvepsilon = s.set3.on.eps;
-    cell.cvnet_doping = s.set3.on.doping;
-    for (std::size_t j = 0; j < static_cast<std::size_t>(cell.mesh.nlayers); ++j)
-        for (int i = cell.mesh.first[j]; i <= cell.mesh.last[j]; ++i)
-            cell.cvnet_doping[static_cast<std::size_t>(i)] *= s.set3.scale.N0[j];
-    cell.kT = s.set3.kT;
-    return cell;
-}
-
 /// The states of the sweep become points of the I-V curve; what that did not reach stays missing.
 void join_iv(const Simulation& s, const IvCurve& dc, DataListElement& element)
 {
@@ -84,7 +70,7 @@ SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecisi
         join_iv(s, curve.dc, element);
 
         const CellParameters& cell = s.problem.input.cell.cell;
-        curve.cell = cell_on_mesh(s);
+        curve.cell = cell_on_mesh(s.set3, s.currentCalcVars.mesh);
         mott_schottky_columns(curve, with_junction(cell, s.problem.NW));
         curve.layer_name = cell.layer[static_cast<std::size_t>(curve.NW.layer)].name;
     }

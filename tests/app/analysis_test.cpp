@@ -230,7 +230,7 @@ TEST(Analysis, KnownLevelPeaksAtItsEnergy)
         actions.Cf_startf = 1e2, actions.Cf_stopf = 1e7, actions.Cf_points = 101;
         const DataListElement& element = run.analysed({"defect=2", "points=5"});
         const AsCurve& as = element.as;
-        const auto peak = peak_of(as);
+        const auto peak = level_peak(element);
         ASSERT_TRUE(peak);
         EXPECT_NEAR(as.AS_Et[*peak], 0.35, 0.5 * thermal_voltage(r.T)) << r.T << r.turned;
         // The level answers where it crosses the Fermi level, at r = x/W. So the step of C is that of Nt (1 - r)

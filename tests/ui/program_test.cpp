@@ -167,6 +167,33 @@ TEST(Program, PutsDataOnStandardOutputAndFilesWhereTold)
     EXPECT_NEAR(figure(given.out, "Voc"), figure(run.out, "Voc"), 1e-3);
 }
 
+// C-V and C-f of a shipped cell, whose base has Na = 1e16 cm-3: what is read out of them stands in summary and files.
+TEST(Program, AnalysesCapacitanceCurves)
+{
+    const ScratchFolder scratch;
+    scratch.put("dark.act",
+                "dark : 1\nFrequency : 1e4\nCV_startV : -0.8\nCV_stopV : 0\nCV_points : 17\nCV_calculate : 1\n"
+                "Cf_startf : 1e2\nCf_stopf : 1e8\nCf_total points : 31\nCf_calculate : 1\n");
+    const std::string run = "run silicon-pn.def dark.act --json -f ";
+    const Ended usual = kovin(scratch, run + "-o out"), own = kovin(scratch, run + "-o out --analyse"),
+                other = kovin(scratch, run + "-o out --analysis epsilon=23.8 --analysis nu0=1e12 --analysis points=5"),
+                few = kovin(scratch, run + "-o few --analysis points=31");
+    EXPECT_EQ(own.status, 0) << own.err;
+    EXPECT_EQ(usual.out.find("\"as\":"), std::string::npos);
+    EXPECT_NEAR(figure(own.out, "N"), 1e16, 0.05e16);
+    EXPECT_NEAR(figure(usual.out, "N") / figure(own.out, "N"), 1.19, 1e-9) << "a permittivity of 10";
+    EXPECT_NEAR(figure(other.out, "N") / figure(own.out, "N"), 0.5, 1e-9);
+    EXPECT_NEAR(figure(own.out, "Vbi"), 0.83, 0.06);
+    EXPECT_NEAR(figure(other.out, "W_um") / figure(own.out, "W_um"), 2.0, 1e-6);
+    const std::string as = contents(scratch.path() / "out/silicon-pn.as");
+    EXPECT_NE(as.find("Admittance analysis: mode 0\tnu0 = 1.0000e+12 1/s"), std::string::npos) << as;
+    EXPECT_NE(contents(scratch.path() / "out/silicon-pn.cv").find("constant value of epsilon\t23.8"),
+              std::string::npos);
+    EXPECT_EQ(few.status, 1);
+    EXPECT_NE(few.err.find("The C-f curve has no more than the 31 points"), std::string::npos) << few.err;
+    EXPECT_EQ(kovin(scratch, run + "-o few --analysis defect=7").status, 1) << "of the layer that the junction chooses";
+}
+
 TEST(Program, HomeIsPrintedAndMade)
 {
     const ScratchFolder scratch;

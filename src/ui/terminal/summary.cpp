@@ -91,9 +91,10 @@ std::string mott_schottky_json(const MottSchottkyLine& line)
            ",\"points\":" + integer(static_cast<long>(line.points)) + '}';
 }
 
-std::string admittance_json(const AsCurve& curve)
+std::string admittance_json(const DataListElement& element)
 {
-    const std::optional<std::size_t> peak = peak_of(curve);
+    const AsCurve& curve = element.as;
+    const std::optional<std::size_t> peak = level_peak(element);
     const auto at_peak = [&](const std::vector<double>& column) {
         return number(peak.has_value(), column[peak.value_or(0)]);
     };
@@ -168,7 +169,7 @@ void analysis_rows(std::string& out, const DataListElement& element)
         out += "  N (C-V)   " + scientific(line->N, 10, 3) + " /cm3 with eps " + fixed(line->epsilon, 0, 2) + '\n';
     }
     if (element.as.points() == 0) return;
-    const std::optional<std::size_t> peak = peak_of(element.as);
+    const std::optional<std::size_t> peak = level_peak(element);
     row(out, "level (AS)", peak.has_value(), peak ? element.as.AS_Et[*peak] : 0.0, 4, "eV");
 }
 
@@ -221,7 +222,7 @@ std::string summary_json(const Summary& summary)
         out += ",\"cf\":" + points_json(curves->cf.points(), curves->Cf_points);
     if (curves != nullptr) {
         if (const auto line = mott_schottky_line(curves->cv)) out += ",\"mott_schottky\":" + mott_schottky_json(*line);
-        if (curves->as.points() > 0) out += ",\"as\":" + admittance_json(curves->as);
+        if (curves->as.points() > 0) out += ",\"as\":" + admittance_json(*curves);
     }
     if (has_qe) out += ",\"qe\":" + qe_json(*curves);
     out += ",\"files\":{";
