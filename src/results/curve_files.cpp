@@ -3,6 +3,8 @@
 #include "results/curve_rows.h"
 #include "results/header.h"
 
+#include <algorithm>
+
 namespace kovin {
 
 namespace {
@@ -90,8 +92,18 @@ std::string qe_naar_file(const std::string& version, std::span<const DataListEle
         if (done == 0) continue;
         out += WriteOutputHeader(version, element.run, OutputKind::qe);
         write_rows<QeCurve>(out, qe_columns, element.qe, element.qe.points(), element.QE_points, ActionListMode);
+        constexpr double worth_telling = 0.1;
+        const auto& uncertain = element.qe.uncertain;
+        const auto worst = std::max_element(uncertain.begin(), uncertain.end());
+        if (worst != uncertain.end() && *worst > worth_telling)
+            out += "remark: the probe is weak: QE is uncertain by up to " + scientific(*worst, 0, 1) +
+                   " % (at lambda = " +
+                   fixed(element.qe.qe_as[static_cast<std::size_t>(worst - uncertain.begin())], 0, 2) + " nm)\n\n";
         if (done < element.QE_points)
-            out += std::string("remark: ") + (element.qe.failed ? "convergence failure" : "stopped") +
+            out += std::string("remark: ") +
+                   (element.qe.lost     ? "the probe is lost in rounding"
+                    : element.qe.failed ? "convergence failure"
+                                        : "stopped") +
                    ": the curve is cut at lambda = " + fixed(element.qe.qe_as.back(), 0, 2) + " nm (" +
                    integer(static_cast<long>(done)) + " of " + integer(static_cast<long>(element.QE_points)) +
                    " points)\n\n";

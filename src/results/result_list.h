@@ -40,14 +40,16 @@ struct CurveAccuracy {
 
 /// A quantum-efficiency curve; all columns have one value a calculated wavelength.
 struct QeCurve {
-    std::vector<double> qe_as;  ///< wavelength [nm]
-    std::vector<double> hv_as;  ///< photon energy [eV]
-    std::vector<double> qe;     ///< collected carriers per photon of the probe [%]
+    std::vector<double> qe_as;      ///< wavelength [nm]
+    std::vector<double> hv_as;      ///< photon energy [eV]
+    std::vector<double> qe;         ///< collected carriers per photon of the probe [%]
+    std::vector<double> uncertain;  ///< by what its two currents may be off, at most [%]
     /// What the curve collects of the AM1.5G spectrum [mA/cm2]: QE linear between its wavelengths, nothing outside.
-    /// Empty for fewer than two points, and where the spectrum is not at hand.
+    /// Empty for fewer than two wavelengths, and where the spectrum is not at hand.
     std::optional<double> J_AM15G;
     std::optional<double> Jsc;  ///< at short circuit in the light of the working point, its size [mA/cm2]
-    bool failed = false;        ///< the wavelength behind the last one did not converge
+    bool failed = false;        ///< the wavelength behind the last one did not converge, or its probe is lost
+    bool lost = false;          ///< its probe is less than the rounding of the current
     [[nodiscard]] std::size_t points() const { return qe_as.size(); }
 };
 /// Index of the largest QE. @pre there are points

@@ -227,6 +227,7 @@ RunOutcome calculate_Cf(Surroundings& surroundings, Simulation& s, DataListEleme
 /// Ends at the working point, whatever happens.
 RunOutcome calculate_QE(Surroundings& surroundings, Simulation& s, DataListElement& element)
 {
+    element.QE_points = static_cast<std::size_t>(std::max(s.actie.QE_points, 2));
     surroundings.monitor.post({.status = 1, .text = "calculating quantum efficiency ..."});
     SweepOutcome sweep = SweepOutcome::refused;
     if (const std::optional<int> sign = sign_of_light_current(surroundings, s))

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace kovin {
 
@@ -18,11 +19,16 @@ namespace {
 
 constexpr const char* title = "Calculating quantum efficiency...";
 
-/// While it lives, solves are sharp enough for differences of their currents.
+/// While it lives, solves are sharp enough for differences of their currents. Decoupled ones are not: each comes nearer
+/// by a share of what was left.
 class SharpSolves {
 public:
     explicit SharpSolves(Simulation& s) : settings(s.set3.convergence), before(settings), fast(s.memory.work.fast)
     {
+        if (settings.route == Route::classic) {
+            settings.coupling_scheme = fully_coupled;
+            prepare_workspace(s.set3, s.currentCalcVars.mesh, s.memory.defects, s.memory.work);
+        }
         fast_before = fast.tolerance;
         // A step of the fast route is in the state already: what remains is its square.
         fast.tolerance = std::min(fast_before, 1e-5);
@@ -50,6 +56,57 @@ double photons_of_probe(const QeSettings& settings, double wavelength)
 {
     return settings.mode == 0 ? wavelength * photons_per_nm_W * settings.power : settings.photons;
 }
+
+/// Current of a probe that is collected in full [mA/cm2].
+double current_of_photons(double Phi)
+{
+    constexpr double A_m2_to_mA_cm2 = 0.1;
+    return Phi * elementary_charge * A_m2_to_mA_cm2;
+}
+
+/// Solves the working point anew, until its current repeats to what the weakest probe can do without.
+/// @param repeats_to  difference of the last two currents [mA/cm2]
+bool solve_bias(const Problem& problem, Workspace& work, CalculationVariables& cv, double weakest, double& repeats_to)
+{
+    constexpr int most_solves = 8;  // rounding does not repeat
+    constexpr double share = 1e-5;
+    for (int k = 0; k < most_solves; ++k) {
+        const double J = cv.J_median;
+        if (!onder_belichting(problem, work, cv)) return false;
+        repeats_to = std::fabs(cv.J_median - J);
+        if (repeats_to <= share * weakest) break;
+    }
+    return true;
+}
+
+/// What rounding has done to the difference of two currents [mA/cm2]. Where the route does not tell, it is the range of
+/// the difference over the intervals about its median, by ranks, and some rounding of the current that flows.
+class Rounding {
+public:
+    /// @param flowing  current that flows at least somewhere in the bias state [mA/cm2]
+    Rounding(const CalculationVariables& bias_state, const CurrentProfile& profile, double flowing)
+        : bias(bias_state), bias_profile(profile.j_tot), least(64.0 * std::numeric_limits<double>::epsilon() * flowing)
+    {
+    }
+    double operator()(const CalculationVariables& cv, const CurrentProfile& profile)
+    {
+        if (std::isfinite(cv.J_noise)) return known(bias) + known(cv);
+        off.clear();
+        const double J = cv.J_median - bias.J_median;
+        for (std::size_t i = 0; i < bias_profile.size(); ++i)
+            off.push_back(std::fabs(profile.j_tot[i] - bias_profile[i] - J));
+        // Two standard errors of a median, whatever the distribution.
+        const auto rank = off.begin() + static_cast<std::ptrdiff_t>(std::sqrt(static_cast<double>(off.size())));
+        std::nth_element(off.begin(), rank, off.end());
+        return *rank + least;
+    }
+
+private:
+    static double known(const CalculationVariables& cv) { return cv.noise_limited ? cv.J_error : cv.J_noise; }
+    const CalculationVariables& bias;
+    std::vector<double> bias_profile, off;
+    double least;
+};
 
 /// Wavelengths in the order of the sweep [nm].
 std::vector<double> wavelengths(const ActionList& actions)
@@ -100,7 +157,9 @@ std::optional<double> current_under_AM15G(Surroundings& surroundings, const QeCu
 {
     WorkPoint sun;
     sun.dark = false;
-    if (curve.points() < 2 || !IsFileFound(surroundings, sun.spectrumFile, FileKind::spectrum)) return {};
+    if (curve.points() < 2 || curve.qe_as.front() == curve.qe_as.back() ||
+        !IsFileFound(surroundings, sun.spectrumFile, FileKind::spectrum))
+        return {};
     GenerationParameters light;
     if (!bepaal_spectrum(surroundings, sun, light)) return {};
     std::vector<double> photons;
@@ -165,7 +224,6 @@ SweepOutcome calcqe(Surroundings& surroundings, Simulation& s, int sign, DataLis
     const Monitor& monitor = surroundings.monitor;
     const std::vector<double> lambda = wavelengths(s.actie);
     const std::size_t n = lambda.size();
-    element.QE_points = n;
 
     ReturnToAKnownStartingPoint(s, s.werkpuntcv);
     const SharpSolves sharp(s);
@@ -179,12 +237,18 @@ SweepOutcome calcqe(Surroundings& surroundings, Simulation& s, int sign, DataLis
 
     QeCurve curve;
     if (!s.wp.dark) curve.Jsc = std::fabs(s.JShortCircuit);
-    bool converged = onder_belichting(problem, s.memory.work, cv), stopped = monitor.stopRequested();
+    double weakest = std::numeric_limits<double>::infinity(), repeats_to = 0.0;
+    for (const double at : {lambda.front(), lambda.back()})
+        weakest = std::min(weakest, current_of_photons(photons_of_probe(s.problem.qe, at)));
+    bool converged = solve_bias(problem, s.memory.work, cv, weakest, repeats_to), stopped = monitor.stopRequested();
+    const bool bias_solved = converged;
     const CalculationVariables bias = cv;  // the working point, as sharp as what is compared with it
     const double Jbias = cv.J_median;
+    Rounding rounding(bias, s.memory.work.currents, std::max(std::fabs(Jbias), s.light.total_mA_cm2));
     const std::string sweep = " QE at " + fixed(s.wp.V * s.polarity.V, 0, 3) + " Volt, from " + fixed(lambda[0], 8, 2) +
                               " to " + fixed(lambda[n - 1], 8, 2) + " nm: ";
     std::size_t k = 0;
+    bool lost = false;  // the probe, in the noise
     for (; k < n && converged && !stopped; ++k) {
         monitor.post({.status = 1,
                       .text = sweep + fixed(lambda[k], 0, 2) + " nm",
@@ -199,18 +263,30 @@ SweepOutcome calcqe(Surroundings& surroundings, Simulation& s, int sign, DataLis
         converged = onder_belichting(problem, s.memory.work, cv);
         stopped = monitor.stopRequested();
         if (!converged || stopped) break;
-        constexpr double percent_per_mA_cm2 = 1000.0;
+        const double percent = 100.0 / current_of_photons(Phi);
+        const double uncertain = percent * (repeats_to + rounding(cv, s.memory.work.currents));
+        lost = uncertain >= 100.0;
+        if (lost) break;
         curve.qe_as.push_back(lambda[k]);
         curve.hv_as.push_back(hc_eV_nm / lambda[k]);
-        curve.qe.push_back((cv.J_median - Jbias) * -percent_per_mA_cm2 * sign / (Phi * elementary_charge) + 0.0);
+        curve.qe.push_back((cv.J_median - Jbias) * -percent * sign + 0.0);
+        curve.uncertain.push_back(uncertain);
     }
     s.failures.QE = curve.points() < n;
-    curve.failed = !converged && !stopped;
-    if (curve.failed)
-        KOVINErrorMessage(surroundings.report, title,
-                          "Convergence failure at lambda = " + fixed(lambda[k], 0, 2) + " nm.\n" +
-                              (k > 0 ? "QE calculation cut at lambda = " + fixed(lambda[k - 1], 0, 2) + " nm.\n" : "") +
-                              failure_advice(problem, s.memory.work));
+    curve.lost = lost;
+    curve.failed = lost || (!converged && !stopped);
+    if (curve.failed) {
+        const std::string at = "lambda = " + fixed(lambda[std::min(k, n - 1)], 0, 2) + " nm";
+        const std::string cut =
+            k > 0 ? "QE calculation cut at lambda = " + fixed(lambda[k - 1], 0, 2) + " nm.\n" : std::string{};
+        const std::string told = lost ? "The probe at " + at + " is lost in the rounding of the current.\n"
+                                 : bias_solved
+                                     ? "Convergence failure at " + at + ".\n"
+                                     : "Convergence failure at the working point, as sharp as a QE needs it.\n";
+        KOVINErrorMessage(
+            surroundings.report, title,
+            told + cut + (lost ? "A stronger probe or less bias may help." : failure_advice(problem, s.memory.work)));
+    }
     curve.J_AM15G = current_under_AM15G(surroundings, curve);
     element.qe = std::move(curve);
     return stopped ? SweepOutcome::stopped : SweepOutcome::done;

@@ -14,13 +14,14 @@
 namespace kovin {
 
 /// +1 where light drives a negative current through the cell, as at the short circuit of the run; a cell without light
-/// is shown its spectrum in full, without cut-off and filter, beside the running calculation: of that nothing remains
-/// but that currentCalcVars stands at equilibrium. @return nothing if that could not be calculated (reported)
+/// is shown its spectrum in full, without cut-off and neutral filter (those of the contacts apply), beside the running
+/// calculation: of that nothing remains but that currentCalcVars stands at equilibrium. @return nothing if that could
+/// not be calculated (reported)
 [[nodiscard]] std::optional<int> sign_of_light_current(Surroundings& surroundings, Simulation& simulation);
 
 /// Runs the wavelengths of the running record from the working point, into `element`. Each begins at the working point,
-/// on its mesh; a failure cuts the curve (reported; failures.QE stays true). currentCalcVars is left at the last
-/// wavelength.
+/// on its mesh; a failure, or a probe that is lost in the rounding of the current, cuts the curve (reported;
+/// failures.QE stays true). currentCalcVars is left at the last wavelength.
 /// @param sign  of sign_of_light_current
 /// @return refused for more than 2001 points, a probe without photons or with too many, and files that cannot be used
 ///         (reported); stopped when the user asked for it: the curve holds what has been done

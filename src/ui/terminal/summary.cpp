@@ -105,8 +105,10 @@ std::string admittance_json(const DataListElement& element)
 std::string qe_json(const DataListElement& element)
 {
     const QeCurve& c = element.qe;
-    const std::size_t top = maximum_of(c);
-    return "{\"maximum\":" + number(true, c.qe[top]) + ",\"at_nm\":" + number(true, c.qe_as[top]) +
+    const bool any = c.points() > 0;
+    const std::size_t top = any ? maximum_of(c) : 0;
+    return "{\"maximum\":" + number(any, any ? c.qe[top] : 0.0) +
+           ",\"at_nm\":" + number(any, any ? c.qe_as[top] : 0.0) +
            ",\"J_AM15G\":" + number(c.J_AM15G.has_value(), c.J_AM15G.value_or(0.0)) +
            ",\"Jsc\":" + number(c.Jsc.has_value(), c.Jsc.value_or(0.0)) +
            ",\"points\":" + integer(static_cast<long>(c.points())) +
@@ -213,7 +215,7 @@ std::string summary_json(const Summary& summary)
     out += summary.converged ? "true" : "false";
     const DataListElement* const curves = summary.curves;
     const bool has_iv = curves != nullptr && curves->IV_points > 0;
-    const bool has_qe = curves != nullptr && curves->qe.points() > 0;
+    const bool has_qe = curves != nullptr && curves->QE_points > 0;
     out += ",\"iv\":" + (has_iv ? iv_json(*curves) : std::string("null"));
     if (curves != nullptr && curves->work_point) out += ",\"capacitance\":" + capacitance_json(*curves);
     if (curves != nullptr && curves->CV_points > 0)
