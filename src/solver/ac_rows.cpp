@@ -152,13 +152,11 @@ void poisson_rows(const Problem& problem, const CalculationVariables& cv, AcPois
 /// answer of the states.
 void interface_rows(const Problem& problem, const CalculationVariables& cv, std::size_t j, AcRows& rows)
 {
-    const auto& eps = problem.set3.on.eps;
     const std::size_t l = at(cv.mesh.last[j]), f = l + 1;
-    const double row = problem.grid.interfaces[j].row_scale;
     AcInterfaceRows& r = rows.interfaces[j];
-    rows.psi.sub[l] = row * eps[l] / cv.mesh.h[l - 1];
+    rows.psi.sub[l] = problem.grid.interfaces[j].left;
     rows.psi.sub[f] = -1.0;
-    r.displacement = row * eps[f] / cv.mesh.h[f];
+    r.displacement = problem.grid.interfaces[j].right;
     r.sheet = problem.grid.interfaces[j].sheet;
     r.n_left = -rows.n.scale[l];
     r.n_right = -rows.n.scale[f];

@@ -13,7 +13,7 @@
 // element: the sums are small (what the flux leaves behind, rates, storage) and are formed without cancellation. Where
 // both levels move alike and psi against them nothing happens; the sums show it.
 //
-// Contacts and interfaces hold no charge, recombination or storage of half cells here, unlike the DC rows.
+// What the half cells of contacts and interfaces hold is added in the elimination: their elements are complex.
 // Source: Laux, IEEE Trans. Electron Devices 32 (1985) 2028; Selberherr, Analysis and Simulation of Semiconductor
 // Devices (1984), chapters 5 and 6.
 #pragma once

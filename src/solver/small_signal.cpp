@@ -1,6 +1,7 @@
 #include "solver/small_signal.h"
 
 #include "base/constants.h"
+#include "device/boxes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -48,16 +49,22 @@ void eliminate(Block& M, Columns& X)
 ///     T = S - A E,   M = T - C,   E <- M^-1 T,   back: x[i] = x[i+1] - E[i] x[i+1]
 ///
 /// The right-hand side is 0 at all points but the last, and so it stays. The row of psi at the left point l of an
-/// interface also reaches the point behind its right point f, with an element d:
+/// interface also reaches the point behind its right point f, with a row d of elements:
 ///
-///     x[l] = x[f] - E[l] x[f] - D (psi[f+1] - psi[f]),   D = M^-1 d,
+///     x[l] = x[f] - E[l] x[f] - D d (x[f+1] - x[f]),   D = M^-1 (1, 0, 0),
 ///
-/// so that the row of f has C - A D at f + 1 in place of C, and all else stays as it is.
+/// so that the row of f has C - A D d at f + 1 in place of C, and all else stays as it is.
 /// Source: Golub, Van Loan, Matrix Computations, section 4.5.
 class Solve {
 public:
-    Solve(const CalculationVariables& state, double omega_normalised, SmallSignalWork& work)
-        : mesh(state.mesh), omega(omega_normalised), w(work), rows(work.rows)
+    Solve(const Problem& problem, const CalculationVariables& state, double omega_normalised, SmallSignalWork& work)
+        : cv(state),
+          mesh(state.mesh),
+          grid(problem.grid),
+          half_cells(problem.set3.convergence.interfacial_half_cells != 0),
+          omega(omega_normalised),
+          w(work),
+          rows(work.rows)
     {
     }
 
@@ -78,7 +85,9 @@ public:
             const std::size_t first = at(mesh.first[j]), last = at(mesh.last[j]);
             if (last + 1 < N) {
                 back(last);
-                for (std::size_t r = 0; r < 3; ++r) add_step(last, r, w.D[j][r] * w.step[last + 2][to_psi]);
+                const Vector &d = w.behind[j], &step = w.step[last + 2];
+                const Complex taken = d[to_psi] * step[to_psi] + d[to_Fn] * step[to_Fn] + d[to_Fp] * step[to_Fp];
+                for (std::size_t r = 0; r < 3; ++r) add_step(last, r, w.D[j][r] * taken);
             }
             for (std::size_t i = last; i-- > first;) back(i);
         }
@@ -117,11 +126,57 @@ private:
         return M;
     }
 
+    static void add(Block& to, const Block& more, double sign = 1.0)
+    {
+        for (std::size_t k = 0; k < 3; ++k)
+            for (std::size_t c = 0; c < 3; ++c) to[k][c] += sign * more[k][c];
+    }
+
+    static void subtract_product(Block& T, const Block& A, const Block& E)
+    {
+        for (std::size_t k = 0; k < 3; ++k)
+            for (std::size_t m = 0; m < 3; ++m)
+                for (std::size_t c = 0; c < 3; ++c) T[k][c] -= A[k][m] * E[m][c];
+    }
+
+    /// Changes of the charge at a point, and of what electrons and holes lose there: the rate and what is stored.
+    [[nodiscard]] Block charge_and_losses(std::size_t i) const
+    {
+        const DcTerms& t = cv.terms_total;
+        const auto row = [&](AcRow terms, Complex by_Fn, Complex by_Fp) {
+            by_Fn += Complex{w.bulk.Fn[terms].re[i], w.bulk.Fn[terms].im[i]};
+            by_Fp += Complex{w.bulk.Fp[terms].re[i], w.bulk.Fp[terms].im[i]};
+            return Vector{by_Fn + by_Fp, by_Fn, by_Fp};
+        };
+        const double u = cv.expFn[i], v = -cv.expmFp[i];
+        return {row(ac_rho, {u * t.drho_du[i] - cv.n[i], 0.0}, {v * t.drho_dv[i] - cv.p[i], 0.0}),
+                row(ac_Rn, {u * t.drec_du[i], omega * cv.n[i]}, {v * t.drec_dv[i], 0.0}),
+                row(ac_Rp, {u * t.drec_du[i], 0.0}, {v * t.drec_dv[i], -omega * cv.p[i]})};
+    }
+
+    /// What the rows of boundary point k take from point i of its half cell, which holds the width of the rates there.
+    [[nodiscard]] Block of_half_cell(std::size_t k, std::size_t i, double width, double charge = 0.0) const
+    {
+        Block B = charge_and_losses(i);
+        const double factor[] = {charge, -rows.n.scale[k] * width, rows.p.scale[k] * width};
+        for (std::size_t r = 0; r < 3; ++r)
+            for (Complex& element : B[r]) element = factor[r] * element;
+        return B;
+    }
+
     void end_of_layer_row(std::size_t i)
     {
-        w.E[i] = sums(i);
-        Block M = without_right(i, w.E[i]);
-        eliminate(M, w.E[i]);
+        Block& T = w.E[i];
+        T = sums(i);
+        Block next{};
+        if (half_cells) {
+            next = of_half_cell(i, i + 1, neighbour_half_cell * mesh.h[i]);
+            add(T, of_half_cell(i, i, own_half_cell * mesh.h[i]));
+            add(T, next);
+        }
+        Block M = without_right(i, T);
+        add(M, next, -1.0);
+        eliminate(M, T);
     }
 
     void inner_row(std::size_t i)
@@ -163,18 +218,34 @@ private:
         const std::array<Complex, 4>* const terms[] = {&t.rho, &t.In_left, &t.Ip_left};
         const double factor[] = {r.sheet, r.n_left, r.p_left};
         for (std::size_t k = 0; k < 3; ++k) add_states(factor[k], *terms[k], T[k]);
+        Vector& behind = w.behind[j];
+        behind = {Complex{r.displacement, 0.0}, {}, {}};
+        Vector at_f{};  // the charge of the half cell behind the interface
+        if (half_cells) {
+            const Discretisation::Interface& g = grid.interfaces[j];
+            const Block next = of_half_cell(l, l - 1, neighbour_half_cell * mesh.h[l - 1], g.charge_l1);
+            add(T, of_half_cell(l, l, own_half_cell * mesh.h[l - 1], g.charge_l));
+            add(T, next);
+            subtract_product(T, next, w.E[l - 1]);
+            const Vector f = charge_and_losses(l + 1)[to_psi], f1 = charge_and_losses(l + 2)[to_psi];
+            for (std::size_t c = 0; c < 3; ++c) {
+                at_f[c] = g.charge_f * f[c];
+                behind[c] += g.charge_f1 * f1[c];
+                T[to_psi][c] += at_f[c] + g.charge_f1 * f1[c];
+            }
+        }
         subtract_left(l, T);
         Block M = T;
+        for (std::size_t c = 0; c < 3; ++c) M[to_psi][c] -= at_f[c] + behind[c];
         for (std::size_t k = 0; k < 3; ++k) {
             for (std::size_t c = 0; c < 3; ++c) M[k][c].re -= r.C[k][c];
             M[k][to_Fn] -= factor[k] * (*terms[k])[1];
             M[k][to_Fp] -= factor[k] * (*terms[k])[3];
         }
-        M[to_psi][to_psi].re -= r.displacement;
-        // The element outside the band as a fourth column.
+        // The elements outside the band as a fourth column.
         std::array<std::array<Complex, 4>, 3> X;
         for (std::size_t k = 0; k < 3; ++k) X[k] = {T[k][0], T[k][1], T[k][2], {}};
-        X[to_psi][3].re = r.displacement;
+        X[to_psi][3].re = 1.0;
         eliminate(M, X);
         for (std::size_t k = 0; k < 3; ++k) {
             T[k] = {X[k][0], X[k][1], X[k][2]};
@@ -197,15 +268,20 @@ private:
         A[to_Fn][to_Fp] += r.n_right * t.In_right[2];
         A[to_Fp][to_Fn] += r.p_right * t.Ip_right[0];
         A[to_Fp][to_Fp] += r.p_right * t.Ip_right[2];
-        const Block& E = w.E[f - 1];
+        subtract_product(T, A, w.E[f - 1]);
         Vector outside{};  // A D
         for (std::size_t k = 0; k < 3; ++k)
-            for (std::size_t m = 0; m < 3; ++m) {
-                for (std::size_t c = 0; c < 3; ++c) T[k][c] -= A[k][m] * E[m][c];
-                outside[k] += A[k][m] * w.D[j][m];
-            }
+            for (std::size_t m = 0; m < 3; ++m) outside[k] += A[k][m] * w.D[j][m];
+        Block next{};
+        if (half_cells) {
+            next = of_half_cell(f, f + 1, neighbour_half_cell * mesh.h[f]);
+            add(T, of_half_cell(f, f, own_half_cell * mesh.h[f]));
+            add(T, next);
+        }
         Block M = without_right(f, T);
-        for (std::size_t k = 0; k < 3; ++k) M[k][to_psi] += outside[k];
+        add(M, next, -1.0);
+        for (std::size_t k = 0; k < 3; ++k)
+            for (std::size_t c = 0; c < 3; ++c) M[k][c] += outside[k] * w.behind[j][c];
         eliminate(M, T);
     }
 
@@ -218,6 +294,12 @@ private:
         X[to_Fn][0].re = -small_signal_amplitude * rows.n.to_V;
         X[to_Fp][0].re = -small_signal_amplitude * rows.p.to_V;
         subtract_left(i, M);
+        if (half_cells) {
+            const Block next = of_half_cell(i, i - 1, neighbour_half_cell * mesh.h[i - 1]);
+            add(M, of_half_cell(i, i, own_half_cell * mesh.h[i - 1]));
+            add(M, next);
+            subtract_product(M, next, w.E[i - 1]);
+        }
         eliminate(M, X);
         for (std::size_t k = 0; k < 3; ++k) w.x[i][k] = X[k][0];
     }
@@ -238,7 +320,10 @@ private:
         w.x[l][k] -= more;
     }
 
+    const CalculationVariables& cv;
     const Mesh& mesh;
+    const Discretisation& grid;
+    bool half_cells;
     double omega;
     SmallSignalWork& w;
     const AcRows& rows;
@@ -323,6 +408,7 @@ void SmallSignalWork::resize(std::size_t points, std::size_t interfaces_count)
     bulk.resize(points);
     interfaces.assign(interfaces_count, {});
     E.assign(points, {});
+    behind.assign(interfaces_count, {});
     D.assign(interfaces_count, {});
     x.assign(points, {});
     step.assign(points, {});
@@ -341,7 +427,7 @@ bool solve_small_signal(const Problem& problem, const CalculationVariables& cv, 
     const double omega = problem.set3.scale.t0 * omega_us;
     totale_acr_bijdrage_multilevel(problem.defects, cv, omega, work.bulk);
     totale_ifracbijdrage(problem, cv, omega, work.interfaces);
-    Solve(cv, omega, work).run();
+    Solve(problem, cv, omega, work).run();
 
     const std::size_t N = cv.psi.size();
     out.resize(N);

@@ -46,11 +46,12 @@ struct SmallSignalWork {
     AcRows rows;
     AcTerms bulk;
     std::vector<IfAcTerms> interfaces;
-    std::vector<Block> E;       ///< factors of the elimination
-    std::vector<Vector> D;      ///< by interface: what row l takes from the step of psi behind f
-    std::vector<Vector> x;      ///< solution
-    std::vector<Vector> step;   ///< x[i] - x[i-1], without the difference
-    std::vector<double> total;  ///< total current of the intervals, for the median
+    std::vector<Block> E;        ///< factors of the elimination
+    std::vector<Vector> behind;  ///< by interface: elements of the row of psi at l to the point behind f
+    std::vector<Vector> D;       ///< by interface: what row l takes from them
+    std::vector<Vector> x;       ///< solution
+    std::vector<Vector> step;    ///< x[i] - x[i-1], without the difference
+    std::vector<double> total;   ///< total current of the intervals, for the median
     void resize(std::size_t points, std::size_t interfaces_count);
 };
 

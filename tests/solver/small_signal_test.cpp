@@ -34,6 +34,18 @@ CellParameters chain_cell()
     return cell;
 }
 
+/// The graded cell with a permittivity that changes along the absorber.
+CellParameters graded_permittivity_cell()
+{
+    CellParameters cell = graded_cell();
+    Profile& eps = cell.layer[0].material.eps;
+    eps.law = Law::linear;
+    eps.dependence = Dependence::on_x;
+    eps.pure_A = eps.left = 9.0;
+    eps.pure_B = eps.right = 16.0;
+    return cell;
+}
+
 struct Row {
     const char* what;
     CellParameters cell;
@@ -57,7 +69,7 @@ std::vector<Row> cells()
     return {{"junction", silicon_junction(), 0.3},
             {"the same turned round", mirrored(silicon_junction()), -0.35},
             {"thin film, lit", thin_film_cell(), 0.5, 30.0},
-            {"graded absorber", graded_cell(), -0.3},
+            {"graded absorber", graded_permittivity_cell(), -0.3},
             {"charged sheets", charged_sheet_cell(), 0.2},
             {"neutral sheet, turned round, lit", mirrored(cliff_cell()), -0.4, 30.0},
             {"chains", chain_cell(), 0.3},
@@ -95,14 +107,11 @@ double spread(const SmallSignal& a)
     return largest / std::hypot(a.J_mean.re, a.J_mean.im);
 }
 
-// Slopes of current and state by differences over two steps, extrapolated to none. The rows of contacts and interfaces
-// leave out what half cells hold, which the states at DC have unless the setting is 0. At 0 V, where all recombination
-// lies within some 10 nm of a junction, they would be 2e-3 of it.
+// Slopes of current and state by differences over two steps, extrapolated to none.
 TEST(SmallSignal, LowFrequencyIsTheSlopeAtDC)
 {
     for (const int half_cells : {0, 1})
         for (const Row& r : cells()) {
-            if (half_cells == 1 && r.decay < 5e-7) continue;  // much happens in half cells
             Device d = solved(r, tight(half_cells));
             const CalculationVariables at_V = d.cv;
             const std::size_t N = d.cv.psi.size();
@@ -121,8 +130,7 @@ TEST(SmallSignal, LowFrequencyIsTheSlopeAtDC)
             }
             d.return_to(at_V);
             const SmallSignal a = answer(d, 1e-4);
-            EXPECT_NEAR(a.median.G / J, 1.0, half_cells == 0 ? 1e-6 : 1e-3) << r.what;
-            if (half_cells == 1) continue;
+            EXPECT_NEAR(a.median.G / J, 1.0, 1e-6) << r.what << ", half cells " << half_cells;
             double off = 0.0;
             for (std::size_t i = 0; i < N; ++i)
                 off = std::max({off, std::fabs(a.del_Psi_re[i] - psi[i]), std::fabs(a.del_u_re[i] + 1.0 - Fn[i]),
@@ -139,7 +147,8 @@ TEST(SmallSignal, TotalCurrentIsConstantAndMirrorsAlike)
         for (const double f : {0.0, 1.0, 1e3, 1e6, 1e8, 1e10}) {
             const SmallSignal a = answer(d, f);
             const double rounding = 1e-14 * 10.0 * r.J_light / std::hypot(a.J_mean.re, a.J_mean.im);
-            EXPECT_LT(spread(a), 1e-10 + rounding) << r.what << ", " << f << " Hz";
+            // The rows extrapolate a graded permittivity over the first Angstrom: 4e-10.
+            EXPECT_LT(spread(a), 1e-9 + rounding) << r.what << ", " << f << " Hz";
             EXPECT_NEAR(a.median.C, a.mean.C, 1e-9 * a.mean.C) << r.what << ", " << f << " Hz";
             if (f == 1e3) {
                 Device fast = solved(r, [](ConvergenceParameters& c) {
