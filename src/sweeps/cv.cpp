@@ -43,18 +43,19 @@ SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecisi
         return AfterPoint::go_on;
     };
     const auto shown = [&](double V) { return fixed(V * s.polarity.V, 0, 3); };
-    const SweepEnd end =
-        run_voltages(surroundings, s, decision,
-                     {.start = asked.CV_startV,
-                      .stop = asked.CV_stopV,
-                      .points = asked.CV_points,
-                      .name = "C(V)",
-                      .progress = "Calculating C(V) at " + scientific(s.wp.frequency, 8, 2) + " Hz from " +
-                                  shown(asked.CV_startV) + " V to " + shown(asked.CV_stopV) + " V: V = ",
-                      .refusal_title = "Error in function calccv()",
-                      .failure_title = "While calculating C(V)...",
-                      .behind_volt = ""},
-                     measure);
+    const SweepEnd end = run_voltages(
+        surroundings, s, decision,
+        {.start = asked.CV_startV,
+         .stop = asked.CV_stopV,
+         .points = asked.CV_points,
+         .name = "C(V)",
+         .progress = "Calculating C(V) at " + scientific(s.wp.frequency, 8, 2) + " Hz from " + shown(asked.CV_startV) +
+                     " V to " + shown(asked.CV_stopV) + " V: V = ",
+         .refusal_title = "Error in function calccv()",
+         .failure_title = "While calculating C(V)...",
+         .behind_volt = "",
+         .no_answer = "The small-signal equations have no solution there; at 300 K they have none below -18 V."},
+        measure);
     if (end.outcome == SweepOutcome::refused) return end.outcome;
     s.failures.CV = curve.points() < end.points;
     curve.failed = end.failed;

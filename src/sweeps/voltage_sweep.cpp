@@ -87,7 +87,8 @@ SweepEnd run_voltages(Surroundings& surroundings, Simulation& simulation, const 
                               "Convergence failure at V = " + shown(v_cell[i], 6) + " Volt" + sweep.behind_volt + '\n' +
                                   sweep.name + " calculation cut at V = " + shown(v_cell[i > 0 ? i - 1 : 0], 6) +
                                   " Volt" + sweep.behind_volt + '\n' +
-                                  failure_advice(simulation.solver_problem(), simulation.memory.work));
+                                  (converged ? sweep.no_answer
+                                             : failure_advice(simulation.solver_problem(), simulation.memory.work)));
             break;
         }
         if (next != AfterPoint::leave_leg) continue;

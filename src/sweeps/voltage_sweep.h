@@ -19,12 +19,13 @@ void ReorderVoltagesAroundStartVoltage(std::vector<double>& v, double Vstart, in
 /// Range and texts of a sweep. Voltages in internal sign [V].
 struct VoltageSweep {
     double start, stop;
-    int points;                 ///< fewer than 2 count as 2
-    std::string name;           ///< "I(V)"
-    std::string progress;       ///< in front of the voltage of a point
-    std::string refusal_title;  ///< of the message on too many points
-    std::string failure_title;  ///< of the message on a point that does not converge
-    std::string behind_volt;    ///< ends the lines of that message
+    int points;                  ///< fewer than 2 count as 2
+    std::string name;            ///< "I(V)"
+    std::string progress;        ///< in front of the voltage of a point
+    std::string refusal_title;   ///< of the message on too many points
+    std::string failure_title;   ///< of the message on a point that does not converge
+    std::string behind_volt;     ///< ends the lines of that message
+    std::string no_answer = {};  ///< why a point that was solved failed all the same
 };
 
 enum class AfterPoint {
