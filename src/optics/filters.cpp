@@ -11,10 +11,10 @@ namespace kovin {
 
 namespace {
 
-/// Values of a filter file [%] at the wavelengths, continued linearly beyond the file and forced into 0 to 100.
-bool ReadFilterValues(Surroundings& surroundings, const std::string& path, const std::vector<double>& lambda,
-                      std::vector<double>& values)
+/// Rows of a filter file. @return false if it cannot be used (reported)
+bool read_rows(Surroundings& surroundings, FilterCurve& filter)
 {
+    const std::string& path = filter.path;
     const int count = CountLinesInFile(surroundings, path, FileKind::filter);
     if (count < 1) return false;
     if (count > MAX_NUMBER_OF_INPUT_POINTS) {
@@ -28,55 +28,83 @@ bool ReadFilterValues(Surroundings& surroundings, const std::string& path, const
     if (filter_looks_like_fractions(*std::max_element(rows.y.begin(), rows.y.end())))
         KOVINErrorMessage(surroundings.report, "Warning: unit of a filter file",
                           path + ": " + std::string(filter_of_fractions));
+    filter.lambda = std::move(rows.x);
+    filter.values = std::move(rows.y);
+    return true;
+}
 
+bool read_filter(Surroundings& surroundings, const ContactParameters& contact, FilterCurve& filter)
+{
+    filter = {};
+    filter.present = contact.filter;
+    filter.transmission = contact.filter_transmission;
+    filter.constant = contact.filter_value * 100.0;
+    if (!contact.filter || contact.filter_constant) return true;
+    filter.path = contact.filter_file;
+    return read_rows(surroundings, filter);
+}
+
+/// Values of the rows [%] at the wavelengths, continued linearly beyond them and forced into 0 to 100.
+void interpolate(Surroundings& surroundings, FilterCurve& filter, const std::vector<double>& lambda,
+                 std::vector<double>& values)
+{
     double forced_low = 0.0, forced_high = 0.0;  // range of the wavelengths that had to be forced
     bool forced = false;
     values.resize(lambda.size());
     for (std::size_t k = 0; k < lambda.size(); ++k) {
         double value = 0.0;
-        LinearInterpolation(rows.x, rows.y, lambda[k], value);
+        LinearInterpolation(filter.lambda, filter.values, lambda[k], value);
         values[k] = std::clamp(value, 0.0, 100.0);
         if (values[k] == value) continue;
         if (!forced) forced_low = lambda[k];
         forced_high = lambda[k];
         forced = true;
     }
-    if (forced && surroundings.report.InterpolationWarningMessageMode == 1)
-        KOVINErrorMessage(surroundings.report, "Warning from Function ReadFilterValues()",
-                          "Filter file: " + path + "\nExtrapolating R or T in wavelength range (" +
-                              fixed(forced_low, 7, 1) + "," + fixed(forced_high, 7, 1) +
-                              ")\nExtrapolated values outside interval(0,1) were forced into (0,1)"
-                              "\nConsider checking and editing this input file");
-    return true;
+    if (!forced || filter.range_told || surroundings.report.InterpolationWarningMessageMode != 1) return;
+    filter.range_told = true;
+    KOVINErrorMessage(surroundings.report, "Warning from Function ReadFilterValues()",
+                      "Filter file: " + filter.path + "\nExtrapolating R or T in wavelength range (" +
+                          fixed(forced_low, 7, 1) + "," + fixed(forced_high, 7, 1) +
+                          ")\nExtrapolated values outside interval(0,1) were forced into (0,1)"
+                          "\nConsider checking and editing this input file");
 }
 
 /// Filter of one contact as a fraction: what is wanted, or one minus the other kind.
-bool filter_of(Surroundings& surroundings, const ContactParameters& contact, bool want_transmission,
+void filter_of(Surroundings& surroundings, FilterCurve& filter, bool want_transmission,
                const std::vector<double>& lambda, std::vector<double>& values)
 {
-    if (!contact.filter) {
+    if (!filter.present) {
         values.assign(lambda.size(), want_transmission ? 1.0 : 0.0);
-        return true;
+        return;
     }
-    if (contact.filter_constant)
-        values.assign(lambda.size(), contact.filter_value * 100.0);
-    else if (!ReadFilterValues(surroundings, contact.filter_file, lambda, values))
-        return false;
-    const bool as_wanted = contact.filter_transmission == want_transmission;
+    if (filter.lambda.empty())
+        values.assign(lambda.size(), filter.constant);
+    else
+        interpolate(surroundings, filter, lambda, values);
+    const bool as_wanted = filter.transmission == want_transmission;
     for (double& value : values) value = as_wanted ? value * 0.01 : 1.0 - value * 0.01;
-    return true;
 }
 
 }  // namespace
 
+bool read_filters(Surroundings& surroundings, const CellParameters& cell, ContactFilters& filters)
+{
+    return read_filter(surroundings, cell.left, filters.left) && read_filter(surroundings, cell.right, filters.right);
+}
+
+void filters_at_wavelengths(Surroundings& surroundings, ContactFilters& filters, GenerationParameters& gp)
+{
+    const bool light_right = gp.side == 1;
+    filter_of(surroundings, filters.left, !light_right, gp.lambda, gp.leftFilter);
+    filter_of(surroundings, filters.right, light_right, gp.lambda, gp.rightFilter);
+}
+
 bool BerekenFilterSpectra(Surroundings& surroundings, const CellParameters& cell, GenerationParameters& gp)
 {
-    std::vector<double> left, right;
-    const bool light_right = gp.side == 1;
-    if (!filter_of(surroundings, cell.left, !light_right, gp.lambda, left)) return false;
-    if (!filter_of(surroundings, cell.right, light_right, gp.lambda, right)) return false;
-    gp.leftFilter = std::move(left);
-    gp.rightFilter = std::move(right);
+    ContactFilters filters;
+    if (!read_filters(surroundings, cell, filters)) return false;
+    gp.filters = std::move(filters);
+    filters_at_wavelengths(surroundings, gp.filters, gp);
     return true;
 }
 

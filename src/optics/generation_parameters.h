@@ -7,6 +7,7 @@
 
 #include <array>
 #include <compare>
+#include <string>
 #include <vector>
 
 namespace kovin {
@@ -40,6 +41,19 @@ struct GivenGeneration {
     bool sharp_ends = false;  ///< a rectangle: the first two and the last two points are its edges
 };
 
+/// The filter of one contact as read.
+struct FilterCurve {
+    bool present = false, transmission = false;  ///< there is one; its values are transmission, else reflection
+    double constant = 0.0;                       ///< where it has no rows [%]
+    std::string path;
+    std::vector<double> lambda, values;  ///< rows of its file [nm, %]
+    bool range_told = false;             ///< that values had to be forced has been said
+};
+
+struct ContactFilters {
+    FilterCurve left, right;
+};
+
 /// `generatieparameters`. Wavelength arrays hold n values, generation one value a mesh point.
 struct GenerationParameters {
     int n = 0;               ///< wavelengths
@@ -52,6 +66,7 @@ struct GenerationParameters {
     std::vector<double> spectrum;                   ///< power of each wavelength interval [W/m2]
     std::vector<double> rightFilter, leftFilter;    ///< transmission on the light side, reflection on the other
     std::vector<double> incomingFlux_us;            ///< photons through the light-side contact [1/(m2 s)]
+    ContactFilters filters;                         ///< as read
     std::vector<LayerAbsorption> materials;         ///< one a layer
     AbsorptionOnMesh absorption;
     GivenGeneration given;           ///< without attenuation; empty where the light is a spectrum

@@ -61,7 +61,11 @@ void read_panel(Simulation& s)
 bool read_light(Surroundings& surroundings, Simulation& s)
 {
     s.light = {};
-    if (s.actie.QE_calculate && !read_absorption(surroundings, s.set3, s.light)) return false;
+    const CellParameters& cell = s.problem.input.cell.cell;
+    // A probe passes filters and layers as the light of the working point does: both are read once.
+    if (s.actie.QE_calculate &&
+        !(read_absorption(surroundings, s.set3, s.light) && read_filters(surroundings, cell, s.light.filters)))
+        return false;
     if (s.wp.generationSpecified) {
         if (s.wp.dark) return true;
         if (!read_given_generation(surroundings, s.wp, s.set3, s.light)) return false;
@@ -70,7 +74,8 @@ bool read_light(Surroundings& surroundings, Simulation& s)
     }
     if (!bepaal_spectrum(surroundings, s.wp, s.light)) return false;
     if (s.wp.dark) return true;
-    if (!BerekenFilterSpectra(surroundings, s.problem.input.cell.cell, s.light)) return false;
+    if (!s.actie.QE_calculate && !read_filters(surroundings, cell, s.light.filters)) return false;
+    filters_at_wavelengths(surroundings, s.light.filters, s.light);
     CalculateIncomingFluxes(s.light, photons_per_nm_W, FluxMode::work_point);
     return s.actie.QE_calculate || read_absorption(surroundings, s.set3, s.light);
 }

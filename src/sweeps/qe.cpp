@@ -118,9 +118,8 @@ std::vector<double> wavelengths(const ActionList& actions)
     return lambda;
 }
 
-/// The light of the probe on the mesh, wavelengths rising. @return false if a file cannot be used (reported)
-bool make_probe(Surroundings& surroundings, const Simulation& s, std::vector<double> lambda,
-                GenerationParameters& probe)
+/// The light of the probe on the mesh, wavelengths rising.
+void make_probe(Surroundings& surroundings, Simulation& s, std::vector<double> lambda, GenerationParameters& probe)
 {
     if (lambda.front() > lambda.back()) std::reverse(lambda.begin(), lambda.end());
     probe.lambda = std::move(lambda);
@@ -128,9 +127,8 @@ bool make_probe(Surroundings& surroundings, const Simulation& s, std::vector<dou
     probe.side = s.wp.lightFromRight ? 1 : -1;
     probe.Rfront = s.wp.Rfront;
     probe.materials = s.light.materials;
-    if (!BerekenFilterSpectra(surroundings, s.problem.input.cell.cell, probe)) return false;
+    filters_at_wavelengths(surroundings, s.light.filters, probe);
     bepaal_alfa(s.set3, s.currentCalcVars.mesh, probe);
-    return true;
 }
 
 /// What can be said of the request itself. @return false if it cannot be run (reported)
@@ -196,9 +194,8 @@ std::optional<int> sign_of_light_current(Surroundings& surroundings, Simulation&
         lit.dark = lit.generationSpecified = lit.cutOff = false;
         lit.neutralDensity = 0.0;
         GenerationParameters light;
-        if (!bepaal_spectrum(surroundings, lit, light) ||
-            !BerekenFilterSpectra(surroundings, s.problem.input.cell.cell, light))
-            return {};
+        if (!bepaal_spectrum(surroundings, lit, light)) return {};
+        filters_at_wavelengths(surroundings, s.light.filters, light);
         CalculateIncomingFluxes(light, photons_per_nm_W, FluxMode::work_point);
         light.materials = s.light.materials;
         ReturnToAKnownStartingPoint(s, s.evenwichtcv);
@@ -229,7 +226,7 @@ SweepOutcome calcqe(Surroundings& surroundings, Simulation& s, int sign, DataLis
     const SharpSolves sharp(s);
     CalculationVariables& cv = s.currentCalcVars;
     GenerationParameters probe;
-    if (!make_probe(surroundings, s, lambda, probe)) return SweepOutcome::refused;
+    make_probe(surroundings, s, lambda, probe);
     // Every solve stands on the mesh of the working point: a mesh that moves would move the current with it.
     std::vector<double> G = s.light.generation;
     Problem problem{s.set3, s.memory.grid, s.memory.defects, s.memory.interface_states, G, &monitor};

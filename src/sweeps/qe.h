@@ -23,8 +23,8 @@ namespace kovin {
 /// on its mesh; a failure, or a probe that is lost in the rounding of the current, cuts the curve (reported;
 /// failures.QE stays true). currentCalcVars is left at the last wavelength.
 /// @param sign  of sign_of_light_current
-/// @return refused for more than 2001 points, a probe without photons or with too many, and files that cannot be used
-///         (reported); stopped when the user asked for it: the curve holds what has been done
+/// @return refused for more than 2001 points, and a probe without photons or with too many (reported); stopped when the
+/// user asked for it: the curve holds what has been done
 SweepOutcome calcqe(Surroundings& surroundings, Simulation& simulation, int sign, DataListElement& element);
 
 /// What a quantum efficiency [%] at the wavelengths [nm] collects of the rows (wavelength, photons per m2 and s) of a

@@ -1,5 +1,6 @@
 // Quantum efficiency: what must hold for any cell, the figures of the sample cells, and curves that end early.
 #include "sweeps/qe.h"
+#include "base/scratch_folder.h"
 #include "device/model_table.h"
 #include "optics/absorption_on_mesh.h"
 #include "results/curve_files.h"
@@ -203,6 +204,26 @@ TEST(QuantumEfficiency, OfWeakProbesIsRightOrNotTold)
                 EXPECT_LT(weak.uncertain[k], photons >= 1e12 ? 1.0 : 100.0) << photons;
             }
         }
+    }
+}
+
+// A filter of 0.5 % that rises beyond 100 % outside its file: each of the two warnings comes once.
+TEST(QuantumEfficiency, ReadsFiltersOnce)
+{
+    const ScratchFolder scratch;
+    for (const bool dark : {false, true}) {
+        QeRun run("silicon-pn", 300.0, 1100.0, 3);
+        run.wp().dark = dark;
+        ContactParameters& front = run.wp().lightFromRight ? run.s->zonnecel.cell.right : run.s->zonnecel.cell.left;
+        front.filter = front.filter_transmission = true;
+        front.filter_constant = false;
+        front.filter_file = scratch.put("f.ftr", "900 0.5\n901 1\n").string();
+        run.surroundings.report.InterpolationWarningMessageMode = 1;
+        const QeCurve& curve = run.curve();
+        ASSERT_EQ(curve.points(), 3u);
+        EXPECT_NEAR(curve.qe[0], 0.0, 1e-9) << "forced to 0 %";
+        EXPECT_GT(curve.qe[2], 5.0) << "forced to 100 %";
+        EXPECT_EQ(run.surroundings.report.messages.size(), 2u) << dark;
     }
 }
 

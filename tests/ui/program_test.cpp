@@ -53,6 +53,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
     scratch.put("far.act",
                 "dark : 1\nCV_startV : 0\nCV_stopV : 900\nCV_points : 3\nCV_calculate : 1\nCf_calculate : 1\n");
     scratch.put("gone.act", "dark : 0\nincident spectrum from file : gone.spe\n");
+    for (const char* earlier : {"out/probed.qe", "out/metastable-cigs.eb"}) scratch.put(earlier, "of an earlier run");
     for (const char* pipe : {"pipe.def", "pipe.act"}) ASSERT_EQ(::mkfifo((scratch.path() / pipe).c_str(), 0600), 0);
     const std::string run = "run '" + cell + "' -o out ";
     struct Row {
@@ -80,7 +81,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         {"light without a file", "run '" + cell + "' moon.spe -o out", 3, "moon.spe"},
         {"input file that is missing", "run gone.def -o out", 3, "gone.spe not found (Set to standard AM1.5G"},
         {"and is replaced", "run gone.def --repair -o out", 1, "standard KOVIN AM1.5G 1 sun spectrum set"},
-        {"a measurement that cannot be made", "run probed.def -o out", 1, "A probe of 1.00e+36 photons"},
+        {"a measurement that cannot be made", "run probed.def -o out -f", 1, "A probe of 1.00e+36 photons"},
         {"a curve that is cut", "run '" + cell + "' far.act -o far", 1, "C(V) calculation cut at V = 0.000000 Volt"},
         {"nothing to find", "check '" + cell + "'", 0, "nothing found"},
         {"findings", "check broken.def", 1, ""},
@@ -102,7 +103,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         {"value of an analysis that is none", run + "--analysis mode=4", 2, "'4' is no value of mode (whole, 0 to 3)"},
         {"layer that the cell does not have", run + "--analysis layer=5", 2, "layer 5: the cell has 3"},
         {"nothing to analyse", run + "-f --analyse", 1, "No CV or Cf-calculations are available !"},
-        {"physics that is not there yet", "run '" + home + "/def/metastable-cigs.def' -o out", 1, "metastable"},
+        {"physics that is not there yet", "run '" + home + "/def/metastable-cigs.def' -o out -f", 1, "metastable"},
         {"no action list", "run 'my cell.def' -o out", 0, "no action list"},
         {"results that are there", "run 'my cell.def' -o out", 6, "my cell.iv"},
         {"and are overwritten", "run 'my cell.def' -o out -f", 0, ""},
@@ -119,6 +120,9 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
     for (const char* kind : {"iv", "cv", "cf", "ac"})
         EXPECT_TRUE(std::filesystem::exists(scratch.path() / "far" / (std::string("silicon-pn.") + kind))) << kind;
     EXPECT_FALSE(std::filesystem::exists(scratch.path() / "out/metastable-cigs.eb")) << "nothing half right";
+    EXPECT_FALSE(std::filesystem::exists(scratch.path() / "out/probed.qe")) << "nothing of another run";
+    EXPECT_NE(kovin(scratch, "run probed.def -o out -f --json").out.find("\"points\":0,\"cut\":true"),
+              std::string::npos);
 }
 
 /// A figure of a summary, nan if it is not there.

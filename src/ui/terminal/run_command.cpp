@@ -140,13 +140,27 @@ void apply_settings(Session& session, const Options& options)
         {.text = std::string(settings.route == Route::fast ? "fast" : "classic") + " route" + why});
 }
 
+/// A file of an earlier run, beside those of a run that has nothing for it, would pass for its own: it goes.
+void remove_earlier(Session& session, const fs::path& file)
+{
+    std::error_code error;
+    if (fs::remove(file, error))
+        tell(session, "Result files",
+             "'" + file.string() + "' is gone: it was of an earlier run, and this one has none");
+    else if (error)
+        tell(session, "Result files", "'" + file.string() + "' is of an earlier run and could not be removed");
+}
+
 bool write_files(Session& session, const Options& options, const std::vector<ResultFile>& files, Summary& summary)
 {
     const ResultTexts texts = result_texts(session, {options.absorption_table, options.grading_table});
     bool written = true;
     for (const ResultFile& file : files) {
         const std::string& text = texts.*(file.text);
-        if (text.empty()) continue;
+        if (text.empty()) {
+            if (options.force) remove_earlier(session, file.path);
+            continue;
+        }
         if (write_whole_file(file.path, text)) {
             summary.files.emplace_back(file.kind, file.path);
         } else {
@@ -229,7 +243,11 @@ ExitStatus run_command(Session& session, const Options& options, Summary& summar
     const std::vector<ResultFile> planned = planned_files(session, options);
     if (!ready_to_write(session, planned, input_files(session, files), options.force)) return ExitStatus::output;
     const SimulateOutcome outcome = Simulate(session);
-    if (outcome == SimulateOutcome::refused) return ExitStatus::incomplete;
+    if (outcome == SimulateOutcome::refused) {
+        if (options.force)
+            for (const ResultFile& file : planned) remove_earlier(session, file.path);
+        return ExitStatus::incomplete;
+    }
 
     ExitStatus status = status_of(session, outcome);
     if (status == ExitStatus::good && !all_there) status = ExitStatus::incomplete;
