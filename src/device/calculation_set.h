@@ -7,6 +7,7 @@
 #include "base/constants.h"
 #include "device/cell.h"
 #include "device/numerical_settings.h"
+#include "device/profile_points.h"
 
 #include <array>
 #include <vector>
@@ -51,7 +52,8 @@ struct CalculationParameters {
     std::array<double, max_layers> debye_left{}, debye_right{};  ///< [x0]
     std::array<double, max_layers> ni_left{}, ni_right{};        ///< [N0]
     std::array<int, max_layers> sign_left{}, sign_right{};       ///< doping sign: -1 n, +1 p, 0 none
-    std::array<LayerParameters, max_layers> layer;  ///< profiles and levels; see scaling in parameterset1_to_3
+    std::array<LayerParameters, max_layers> layer;         ///< profiles and levels; see scaling in parameterset1_to_3
+    std::array<ProfilePoints, max_layers> profile_points;  ///< where the graded quantities of a layer want points
     std::array<std::array<InterfaceRecombinationParameters, max_interface_defects>, max_interfaces> interface_defects;
     std::array<int, max_interfaces> interface_defect_count{};
     std::array<double, max_interfaces> vn_if{}, vp_if{};                  ///< thermionic velocities [v0]

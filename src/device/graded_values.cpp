@@ -6,6 +6,7 @@
 #include "device/layer_profiles.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kovin {
 
@@ -36,6 +37,11 @@ void add_turns(const Profile& p, double w, std::vector<double>& at)
     };
     if (p.law == Law::parabolic && p.third != 0.0) add(w * 0.5 * (1.0 + (a - b) / p.third));
     if (p.law == Law::parabolic_2) add(p.third);
+    if (p.law == Law::diffusion_gauss || p.law == Law::diffusion_erfc) {
+        const double Ld = diffusion_length(p), depth = p.law == Law::diffusion_gauss ? p.fifth : 0.0;
+        for (const double t : {-3.0, -2.0, -1.0, -0.5, 0.0, 0.5, 1.0, 2.0, 3.0})
+            add(p.fourth >= 0.0 ? w - depth - t * Ld : depth + t * Ld);
+    }
     if (p.law == Law::from_file || p.law == Law::table)
         for (const double place : p.table_x) add(place);
 }
@@ -48,23 +54,23 @@ std::vector<double> composition_at(const LayerParameters& layer, const std::vect
     return y;
 }
 
-/// The first place with each of the wanted compositions that the layer has: bracketed by the places so far, then by
-/// halving.
+/// The places, a few at most, with each of the wanted compositions that the layer has: bracketed by the places so far,
+/// then by halving.
 void add_compositions(const LayerParameters& layer, const std::vector<double>& wanted, LayerPlaces& places)
 {
-    constexpr int halvings = 40;
+    constexpr int halvings = 40, most_places = 8;
     std::vector<double> x = places.x_um;
     std::sort(x.begin(), x.end());
     const std::vector<double> y = composition_at(layer, x);
     std::vector<double> below, above, target;  // ends of the interval at which y <= target, y >= target
     for (const double t : wanted)
-        for (std::size_t i = 0; i + 1 < x.size(); ++i) {
+        for (std::size_t i = 0, found = 0; i + 1 < x.size() && found < most_places; ++i) {
             if ((y[i] - t) * (y[i + 1] - t) > 0.0) continue;
             const bool rises = y[i] <= t;
             below.push_back(x[rises ? i : i + 1]);
             above.push_back(x[rises ? i + 1 : i]);
             target.push_back(t);
-            break;
+            ++found;
         }
     std::vector<double> middle(target.size());
     for (int n = 0; n < halvings && !target.empty(); ++n) {
@@ -90,7 +96,7 @@ bool can_be_evaluated(const LayerParameters& layer, const Profile& profile)
     return has_its_rows(profile) && (profile.dependence != Dependence::on_y || has_its_rows(layer.composition));
 }
 
-LayerPlaces places_to_check(const LayerParameters& layer, std::initializer_list<const Profile*> profiles)
+LayerPlaces places_to_check(const LayerParameters& layer, std::span<const Profile* const> profiles)
 {
     constexpr int parts = 100;
     const double end = thickness_um(layer);
@@ -104,6 +110,13 @@ LayerPlaces places_to_check(const LayerParameters& layer, std::initializer_list<
     }
     places.y = composition_at(layer, places.x_um);
     add_compositions(layer, compositions, places);
+    return places;
+}
+
+LayerPlaces places_at(const LayerParameters& layer, std::vector<double> x_um)
+{
+    LayerPlaces places{std::move(x_um), {}};
+    places.y = composition_at(layer, places.x_um);
     return places;
 }
 

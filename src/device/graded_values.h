@@ -6,6 +6,7 @@
 #include "device/keyed_source.h"
 
 #include <initializer_list>
+#include <span>
 #include <vector>
 
 namespace kovin {
@@ -23,10 +24,18 @@ struct LayerPlaces {
     std::vector<double> y;     ///< composition there
 };
 
-/// Places that show the largest and smallest values of the profiles: both ends, a hundred between them, extrema of the
-/// laws, and every row of a file or table, those on composition where the layer has that composition.
+/// Places that show the largest and smallest values of the profiles: both ends, a hundred between them, extrema and
+/// fronts of the laws, and every row of a file or table, those on composition wherever the layer has that composition.
 /// @param layer  in SI units, with its grading files loaded
-[[nodiscard]] LayerPlaces places_to_check(const LayerParameters& layer, std::initializer_list<const Profile*> profiles);
+[[nodiscard]] LayerPlaces places_to_check(const LayerParameters& layer, std::span<const Profile* const> profiles);
+[[nodiscard]] inline LayerPlaces places_to_check(const LayerParameters& layer,
+                                                 std::initializer_list<const Profile*> profiles)
+{
+    return places_to_check(layer, std::span(profiles.begin(), profiles.size()));
+}
+
+/// These positions with the composition that the layer has there.
+[[nodiscard]] LayerPlaces places_at(const LayerParameters& layer, std::vector<double> x_um);
 
 /// Values of a profile of the layer at such places.
 [[nodiscard]] std::vector<double> values_at(const LayerParameters& layer, const Profile& profile,

@@ -148,6 +148,8 @@ void parabolic_2(std::span<const double> x, const LawInput& in, std::span<double
     });
 }
 
+double length_of_diffusion(double Dt) { return std::max(2.0 * std::sqrt(std::fabs(Dt)), smallest_length); }
+
 double gaussian_tail(double t) { return t * t < far ? std::exp(-t * t) : 0.0; }
 double erfc_tail(double t) { return t * t < far ? std::erfc(t) : 0.0; }
 
@@ -165,7 +167,7 @@ constexpr DiffusionLaw diffusion_laws[] = {
 
 void diffusion(const DiffusionLaw& law, std::span<const double> x, const LawInput& in, std::span<double> result)
 {
-    const double Ld = std::max(2.0 * std::sqrt(std::fabs(in.c4)), smallest_length);
+    const double Ld = length_of_diffusion(in.c4);
     const double at_surface = in.c3 / (0.5 * Ld * std::sqrt(std::numbers::pi));
     const double offset = law.has_offset ? std::max(in.c5, smallest_length) : 0.0;
     const bool from_right = in.c4 >= 0.0;
@@ -198,6 +200,11 @@ std::string_view law_name(Law law)
         if (row.law == law) return row.name;
     const auto number = static_cast<std::size_t>(law);
     return number < std::size(names) ? names[number] : "unknown";
+}
+
+double diffusion_length(const Profile& profile)
+{
+    return length_of_diffusion(std::clamp(profile.fourth, -largest, largest));
 }
 
 void evaluate_profile(const Profile& profile, std::span<const double> x, double thickness_um, std::span<double> result)

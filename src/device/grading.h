@@ -53,6 +53,9 @@ void RecalculateLeftRightValues(Profile& profile, double y_left, double y_right,
 /// Ends of every profile of a layer, its composition first. @param layer  in SI units
 void recalculate_ends(LayerParameters& layer);
 
+/// The length Ld of laws 14 and 15 [um].
+[[nodiscard]] double diffusion_length(const Profile& profile);
+
 /// Turns a profile on x around; one on y follows its composition.
 void SwapGradingLeftRight(Profile& profile, double thickness_um);
 

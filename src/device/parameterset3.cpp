@@ -151,6 +151,7 @@ void parameterset1_to_3(const InputParameters& set1, double T, CalculationParame
 
     for (std::size_t j = 0; j < layers; ++j) {
         set3.d[j] = cell.layer[j].material.d / scale.x0;
+        set3.profile_points[j] = profile_points(cell.layer[j], kT);
         set3.debye_left[j] = sides[2 * j].debye / scale.x0;
         set3.debye_right[j] = sides[2 * j + 1].debye / scale.x0;
         set3.ni_left[j] = sides[2 * j].ni / scale.N0[j];

@@ -2,6 +2,7 @@
 
 #include "solver/fast_equilibrium.h"
 #include "solver/mesh_merge.h"
+#include "solver/profile_mesh.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,6 +23,7 @@ constexpr double h_at_states = 0.5 * nm;  ///< the same beside an interface with
 constexpr int least_intervals = 4;        ///< of a layer
 // The helper mesh.
 constexpr double helper_step = 0.5 * nm, helper_ratio = 1.2, helper_widest_share = 0.05;
+constexpr int profile_room = max_mesh_points / (2 * max_layers);  ///< of one layer, for what is graded in it
 /// Solves on graded meshes at equilibrium: the helper mesh may be wide where the potential falls in a few Angstrom.
 constexpr int most_rounds = 3;
 
@@ -53,10 +55,12 @@ Mesh helper_mesh(const CalculationParameters& set3, const Mesh& mesh)
         for (std::size_t j = 0; j < at(mesh.nlayers); ++j) {
             const double left = mesh.x[at(mesh.first[j])], right = mesh.x[at(mesh.last[j])];
             const std::vector<double> s = half_layer(right - left, helper_step / x0, ratio);
-            const std::size_t before = points.x.size();
-            for (const double place : s) points.x.push_back(left + place);
-            for (std::size_t k = s.size() - 1; k-- > 0;) points.x.push_back(right - s[k]);
-            points.n_in_layer[j] = static_cast<int>(points.x.size() - before);
+            std::vector<double> X;
+            for (const double place : s) X.push_back(left + place);
+            for (std::size_t k = s.size() - 1; k-- > 0;) X.push_back(right - s[k]);
+            cut_at_profiles(set3, j, profile_room, X);
+            points.x.insert(points.x.end(), X.begin(), X.end());
+            points.n_in_layer[j] = static_cast<int>(X.size());
         }
         if (points.x.size() <= at(max_mesh_points)) return mesh_of(points.x, points.n_in_layer, mesh.nlayers, x0);
     }
@@ -114,7 +118,8 @@ double wished_points(const Problem& problem, const CalculationVariables& cv, std
             const double h = mesh.x[i] - mesh.x[i - 1], middle = 0.5 * (mesh.x[i] + mesh.x[i - 1]);
             const double step =
                 std::min({h_left + growth * (middle - left), h_right + growth * (right - middle), widest});
-            wished[i] = std::max(steepness(problem, cv, j, i), h / step);
+            const double profiles = profile_steps(problem.set3, j, mesh.x[i - 1] - left, mesh.x[i] - left);
+            wished[i] = std::max({steepness(problem, cv, j, i), h / step, profiles});
             total += wished[i];
         }
     }

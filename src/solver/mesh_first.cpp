@@ -2,6 +2,7 @@
 
 #include "device/on_mesh.h"
 #include "solver/mesh_merge.h"
+#include "solver/profile_mesh.h"
 
 #include <algorithm>
 #include <cmath>
@@ -78,6 +79,12 @@ void DefineKOVINMesh(CalculationParameters& set3, Mesh& mesh, const MeshWishes& 
         const double L = shortest_length(set3, j, wishes.alpha_300nm[j]);
         X.push_back(layer_points(set3.d[j], L, x0, budget / (set3.layers - static_cast<int>(j))));
         budget -= static_cast<int>(X.back().size());
+    }
+    // Half of the points that are left may go to what profiles do inside their layers; the rest follows the solution.
+    for (std::size_t j = 0; j < X.size(); ++j) {
+        const auto before = static_cast<int>(X[j].size());
+        cut_at_profiles(set3, j, budget / 2, X[j]);
+        budget -= static_cast<int>(X[j].size()) - before;
     }
     int total = max_mesh_points - budget;
     int refine = wishes.refine;

@@ -16,6 +16,7 @@
 #include "results/header.h"
 #include "solver/mesh_first.h"
 #include "solver/outer_iteration.h"
+#include "solver/profile_mesh.h"
 #include "sweeps/cf.h"
 #include "sweeps/cv.h"
 #include "sweeps/iv.h"
@@ -136,6 +137,7 @@ bool calculate_equilibrium(Surroundings& surroundings, Simulation& s)
     const bool converged = equilibrium(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars);
     s.evenwichtcv = s.currentCalcVars;
     s.failures.equilibrium = !converged;
+    tell_unresolved_profiles(surroundings.report, s.set3, s.currentCalcVars.mesh);
     return CheckConvergenceFailure(surroundings, s, converged, s.equiberekend, "equilibrium");
 }
 
