@@ -81,10 +81,15 @@ void DefineKOVINMesh(CalculationParameters& set3, Mesh& mesh, const MeshWishes& 
         budget -= static_cast<int>(X.back().size());
     }
     // Half of the points that are left may go to what profiles do inside their layers; the rest follows the solution.
+    const bool with_rows = set3.convergence.include_generation_mesh != 0;
+    const int rows = with_rows ? static_cast<int>(std::min(wishes.profile_x.size(), std::size_t{max_mesh_points})) : 0;
+    int room = (budget - rows) / 2;
     for (std::size_t j = 0; j < X.size(); ++j) {
         const auto before = static_cast<int>(X[j].size());
-        cut_at_profiles(set3, j, budget / 2, X[j]);
-        budget -= static_cast<int>(X[j].size()) - before;
+        cut_at_profiles(set3, j, room, X[j]);
+        const int added = static_cast<int>(X[j].size()) - before;
+        room -= added;
+        budget -= added;
     }
     int total = max_mesh_points - budget;
     int refine = wishes.refine;

@@ -11,6 +11,7 @@
 #include "optics/absorption_on_mesh.h"
 #include "optics/filters.h"
 #include "optics/generation.h"
+#include "optics/given_rows.h"
 #include "optics/incoming_flux.h"
 #include "optics/spectrum.h"
 #include "results/header.h"
@@ -98,8 +99,10 @@ bool prepare_problem(Surroundings& surroundings, Simulation& s)
     GovernMaxMinMesh(s.set3.convergence);
     if (!read_light(surroundings, s)) return false;
 
-    MeshWishes wishes{
-        .refine = s.mesh_refinement, .profile_x = s.light.given.x, .profile_has_edges = s.light.given.sharp_ends};
+    const GivenGeneration& given = s.light.given;
+    MeshWishes wishes{.refine = s.mesh_refinement,
+                      .profile_x = rows_that_matter(given, rows_in_mesh(given.x.size(), s.set3.layers)),
+                      .profile_has_edges = given.sharp_ends};
     for (std::size_t j = 0; j < s.light.materials.size(); ++j) wishes.alpha_300nm[j] = ExtractAlpha(s.light, 300.0, j);
     CalculationVariables& cv = s.currentCalcVars;
     DefineKOVINMesh(s.set3, cv.mesh, wishes);
@@ -138,6 +141,7 @@ bool calculate_equilibrium(Surroundings& surroundings, Simulation& s)
     s.evenwichtcv = s.currentCalcVars;
     s.failures.equilibrium = !converged;
     tell_unresolved_profiles(surroundings.report, s.set3, s.currentCalcVars.mesh);
+    tell_lost_generation(surroundings.report, s.wp, s.set3, s.currentCalcVars.mesh, s.light);
     return CheckConvergenceFailure(surroundings, s, converged, s.equiberekend, "equilibrium");
 }
 
