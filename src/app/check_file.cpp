@@ -105,6 +105,18 @@ void needed_by(Look& look, WorkPoint point, const std::string& which)
     for_each_light_file(point, which, [&](const NeededFile& file, const auto&) { look.needed.push_back(file); });
 }
 
+/// Line of a profile by the name that for_each_profile gives it, 0 if there is none.
+int line_of_profile(const DefinitionPlaces& places, std::size_t layer, const std::string& name)
+{
+    const std::string section = "layer " + integer(static_cast<long>(layer) + 1);
+    if (!name.starts_with("Nt of ")) return places.line(section, name);
+    const std::string defect = "Nt of defect ";
+    const std::string part = name.starts_with(defect) ? "/defect " + name.substr(defect.size()) : "/metastable";
+    for (const char* word : {"Nt(x)", "Nt(y)", "Nt(uniform)"})
+        if (const int line = places.line(section + part, word); line > 0) return line;
+    return 0;
+}
+
 /// Loads the grading files, brings the ends of all profiles up to date, and looks for values with which nothing can be
 /// computed. Of a grading file that cannot be used only values that its quantity cannot have are told here; the rest is
 /// found where the file itself is looked at.
@@ -112,7 +124,11 @@ void check_grading(Look& look, SiCell& cell)
 {
     Surroundings quiet;
     quiet.folders = look.session.surroundings.folders;
-    if (!load_grading_files(quiet, cell))
+    std::vector<LoneFile> alone;
+    const bool loaded = load_grading_files(quiet, cell, &alone);
+    const DefinitionPlaces places(look.watch.known);
+    for (const LoneFile& file : alone) look.find(line_of_profile(places, file.layer, file.profile), file.text);
+    if (!loaded)
         for (const Message& message : quiet.report.messages)
             if (message.text.find(outside_its_range) != std::string::npos) look.find(0, message.text);
     for (std::size_t j = 0; j < static_cast<std::size_t>(cell.cell.layers); ++j) recalculate_ends(cell.cell.layer[j]);

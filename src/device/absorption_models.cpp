@@ -7,7 +7,6 @@
 #include "device/model_table.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cmath>
 #include <utility>
 
@@ -187,10 +186,12 @@ void ExtractBestAandBFromAbsorptionModel(const AbsorptionModelSet& set, double& 
     B *= per_cm_to_per_m;
 }
 
-bool read_absorption_file(Surroundings& surroundings, std::string_view name, AbsorptionTable& table)
+const AbsorptionTable* AbsorptionFiles::read(Surroundings& surroundings, std::string_view name)
 {
+    const std::filesystem::path file = MakeFullPath(surroundings.folders, name, FileKind::absorption);
+    if (const auto known = tables_.find(file); known != tables_.end()) return &known->second;
     TwoColumns rows;
-    if (ReadKOVINFile(surroundings, name, FileKind::absorption, 1, true, rows) < 1) return false;
+    if (ReadKOVINFile(surroundings, name, FileKind::absorption, 1, true, rows) < 1) return nullptr;
     const double factor = absorption_unit(rows.heading);
     MakeNonNegative(rows.y);
     for (double& alpha : rows.y) alpha *= factor;
@@ -201,20 +202,23 @@ bool read_absorption_file(Surroundings& surroundings, std::string_view name, Abs
                               scientific(largest / per_cm_to_per_m, 0, 3) +
                               " 1/cm. A heading line \"1/cm\" or \"1/m\" tells the unit; without it 1/cm is meant.");
     for (double& alpha : rows.y) alpha = std::min(alpha, most_absorption * per_cm_to_per_m);
-    table.lambda = std::move(rows.x);
-    table.alpha = std::move(rows.y);
-    return true;
+    return &tables_.emplace(file, AbsorptionTable{std::move(rows.x), std::move(rows.y)}).first->second;
 }
 
-bool load_absorption(Surroundings& surroundings, const Absorption& absorption, bool material_B, double Eg,
-                     MaterialAbsorption& material)
+bool load_absorption(Surroundings& surroundings, AbsorptionFiles& files, const Absorption& absorption, bool material_B,
+                     double Eg, MaterialAbsorption& material)
 {
     material.from_file = material_B ? absorption.pure_B_from_file : absorption.pure_A_from_file;
     material.models = material_B ? absorption.model_B : absorption.model_A;
     WriteEgInAbsorptionModel(material.models, Eg);
-    if (!material.from_file) material.tail = find_subbandgap_tail(material.models);
-    return !material.from_file ||
-           read_absorption_file(surroundings, material_B ? absorption.file_B : absorption.file_A, material.table);
+    if (!material.from_file) {
+        material.tail = find_subbandgap_tail(material.models);
+        return true;
+    }
+    const AbsorptionTable* table = files.read(surroundings, material_B ? absorption.file_B : absorption.file_A);
+    if (table == nullptr) return false;
+    material.table = *table;
+    return true;
 }
 
 double alpha_at(const MaterialAbsorption& material, double lambda)
@@ -222,17 +226,6 @@ double alpha_at(const MaterialAbsorption& material, double lambda)
     if (material.from_file)
         return LogarithmicInterpolationolateFromTable(lambda, material.table.lambda, material.table.alpha);
     return per_cm_to_per_m * CalculateAbsorptionFromModel(material.models, material.tail, lambda);
-}
-
-bool DetermineLayerAlpha(Surroundings& surroundings, const Absorption& absorption, bool material_B,
-                         std::span<const double> lambda, std::span<double> alpha)
-{
-    assert(lambda.size() == alpha.size());
-    MaterialAbsorption material;
-    const double Eg = (material_B ? absorption.model_B : absorption.model_A).Eg;
-    if (!load_absorption(surroundings, absorption, material_B, Eg, material)) return false;
-    for (std::size_t k = 0; k < lambda.size(); ++k) alpha[k] = alpha_at(material, lambda[k]);
-    return true;
 }
 
 }  // namespace kovin

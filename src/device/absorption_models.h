@@ -4,7 +4,9 @@
 #include "base/surroundings.h"
 #include "device/cell.h"
 
-#include <span>
+#include <filesystem>
+#include <map>
+#include <string_view>
 #include <vector>
 
 namespace kovin {
@@ -61,9 +63,16 @@ void ExtractBestAandBFromAbsorptionModel(const AbsorptionModelSet& set, double& 
 struct AbsorptionTable {
     std::vector<double> lambda, alpha;
 };
-/// Reads an absorption file: alpha in 1/cm, or in 1/m if a heading line names "1/m"; warns about values that look like
-/// the wrong unit. @return false if there is nothing usable (reported)
-[[nodiscard]] bool read_absorption_file(Surroundings& surroundings, std::string_view name, AbsorptionTable& table);
+/// Absorption files, each read once however many materials name it.
+class AbsorptionFiles {
+public:
+    /// alpha in 1/cm, or in 1/m if a heading line names "1/m"; values that look like the wrong unit are told.
+    /// @return null if there is nothing usable (reported); the table lives as long as this
+    [[nodiscard]] const AbsorptionTable* read(Surroundings& surroundings, std::string_view name);
+
+private:
+    std::map<std::filesystem::path, AbsorptionTable> tables_;
+};
 
 /// Absorption of one pure material, ready to be evaluated: its table if it comes from a file, else its models.
 struct MaterialAbsorption {
@@ -74,15 +83,10 @@ struct MaterialAbsorption {
 };
 /// Takes material A or B of a layer, with its file. @return false if the file could not be read (reported)
 /// @param Eg  its gap [eV]: where its models have their edges
-[[nodiscard]] bool load_absorption(Surroundings& surroundings, const Absorption& absorption, bool material_B, double Eg,
-                                   MaterialAbsorption& material);
+[[nodiscard]] bool load_absorption(Surroundings& surroundings, AbsorptionFiles& files, const Absorption& absorption,
+                                   bool material_B, double Eg, MaterialAbsorption& material);
 
 /// alpha [1/m] at wavelength lambda [nm]; tables are interpolated logarithmically.
 [[nodiscard]] double alpha_at(const MaterialAbsorption& material, double lambda);
-
-/// alpha [1/m] of a layer's pure material A or B at the wavelengths given, by the gaps that its models hold.
-/// @return false if the file could not be read (reported)
-[[nodiscard]] bool DetermineLayerAlpha(Surroundings& surroundings, const Absorption& absorption, bool material_B,
-                                       std::span<const double> lambda, std::span<double> alpha);
 
 }  // namespace kovin

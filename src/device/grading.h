@@ -56,7 +56,9 @@ void recalculate_ends(LayerParameters& layer);
 /// The length Ld of laws 14 and 15 [um].
 [[nodiscard]] double diffusion_length(const Profile& profile);
 
-/// Turns a profile on x around; one on y follows its composition.
+/// Turns a profile on x around; one on y follows its composition. Of a profile from a file only the ends change places,
+/// until they are found anew: its rows belong to the file, which is read again before each calculation, and run as they
+/// stand there. A table is the profile's own and is turned.
 void SwapGradingLeftRight(Profile& profile, double thickness_um);
 
 }  // namespace kovin

@@ -96,11 +96,21 @@ void warn_about_continuation(Report& report, const LayerParameters& layer, const
                           shortest(to) + unit);
 }
 
-bool load_profile(Surroundings& surroundings, const CellParameters& cell, std::size_t j, Profile& profile)
+/// Does a layer beside layer j name the file for the same quantity?
+bool neighbour_names_file(const CellParameters& cell, std::size_t j, const Profile& profile)
+{
+    return (j > 0 && names_file(cell.layer[j - 1], profile)) ||
+           (j + 1 < static_cast<std::size_t>(cell.layers) && names_file(cell.layer[j + 1], profile));
+}
+
+/// @param alone  the file wants to be shared, and is not
+bool load_profile(Surroundings& surroundings, const CellParameters& cell, std::size_t j, Profile& profile, bool& alone)
 {
     GradingFile file;
-    if (!read_grading_file(surroundings, profile.file, limits_of_profile(profile), file)) return false;
+    if (!read_grading_file(surroundings, profile.file, profile.dependence, limits_of_profile(profile), file))
+        return false;
     const bool on_x = profile.dependence == Dependence::on_x;
+    alone = on_x && file.shared && !neighbour_names_file(cell, j, profile);
     if (on_x) {
         const FileRange range = range_of(cell, j, profile, file.shared);
         for (double& x : file.position) x = range.start + (file.relative ? x * range.length : x);
@@ -137,8 +147,10 @@ std::vector<GradingSetting> grading_settings(std::string_view line)
     return found;
 }
 
-bool read_grading_file(Surroundings& surroundings, std::string_view name, const Limits& limits, GradingFile& file)
+bool read_grading_file(Surroundings& surroundings, std::string_view name, Dependence dependence, const Limits& limits,
+                       GradingFile& file)
 {
+    const std::string abscissa = dependence == Dependence::on_y ? "composition" : "position";
     Report& report = surroundings.report;
     file = {};
     TwoColumns rows;
@@ -158,9 +170,8 @@ bool read_grading_file(Surroundings& surroundings, std::string_view name, const 
     for (std::size_t i = 0; i < rows.x.size(); ++i) {
         const std::string where = in_line(rows.line[i]);
         if (i > 0 && !(rows.x[i - 1] < rows.x[i]))
-            return fail(report, "Unsorted data in " + where +
-                                    "\nposition and composition values should be given in an "
-                                    "increasing order.\nvalue[" +
+            return fail(report, where + "Unsorted data in " + std::string(name) + "!\n" + abscissa +
+                                    " values should be given in an increasing order.\nvalue[" +
                                     integer(static_cast<long>(i)) + "]=" + shortest(rows.x[i]) +
                                     " should be larger than value[" + integer(static_cast<long>(i) - 1) +
                                     "]=" + shortest(rows.x[i - 1]) + "!");
@@ -172,14 +183,29 @@ bool read_grading_file(Surroundings& surroundings, std::string_view name, const 
     return true;
 }
 
-bool load_grading_files(Surroundings& surroundings, SiCell& cell)
+bool load_grading_files(Surroundings& surroundings, SiCell& cell, std::vector<LoneFile>* alone)
 {
+    std::vector<LoneFile> found;
     CellParameters& c = cell.cell;
     bool loaded = true;
     for (std::size_t j = 0; j < static_cast<std::size_t>(c.layers); ++j)
-        for_each_profile(c.layer[j], [&](Profile& profile, const std::string&) {
-            if (is_read(profile)) loaded = load_profile(surroundings, c, j, profile) && loaded;
+        for_each_profile(c.layer[j], [&](Profile& profile, const std::string& name) {
+            if (!is_read(profile)) return;
+            bool lone = false;
+            loaded = load_profile(surroundings, c, j, profile, lone) && loaded;
+            // The levels of a defect have one density.
+            const bool told = !found.empty() && found.back().layer == j && found.back().profile == name;
+            if (lone && !told)
+                found.push_back({j, name,
+                                 place_of_profile(j, c.layer[j], name) + ": " + profile.file +
+                                     " has \"range: shared\", but no layer beside it names it for " + name +
+                                     ": its positions count in this layer alone"});
         });
+    if (alone != nullptr)
+        *alone = found;
+    else
+        for (const LoneFile& file : found)
+            KOVINErrorMessage(surroundings.report, "Warning: a grading file is shared with no layer", file.text);
     // What a layer asks of a file on composition shows when its own composition is there.
     for (std::size_t j = 0; loaded && j < static_cast<std::size_t>(c.layers); ++j)
         for_each_profile(c.layer[j], [&](const Profile& profile, const std::string& name) {

@@ -52,15 +52,25 @@ struct GradingSetting {
 /// What a message says of a value that the quantity cannot have.
 inline constexpr std::string_view outside_its_range = "is outside its range";
 
-/// @param limits  of the values
+/// @param dependence  on what the values depend, for the message on rows out of order
+/// @param limits      of the values
 /// A setting in the head that has no meaning is told and passed over: a comment may say what it likes.
 /// @return false if the file cannot be used: missing, without rows, with a broken row, out of order, too long, a value
 ///         outside its limits (reported with file, line and value)
-[[nodiscard]] bool read_grading_file(Surroundings& surroundings, std::string_view name, const Limits& limits,
-                                     GradingFile& file);
+[[nodiscard]] bool read_grading_file(Surroundings& surroundings, std::string_view name, Dependence dependence,
+                                     const Limits& limits, GradingFile& file);
+
+/// A file with "range: shared" that no neighbouring layer names: its positions count in its own layer alone.
+struct LoneFile {
+    std::size_t layer = 0;  ///< from 0
+    std::string profile;    ///< as for_each_profile names it
+    std::string text;       ///< what is to be told
+};
 
 /// Reads the file of every profile with Law::from_file into the profile's table. Told when a table does not cover its
-/// layer and has to be continued. @return false if one cannot be used (reported)
-[[nodiscard]] bool load_grading_files(Surroundings& surroundings, SiCell& cell);
+/// layer and has to be continued, and when it is shared with nobody.
+/// @param alone  if given, it takes the files that are shared with nobody, and these are not told
+/// @return false if one cannot be used (reported)
+[[nodiscard]] bool load_grading_files(Surroundings& surroundings, SiCell& cell, std::vector<LoneFile>* alone = nullptr);
 
 }  // namespace kovin

@@ -1,6 +1,6 @@
 #include "device/model_curve.h"
 
-#include "device/absorption_models.h"
+#include "base/constants.h"
 
 #include <algorithm>
 #include <cmath>
@@ -240,23 +240,6 @@ ModelCurve CalculateBasicModelXY(const Model& model, const ProfileFrame& frame)
     for (const auto& row : curves)
         if (row.number == model.number) return inside_the_cell(row.curve(model, frame));
     return {};
-}
-
-ModelCurve CalculateBasicModelXY(const AbsorptionModelSet& set, int points)
-{
-    double low = 200.0, high = 200.0;
-    for (const Model& model : set.models) {
-        if (!model.on) continue;
-        if (model.number == 61) high = std::max(high, 1000.0);
-        const double edge = hc_eV_nm / absorption_edge(model);
-        if (!(edge > 0.0 && edge < longest_wavelength)) continue;
-        low = std::min(low, 0.5 * edge);
-        high = std::max(high, edge + 10.0);
-    }
-    const SubbandgapTail tail = find_subbandgap_tail(set);
-    ModelCurve curve{even_grid(low, high, count_of(points)), {}};
-    for (const double lambda : curve.x) curve.y.push_back(CalculateAbsorptionFromModel(set, tail, lambda));
-    return curve;
 }
 
 }  // namespace kovin

@@ -1,5 +1,4 @@
-// The curves y(x) of the parametric models: spectra over wavelength, generation over position, absorption over
-// wavelength.
+// The curves y(x) of the parametric models: spectra over wavelength, generation over position.
 //
 // Every parameter is taken as it stands within the bounds below, so that no value of a file can overflow a curve or
 // make a number that is none: wavelengths 0.1 to 1e6 nm, lengths 1e-6 to 1e6 um, temperatures 1 to 1e8 K.
@@ -35,8 +34,5 @@ inline constexpr int min_curve_points = 5;
 /// are dropped; a line that crosses x = 0 upward gets a point there.
 /// Source: Planck's radiation law; the other curves are definitions.
 [[nodiscard]] ModelCurve CalculateBasicModelXY(const Model& model, const ProfileFrame& frame = {});
-
-/// Absorption of a pure material: `points` wavelengths [nm] that span the edges of its models, and alpha [1/cm].
-[[nodiscard]] ModelCurve CalculateBasicModelXY(const AbsorptionModelSet& set, int points = 41);
 
 }  // namespace kovin

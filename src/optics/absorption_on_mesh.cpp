@@ -10,7 +10,8 @@ namespace kovin {
 namespace {
 
 /// The materials a layer can contain. @return false if a file could not be read (reported)
-bool load_materials(Surroundings& surroundings, const LayerParameters& layer, LayerAbsorption& materials)
+bool load_materials(Surroundings& surroundings, AbsorptionFiles& files, const LayerParameters& layer,
+                    LayerAbsorption& materials)
 {
     const Absorption& data = layer.material.absorption;
     const PureGaps gap = pure_gaps(layer.material.Eg);
@@ -18,12 +19,12 @@ bool load_materials(Surroundings& surroundings, const LayerParameters& layer, La
     materials.anchor_A = data.grading.third;
     materials.anchor_B = data.grading.fourth;
     if (absorption_follows_composition(layer))
-        return load_absorption(surroundings, data, false, gap.A, materials.A) &&
-               load_absorption(surroundings, data, true, gap.B, materials.B);
+        return load_absorption(surroundings, files, data, false, gap.A, materials.A) &&
+               load_absorption(surroundings, files, data, true, gap.B, materials.B);
     const bool only_B = absorption_of_pure_B(layer);
     materials.gap.A = materials.gap.B = only_B ? gap.B : gap.A;
     materials.anchor_A = materials.anchor_B = only_B ? data.grading.fourth : data.grading.third;
-    if (!load_absorption(surroundings, data, only_B, materials.gap.A, materials.A)) return false;
+    if (!load_absorption(surroundings, files, data, only_B, materials.gap.A, materials.A)) return false;
     materials.B = materials.A;
     return true;
 }
@@ -45,8 +46,9 @@ bool read_absorption(Surroundings& surroundings, const CalculationParameters& se
 {
     gp.absorption = {};
     gp.materials.assign(static_cast<std::size_t>(set3.layers), {});
+    AbsorptionFiles files;
     for (std::size_t j = 0; j < gp.materials.size(); ++j)
-        if (!load_materials(surroundings, set3.layer[j], gp.materials[j])) return false;
+        if (!load_materials(surroundings, files, set3.layer[j], gp.materials[j])) return false;
     return true;
 }
 

@@ -311,6 +311,21 @@ TEST(CheckFile, TellsEachMentionOfAMissingFileAtItsLine)
                     {":2: Spectrum file (initial wp): 'gone.spe'", ":4: Spectrum file: 'gone.spe' is not there"});
 }
 
+TEST(CheckFile, TellsAGradingFileThatIsSharedWithNobody)
+{
+    const ScratchFolder scratch;
+    const auto s = session();
+    const auto profile = [&](const char* name) {
+        return " : 1 1 0 0 1 1 1 12 1 " + scratch.put(name, "> range: shared\n0 1.2\n1 1.3\n2 1.4\n").string() + '\n';
+    };
+    for (const bool joined : {true, false}) {
+        const std::string text = "layer\nd : 1e-6\nEg" + profile("a.grad") + "layer\nd : 1e-6\nEg" +
+                                 profile(joined ? "a.grad" : "b.grad") + "front contact\nworking point\n";
+        expect_findings(check_file(*s, scratch.put("x.def", text).string()),
+                        joined ? Expected{} : Expected{"x.def:3: Layer 1 (): Eg: ", "x.def:6: Layer 2 (): Eg: "});
+    }
+}
+
 TEST(CheckFile, TellsWhatStandsInPlaceOfAFile)
 {
     const ScratchFolder scratch;

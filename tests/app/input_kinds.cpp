@@ -40,7 +40,7 @@ bool take_capture(Session& s, const std::string& file)
 bool take_grading(Session& s, const std::string& file)
 {
     GradingFile grading;
-    if (!read_grading_file(s.surroundings, file, any_number, grading)) return false;
+    if (!read_grading_file(s.surroundings, file, Dependence::on_x, any_number, grading)) return false;
     EXPECT_TRUE(finite(grading.position) && finite(grading.value) && grading.value.size() == grading.position.size());
     return true;
 }
@@ -67,12 +67,14 @@ bool take_absorption(Session& s, const std::string& file)
 {
     MaterialAbsorption material;
     material.from_file = true;
-    const bool usable = read_absorption_file(s.surroundings, file, material.table);
+    AbsorptionFiles files;
+    const AbsorptionTable* table = files.read(s.surroundings, file);
+    if (table != nullptr) material.table = *table;
     for (const double lambda : {1.0, 300.5, 5000.0}) {
         const double alpha = alpha_at(material, lambda);
         EXPECT_TRUE(alpha >= 0.0 && std::isfinite(alpha));
     }
-    return usable;
+    return table != nullptr;
 }
 
 bool take_filter(Session& s, const std::string& file)

@@ -158,10 +158,14 @@ TEST(AbsorptionFile, HeadingDecidesTheUnit)
         Absorption absorption;
         absorption.pure_A_from_file = true;
         absorption.file_A = scratch.put("a.abs", r.text).string();
-        const std::array<double, 1> lambda{450.0};
-        std::array<double, 1> alpha{};
-        ASSERT_TRUE(DetermineLayerAlpha(surroundings, absorption, false, lambda, alpha)) << r.what;
-        EXPECT_NEAR(alpha[0], r.alpha, 1e-9 * r.alpha) << r.what;
+        absorption.pure_B_from_file = true;
+        absorption.file_B = absorption.file_A;
+        AbsorptionFiles files;
+        for (const bool B : {false, true}) {  // the file is read, and warned about, once
+            MaterialAbsorption material;
+            ASSERT_TRUE(load_absorption(surroundings, files, absorption, B, 1.0, material)) << r.what;
+            EXPECT_NEAR(alpha_at(material, 450.0), r.alpha, 1e-9 * r.alpha) << r.what;
+        }
         EXPECT_EQ(surroundings.report.messages.size(), r.warnings) << r.what;
     }
 }

@@ -120,6 +120,14 @@ TEST(GradingFile, DefectDensityAndSharedRange)
         grade(Nt, Law::from_file, Dependence::on_x, 0.0, 0.0);
         Nt.file = scratch.put("Nt.grad", "> position: rel\n> range: shared\n0 1e20\n1 4e20\n").string();
     }
+    // Alone in its layer the file tells that it wanted company.
+    InputParameters other = set1;
+    other.cell.cell.layer[1].srh[0][0].Nt.file = scratch.put("other.grad", "0 1e20\n1 1e20\n").string();
+    ASSERT_TRUE(load_grading_files(surroundings, other.cell));
+    ASSERT_EQ(surroundings.report.messages.size(), 1u);
+    EXPECT_NE(surroundings.report.messages[0].text.find("no layer beside it names it for Nt of defect 1"),
+              std::string::npos);
+    surroundings.report.messages.clear();
     // The second layer has a defect on composition too: its file holds compositions.
     cell.layer[1].composition_mode = 1;
     grade(cell.layer[1].composition, Law::linear, Dependence::on_x, 0.0, 1.0);
@@ -166,8 +174,10 @@ TEST(GradingFile, BrokenFilesAreToldAndNothingElseHappens)
         {"no number", "line 3: two numbers", head + "0 0.2\n0.5 nan\n1 0.3\n"},
         {"the first row is none", "line 2: two numbers", head + "0 inf\n0.5 0.2\n1 0.3\n"},
         {"out of range of numbers", "line 3: two numbers", head + "0 0.2\n1e999 0.3\n"},
-        {"falls", "line 4: ", head + "0 0.2\n0.5 0.3\n0.4 0.3\n"},
-        {"stands still", "line 3: ", head + "0 0.2\n0 0.3\n"},
+        {"falls", "line 4: Unsorted data in ", head + "0 0.2\n0.5 0.3\n0.4 0.3\n"},
+        {"stands still",
+         "!\nposition values should be given in an increasing order.\nvalue[1]=0 should be larger than value[0]=0!",
+         head + "0 0.2\n0 0.3\n"},
         {"negative", "line 2: the value -0.2", head + "0 -0.2\n1 0.3\n"},
         {"no composition", "line 3: the value 1.5", head + "0 0.2\n1 1.5\n"},
         {"unknown manner", "line 1: \"> interpolation: cubic\" sets nothing", "> interpolation: cubic\n0 0.2\n2 0.3\n",
@@ -215,6 +225,10 @@ TEST(GradingFile, ContinuationOnCompositionIsTold)
         ASSERT_EQ(surroundings.report.messages.empty(), covers);
         if (covers) continue;
         EXPECT_NE(surroundings.report.messages[0].text.find("from 0.1 to 0.6"), std::string::npos);
+        scratch.put("Eg.grad", "0.6 1\n0.1 1.5\n");
+        EXPECT_FALSE(load_grading_files(surroundings, set1.cell));
+        EXPECT_NE(surroundings.report.messages.back().text.find("\ncomposition values should be given"),
+                  std::string::npos);
     }
 }
 

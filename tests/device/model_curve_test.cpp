@@ -193,21 +193,5 @@ TEST(ModelCurves, NoParameterMakesNumbersThatAreNone)
     for (const Model& row : ActualModelParameters()) EXPECT_EQ(model_of_number(row.number).name, row.name);
 }
 
-TEST(AbsorptionCurve, SpansTheEdges)
-{
-    AbsorptionModelSet set = default_absorption_models(0, 1.0, 62);
-    const ModelCurve c = CalculateBasicModelXY(set);
-    ASSERT_EQ(c.x.size(), 41u);
-    EXPECT_EQ(c.x.front(), 200.0);
-    EXPECT_NEAR(c.x.back(), hc_eV_nm + 10, 1e-9);
-    EXPECT_EQ(c.y.front(), 1e5);
-    EXPECT_EQ(c.y.back(), 0.0);
-    set = default_absorption_models(0, 5.0, 62);
-    EXPECT_NEAR(CalculateBasicModelXY(set).x.front(), 0.5 * hc_eV_nm / 5.0, 1e-9);
-    set.models[0].on = true;
-    EXPECT_EQ(CalculateBasicModelXY(set).x.back(), 1000.0);
-    EXPECT_EQ(CalculateBasicModelXY(set).y.back(), 1.0) << "background";
-}
-
 }  // namespace
 }  // namespace kovin

@@ -71,10 +71,12 @@ TEST(MaterialTables, AbsorptionReadsBackAndIsRefusedWithoutASpectrum)
     gp.absorption.of_point = {0, 1, 1};  // the table shows the leftmost point
     const ScratchFolder scratch;
     const auto file = scratch.put("t.abs", BewaarAlfa(surroundings.report, {}, set3, mesh, gp));
-    AbsorptionTable table;
-    ASSERT_TRUE(read_absorption_file(surroundings, file.string(), table));
-    EXPECT_EQ(table.lambda, gp.lambda);
-    for (std::size_t k = 0; k < 3; ++k) EXPECT_NEAR(table.alpha[k], gp.absorption.alpha[0][k], 1e-6 * table.alpha[k]);
+    AbsorptionFiles files;
+    const AbsorptionTable* table = files.read(surroundings, file.string());
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(table->lambda, gp.lambda);
+    for (std::size_t k = 0; k < 3; ++k)
+        EXPECT_NEAR(table->alpha[k], gp.absorption.alpha[0][k], 1e-6 * table->alpha[k]);
 }
 
 }  // namespace
