@@ -130,19 +130,8 @@ const std::vector<InputKind>& input_kinds()
 
 std::vector<std::string> InputKind::lines() const
 {
-    LineReader reader(
-        sample.empty() ? second_work_point_text(InitialiseActionPanel()) : read_whole_file(home / sample).value_or(""),
-        10000);
-    std::vector<std::string> lines;
-    for (std::string line; reader.ReadLine(line);) lines.push_back(line);
-    return lines;
-}
-
-std::string join(const std::vector<std::string>& lines)
-{
-    std::string text;
-    for (const std::string& line : lines) text += line + '\n';
-    return text;
+    return all_lines(sample.empty() ? second_work_point_text(InitialiseActionPanel())
+                                    : read_whole_file(home / sample).value_or(""));
 }
 
 bool Outcome::told(const std::vector<std::string>& parts) const

@@ -3,6 +3,7 @@
 
 #include "app/check_file.h"
 #include "base/scratch_folder.h"
+#include "support/lines.h"
 
 #include <memory>
 #include <string>
@@ -33,8 +34,6 @@ struct InputKind {
     [[nodiscard]] std::vector<std::string> lines() const;  ///< of the sample
 };
 [[nodiscard]] const std::vector<InputKind>& input_kinds();
-
-[[nodiscard]] std::string join(const std::vector<std::string>& lines);
 
 /// What became of a file.
 struct Outcome {

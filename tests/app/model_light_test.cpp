@@ -1,30 +1,21 @@
 // Runs whose light comes from models, asked for by an action list, against the same light from a file.
-#include "app/initialise.h"
-#include "app/load.h"
+#include "app/sample_session.h"
 #include "app/simulate.h"
-#include "base/scratch_folder.h"
 #include "device/action_file.h"
 
 #include <gtest/gtest.h>
-
-#include <memory>
 
 namespace kovin {
 namespace {
 
 /// I-V figures of the silicon cell under the light of some lines of an action list.
-/// @param gen  takes the text of its .gen file
-IVCharacteristics figures_with(const std::string& lines, std::string* gen = nullptr)
+IVCharacteristics figures_with(const std::string& lines)
 {
-    auto session = std::make_unique<Session>();
-    Initialise(*session, std::filesystem::path(KOVIN_SOURCE_DIR) / "home", "kovin");
-    EXPECT_TRUE(load_definition(*session, "silicon-pn.def"));
-    EXPECT_TRUE(load_action_list(*session, "silicon-pn.act"));
+    const auto session = test::session_with("silicon-pn");
     EXPECT_TRUE(
         parse_action_list(session->surroundings, "IV_points : 9\n" + lines, "lines.act", session->simulation.panel));
     EXPECT_EQ(Simulate(*session), SimulateOutcome::done) << lines;
     EXPECT_TRUE(session->surroundings.report.messages.empty());
-    if (gen != nullptr) *gen = result_texts(*session).gen;
     return session->simulation.results.empty() ? IVCharacteristics{}
                                                : session->simulation.results.back().characteristics;
 }
@@ -63,17 +54,6 @@ TEST(ModelLight, GivesTheCurrentOfTheSameLightFromAFile)
     EXPECT_NEAR(half.Jsc, 0.5 * full.Jsc, 5e-3 * full.Jsc);
     EXPECT_NEAR(half.eta, full.eta, 0.5);
     EXPECT_LT(full.eta, 100.0);
-}
-
-TEST(ModelLight, AWrittenGenFileReadsBackAsTheSameLight)
-{
-    const ScratchFolder scratch;
-    std::string gen;
-    const IVCharacteristics spectrum = figures_with("", &gen);
-    const std::string file = scratch.put("own.gen", gen).string();
-    const IVCharacteristics again =
-        figures_with("generation G(x) specified\ngeneration G(x) from file :" + file + '\n');
-    EXPECT_NEAR(again.Jsc, spectrum.Jsc, 1e-3 * spectrum.Jsc);
 }
 
 }  // namespace

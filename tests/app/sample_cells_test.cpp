@@ -1,35 +1,23 @@
 // The shipped cells under one sun, against figures of an independent program on the same data; the balance of
 // currents; both polarities; sweeps in two legs; what is refused.
-#include "app/initialise.h"
-#include "app/load.h"
+#include "app/sample_session.h"
 #include "app/simulate.h"
 #include "base/scratch_folder.h"
 #include "base/text_format.h"
 #include "device/charge_states.h"
 #include "device/file_check.h"
 #include "device/grading.h"
-#include "sweeps/supported.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <memory>
 
 namespace kovin {
 namespace {
 
-const std::filesystem::path home = std::filesystem::path(KOVIN_SOURCE_DIR) / "home";
-
-std::unique_ptr<Session> session_with(const std::string& cell)
-{
-    auto session = std::make_unique<Session>();
-    Initialise(*session, home, "kovin");
-    EXPECT_TRUE(load_definition(*session, cell + ".def")) << cell;
-    EXPECT_TRUE(load_action_list(*session, cell + ".act")) << cell;
-    return session;
-}
+using test::session_with;
 
 const DataListElement& curve_of(Session& session)
 {
@@ -42,12 +30,15 @@ struct Cell {
     const char* name;
     double Voc, Jsc, FF, eta;
     double phi_left, phi_right;  ///< flat-band work functions [eV]; 0: a fixed contact
+    double to_Voc = 0.008, to_Jsc = 0.02, to_FF = 1.5, to_eta = 0.03;  ///< wide: other meshes, readings of absorption
 };
 const Cell cells[] = {
     {"cigs-baseline", 0.638, 33.4, 78.8, 16.8, 0.0, 4.4204},
     {"cdte-baseline", 0.838, 25.9, 73.5, 15.9, 0.0, 0.0},
     {"silicon-pn", 0.647, 38.7, 83.3, 20.9, 5.0851, 4.1369},
     {"perovskite-nip", 1.177, 23.2, 83.0, 22.7, 5.2431, 4.0596},
+    {"graded-cigs", 0.600, 35.3, 68.0, 14.4, 0.0, 0.0, 0.015, 0.05, 4.0, 0.1},
+    {"earliest-format", 0.641, 37.6, 50.0, 50.0, 0.0, 0.0, 0.015, 0.02, 50.0, 1.0},  // others give no more
 };
 
 TEST(SampleCells, MeetTheirFiguresAndBalanceTheirCurrents)
@@ -66,10 +57,10 @@ TEST(SampleCells, MeetTheirFiguresAndBalanceTheirCurrents)
             const DataListElement& element = curve_of(*session);
             EXPECT_TRUE(session->surroundings.report.messages.empty()) << "a shipped file needs a warning";
             const IVCharacteristics& r = element.characteristics;
-            EXPECT_NEAR(r.Voc, cell.Voc, 0.008);
-            EXPECT_NEAR(r.Jsc, cell.Jsc, 0.02 * cell.Jsc);
-            EXPECT_NEAR(r.FF, cell.FF, 1.5);
-            EXPECT_NEAR(r.eta, cell.eta, 0.03 * cell.eta);
+            EXPECT_NEAR(r.Voc, cell.Voc, cell.to_Voc);
+            EXPECT_NEAR(r.Jsc, cell.Jsc, cell.to_Jsc * cell.Jsc);
+            EXPECT_NEAR(r.FF, cell.FF, cell.to_FF);
+            EXPECT_NEAR(r.eta, cell.eta, cell.to_eta * cell.eta);
             EXPECT_TRUE(r.VocValid && r.JscValid && r.FFValid && r.etaValid);
             const CalculationParameters& set3 = session->simulation.set3;
             if (cell.phi_left > 0.0) {
@@ -91,24 +82,6 @@ TEST(SampleCells, MeetTheirFiguresAndBalanceTheirCurrents)
                             1e-9 * std::fabs(c.ivbulk[i]));
             }
         }
-}
-
-TEST(SampleCells, OldestFormatAndGradedAbsorberMeetTheirFigures)
-{
-    struct Row {
-        const char* name;
-        double Voc, Jsc, Jsc_tolerance, FF, FF_tolerance;  // tolerances: of other meshes and readings of the absorption
-    };
-    for (const Row& row :
-         {Row{"earliest-format", 0.641, 37.6, 0.02, 0.0, 100.0}, Row{"graded-cigs", 0.600, 35.3, 0.05, 68.0, 4.0}}) {
-        const auto session = session_with(row.name);
-        const UnsupportedPhysics missing = unsupported_physics(session->simulation);
-        if (!missing.falsifies.empty()) GTEST_SKIP() << row.name << ": " << missing.falsifies[0];
-        const IVCharacteristics r = curve_of(*session).characteristics;
-        EXPECT_NEAR(r.Voc, row.Voc, 0.015) << row.name;
-        EXPECT_NEAR(r.Jsc, row.Jsc, row.Jsc_tolerance * row.Jsc) << row.name;
-        EXPECT_NEAR(r.FF, row.FF, row.FF_tolerance) << row.name;
-    }
 }
 
 TEST(SampleCells, DarkCellAtZeroVoltCarriesNoCurrentAndReadsNoFileOfTheLight)

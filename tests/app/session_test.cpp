@@ -1,30 +1,21 @@
 // Sessions share nothing: two on two threads give the same bits as two runs one after the other.
-#include "app/initialise.h"
-#include "app/load.h"
+#include "app/sample_session.h"
 #include "app/simulate.h"
 #include "device/shockley_queisser.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <thread>
 
 namespace kovin {
 namespace {
 
-/// A session with a shipped cell and its action list.
-std::unique_ptr<Session> session_with(const std::string& cell)
-{
-    auto session = std::make_unique<Session>();
-    Initialise(*session, std::filesystem::path(KOVIN_SOURCE_DIR) / "home", "kovin");
-    session->surroundings.clock.now = [] { return DateTime{}; };
-    EXPECT_TRUE(load_definition(*session, cell + ".def") && load_action_list(*session, cell + ".act"));
-    return session;
-}
+using test::session_with;
 
 ResultTexts run(const std::string& cell)
 {
     const auto session = session_with(cell);
+    session->surroundings.clock.now = [] { return DateTime{}; };
     EXPECT_EQ(Simulate(*session), SimulateOutcome::done);
     return result_texts(*session);
 }

@@ -15,23 +15,21 @@ TEST(FileKinds, ByExtension)
         const char* path;
         FileKind kind;
     };
-    constexpr Row rows[] = {
-        {"a.def", FileKind::definition},
-        {"A CELL.DEF  ", FileKind::definition},
-        {"x/y.z/a.b.definition", FileKind::definition},
-        {"C:\\KOVIN\\a.kvn", FileKind::all_settings},
-        {"a.kov", FileKind::all_settings},
-        {"a.scr", FileKind::script},
-        {"a.gen", FileKind::generation},
-        {"a.wp2", FileKind::work_point_2},
-        {"a.material", FileKind::material},
-        {"a.defx", FileKind::unknown},
-        {"x.def/a", FileKind::unknown},
-        {"x.def\\a", FileKind::unknown},
-        {"a.", FileKind::unknown},
-        {"def", FileKind::unknown},
-        {"", FileKind::unknown},
-    };
+    constexpr Row rows[] = {{"a.def", FileKind::definition},
+                            {"A CELL.DEF  ", FileKind::definition},
+                            {"x/y.z/a.b.definition", FileKind::definition},
+                            {"C:\\KOVIN\\a.kvn", FileKind::all_settings},
+                            {"a.kov", FileKind::all_settings},
+                            {"a.scr", FileKind::script},
+                            {"a.gen", FileKind::generation},
+                            {"a.wp2", FileKind::work_point_2},
+                            {"a.material", FileKind::material},
+                            {"a.defx", FileKind::unknown},
+                            {"x.def/a", FileKind::unknown},
+                            {"x.def\\a", FileKind::unknown},
+                            {"a.", FileKind::unknown},
+                            {"def", FileKind::unknown},
+                            {"", FileKind::unknown}};
     for (const Row& r : rows) EXPECT_EQ(DetermineKOVINFiletype(r.path), r.kind) << r.path;
 }
 

@@ -36,6 +36,7 @@ public:
     {
         const auto file = path_ / name;
         std::filesystem::create_directories(file.parent_path());
+        std::filesystem::remove(file);  // some disks wait for a file that is cut short and written anew
         std::ofstream(file, std::ios::binary) << text;
         return file;
     }

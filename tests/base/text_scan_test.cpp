@@ -112,17 +112,15 @@ TEST(TextScan, NearestWordForgivesAQuarterOfIt)
     struct Row {
         const char *text, *nearest;
     };
-    constexpr Row rows[] = {
-        {"esp", "eps"},
-        {"Ekra", "Ekar"},
-        {"eg", "Eg"},
-        {"sigma_nlfet", "sigma_nleft"},
-        {"sigm_n", "sigma_n"},
-        {"Relativ elektron mass of the layer", "Relative electron mass"},
-        {"thermal velocity", ""},
-        {"", ""},
-        {"Ekxx", ""},
-    };
+    constexpr Row rows[] = {{"esp", "eps"},
+                            {"Ekra", "Ekar"},
+                            {"eg", "Eg"},
+                            {"sigma_nlfet", "sigma_nleft"},
+                            {"sigm_n", "sigma_n"},
+                            {"Relativ elektron mass of the layer", "Relative electron mass"},
+                            {"thermal velocity", ""},
+                            {"", ""},
+                            {"Ekxx", ""}};
     for (const Row& row : rows) EXPECT_EQ(nearest_word(row.text, words), row.nearest) << row.text;
 }
 

@@ -2,6 +2,7 @@
 #include "device/action_file.h"
 #include "base/line_file.h"
 #include "device/model_table.h"
+#include "support/lines.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,14 +17,6 @@ using ::testing::HasSubstr;
 
 const fs::path samples = fs::path(KOVIN_SOURCE_DIR) / "home" / "def";
 
-std::vector<std::string> lines_of(const std::string& text)
-{
-    std::vector<std::string> lines;
-    LineReader reader(text, 1000);
-    for (std::string line; reader.ReadNonEmptyNonCommentLine(line);) lines.push_back(line);
-    return lines;
-}
-
 TEST(ActionFile, ReadAndWriteReturnEveryLineOfTheShippedLists)
 {
     for (const auto& entry : fs::directory_iterator(samples)) {
@@ -32,7 +25,8 @@ TEST(ActionFile, ReadAndWriteReturnEveryLineOfTheShippedLists)
         Surroundings surroundings;
         ActionPanel panel = InitialiseActionPanel();
         ASSERT_TRUE(SetActionPanelFromFile(surroundings, entry.path(), panel));
-        EXPECT_EQ(lines_of(action_panel_text(panel)), lines_of(*read_whole_file(entry.path())));
+        EXPECT_EQ(test::lines_that_count(action_panel_text(panel)),
+                  test::lines_that_count(*read_whole_file(entry.path())));
     }
 }
 
@@ -51,25 +45,12 @@ ActionPanel unusual_panel()
     s.generationSpecified = false, s.spectrumFromFile = false, s.T = 250.0;
     s.spectrumModel = model_of_number(43);
     s.spectrumModel.values = {0.5, 5800, 310, 3900, 1};
-    panel.actions = {.QE_calculate = true,
-                     .QE_startlambda = 310,
-                     .QE_stoplambda = 1010,
-                     .QE_points = 71,
-                     .IV_calculate = true,
-                     .IV_startV = -0.25,
-                     .IV_stopV = 1.25,
-                     .IV_points = 61,
-                     .CV_calculate = true,
-                     .CV_startV = -1.5,
-                     .CV_stopV = 0.5,
-                     .CV_points = 21,
-                     .MIS_CV_calculate = true,
-                     .Cf_calculate = true,
-                     .Cf_startf = 1e1,
-                     .Cf_stopf = 1e5,
-                     .Cf_points = 17,
-                     .stopAfterVoc = true,
-                     .pause = true};
+    ActionList& a = panel.actions;
+    a.QE_calculate = a.IV_calculate = a.CV_calculate = a.MIS_CV_calculate = a.Cf_calculate = true;
+    a.stopAfterVoc = a.pause = true;
+    a.QE_startlambda = 310, a.QE_stoplambda = 1010, a.QE_points = 71;
+    a.IV_startV = -0.25, a.IV_stopV = 1.25, a.IV_points = 61, a.CV_startV = -1.5, a.CV_stopV = 0.5, a.CV_points = 21;
+    a.Cf_startf = 1e1, a.Cf_stopf = 1e5, a.Cf_points = 17;
     return panel;
 }
 
@@ -126,27 +107,28 @@ TEST(ActionFile, OlderKeys)
 
 TEST(ActionFile, ABadValueIsNamedAndNothingIsTakenOver)
 {
-    for (const char* line : {"Temperature : 0 K",
-                             "Temperature : nan K",
-                             "Temperature : 1e999 K",
-                             "Temperature : warm",
-                             "Temperature :",
-                             "Voltage : 1,5 V",
-                             "Frequency : -1",
-                             "Number of points : -1",
-                             "IV_points : 2002",
-                             "IV_points : 41.5",
-                             "dark : 2",
-                             "neutral density : inf",
-                             "Cf_startf : 0 Hz",
-                             "QE_startlambda : -300",
-                             "Rsh : 0",
-                             "transmission : 0 %",
-                             "spectrum model :green light",
-                             "generation model :black body spectrum",
-                             "spectrum model, value of parameter 2 : x",
-                             "spectrum model, value of parameter : 3",
-                             "Secondworkpoint Temperature : -3 K"}) {
+    constexpr const char* lines[] = {"Temperature : 0 K",
+                                     "Temperature : nan K",
+                                     "Temperature : 1e999 K",
+                                     "Temperature : warm",
+                                     "Temperature :",
+                                     "Voltage : 1,5 V",
+                                     "Frequency : -1",
+                                     "Number of points : -1",
+                                     "IV_points : 2002",
+                                     "IV_points : 41.5",
+                                     "dark : 2",
+                                     "neutral density : inf",
+                                     "Cf_startf : 0 Hz",
+                                     "QE_startlambda : -300",
+                                     "Rsh : 0",
+                                     "transmission : 0 %",
+                                     "spectrum model :green light",
+                                     "generation model :black body spectrum",
+                                     "spectrum model, value of parameter 2 : x",
+                                     "spectrum model, value of parameter : 3",
+                                     "Secondworkpoint Temperature : -3 K"};
+    for (const char* line : lines) {
         SCOPED_TRACE(line);
         Surroundings surroundings;
         ActionPanel panel = InitialiseActionPanel();

@@ -71,31 +71,18 @@ TEST(NeutralBulk, ChargeVanishesAtTheFermiLevelFound)
         double Nt;
         int majority;
     };
-    constexpr auto single = EnergyDistribution::single;
+    using enum LevelType;
+    using enum EnergyDistribution;
     const Row rows[] = {
-        {"n-type, a neutral level holds no charge", 1e16, 0, LevelType::neutral, single, {0.5}, 1e18, -1},
-        {"p-type, compensated in part by donors", 0, 1e16, LevelType::plus_zero, single, {0.6}, 4e15, 1},
-        {"p doping overcompensated by shallow donors turns n", 0, 1e15, LevelType::plus_zero, single, {1.0}, 1e17, -1},
-        {"each double donor gives two electrons", 0, 1e16, LevelType::two_plus_plus, single, {0.9, 1.0}, 6e15, -1},
-        {"each double acceptor takes two", 1.9e16, 0, LevelType::zero_minus, single, {0.2, 0.3}, 1e16, 1},
-        {"deep acceptors pin an n-type bulk in mid gap",
-         1e15,
-         0,
-         LevelType::zero_minus,
-         EnergyDistribution::gauss,
-         {0.56},
-         1e17,
-         1},
-        {"undoped, acceptors alone make it p-type",
-         0,
-         0,
-         LevelType::zero_minus,
-         EnergyDistribution::VB_tail,
-         {0.15},
-         1e17,
-         1},
-        {"undoped and clean is intrinsic", 0, 0, LevelType::neutral, single, {0.5}, 1e10, 0},
-        {"equal dopings are intrinsic", 1e17, 1e17, LevelType::neutral, single, {0.5}, 1e10, 0},
+        {"n-type, a neutral level holds no charge", 1e16, 0, neutral, single, {0.5}, 1e18, -1},
+        {"p-type, compensated in part by donors", 0, 1e16, plus_zero, single, {0.6}, 4e15, 1},
+        {"p doping overcompensated by shallow donors turns n", 0, 1e15, plus_zero, single, {1.0}, 1e17, -1},
+        {"each double donor gives two electrons", 0, 1e16, two_plus_plus, single, {0.9, 1.0}, 6e15, -1},
+        {"each double acceptor takes two", 1.9e16, 0, zero_minus, single, {0.2, 0.3}, 1e16, 1},
+        {"deep acceptors pin an n-type bulk in mid gap", 1e15, 0, zero_minus, gauss, {0.56}, 1e17, 1},
+        {"undoped, acceptors alone make it p-type", 0, 0, zero_minus, VB_tail, {0.15}, 1e17, 1},
+        {"undoped and clean is intrinsic", 0, 0, neutral, single, {0.5}, 1e10, 0},
+        {"equal dopings are intrinsic", 1e17, 1e17, neutral, single, {0.5}, 1e10, 0},
     };
     for (const Row& r : rows) {
         NeutralBulk bulk = silicon(r.Nd, r.Na);

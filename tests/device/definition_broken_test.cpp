@@ -6,6 +6,7 @@
 #include "device/definition_writer.h"
 #include "device/full_definition.h"
 #include "fuzz/targets.h"
+#include "support/lines.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,20 +24,8 @@ std::string sample(const char* name)
     return *read_whole_file(std::filesystem::path(KOVIN_SOURCE_DIR) / "home" / "def" / name);
 }
 
-std::vector<std::string> split(const std::string& text)
-{
-    std::vector<std::string> lines;
-    LineReader reader(text, 100000);
-    for (std::string line; reader.ReadLine(line);) lines.push_back(line);
-    return lines;
-}
-
-std::string join(const std::vector<std::string>& lines)
-{
-    std::string text;
-    for (const auto& line : lines) text += line + "\n";
-    return text;
-}
+using test::all_lines;
+using test::join;
 
 /// Reads a text that may be anything. @return true if it was taken
 bool survives(const std::string& text)
@@ -58,7 +47,7 @@ bool survives(const std::string& text)
 TEST(DefinitionBroken, AValueThatIsNoneIsNamedWithFileLineAndKeyword)
 {
     const std::string text = definition_text(full_definition(), "KOVIN", {});
-    const auto lines = split(text);
+    const auto lines = all_lines(text);
     int tried = 0;
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const auto colon = lines[i].find(':');
@@ -91,38 +80,36 @@ TEST(DefinitionBroken, ValuesThatNoCellHasAreRefused)
     struct Row {
         const char *line, *replaced;  ///< start of a line of the sample and what comes in its place
     };
-    constexpr Row rows[] = {
-        {"d :", "d : 0 [m]"},
-        {"d :", "d : -3e-6 [m]"},
-        {"Eg :", "Eg : 0"},
-        {"Eg :", "Eg :\t 1.1 -1.1 0 1 1 1.1 1.1 0 0 [eV]"},
-        {"Eg :", "Eg :\t 1.1 1.1 nan 1 1 1.1 1.1 0 0 [eV]"},
-        {"Eg :", "Eg :\t 1.1 x1.1 0 1 1 1.1 1.1 0 0 [eV]"},
-        {"Eg :", "Eg : 1,15 [eV]"},
-        {"eps :", "eps : -10"},
-        {"Nc :", "Nc : 0"},
-        {"mu_p :", "mu_p : -1e-3"},
-        {"v_th_n :", "v_th_n : -1"},
-        {"Nc :", "Nc : m^-3 1e25"},
-        {"Na(", "Na(uniform) : -1e20"},
-        {"K_rad", "K_rad : -1"},
-        {"chi :", "chi :\t4 4 1 1 1 4 4 16 0 [eV]"},
-        {"chi :", "chi :\t4 4 1 1 1 4 4 -1 0 [eV]"},
-        {"chi :", "chi :\t4 4 1 1 1 4 4 0.5 0 [eV]"},
-        {"chi :", "chi :\t4 4 1 1 1 4 4 0 3 [eV]"},
-        {"composition", "composition grading : 2 1 0 0 0 0 0 1 1 [-]"},
-        {"type :", "type : something ( 1 level(s) )"},
-        {"type :", "type : donor ( 5 level(s) )"},
-        {"type :", "type : donor ( 0 level(s) )"},
-        {"energy distribution", "energy distribution : flat"},
-        {"Reference for", "Reference for defect energy : 3"},
-        {"Et :", "Et : [eV]"},
-        {"flatband", "flatband : 2"},
-        {"filter value", "filter value: 1.5"},
-        {"Tunneling in", "Tunneling in layer: yes"},
-        {"internal Rfront", "internal Rfront : -0.1"},
-    };
-    const auto lines = split(sample("cigs-baseline.def"));
+    constexpr Row rows[] = {{"d :", "d : 0 [m]"},
+                            {"d :", "d : -3e-6 [m]"},
+                            {"Eg :", "Eg : 0"},
+                            {"Eg :", "Eg :\t 1.1 -1.1 0 1 1 1.1 1.1 0 0 [eV]"},
+                            {"Eg :", "Eg :\t 1.1 1.1 nan 1 1 1.1 1.1 0 0 [eV]"},
+                            {"Eg :", "Eg :\t 1.1 x1.1 0 1 1 1.1 1.1 0 0 [eV]"},
+                            {"Eg :", "Eg : 1,15 [eV]"},
+                            {"eps :", "eps : -10"},
+                            {"Nc :", "Nc : 0"},
+                            {"mu_p :", "mu_p : -1e-3"},
+                            {"v_th_n :", "v_th_n : -1"},
+                            {"Nc :", "Nc : m^-3 1e25"},
+                            {"Na(", "Na(uniform) : -1e20"},
+                            {"K_rad", "K_rad : -1"},
+                            {"chi :", "chi :\t4 4 1 1 1 4 4 16 0 [eV]"},
+                            {"chi :", "chi :\t4 4 1 1 1 4 4 -1 0 [eV]"},
+                            {"chi :", "chi :\t4 4 1 1 1 4 4 0.5 0 [eV]"},
+                            {"chi :", "chi :\t4 4 1 1 1 4 4 0 3 [eV]"},
+                            {"composition", "composition grading : 2 1 0 0 0 0 0 1 1 [-]"},
+                            {"type :", "type : something ( 1 level(s) )"},
+                            {"type :", "type : donor ( 5 level(s) )"},
+                            {"type :", "type : donor ( 0 level(s) )"},
+                            {"energy distribution", "energy distribution : flat"},
+                            {"Reference for", "Reference for defect energy : 3"},
+                            {"Et :", "Et : [eV]"},
+                            {"flatband", "flatband : 2"},
+                            {"filter value", "filter value: 1.5"},
+                            {"Tunneling in", "Tunneling in layer: yes"},
+                            {"internal Rfront", "internal Rfront : -0.1"}};
+    const auto lines = all_lines(sample("cigs-baseline.def"));
     for (const Row& row : rows) {
         SCOPED_TRACE(row.replaced);
         auto changed = lines;

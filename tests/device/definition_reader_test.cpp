@@ -56,39 +56,25 @@ TEST(DefinitionReader, WhatMayStandAroundANumber)
         const char* line;
         double Sn;
     };
-    constexpr Row rows[] = {
-        // units, remarks, indented lines
-        {"Sn : 2e5 [m/s]", 2e5},
-        {"  \tSn:2e5[m/s]", 2e5},
-        {"Sn [m/s] : 2e5", 2e5},
-        {"Sn [m/s] = 2.e+5 m/s", 2e5},
-        {"sn 2E5 (10^5 to 3 x 10^5)", 2e5},
-        {"Sn : +2e5, as measured - see 2", 2e5},
-        {"Sn : 2e5 \xC2\xB1 10", 2e5},
-        {"Sn : 2e5 x is free, 3 eV", 2e5},
-        {"Sn : 2e5 2e6 2e7", 2e5},
-        {"Sn : 50 % of 4e5", 50.0},
-        {"Sn : 3 /s", 3.0},
-        // what would be read as another number than was meant
-        {"Sn : 2*10^5", refused},
-        {"Sn : 2 * 10", refused},
-        {"Sn : 10^5", refused},
-        {"Sn : 2 10^5", refused},
-        {"Sn : 10 ^5", refused},
-        {"Sn : 2 e5", refused},
-        {"Sn : 2e 5", refused},
-        {"Sn : 2 x 1e5", refused},
-        {"Sn : 2 x10^5", refused},
-        {"Sn : 2 \xC3\x97 10", refused},
-        {"Sn : 2\xC3\x97 10^5", refused},
-        {"Sn : 1'000", refused},
-        {"Sn : 1,5", refused},
-        {"Sn : 1/2", refused},
-        {"Sn : 1e5-2e5", refused},
-        {"Sn : \xE2\x88\x92 4", refused},
-        {"Sn : - 4", refused},
-        {"Sn : ~4", refused},
-    };
+    std::vector<Row> rows = {// units, remarks, indented lines
+                             {"Sn : 2e5 [m/s]", 2e5},
+                             {"  \tSn:2e5[m/s]", 2e5},
+                             {"Sn [m/s] : 2e5", 2e5},
+                             {"Sn [m/s] = 2.e+5 m/s", 2e5},
+                             {"sn 2E5 (10^5 to 3 x 10^5)", 2e5},
+                             {"Sn : +2e5, as measured - see 2", 2e5},
+                             {"Sn : 2e5 \xC2\xB1 10", 2e5},
+                             {"Sn : 2e5 x is free, 3 eV", 2e5},
+                             {"Sn : 2e5 2e6 2e7", 2e5},
+                             {"Sn : 50 % of 4e5", 50.0},
+                             {"Sn : 3 /s", 3.0}};
+    // What would be read as another number than was meant.
+    constexpr const char* refused_lines[] = {
+        "Sn : 2*10^5",         "Sn : 2 * 10", "Sn : 10^5",    "Sn : 2 10^5",  "Sn : 10 ^5",
+        "Sn : 2 e5",           "Sn : 2e 5",   "Sn : 2 x 1e5", "Sn : 2 x10^5", "Sn : 2 \xC3\x97 10",
+        "Sn : 2\xC3\x97 10^5", "Sn : 1'000",  "Sn : 1,5",     "Sn : 1/2",     "Sn : 1e5-2e5",
+        "Sn : \xE2\x88\x92 4", "Sn : - 4",    "Sn : ~4"};
+    for (const char* line : refused_lines) rows.push_back({line, refused});
     for (const Row& row : rows) {
         SCOPED_TRACE(row.line);
         Surroundings surroundings;
@@ -104,12 +90,7 @@ TEST(DefinitionReader, WhatMayStandAroundANumber)
     const std::string levels = "layer\nd : 1e-6\nsrhrecombination\ntype : amphoteric ( 2 level(s) )\n";
     Surroundings surroundings;
     Definition d;
-    EXPECT_FALSE(parse_definition(surroundings,
-                                  levels +
-                                      "Et : 0.5 \xE2\x88\x92"
-                                      "0.3\n" +
-                                      end,
-                                  "x.def", d));
+    EXPECT_FALSE(parse_definition(surroundings, levels + "Et : 0.5 \u22120.3\n" + end, "x.def", d));
     EXPECT_EQ(first_layer(read(levels + "Et: 0.5, -.3 [eV]\n" + end)).srh[0][1].Et, -0.3);
     EXPECT_EQ(first_layer(read("layer\nd : 1e-6\nv_th: 3e4\n" + end)).material.v_th_p.pure_A, 3e4);
 }

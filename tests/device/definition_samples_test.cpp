@@ -3,6 +3,7 @@
 #include "base/text_scan.h"
 #include "device/definition_reader.h"
 #include "device/definition_writer.h"
+#include "support/lines.h"
 
 #include <gtest/gtest.h>
 
@@ -13,23 +14,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path samples = fs::path(KOVIN_SOURCE_DIR) / "home" / "def";
-
-std::vector<fs::path> sample_files()
-{
-    std::vector<fs::path> files;
-    for (const auto& entry : fs::directory_iterator(samples))
-        if (entry.path().extension() == ".def") files.push_back(entry.path());
-    return files;
-}
-
 /// What a file says: no comments, no empty lines, blanks in a row as one, without the settings that a file with any
 /// numerical setting holds in any case.
 std::vector<std::string> lines_of(const std::string& text)
 {
     std::vector<std::string> lines;
-    LineReader reader(text, 10000);
-    for (std::string line; reader.ReadNonEmptyNonCommentLine(line);) {
+    for (const std::string& line : test::lines_that_count(text)) {
         if (line.starts_with("Mott-Schottky") || line.starts_with("maximum") || line.starts_with("minimum") ||
             line.starts_with("recalculate mesh") || line.starts_with("QE calculation mode") ||
             line.find("ion limit : ") != std::string::npos)
@@ -44,7 +34,9 @@ std::vector<std::string> lines_of(const std::string& text)
 
 TEST(DefinitionSamples, ReadAndWriteReturnEveryLineOfTheFile)
 {
-    for (const auto& file : sample_files()) {
+    for (const auto& entry : fs::directory_iterator(fs::path(KOVIN_SOURCE_DIR) / "home" / "def")) {
+        const fs::path& file = entry.path();
+        if (file.extension() != ".def") continue;
         SCOPED_TRACE(file.filename().string());
         Surroundings surroundings;
         Definition definition;

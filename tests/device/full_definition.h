@@ -171,26 +171,12 @@ inline Definition full_definition()
     c.mesh_ratio_max = 2.5, c.mesh_ratio_min = 1.25, c.defectdiscretisations = 12, c.flatband_with_defects = 0;
     c.maxiter = c.maxiter_psi_equilibrium = c.maxiter_psi = c.maxiter_n = c.maxiter_p = 345;
     d.qe = {.mode = 0, .power = 2.5, .photons = 1.25e20};
-    d.NW = {.side = 1,
-            .layer = 3,
-            .points = 5,
-            .order_middle = 1,
-            .order_edges = 1,
-            .defect = 2,
-            .level = 1,
-            .eh_type = 0,
-            .constant_epsilon = 11.25,
-            .epsilon_mode = 1,
-            .smooth_epsilon = 1};
+    d.NW.side = d.NW.order_middle = d.NW.order_edges = d.NW.level = d.NW.epsilon_mode = d.NW.smooth_epsilon = 1;
+    d.NW.layer = 3, d.NW.points = 5, d.NW.defect = 2, d.NW.eh_type = 0, d.NW.constant_epsilon = 11.25;
     d.NW_from_file = true, d.IPV_Mode = true;
-    d.workPoint = {.lightFromRight = false,
-                   .Rfront = 0.25,
-                   .Tfront = 0.75,
-                   .RsPresent = true,
-                   .Rs = 1.25e-4,
-                   .GshPresent = true,
-                   .Gsh = 2.5,
-                   .references_given = true};
+    auto& light = d.workPoint;
+    light.lightFromRight = false, light.Rfront = 0.25, light.Tfront = 0.75, light.references_given = true;
+    light.RsPresent = light.GshPresent = true, light.Rs = 1.25e-4, light.Gsh = 2.5;
     d.remarks = {"A cell that uses every keyword"};
     UpdateThicknessInProfiles_Cell(cell);
     return d;

@@ -19,43 +19,24 @@ TEST(BulkDefects, FlatBandContactsLeaveAUniformLayerFlat)
         int energies;
         bool degeneracy_one = false;
     };
-    constexpr auto single = EnergyDistribution::single;
+    using enum LevelType;
+    using enum EnergyDistribution;
     constexpr auto from_EV = EnergyReference::above_EV, from_EC = EnergyReference::below_EC;
     const Row rows[] = {
-        {"donor, above EV", LevelType::plus_zero, single, from_EV, {0.5}, 7},
-        {"acceptor, below EC", LevelType::zero_minus, single, from_EC, {0.4}, 7},
-        {"Gaussian, from the intrinsic level",
-         LevelType::plus_zero,
-         EnergyDistribution::gauss,
-         EnergyReference::above_Ei,
-         {0.1},
-         7},
-        {"uniform, below EC", LevelType::zero_minus, EnergyDistribution::uniform, from_EC, {0.5}, 20},
-        {"tail of EC, from EV", LevelType::zero_minus, EnergyDistribution::CB_tail, from_EV, {1.12}, 30},
-        {"tail of EC, from EC: it must not turn into the band",
-         LevelType::zero_minus,
-         EnergyDistribution::CB_tail,
-         from_EC,
-         {0.0},
-         30},
-        {"tail of EV", LevelType::plus_zero, EnergyDistribution::VB_tail, from_EV, {0.0}, 30},
-        {"a distribution of one energy keeps its total",
-         LevelType::plus_zero,
-         EnergyDistribution::gauss,
-         from_EV,
-         {0.5},
-         1},
-        {"a single level between two charged states", LevelType::two_plus_plus, single, from_EV, {0.5}, 7},
-        {"double donor", LevelType::two_plus_plus, single, from_EV, {0.4, 0.7}, 7},
-        {"double donor without degeneracy", LevelType::two_plus_plus, single, from_EV, {0.4, 0.7}, 7, true},
-        {"double acceptor, below EC", LevelType::zero_minus, single, from_EC, {0.8, 0.5}, 7},
-        {"amphoteric, negative correlation energy", LevelType::plus_zero, single, from_EV, {0.7, 0.5}, 7},
-        {"five charge states, Gaussian",
-         LevelType::two_plus_plus,
-         EnergyDistribution::gauss,
-         from_EV,
-         {0.3, 0.5, 0.6, 0.9},
-         11},
+        {"donor, above EV", plus_zero, single, from_EV, {0.5}, 7},
+        {"acceptor, below EC", zero_minus, single, from_EC, {0.4}, 7},
+        {"Gaussian, from the intrinsic level", plus_zero, gauss, EnergyReference::above_Ei, {0.1}, 7},
+        {"uniform, below EC", zero_minus, uniform, from_EC, {0.5}, 20},
+        {"tail of EC, from EV", zero_minus, CB_tail, from_EV, {1.12}, 30},
+        {"tail of EC, from EC: it must not turn into the band", zero_minus, CB_tail, from_EC, {0.0}, 30},
+        {"tail of EV", plus_zero, VB_tail, from_EV, {0.0}, 30},
+        {"a distribution of one energy keeps its total", plus_zero, gauss, from_EV, {0.5}, 1},
+        {"a single level between two charged states", two_plus_plus, single, from_EV, {0.5}, 7},
+        {"double donor", two_plus_plus, single, from_EV, {0.4, 0.7}, 7},
+        {"double donor without degeneracy", two_plus_plus, single, from_EV, {0.4, 0.7}, 7, true},
+        {"double acceptor, below EC", zero_minus, single, from_EC, {0.8, 0.5}, 7},
+        {"amphoteric, negative correlation energy", plus_zero, single, from_EV, {0.7, 0.5}, 7},
+        {"five charge states, Gaussian", two_plus_plus, gauss, from_EV, {0.3, 0.5, 0.6, 0.9}, 11},
     };
     for (const Row& r : rows)
         for (const double doping : {-2e23, -1.5e22, 1.7e22, 2e23}) {  // below and above the charge of the defects

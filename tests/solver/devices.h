@@ -33,17 +33,7 @@ inline LayerParameters& add_layer(CellParameters& cell, const LayerSketch& s)
 {
     const int number = cell.layers++;
     LayerParameters& layer = cell.layer[static_cast<std::size_t>(number)];
-    test::set_layer(layer, number,
-                    {.d = s.d,
-                     .Eg = s.Eg,
-                     .chi = s.chi,
-                     .eps = s.eps,
-                     .Nc = s.Nc,
-                     .Nv = s.Nv,
-                     .Na = s.Na,
-                     .Nd = s.Nd,
-                     .mu_n = s.mu_n,
-                     .mu_p = s.mu_p});
+    test::set_layer(layer, number, {s.d, s.Eg, s.chi, s.eps, s.Nc, s.Nv, s.Na, s.Nd, s.mu_n, s.mu_p});
     return layer;
 }
 

@@ -115,32 +115,11 @@ TEST(QuantumEfficiency, IsThatOfTheCell)
          1e-3},
         {"given light", given, 1e-3},
         {"turned", turn, 1e-6},
-        {"turned, dark",
-         [&](QeRun& run) {
-             turn(run);
-             run.wp().dark = true;
-         },
-         1e-3},
-        {"turned, given light",
-         [&](QeRun& run) {
-             turn(run);
-             given(run);
-         },
-         1e-3},
-        {"dark beside given light",
-         [&](QeRun& run) {
-             given(run);
-             run.wp().dark = true;
-         },
-         1e-3},
+        {"turned, dark", [&](QeRun& run) { turn(run), run.wp().dark = true; }, 1e-3},
+        {"turned, given light", [&](QeRun& run) { turn(run), given(run); }, 1e-3},
+        {"dark beside given light", [&](QeRun& run) { given(run), run.wp().dark = true; }, 1e-3},
         {"other reference", other_side, 1e-9},
-        {"other reference, dark, turned",
-         [&](QeRun& run) {
-             other_side(run);
-             turn(run);
-             run.wp().dark = true;
-         },
-         1e-3},
+        {"other reference, dark, turned", [&](QeRun& run) { other_side(run), turn(run), run.wp().dark = true; }, 1e-3},
         // Point values of G overrate light that few intervals absorb: by 1e-2 on the usual mesh.
         {"classic route, on a third of the intervals",
          [](QeRun& run) {

@@ -169,6 +169,7 @@ TEST(Program, PutsDataOnStandardOutputAndFilesWhereTold)
     const Ended given = kovin(scratch, "run silicon-pn.def given.act out/silicon-pn.gen --json -o again");
     EXPECT_EQ(given.status, 0) << given.err;
     EXPECT_NEAR(figure(given.out, "Voc"), figure(run.out, "Voc"), 1e-3);
+    EXPECT_NEAR(figure(given.out, "Jsc") / figure(run.out, "Jsc"), 1.0, 1e-3);
 }
 
 // C-V and C-f of a shipped cell, whose base has Na = 1e16 cm-3: what is read out of them stands in summary and files.
