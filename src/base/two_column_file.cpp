@@ -133,6 +133,23 @@ void put_in_order(Report& report, const std::filesystem::path& file, FileKind ki
                           ", but input file not modified\nConsider checking and editing this input file");
 }
 
+/// Why no line of a text counts for a kind, with the line that was tried first.
+std::string why_no_row(std::string_view text, FileKind kind)
+{
+    constexpr std::size_t shown = 60;
+    std::string first;
+    LineReader reader(std::string(text), two_column_line_limit);
+    while (trimmed(first).empty() && reader.ReadLine(first)) {
+    }
+    std::string line(trimmed(std::string_view(first).substr(0, shown)));
+    for (char& c : line)
+        if (static_cast<unsigned char>(c) < ' ') c = '?';
+    const char* wanted = kind == FileKind::file_list    ? "with \"file:\""
+                         : kind == FileKind::value_list ? "that begins with a number"
+                                                        : "of two numbers parted by blanks";
+    return std::string("No line ") + wanted + (line.empty() ? "; it is empty" : "; its first line is: " + line);
+}
+
 }  // namespace
 
 bool is_row(std::string_view line, FileKind kind, double& x, double& y)
@@ -219,7 +236,7 @@ int ReadKOVINFile(Surroundings& surroundings, std::string_view path, FileKind ki
     std::optional<std::string> text = open_for_reading(surroundings, file);
     if (!text) return -1;
 
-    parse_two_columns(std::move(*text), kind, rows);
+    parse_two_columns(*text, kind, rows);
     // Who reads a grading file refuses it for them.
     for (const std::string& doubt : kind == FileKind::grading ? std::vector<std::string>{} : rows.doubts)
         KOVINErrorMessage(surroundings.report, "Warning: values of an input file", file.string() + ", " + doubt);
@@ -227,7 +244,7 @@ int ReadKOVINFile(Surroundings& surroundings, std::string_view path, FileKind ki
         rows = {};
         KOVINErrorMessage(surroundings.report,
                           "Function ReadKOVINFile(): End of file occured during reading file: " + file.string() + " !",
-                          "File contains no useful information.");
+                          "File contains no useful information. " + why_no_row(*text, kind));
         return -1;
     }
     put_in_order(surroundings.report, file, kind, direction, warn, rows);
@@ -249,7 +266,7 @@ int CountLinesInFile(Surroundings& surroundings, std::string_view path, FileKind
 
     const int limit = row_limit(kind) + 1;
     int count = 0;
-    LineReader reader(std::move(*text), two_column_line_limit);
+    LineReader reader(*text, two_column_line_limit);
     for (std::string line; count < limit && reader.ReadLine(line);) {
         double x = 0.0, y = 0.0;
         const bool useful = kind == FileKind::file_list ? find_ignoring_case(line, "file:") != std::string::npos
@@ -258,7 +275,7 @@ int CountLinesInFile(Surroundings& surroundings, std::string_view path, FileKind
     }
     if (count == 0)
         return fault("End of file occured during reading file: " + file.string() + "\n(filetype " +
-                     std::to_string(static_cast<int>(kind)) + ')');
+                     std::to_string(static_cast<int>(kind)) + ")\n" + why_no_row(*text, kind));
     return count;
 }
 

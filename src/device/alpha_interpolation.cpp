@@ -26,9 +26,12 @@ double ln_or_nothing(double alpha) { return alpha > 0.0 ? std::log(alpha) : noth
 
 }  // namespace
 
-PureGaps pure_gaps(const Profile& gap)
+PureGaps pure_gaps(const Profile& gap, bool mixes)
 {
-    if (gap.dependence == Dependence::on_x) return {gap.left, gap.right};
+    if (gap.dependence == Dependence::on_x) {
+        const auto stated = [mixes](double pure, double end) { return mixes && pure > 0.0 ? pure : end; };
+        return {stated(gap.pure_A, gap.left), stated(gap.pure_B, gap.right)};
+    }
     constexpr std::array<double, 2> pure{0.0, 1.0};
     std::array<double, 2> Eg{};
     evaluate_profile(gap, pure, 1.0, Eg);

@@ -21,10 +21,12 @@ namespace kovin {
 struct PureGaps {
     double A = 1.0, B = 1.0;
 };
-/// What the law of a gap says at y = 0 and y = 1; of a gap graded on x, its left and right values. Where the rows of a
-/// file or table do not reach a pure material, the gap stated for that material: its absorption has its edge there,
-/// wherever the line through the rows would lead.
-[[nodiscard]] PureGaps pure_gaps(const Profile& gap);
+/// What the law of a gap says at y = 0 and y = 1. Where the rows of a file or table do not reach a pure material, the
+/// gap stated for that material: its absorption has its edge there, wherever the line through the rows would lead.
+/// A gap graded on x says nothing of pure materials: in a layer that mixes two, those stated beside it count (where
+/// that is not above 0, and in a layer of one material, the left and right values).
+/// @param mixes  the layer mixes two materials
+[[nodiscard]] PureGaps pure_gaps(const Profile& gap, bool mixes);
 
 /// ln(alpha) of a pure material, made for many wavelengths at a time: the logarithms of a table are taken once.
 class LogAbsorption {

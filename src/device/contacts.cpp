@@ -1,5 +1,6 @@
 #include "device/contacts.h"
 
+#include "base/text_format.h"
 #include "device/charge_states.h"
 #include "device/defect_levels.h"
 #include "device/grading.h"
@@ -67,14 +68,14 @@ NeutralFermiLevel fermi_level_from_doping(const NeutralBulk& bulk)
 
 }  // namespace
 
-void CheckContactsWithActualLayerParameters(int side, ContactParameters& contact, const LayerParameters& layer,
+bool CheckContactsWithActualLayerParameters(int side, ContactParameters& contact, const LayerParameters& layer,
                                             double T, const ConvergenceParameters& settings, ContactEntry which)
 {
     const NeutralBulk bulk = bulk_at_side(side, layer, T, settings);
     const NeutralFermiLevel fermi = settings.flatband_with_defects != 0
                                         ? CalculateNeutralBulkEquilibriumFermiLevel(bulk)
                                         : fermi_level_from_doping(bulk);
-    if (fermi.type == 0) return;
+    if (fermi.type == 0) return false;
 
     const double chi = side < 0 ? layer.material.chi.left : layer.material.chi.right;
     const bool n_type = fermi.type < 0;
@@ -93,9 +94,16 @@ void CheckContactsWithActualLayerParameters(int side, ContactParameters& contact
     contact.excess_barrier = contact.flatband ? 0.0 : contact.barrier - dF;
     if (contact.flatband || which != ContactEntry::work_function) contact.Fi_m = band + sign * contact.barrier;
     contact.majority_type = fermi.type;
+    return true;
 }
 
 void check_contacts(SiCell& cell, double T, const ConvergenceParameters& settings)
+{
+    Report nobody;
+    check_contacts(nobody, cell, T, settings);
+}
+
+void check_contacts(Report& report, SiCell& cell, double T, const ConvergenceParameters& settings)
 {
     CellParameters& c = cell.cell;
     if (c.layers < 1) return;
@@ -103,8 +111,19 @@ void check_contacts(SiCell& cell, double T, const ConvergenceParameters& setting
     LayerParameters& last = c.layer[static_cast<std::size_t>(c.layers - 1)];
     recalculate_ends(first);
     recalculate_ends(last);
-    CheckContactsWithActualLayerParameters(-1, c.left, first, T, settings);
-    CheckContactsWithActualLayerParameters(+1, c.right, last, T, settings);
+    const auto check = [&](int side, ContactParameters& contact, const LayerParameters& layer) {
+        if (CheckContactsWithActualLayerParameters(side, contact, layer, T, settings) || !contact.flatband) return;
+        KOVINErrorMessage(report, "Warning: a flat-band contact",
+                          std::string(side < 0 ? "left" : "right") + " contact: " + no_flat_bands(contact));
+    };
+    check(-1, c.left, first);
+    check(+1, c.right, last);
+}
+
+std::string no_flat_bands(const ContactParameters& contact)
+{
+    return "flat bands have no meaning at a layer that is neither n-type nor p-type there; the work function is " +
+           shortest(contact.Fi_m) + " eV";
 }
 
 }  // namespace kovin

@@ -1,12 +1,15 @@
 #include "device/definition_check.h"
 
 #include "base/text_format.h"
+#include "device/contacts.h"
 #include "device/defect_levels.h"
 #include "device/definition_places.h"
 #include "device/graded_values.h"
+#include "device/grading.h"
 #include "device/quantities.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace kovin {
 
@@ -63,6 +66,25 @@ void check_density(PhysicsCheck& check, const LayerParameters& layer, const Prof
                        shortest(most_in_volume) + " /m^3");
 }
 
+/// A law on x between values of the pure materials that it does not use. Those of a gap stand at the edges of the pure
+/// absorptions where two materials mix.
+void check_ends(PhysicsCheck& check, const LayerParameters& layer, const Profile& p, const std::string& section,
+                const std::string& keyword)
+{
+    if (p.dependence != Dependence::on_x || static_cast<int>(p.law) >= static_cast<int>(Law::from_file)) return;
+    if (p.quantity == Quantity::Eg && (layer.composition_mode == 1 || layer.composition_mode == 21)) return;
+    const auto apart = [](double a, double b) {
+        return std::abs(a - b) > rounding * std::max(std::abs(a), std::abs(b));
+    };
+    const double left = p.left - p.left_lift, right = p.right - p.right_lift;
+    if ((p.law != Law::uniform_B && apart(left, p.pure_A)) ||
+        (p.law != Law::uniform && p.law != Law::uniform_y && apart(right, p.pure_B)))
+        check.find(section, keyword,
+                   section + ": " + keyword + " is graded on x from " + shortest(left) + " to " + shortest(right) +
+                       ", the left and right values; pure A and pure B, " + shortest(p.pure_A) + " and " +
+                       shortest(p.pure_B) + ", do not count");
+}
+
 void check_densities(PhysicsCheck& check, const LayerParameters& layer, const std::string& name)
 {
     for (const QuantityRow& row : graded_quantities())
@@ -71,8 +93,10 @@ void check_densities(PhysicsCheck& check, const LayerParameters& layer, const st
                           name + ": " + std::string(row.word));
     const auto check_defect = [&](const Profile& Nt, const std::string& defect, const std::string& section) {
         for (const char* word : {"Nt(x)", "Nt(y)", "Nt(uniform)", "Nleft"})
-            if (check.places.line(section, word) > 0)
+            if (check.places.line(section, word) > 0) {
+                check_ends(check, layer, Nt, section, word);
                 return check_density(check, layer, Nt, section, word, name + ", " + defect + ": Nt");
+            }
     };
     for (int k = 0; k < layer.srhteller; ++k) {
         const std::string defect = "defect " + integer(k + 1);
@@ -179,13 +203,19 @@ void check_interface(PhysicsCheck& check, std::size_t i)
 }
 
 void check_contact(PhysicsCheck& check, const ContactParameters& contact, const LayerParameters& layer,
-                   const std::string& side)
+                   const std::string& side, const ConvergenceParameters& settings)
 {
     if (!contact.filter && !contact.filter_file.empty())
         check.find(side, "filterfile", side + " contact: the filter file is not read without a line optical filter");
     if (contact.filter && contact.filter_constant && contact.filter_transmission && contact.filter_value == 0.0)
         check.find(side, "filter value", side + " contact: no filter value, or 0: no light passes the filter");
-    if (contact.flatband || !has_edges(layer)) return;
+    if (!has_edges(layer)) return;
+    if (contact.flatband) {
+        if (!can_be_evaluated(layer, layer.material.Na) || !can_be_evaluated(layer, layer.material.Nd)) return;
+        ContactParameters flat = contact;
+        if (CheckContactsWithActualLayerParameters(side == "right" ? 1 : -1, flat, layer, 300.0, settings)) return;
+        check.find(side, "flatband", side + " contact: " + no_flat_bands(contact));
+    }
     const Edges edges = edges_of(layer, side == "right" ? &Profile::right : &Profile::left);
     const double low = -edges.EC, high = -edges.EV;
     if (contact.Fi_m < low - rounding || contact.Fi_m > high + rounding)
@@ -204,13 +234,14 @@ void check_physical_sense(const Definition& definition, LineWatch& watch)
     const DefinitionPlaces places(watch.known);
     PhysicsCheck check{cell, places, watch};
     const auto count = static_cast<std::size_t>(cell.layers);
-    check_contact(check, cell.left, cell.layer[0], "left");
+    check_contact(check, cell.left, cell.layer[0], "left", definition.input.convergence);
     for (std::size_t i = 0; i < count; ++i) {
         const std::string name = "layer " + integer(static_cast<int>(i) + 1);
         check_permittivity(check, cell.layer[i], name);
         check_densities(check, cell.layer[i], name);
         for (const QuantityRow& row : graded_quantities()) {
             const Profile& profile = cell.layer[i].material.*row.member;
+            check_ends(check, cell.layer[i], profile, name, std::string(row.word));
             if (profile.law == Law::from_file && profile.dependence == Dependence::uniform)
                 check.find(name, std::string(row.word),
                            name + ": the grading file of " + std::string(row.word) +
@@ -225,7 +256,7 @@ void check_physical_sense(const Definition& definition, LineWatch& watch)
         check.find("working point", "Rs [Ohm.m2]", std::string("Rs") + idle + "Series resistance : 1");
     if (point.Gsh != 0.0 && !point.GshPresent)
         check.find("working point", "Gsh [S/m2]", std::string("Gsh") + idle + "Shunt conductance : 1");
-    check_contact(check, cell.right, cell.layer[count - 1], "right");
+    check_contact(check, cell.right, cell.layer[count - 1], "right", definition.input.convergence);
 }
 
 }  // namespace kovin

@@ -2,6 +2,7 @@
 #include "base/constants.h"
 #include "base/text_format.h"
 #include "base/text_scan.h"
+#include "device/alpha_interpolation.h"
 #include "device/definition_sections.h"
 #include "device/definition_tables.h"
 #include "device/model_table.h"
@@ -125,6 +126,14 @@ bool read_absorption_line(KeyedSource& source, Absorption& a, AbsorptionReading&
     return true;
 }
 
+/// The gaps that a row states for the pure materials; one graded on x need not.
+PureGaps stated_gaps(const Profile& Eg)
+{
+    constexpr double any = 1.0;
+    const auto above_0 = [](double pure, double end) { return pure > 0.0 ? pure : end > 0.0 ? end : any; };
+    return {above_0(Eg.pure_A, Eg.left), above_0(Eg.pure_B, Eg.right)};
+}
+
 /// alpha = (A + B/hv) sqrt(hv - Eg) with A, B per m, as the model (alpha_0 + beta_0 Eg/hv) sqrt(hv/Eg - 1) per cm.
 void square_root_model(AbsorptionModelSet& set, const AbsorptionReading::Side& side, double A, double B, double Eg)
 {
@@ -137,7 +146,7 @@ void square_root_model(AbsorptionModelSet& set, const AbsorptionReading::Side& s
 void finish_absorption(MaterialParameters& material, const AbsorptionReading& state)
 {
     Absorption& a = material.absorption;
-    const double Eg_A = material.Eg.pure_A, Eg_B = material.Eg.pure_B;
+    const auto [Eg_A, Eg_B] = stated_gaps(material.Eg);
     square_root_model(a.model_A, state.A, a.A_pure_A, a.B_pure_A, Eg_A);
     square_root_model(a.model_B, state.B, a.A_pure_B, a.B_pure_B, Eg_B);
     WriteEgInAbsorptionModel(a.model_A, Eg_A);
@@ -172,8 +181,9 @@ bool read_quantity_line(KeyedSource& source, MaterialParameters& material)
     for (const QuantityRow& row : graded_quantities()) {
         if (!(row.exact ? source.starts_exactly(row.word) : source.starts(row.word))) continue;
         if (InputLineToProfile(source, row.word, material.*row.member) && row.quantity == Quantity::Eg) {
-            material.absorption.grading.pure_A = hc_eV_nm / material.Eg.pure_A;
-            material.absorption.grading.pure_B = hc_eV_nm / material.Eg.pure_B;
+            const PureGaps gap = stated_gaps(material.Eg);
+            material.absorption.grading.pure_A = hc_eV_nm / gap.A;
+            material.absorption.grading.pure_B = hc_eV_nm / gap.B;
         }
         return true;
     }
@@ -197,6 +207,29 @@ bool is_broken_row(std::size_t found, std::string_view rest)
         i = std::min(rest.find_first_of(" \t", i), rest.size());
     }
     return found < present_row && more > 0 && found + 1 + more >= oldest_row;
+}
+
+/// The numbers of a row that its dependence uses. On x they are those at the ends of the layer, those of the pure
+/// materials may then be anything; the minimum of a parabola lifts its ends, and files, tables and diffusion have none.
+std::vector<double> ends_in_use(const Profile& p)
+{
+    if (p.dependence != Dependence::on_x || p.quantity == Quantity::composition) return {p.pure_A, p.pure_B};
+    switch (p.law) {
+        case Law::uniform:
+        case Law::uniform_y:
+            return {p.left};
+        case Law::uniform_B:
+            return {p.right};
+        case Law::parabolic:
+            return {std::max(p.left, p.fourth), std::max(p.right, p.fourth)};
+        case Law::from_file:
+        case Law::table:
+        case Law::diffusion_gauss:
+        case Law::diffusion_erfc:
+            return {};
+        default:
+            return {p.left, p.right};
+    }
 }
 
 }  // namespace
@@ -234,8 +267,8 @@ bool InputLineToProfile(KeyedSource& source, std::string_view key, Profile& prof
     read.law = static_cast<Law>(static_cast<int>(law));
     read.dependence = static_cast<Dependence>(static_cast<int>(dependence));
     const Limits limits = limits_of(read.quantity);
-    if (!limits.hold(read.pure_A) || !limits.hold(read.pure_B))
-        return source.refuse(key, "the value is outside its range");
+    for (const double end : ends_in_use(read))
+        if (!limits.hold(end)) return source.refuse(key, "the value is outside its range");
     read.file.clear();
     if (read.law == Law::from_file && v.size() == present_row) {
         const std::string_view behind = source.value(key).substr(rest);

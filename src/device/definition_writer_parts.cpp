@@ -48,7 +48,9 @@ std::string ProfileToOutputLine(const Profile& p, std::string_view name, std::st
                                 int width, int digits)
 {
     std::string line = std::string(name) + " :\t";
-    for (const double value : {p.pure_A, p.pure_B, p.third, p.fourth, p.fifth, p.left, p.right})
+    // The ends of the parabola: a reader has them lifted again by the minimum that stands beside them.
+    for (const double value :
+         {p.pure_A, p.pure_B, p.third, p.fourth, p.fifth, p.left - p.left_lift, p.right - p.right_lift})
         line += (in_powers ? scientific(value, width, digits) : fixed(value, width, digits)) + "\t";
     line += integer(static_cast<int>(p.law), 2) + "\t" + integer(static_cast<int>(p.dependence), 2) + "\t";
     if (p.law == Law::from_file) line += file_part(p.file) + "\t";

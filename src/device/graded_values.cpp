@@ -21,12 +21,6 @@ Limits limits_to_compute(const Profile& profile)
 
 double thickness_um(const LayerParameters& layer) { return layer.material.d * 1e6; }
 
-bool has_its_rows(const Profile& p)
-{
-    const bool needs_rows = p.dependence != Dependence::uniform && (p.law == Law::from_file || p.law == Law::table);
-    return !needs_rows || !p.table_x.empty();
-}
-
 /// Where a law turns round, or a table has its rows, on an abscissa from 0 to w.
 void add_turns(const Profile& p, double w, std::vector<double>& at)
 {
@@ -89,11 +83,6 @@ Limits limits_of_profile(const Profile& profile)
     constexpr double rounding = 1e-9;
     if (profile.quantity == Quantity::composition) return {-rounding, 1.0 + rounding};
     return definition_tables::limits_of(profile.quantity);
-}
-
-bool can_be_evaluated(const LayerParameters& layer, const Profile& profile)
-{
-    return has_its_rows(profile) && (profile.dependence != Dependence::on_y || has_its_rows(layer.composition));
 }
 
 LayerPlaces places_to_check(const LayerParameters& layer, std::span<const Profile* const> profiles)

@@ -14,10 +14,6 @@ namespace kovin {
 /// Values that a material can have.
 [[nodiscard]] Limits limits_of_profile(const Profile& profile);
 
-/// Can the profile of a layer be computed? Not without its rows (a file that is not loaded, an empty table), nor on a
-/// composition without them.
-[[nodiscard]] bool can_be_evaluated(const LayerParameters& layer, const Profile& profile);
-
 /// Places of one layer, in no order.
 struct LayerPlaces {
     std::vector<double> x_um;  ///< from the left end of the layer

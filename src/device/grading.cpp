@@ -265,6 +265,17 @@ void interpolation(Profile& profile, std::span<const double> x, double thickness
     profile.right = result.back();
 }
 
+bool has_its_rows(const Profile& p)
+{
+    const bool needs_rows = p.dependence != Dependence::uniform && (p.law == Law::from_file || p.law == Law::table);
+    return !needs_rows || !p.table_x.empty();
+}
+
+bool can_be_evaluated(const LayerParameters& layer, const Profile& profile)
+{
+    return has_its_rows(profile) && (profile.dependence != Dependence::on_y || has_its_rows(layer.composition));
+}
+
 void RecalculateLeftRightValues(Profile& profile, double y_left, double y_right, double thickness_um)
 {
     const bool on_x = profile.dependence == Dependence::on_x;
@@ -276,10 +287,11 @@ void RecalculateLeftRightValues(Profile& profile, double y_left, double y_right,
 void recalculate_ends(LayerParameters& layer)
 {
     const double thickness_um = layer.material.d * 1e6;
-    RecalculateLeftRightValues(layer.composition, 0.0, 1.0, thickness_um);
+    if (has_its_rows(layer.composition)) RecalculateLeftRightValues(layer.composition, 0.0, 1.0, thickness_um);
     const double y_left = layer.composition.left, y_right = layer.composition.right;
     for_each_profile(layer, [&](Profile& profile, const std::string&) {
-        if (&profile != &layer.composition) RecalculateLeftRightValues(profile, y_left, y_right, thickness_um);
+        if (&profile != &layer.composition && can_be_evaluated(layer, profile))
+            RecalculateLeftRightValues(profile, y_left, y_right, thickness_um);
     });
 }
 

@@ -47,10 +47,18 @@ void evaluate_profile(const Profile& profile, std::span<const double> x, double 
 void interpolation(Profile& profile, std::span<const double> x, double thickness_um, std::span<double> result,
                    bool storeEnds);
 
+/// Are the rows there that the profile needs, if it needs any?
+[[nodiscard]] bool has_its_rows(const Profile& profile);
+
+/// Can the profile of a layer be computed? Not without its rows (a file that is not loaded, an empty table), nor on a
+/// composition without them.
+[[nodiscard]] bool can_be_evaluated(const LayerParameters& layer, const Profile& profile);
+
 /// Left and right values for a layer whose composition runs from y_left to y_right.
 void RecalculateLeftRightValues(Profile& profile, double y_left, double y_right, double thickness_um);
 
-/// Ends of every profile of a layer, its composition first. @param layer  in SI units
+/// Ends of every profile of a layer, its composition first. What cannot be evaluated keeps its ends: they are those of
+/// the law that takes the place of a missing file. @param layer  in SI units
 void recalculate_ends(LayerParameters& layer);
 
 /// The length Ld of laws 14 and 15 [um].

@@ -4,6 +4,7 @@
 #include "base/text_scan.h"
 #include "base/two_column_file.h"
 #include "device/graded_values.h"
+#include "device/grading.h"
 #include "device/layer_profiles.h"
 
 #include <algorithm>

@@ -85,9 +85,8 @@ std::vector<double> black_body_grid(double a, double b, double peak, std::size_t
 ModelCurve black_body_spectrum(const Model& m, const ProfileFrame&)
 {
     constexpr double hc_over_k = hc_eV_nm * 300.0 / kT_at_300K;  // [nm K]
-    constexpr double wien = 2897770.0;                           // displacement constant [nm K]
     const double T = std::clamp(m.values[1], 1.0, 1e8);
-    const double peak = wien / T;
+    const double peak = wien_nm_K / T;
     const double low = std::clamp(std::min(m.values[2], m.values[3]), spectral_step, longest_wavelength);
     const double high = std::clamp(std::max(m.values[2], m.values[3]), spectral_step, longest_wavelength);
     const double a = std::clamp(0.2 * peak, low, high);

@@ -21,6 +21,9 @@ struct ProfileFrame {
     double widthtail = 7.0, widthgauss = 6.0;  ///< reach of exponential and Gaussian tails in their lengths
 };
 
+/// Displacement constant of a black body: temperature times the wavelength of its largest power per nm [nm K].
+inline constexpr double wien_nm_K = 2897770.0;
+
 /// Points of a curve have at least this many rows, whatever the model asks for.
 inline constexpr int min_curve_points = 5;
 

@@ -1,6 +1,7 @@
 #include "device/model_table.h"
 
 #include "base/text_scan.h"
+#include "device/model_curve.h"
 
 #include <utility>
 
@@ -95,6 +96,52 @@ std::string_view model_parameter_name(int number, int parameter)
     for (const Names& row : names)
         if (row.number == number && parameter >= 0 && parameter < 4) return row.of[static_cast<std::size_t>(parameter)];
     return {};
+}
+
+namespace {
+
+/// bis = factor value, or factor/value for a reciprocal form, which is its own inverse.
+struct BisForm {
+    std::string_view name;
+    double factor = 1.0;
+    bool reciprocal = false;
+};
+
+BisForm bis_form(int number, int parameter)
+{
+    constexpr BisForm none, current{"Ideal light current, mA/cm2", 1e3 * elementary_charge},
+        power{"Total photon power, mW/cm2", 100.0}, high{"High photon energy limit, eV", hc_eV_nm, true},
+        low{"Low photon energy limit, eV", hc_eV_nm, true}, middle{"Central photon energy, eV", hc_eV_nm, true},
+        maximum{"Wavelength at max photon flux, nm", wien_nm_K, true};
+    struct Forms {
+        int number;
+        BisForm of[4];
+    };
+    constexpr Forms forms[] = {
+        {41, {current, high, low}}, {42, {power, high, low}}, {43, {power, maximum, high, low}},
+        {44, {current, middle}},    {45, {power, middle}},
+    };
+    if (number >= 21 && number <= 27 && parameter == 0) return current;
+    for (const Forms& row : forms)
+        if (row.number == number && parameter >= 0 && parameter < 4) return row.of[static_cast<std::size_t>(parameter)];
+    return none;
+}
+
+}  // namespace
+
+std::string_view model_bis_parameter_name(int number, int parameter) { return bis_form(number, parameter).name; }
+
+double ParameterValueToBisParameterValue(int number, int parameter, double value)
+{
+    const BisForm form = bis_form(number, parameter);
+    if (form.reciprocal) return value > 0.0 ? form.factor / value : 0.0;
+    return form.factor * value;
+}
+
+double BisParameterValueToParameterValue(int number, int parameter, double value)
+{
+    const BisForm form = bis_form(number, parameter);
+    return form.reciprocal ? ParameterValueToBisParameterValue(number, parameter, value) : value / form.factor;
 }
 
 Limits model_parameter_limits(int number, int parameter)

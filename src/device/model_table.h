@@ -20,8 +20,18 @@ namespace kovin {
 /// @param parameter  from 0; empty for a value that the model does not have, and for absorption models
 [[nodiscard]] std::string_view model_parameter_name(int number, int parameter);
 
-/// Values that a parameter of a model can have: amounts are not negative, lengths, wavelengths and temperatures above 0.
-/// Positions may lie outside the cell; the second and third value of the absorption models have any sign.
+/// Name of the other form in which a value of a spectrum or generation model can be edited: light as a current or in
+/// mW/cm2, wavelengths as photon energies, the temperature of a black body by its maximum. Empty where there is none.
+/// @param parameter  from 0
+[[nodiscard]] std::string_view model_bis_parameter_name(int number, int parameter);
+
+/// A value in its other form, and back: the same value where there is none, 0 for an energy or wavelength that is not
+/// above 0. The maximum of a black body is that of its power per wavelength, 2897770 nm K/T, as in its curve.
+[[nodiscard]] double ParameterValueToBisParameterValue(int number, int parameter, double value);
+[[nodiscard]] double BisParameterValueToParameterValue(int number, int parameter, double value);
+
+/// Values that a parameter of a model can have: amounts are not negative, lengths, wavelengths and temperatures above
+/// 0. Positions may lie outside the cell; the second and third value of the absorption models have any sign.
 /// @param parameter  from 0; any number for a value that the model does not have
 [[nodiscard]] Limits model_parameter_limits(int number, int parameter);
 

@@ -1,6 +1,7 @@
 #include "device/on_mesh.h"
 
 #include "device/grading.h"
+#include "device/shockley_queisser.h"
 
 #include <algorithm>
 #include <cassert>
@@ -38,6 +39,24 @@ struct LayerPoints {
         evaluate_profile(profile, profile.dependence == Dependence::on_x ? std::span(x_um) : y, thickness_um, out);
     }
 };
+
+/// K_rad of a layer [m3/s] at its points as its profile gives it, raised to the limit that holds at each of them.
+void raise_to_limit(const CalculationParameters& set3, const MaterialParameters& m, const LayerPoints& points,
+                    std::span<double> K_rad)
+{
+    const int mode = set3.convergence.shockley_queisser;
+    if (mode == 0 || !limit_follows_mesh(m)) return;
+    constexpr double per_cm3 = 1e-6;  // and m3 of a cm3
+    std::vector<double> Eg(points.count), Nc(points.count), Nv(points.count);
+    points.evaluate(m.Eg, Eg);
+    points.evaluate(m.Nc, Nc);
+    points.evaluate(m.Nv, Nv);
+    for (std::size_t i = 0; i < points.count; ++i) {
+        const double limit =
+            shockley_queisser_K_rad(Eg[i], Nc[i] * per_cm3, Nv[i] * per_cm3, points.thickness_um, set3.T);
+        K_rad[i] = limited_K_rad(K_rad[i], limit * per_cm3, mode);
+    }
+}
 
 LayerPoints points_of(const CalculationParameters& set3, const Mesh& mesh, std::size_t layer)
 {
@@ -110,7 +129,10 @@ void Full_x_Dependence(CalculationParameters& set3, Mesh& mesh)
         points.fill(m.Nv, s * t / N0, on.Nv);
         points.fill(m.v_th_n, s / scale.v0, on.vth_n);
         points.fill(m.v_th_p, s / scale.v0, on.vth_p);
-        points.fill(m.K_rad, rate, on.K_rad);
+        points.fill(m.K_rad, 1.0, on.K_rad);
+        const std::span<double> K_rad(on.K_rad.data() + points.first, points.count);
+        raise_to_limit(set3, m, points, K_rad);
+        for (double& value : K_rad) value *= rate;
         points.fill(m.c_n_auger, rate * N0, on.Cn);
         points.fill(m.c_p_auger, rate * N0, on.Cp);
         points.fill(m.m_e, 1.0, on.m_e);
@@ -127,7 +149,10 @@ void graded_values(const CalculationParameters& set3, const Mesh& mesh, Profile 
 {
     for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j) {
         const LayerPoints points = points_of(set3, mesh, j);
-        points.evaluate(set3.layer[j].material.*quantity, values.subspan(points.first, points.count));
+        const MaterialParameters& m = set3.layer[j].material;
+        const std::span<double> of_layer = values.subspan(points.first, points.count);
+        points.evaluate(m.*quantity, of_layer);
+        if (quantity == &MaterialParameters::K_rad) raise_to_limit(set3, m, points, of_layer);
     }
 }
 

@@ -10,11 +10,11 @@ namespace kovin {
 
 /// Fills mesh.y and set3.on from the profiles, scaled for the solver: Nc, Nv by (T/300)^1.5/N0 (once), velocities by
 /// (T/300)^0.5/v0, mobilities to diffusion constants by (T/300)^0.5 kT/D0, K_rad by x0^2 N0/D0, Auger by x0^2 N0^2/D0,
-/// doping by 1/N0; then Wn, Wp, Gn, Gp.
+/// doping by 1/N0; then Wn, Wp, Gn, Gp. K_rad is raised to its limit by detailed balance where that follows the mesh.
 void Full_x_Dependence(CalculationParameters& set3, Mesh& mesh);
 
-/// A quantity of the material at all mesh points as its profile gives it, SI, without scales and factors of
-/// temperature.
+/// A quantity of the material at all mesh points as its profile gives it (K_rad not below a limit that follows the
+/// mesh), SI, without scales and factors of temperature.
 /// @param values  N values
 void graded_values(const CalculationParameters& set3, const Mesh& mesh, Profile MaterialParameters::*quantity,
                    std::span<double> values);

@@ -56,10 +56,10 @@ enum class Quantity : int {
 struct Profile {
     Law law = Law::uniform;
     Dependence dependence = Dependence::on_y;
-    double pure_A = 0.0;                            ///< value at y = 0 or, graded on x, at the left
-    double pure_B = 0.0;                            ///< value at y = 1 or, graded on x, at the right
+    double pure_A = 0.0;                            ///< value at y = 0; a law on x does not use it
+    double pure_B = 0.0;                            ///< value at y = 1; a law on x does not use it
     double third = 0.0, fourth = 0.0, fifth = 0.0;  ///< constants of the law
-    double left = 0.0, right = 0.0;                 ///< values at the two ends of the layer, computed
+    double left = 0.0, right = 0.0;                 ///< at the layer's ends: computed; a law on x runs between them
     /// Graded on x by law 2: by how much its minimum lifts left and right above the ends of its parabola; computed.
     double left_lift = 0.0, right_lift = 0.0;
     bool third_scaled = false, fourth_scaled = false;  ///< the constant carries the unit of the quantity

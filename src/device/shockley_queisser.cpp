@@ -1,7 +1,7 @@
 #include "device/shockley_queisser.h"
 
-#include <array>
-#include <cmath>
+#include <algorithm>
+#include <iterator>
 
 namespace kovin {
 
@@ -17,16 +17,27 @@ double shockley_queisser_K_rad(double Eg, double Nc, double Nv, double d, double
     return x * x * (k * k * k) * prefactor / Nc / Nv / (t * t * t) / d / 0.0001;
 }
 
+bool limit_follows_mesh(const MaterialParameters& m)
+{
+    const auto by_place = [](const Profile* p) {
+        const bool rows = p->law == Law::from_file || p->law == Law::table;
+        return p->dependence == Dependence::on_x || (rows && p->dependence == Dependence::on_y);
+    };
+    const Profile* const needed[] = {&m.K_rad, &m.Eg, &m.Nc, &m.Nv};
+    return std::any_of(std::begin(needed), std::end(needed), by_place);
+}
+
 void CheckShockleyQueisserLimitForBandToBandRecombination(UserCell& cell, double T, int mode)
 {
     if (mode == 0) return;
     CellParameters& c = cell.cell;
     for (std::size_t i = 0; i < static_cast<std::size_t>(c.layers); ++i) {
         MaterialParameters& m = c.layer[i].material;
+        if (limit_follows_mesh(m)) continue;
         const auto raise = [&](double Profile::*pure) {
             const double limit = shockley_queisser_K_rad(m.Eg.*pure, m.Nc.*pure, m.Nv.*pure, m.d, T);
             double& K = m.K_rad.*pure;
-            if (mode == 2 || K < limit) K = limit;
+            K = limited_K_rad(K, limit, mode);
         };
         raise(&Profile::pure_A);
         if (c.layer[i].composition_mode != 0) raise(&Profile::pure_B);

@@ -14,7 +14,7 @@ bool load_materials(Surroundings& surroundings, AbsorptionFiles& files, const La
                     LayerAbsorption& materials)
 {
     const Absorption& data = layer.material.absorption;
-    const PureGaps gap = pure_gaps(layer.material.Eg);
+    const PureGaps gap = pure_gaps(layer.material.Eg, absorption_follows_composition(layer));
     materials.gap = gap;
     materials.anchor_A = data.grading.third;
     materials.anchor_B = data.grading.fourth;

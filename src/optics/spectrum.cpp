@@ -147,4 +147,16 @@ bool bepaal_spectrum(Surroundings& surroundings, WorkPoint& wp, GenerationParame
     return true;
 }
 
+double CalculateIncidentLightIntensityFromSpectrumFileOrModel(Surroundings& surroundings, WorkPoint& wp)
+{
+    GenerationParameters scratch;
+    if (bepaal_spectrum(surroundings, wp, scratch)) return wp.powerFromSpectrum;
+    return wp.powerFromSpectrum = wp.powerAfterCutOff = wp.incidentPower = 0.0;
+}
+
+double CalculateIncidentLightFluxFromFileOrFromModel(const GenerationParameters& gp)
+{
+    return photons_per_nm_W * std::inner_product(gp.lambda.begin(), gp.lambda.end(), gp.spectrum.begin(), 0.0);
+}
+
 }  // namespace kovin

@@ -14,6 +14,13 @@ namespace kovin {
 /// @return false when there is no usable spectrum (reported)
 [[nodiscard]] bool bepaal_spectrum(Surroundings& surroundings, WorkPoint& wp, GenerationParameters& gp);
 
+/// The light of a work point outside a run: its three powers are filled.
+/// @return the power of the spectrum [W/m2], before cut-off and neutral filter; 0 without a usable one (reported)
+double CalculateIncidentLightIntensityFromSpectrumFileOrModel(Surroundings& surroundings, WorkPoint& wp);
+
+/// Photons of the spectrum that `gp` holds [1/(m2 s)], before cut-off, neutral filter and the filters of the contacts.
+[[nodiscard]] double CalculateIncidentLightFluxFromFileOrFromModel(const GenerationParameters& gp);
+
 /// Wavelengths [nm] of a spectrum model and the power of their intervals [W/m2]: half the way to both neighbours, and
 /// for the two ends the whole of their one interval. Only a black body has light there.
 void GetSpectrumFromModel(const Model& model, std::vector<double>& lambda, std::vector<double>& spectrum);

@@ -1,5 +1,6 @@
 #include "results/material_tables.h"
 
+#include "device/model_table.h"
 #include "device/on_mesh.h"
 #include "device/quantities.h"
 #include "optics/absorption_on_mesh.h"
@@ -107,7 +108,8 @@ std::string BewaarAlfa(Report& report, const RunRecord& run, const CalculationPa
     for (std::size_t j = 0; j < layers; ++j)
         out += (j > 0 ? "; " : " ") + set3.layer[j].name + ": " + absorption_source(set3.layer[j]);
     out += "\n>The alpha values from the alpha-file are interpolated at the wavelengths from spectrumfile: " +
-           (run.wp.spectrumFromFile ? run.spectrum_file.string() : "none, model " + run.wp.spectrumModel.name) +
+           (run.wp.spectrumFromFile ? run.spectrum_file.string()
+                                    : "none, model " + model_of_number(run.wp.spectrumModel.number).name) +
            "\n>lambda (nm)";
     for (std::size_t j = 0; j < layers; ++j) out += "\talpha of layer " + integer(static_cast<long>(j) + 1) + " (1/cm)";
     out += '\n';

@@ -93,7 +93,7 @@ bool prepare_problem(Surroundings& surroundings, Simulation& s)
     set1.cell = parameterset2_to_1(*limited);
     if (!load_grading_files(surroundings, set1.cell) || !graded_values_hold(surroundings.report, set1.cell))
         return false;
-    check_contacts(set1.cell, s.wp.T, set1.convergence);
+    check_contacts(surroundings.report, set1.cell, s.wp.T, set1.convergence);
 
     parameterset1_to_3(set1, s.wp.T, s.set3);
     GovernMaxMinMesh(s.set3.convergence);
@@ -279,7 +279,10 @@ RunOutcome calculate(Surroundings& surroundings, Simulation& s)
     s.failures = {};
     read_panel(s);
     s.started = start_text(surroundings.clock.now());
-    if (!prepare_problem(surroundings, s)) return RunOutcome::failed;
+    if (!prepare_problem(surroundings, s)) {
+        s.failures.input = true;
+        return RunOutcome::failed;
+    }
     if (!calculate_equilibrium(surroundings, s)) return failed_or_stopped(surroundings);
     if (!calculate_short_circuit(surroundings, s)) return failed_or_stopped(surroundings);
     if (!calculate_work_point(surroundings, s)) return failed_or_stopped(surroundings);

@@ -16,6 +16,7 @@ namespace kovin {
 
 /// What a run did not obtain; true means "not there".
 struct Failures {
+    bool input = false;  ///< something that is read could not be used: nothing was calculated
     bool equilibrium = true, short_circuit = true, work_point = true;
     bool first_IV_point = true, IV = true;
     bool CV = true, Cf = true, QE = true;

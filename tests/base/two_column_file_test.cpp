@@ -1,6 +1,7 @@
 #include "base/two_column_file.h"
 
 #include "base/constants.h"
+#include "base/name_list_file.h"
 #include "base/scratch_folder.h"
 
 #include <gtest/gtest.h>
@@ -125,7 +126,11 @@ TEST_F(TwoColumnFileTest, FaultsAndLimits)
     EXPECT_TRUE(rows.heading.empty());
     EXPECT_EQ(CountLinesInFile(here, "  ", FileKind::spectrum), -1);
     EXPECT_EQ(CountLinesInFile(here, "none.spe", FileKind::spectrum), -1);
+    folder.put("spectrum/c.spe", "\n300, 0.5\n400, 0.6\n");
     EXPECT_EQ(here.report.messages.size(), 4u) << "each fault is reported once";
+    EXPECT_EQ(CountLinesInFile(here, "c.spe", FileKind::spectrum), -1);
+    EXPECT_NE(here.report.messages.back().text.find("two numbers parted by blanks; its first line is: 300, 0.5"),
+              std::string::npos);
 
     std::string many;
     for (int i = 0; i < 3000; ++i) many += std::to_string(i) + " 1\n";
@@ -135,6 +140,39 @@ TEST_F(TwoColumnFileTest, FaultsAndLimits)
         << "one more than the reader takes, so that too long a file can be refused";
     folder.put("bdf/l.bdf", "file:a.def\n> x\nFile:b.def\n");
     EXPECT_EQ(CountLinesInFile(here, "l.bdf", FileKind::file_list), 2);
+}
+
+TEST_F(TwoColumnFileTest, NamesOfAFileList)
+{
+    using Names = std::vector<std::string>;
+    Names names;
+    folder.put("bdf/l.bdf",
+               "\xEF\xBB\xBF> files of a series\nfile: a b.def  \r\n\nabsorption File:sub\\b.abs\nfile:\nc.def\n"
+               "file:C:/c.def");
+    EXPECT_EQ(lees_char_file(here, "l.bdf", names), 3);
+    EXPECT_EQ(names, (Names{"a b.def", "sub/b.abs", "C:/c.def"}));
+    EXPECT_TRUE(here.report.messages.empty());
+    struct Row {
+        const char *file, *text, *title;
+    };
+    for (const Row& r : {Row{"gone.bdf", nullptr, "From Function lees_char_file()"},
+                         Row{"e.bdf", "", "Function lees_char_file(): End of file occured"},
+                         Row{"n.bdf", "file :\n a.def", "Function lees_char_file(): End of file occured"}}) {
+        if (r.text) folder.put(std::string("bdf/") + r.file, r.text);
+        EXPECT_EQ(lees_char_file(here, r.file, names), -1) << r.file;
+        EXPECT_TRUE(names.empty()) << r.file;
+        EXPECT_EQ(last_title().find(r.title), 0u) << r.file << ": " << last_title();
+    }
+    EXPECT_EQ(lees_char_file(here, (folder.path() / "bdf").string(), names), -1);
+    EXPECT_EQ(last_title().find("Function lees_char_file(): Error occured during reading"), 0u) << last_title();
+    std::string many;
+    for (int i = 0; i < 2600; ++i) many += "file:" + std::string(300, 'x') + '\n';
+    folder.put("bdf/m.bdf", many);
+    here.report.messages.clear();
+    EXPECT_EQ(lees_char_file(here, "m.bdf", names), 2500);
+    EXPECT_EQ(names.back().size(), 250u) << "of a line 255 characters count";
+    ASSERT_EQ(here.report.messages.size(), 1u);
+    EXPECT_NE(here.report.messages[0].text.find("line 2501"), std::string::npos);
 }
 
 TEST(ShippedData, TablesRise)

@@ -84,9 +84,20 @@ TEST(Contacts, IntrinsicLayerChangesNothing)
     for (const int with_defects : {1, 0}) {
         ConvergenceParameters settings;
         settings.flatband_with_defects = with_defects;
-        CheckContactsWithActualLayerParameters(+1, contact, layer, 300.0, settings);
+        EXPECT_FALSE(CheckContactsWithActualLayerParameters(+1, contact, layer, 300.0, settings));
         EXPECT_EQ(contact.Fi_m, 4.321);
     }
+    // Which is told, as flat bands were asked for.
+    InputParameters set1 = test::cell_of({{.Na = 1e22}, {}});
+    set1.cell.cell.right.Fi_m = 4.321;
+    Report report;
+    check_contacts(report, set1.cell, 300.0, set1.convergence);
+    ASSERT_EQ(report.messages.size(), 1u);
+    EXPECT_EQ(report.messages[0].text.find("right contact: flat bands have no meaning"), 0u);
+    EXPECT_NE(report.messages[0].text.find("4.321 eV"), std::string::npos);
+    set1.cell.cell.right.flatband = false;
+    check_contacts(report, set1.cell, 300.0, set1.convergence);
+    EXPECT_EQ(report.messages.size(), 1u);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "device/definition_reader.h"
 #include "device/definition_writer.h"
 #include "device/full_definition.h"
+#include "device/grading.h"
 #include "device/line_check.h"
 
 #include <gtest/gtest.h>
@@ -75,6 +76,23 @@ TEST(DefinitionRoundTrip, ACellWithEveryKeywordComesBack)
     static_cast<void>(watch_definition(surroundings, text, "full.def", watch));
     check_repeats(watch), check_units(watch);
     for (const auto& [line, finding] : watch.findings) ADD_FAILURE() << line << ": " << finding;
+}
+
+// A minimum of 0.7 lifts the left end of a parabola that starts at 0.3: the file holds the parabola.
+TEST(DefinitionRoundTrip, AParabolaAboveItsMinimumKeepsItsShape)
+{
+    Surroundings surroundings;
+    Definition d = full_definition(), read;
+    LayerParameters& layer = d.input.cell.cell.layer[0];
+    Profile& Eg = layer.material.Eg;
+    Eg.law = Law::parabolic, Eg.dependence = Dependence::on_x;
+    Eg.left = 0.3, Eg.right = 1.9, Eg.third = 0.8, Eg.fourth = 0.7;
+    recalculate_ends(layer);
+    ASSERT_TRUE(parse_definition(surroundings, definition_text(d, "KOVIN", {}), "x.def", read));
+    const double um = layer.material.d * 1e6, middle = 0.5 * um;
+    double value = 0.0;
+    evaluate_profile(read.input.cell.cell.layer[0].material.Eg, std::span(&middle, 1), um, std::span(&value, 1));
+    EXPECT_NEAR(value, 0.9, 1e-6);
 }
 
 // What files do not bring back; each is how files of all versions are.

@@ -1,6 +1,10 @@
 // Files that a problem needs and that are not there: told by what they are for, or replaced.
 #include "device/file_check.h"
 
+#include "device/contacts.h"
+#include "device/layer_profiles.h"
+#include "support/uniform_layer.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -118,6 +122,44 @@ TEST(FileCheck, RepairsEachMissingFileAndTellsIt)
         EXPECT_TRUE(layer.srh[0][0].electrons.from_model);
         // A second look finds nothing to tell.
         EXPECT_TRUE(missing_files(gone->surroundings, gone->cell, gone->panel).empty());
+    }
+}
+
+// The straight line that takes the place of a file runs between the ends that the definition states, in outer layers
+// too, at which the contacts look before any file is there.
+TEST(FileCheck, TheLineThatReplacesAFileKeepsItsEnds)
+{
+    Surroundings surroundings;
+    for (std::size_t j = 0; j < 3; ++j) {
+        InputParameters set1 = test::cell_of({{.Na = 1e22}, {.Na = 1e22}, {.Nd = 1e22}});
+        CellParameters& cell = set1.cell.cell;
+        test::add_defect(cell.layer[j], DefectType::neutral, EnergyDistribution::single, 0.6, 1e20);
+        for_each_profile(cell.layer[j], [](Profile& p, const std::string& name) {
+            p.law = Law::from_file;
+            p.dependence = name == "chi" ? Dependence::on_y : Dependence::on_x;
+            p.file = "gone.grad";
+            p.left = name == "composition" ? 0.2 : 0.75 * p.pure_A;
+            p.right = name == "composition" ? 0.6 : 1.5 * p.pure_A;
+            if (name == "chi") p.pure_B = 2.0 * p.pure_A;
+        });
+        const LayerParameters given = cell.layer[j];
+        check_contacts(set1.cell, 300.0, set1.convergence);
+        ActionPanel panel = InitialiseActionPanel();
+        ASSERT_TRUE(CanAllFilesBeFound(surroundings, cell, panel, MissingFiles::repair));
+        recalculate_ends(cell.layer[j]);
+        std::vector<std::pair<double, double>> wanted;
+        for_each_profile(given, [&](const Profile& p, const std::string& name) {
+            const bool chi = name == "chi";
+            wanted.emplace_back(chi ? 1.2 * p.pure_A : p.left, chi ? 1.6 * p.pure_A : p.right);
+        });
+        std::size_t k = 0;
+        for_each_profile(cell.layer[j], [&](const Profile& p, const std::string& name) {
+            EXPECT_EQ(p.law, Law::linear) << name;
+            EXPECT_DOUBLE_EQ(p.left, wanted[k].first) << name << " of layer " << j + 1;
+            EXPECT_DOUBLE_EQ(p.right, wanted[k].second) << name << " of layer " << j + 1;
+            ++k;
+        });
+        EXPECT_EQ(k, 18u);
     }
 }
 

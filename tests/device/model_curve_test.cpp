@@ -193,5 +193,34 @@ TEST(ModelCurves, NoParameterMakesNumbersThatAreNone)
     for (const Model& row : ActualModelParameters()) EXPECT_EQ(model_of_number(row.number).name, row.name);
 }
 
+TEST(ModelTable, OtherFormsOfAValueAndBack)
+{
+    struct Row {
+        int number, parameter;
+        double value, bis, tolerance;
+        const char* name;
+    };
+    constexpr Row rows[] = {
+        {41, 0, 6.242e16, 10.0, 1e-3, "Ideal light current, mA/cm2"},
+        {23, 0, 6.242e16, 10.0, 1e-3, "Ideal light current, mA/cm2"},
+        {42, 0, 0.5, 50.0, 1e-12, "Total photon power, mW/cm2"},
+        {42, 1, 500.0, 2.48, 1e-3, "High photon energy limit, eV"},
+        {43, 3, 1239.977, 1.0, 1e-12, "Low photon energy limit, eV"},
+        {43, 1, 5772.0, 502.0, 0.1, "Wavelength at max photon flux, nm"},  // the sun is brightest at 502 nm
+        {45, 1, 600.0, 2.0666, 1e-4, "Central photon energy, eV"},
+        {45, 2, 10.0, 10.0, 0.0, ""},
+        {25, 2, 0.2, 0.2, 0.0, ""},
+        {63, 0, 1e5, 1e5, 0.0, ""},
+    };
+    for (const Row& r : rows) {
+        const double bis = ParameterValueToBisParameterValue(r.number, r.parameter, r.value);
+        EXPECT_NEAR(bis, r.bis, r.tolerance) << r.number << ' ' << r.parameter;
+        EXPECT_NEAR(BisParameterValueToParameterValue(r.number, r.parameter, bis), r.value, 1e-12 * r.value);
+        EXPECT_EQ(model_bis_parameter_name(r.number, r.parameter), r.name);
+    }
+    EXPECT_EQ(ParameterValueToBisParameterValue(45, 1, 0.0), 0.0);
+    EXPECT_EQ(BisParameterValueToParameterValue(45, 1, -1.0), 0.0);
+}
+
 }  // namespace
 }  // namespace kovin

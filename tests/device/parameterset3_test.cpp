@@ -4,12 +4,15 @@
 #include "device/contacts.h"
 #include "device/on_mesh.h"
 #include "device/shockley_queisser.h"
+#include "device/unit_systems.h"
 #include "support/layer_mesh.h"
 #include "support/uniform_layer.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <functional>
 #include <numbers>
 
 namespace kovin {
@@ -166,6 +169,54 @@ TEST(ShockleyQueisser, LimitMatchesDetailedBalance)
     const double one_side = flux_m2 * 1e-4 / (ni2 * d_um * 1e-4);
     EXPECT_NEAR(shockley_queisser_K_rad(Eg, Nc, Nv, d_um, 300.0) / one_side, 1.0, 1e-3);
     EXPECT_NEAR(shockley_queisser_K_rad(Eg, Nc, Nv, 2 * d_um, 300.0) / one_side, 0.5, 1e-3);
+}
+
+// A limit of a material that is graded on x or from rows holds at every point with what is there.
+TEST(ShockleyQueisser, FollowsWhatIsGradedOnXOrHasRows)
+{
+    const auto on_x = [](Profile& p, Law law, double left, double right) {
+        p.law = law, p.dependence = Dependence::on_x, p.left = left, p.right = right;
+        p.table_x = {0.0, 1.0}, p.table_y = {left, right};
+    };
+    constexpr double K = 1e-19;  // m3/s: between the limits of both ends
+    const std::function<void(MaterialParameters&)> changes[] = {
+        [&](MaterialParameters& m) { on_x(m.K_rad, Law::linear, 0.0, K); },
+        [&](MaterialParameters& m) { on_x(m.K_rad, Law::table, 0.0, K); },
+        [&](MaterialParameters& m) { on_x(m.Eg, Law::linear, 0.7, 1.9), test::set_uniform(m.K_rad, K); },
+        [&](MaterialParameters& m) { on_x(m.Nc, Law::table, 1e23, 1e25), test::set_uniform(m.K_rad, K); },
+        [&](MaterialParameters& m) {
+            m.K_rad.law = Law::table;  // on composition, which is that of pure A
+            m.K_rad.table_x = {0.0, 1.0}, m.K_rad.table_y = {0.0, K};
+        },
+    };
+    for (std::size_t row = 0; row < std::size(changes); ++row)
+        for (const int mode : {0, 1, 2}) {
+            InputParameters set1 = test::cell_of({{.d = 1e-6, .Eg = 1.3, .Na = 1e22}});
+            changes[row](set1.cell.cell.layer[0].material);
+            set1.convergence.shockley_queisser = mode;
+            UserCell user = parameterset1_to_2(set1.cell);
+            CheckShockleyQueisserLimitForBandToBandRecombination(user, 350.0, mode);
+            set1.cell = parameterset2_to_1(user);
+            CalculationParameters set3;
+            parameterset1_to_3(set1, 350.0, set3);
+            Mesh mesh = test::layer_mesh(set3, 5);
+            Full_x_Dependence(set3, mesh);
+            std::vector<double> given(5), shown(5), Eg(5), Nc(5), Nv(5);
+            evaluate_profile(set3.layer[0].material.K_rad, mesh.x_um, 1.0, given);
+            if (row > 3) given.assign(5, 0.0);
+            graded_values(set3, mesh, &MaterialParameters::K_rad, shown);
+            graded_values(set3, mesh, &MaterialParameters::Eg, Eg);
+            graded_values(set3, mesh, &MaterialParameters::Nc, Nc);
+            graded_values(set3, mesh, &MaterialParameters::Nv, Nv);
+            const double rate = set3.scale.x0 * set3.scale.x0 * set3.scale.N0[0] / set3.scale.D0;
+            for (std::size_t i = 0; i < 5; ++i) {
+                const double limit = shockley_queisser_K_rad(Eg[i], Nc[i] * 1e-6, Nv[i] * 1e-6, 1.0, 350.0) * 1e-6;
+                const double expected = mode == 0 ? given[i] : mode == 1 ? std::max(given[i], limit) : limit;
+                EXPECT_NEAR(set3.on.K_rad[i], expected * rate, 1e-9 * expected * rate)
+                    << row << ", mode " << mode << ", point " << i;
+                EXPECT_NEAR(shown[i], expected, 1e-9 * expected) << row << ", mode " << mode << ", point " << i;
+            }
+        }
 }
 
 }  // namespace

@@ -81,8 +81,13 @@ TEST(SpectrumModels, BringTheirPowerOrTheirPhotons)
         wp.spectrumModel.values = r.p;
         GenerationParameters gp;
         ASSERT_TRUE(bepaal_spectrum(surroundings, wp, gp)) << r.number;
+        WorkPoint alone = wp;
+        alone.neutralDensity = 1.0;
+        EXPECT_EQ(CalculateIncidentLightIntensityFromSpectrumFileOrModel(surroundings, alone), wp.powerFromSpectrum);
+        EXPECT_NEAR(alone.incidentPower, 0.1 * wp.powerFromSpectrum, 1e-9 * wp.powerFromSpectrum);
         ASSERT_TRUE(BerekenFilterSpectra(surroundings, {}, gp));
         CalculateIncomingFluxes(gp, photons_per_nm_W, FluxMode::full);
+        EXPECT_NEAR(CalculateIncidentLightFluxFromFileOrFromModel(gp) / sum(gp.incomingFlux_us), 1.0, 1e-12);
         const bool of_flux = r.number == 41 || r.number == 44;
         const double total = of_flux ? sum(gp.incomingFlux_us) : wp.powerFromSpectrum;
         EXPECT_NEAR(total, r.total, r.tolerance * r.total) << r.number;
@@ -377,6 +382,38 @@ TEST(AbsorptionOnMesh, EdgeOfEveryPointStandsAtItsGap)
                     << r.what << ", point " << i << ", " << gp.lambda[k] << " nm";
             }
     }
+}
+
+// The same gaps by a law on the composition, which knows the pure materials, and by one on x between 1.12 and 1.48 eV.
+TEST(AbsorptionOnMesh, PureMaterialsKeepTheirGapsWhereTheGapIsGradedOnX)
+{
+    const auto absorption_of = [](bool on_x) {
+        Stack stack({{1e-6, 1e4, 1e22}}, 5);
+        LayerParameters& layer = stack.set3.layer[0];
+        layer.composition_mode = 1;
+        layer.composition.law = layer.material.Eg.law = Law::linear;
+        layer.composition.dependence = Dependence::on_x;
+        layer.composition.left = 0.2, layer.composition.right = 0.8;
+        Profile& Eg = layer.material.Eg;
+        Eg.dependence = on_x ? Dependence::on_x : Dependence::on_y;
+        Eg.pure_A = 1.0, Eg.pure_B = 1.6, Eg.left = 1.12, Eg.right = 1.48;
+        layer.material.absorption.grading.law = Law::alpha_interpolation;
+        layer.material.absorption.model_A = default_absorption_models(0, 1.0, 63);
+        layer.material.absorption.model_B = default_absorption_models(1, 1.6, 63);
+        Full_x_Dependence(stack.set3, stack.mesh);
+        Surroundings surroundings;
+        GenerationParameters gp;
+        for (double nm = 300.0; nm < 1250.0; nm += 50.0) gp.lambda.push_back(nm);
+        EXPECT_TRUE(read_absorption(surroundings, stack.set3, gp));
+        bepaal_alfa(stack.set3, stack.mesh, gp);
+        std::vector<double> alpha;
+        for (const int entry : gp.absorption.of_point)
+            for (const double a : gp.absorption.alpha[static_cast<std::size_t>(entry)]) alpha.push_back(a);
+        return alpha;
+    };
+    const std::vector<double> on_y = absorption_of(false), on_x = absorption_of(true);
+    ASSERT_EQ(on_x.size(), on_y.size());
+    for (std::size_t i = 0; i < on_x.size(); ++i) EXPECT_NEAR(on_x[i], on_y[i], 1e-6 * on_y[i] + 1e-3) << i;
 }
 
 // ---- given generation ---------------------------------------------------------------------------------------------

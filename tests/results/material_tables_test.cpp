@@ -70,7 +70,13 @@ TEST(MaterialTables, AbsorptionReadsBackAndIsRefusedWithoutASpectrum)
     gp.absorption.alpha = {{1.25e8, 3e6, 0.0}, {1, 1, 1}};
     gp.absorption.of_point = {0, 1, 1};  // the table shows the leftmost point
     const ScratchFolder scratch;
-    const auto file = scratch.put("t.abs", BewaarAlfa(surroundings.report, {}, set3, mesh, gp));
+    RunRecord run;
+    run.wp.spectrumFromFile = false;
+    run.wp.spectrumModel.number = 43;  // a panel changes the number and leaves the rest
+    run.wp.spectrumModel.name = "another";
+    const std::string text = BewaarAlfa(surroundings.report, run, set3, mesh, gp);
+    EXPECT_NE(text.find("none, model Black body spectrum\n"), std::string::npos) << text.substr(0, 400);
+    const auto file = scratch.put("t.abs", text);
     AbsorptionFiles files;
     const AbsorptionTable* table = files.read(surroundings, file.string());
     ASSERT_NE(table, nullptr);

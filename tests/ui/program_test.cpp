@@ -54,6 +54,13 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
                 "dark : 1\nCV_startV : 0\nCV_stopV : 900\nCV_points : 3\nCV_calculate : 1\nCf_calculate : 1\n");
     scratch.put("gone.act", "dark : 0\nincident spectrum from file : gone.spe\n");
     for (const char* earlier : {"out/probed.qe", "out/metastable-cigs.eb"}) scratch.put(earlier, "of an earlier run");
+    scratch.put("commas.spe", "300, 0.5\n400, 0.6\n");
+    std::string graded = contents(cell);
+    graded.replace(graded.find("\nEg :") + 1, graded.find('\n', graded.find("\nEg :") + 1) - graded.find("\nEg :"),
+                   "Eg : 1.124 1.124 1 1 1 1.124 1.124 12 1 bad.grad\n");
+    scratch.put("graded.def", graded);
+    std::filesystem::create_directories(scratch.path() / "mine/grading");
+    scratch.put("mine/grading/bad.grad", "interpolation: lin\n0 1.1\n0.5 1,1\n");
     for (const char* pipe : {"pipe.def", "pipe.act"}) ASSERT_EQ(::mkfifo((scratch.path() / pipe).c_str(), 0600), 0);
     const std::string run = "run '" + cell + "' -o out ";
     struct Row {
@@ -79,6 +86,10 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         {"a pipe for an action list", "run '" + cell + "' pipe.act -o out", 3, "is not a regular file"},
         {"kind that is not there yet", "x.script", 3, "x.script"},
         {"light without a file", "run '" + cell + "' moon.spe -o out", 3, "moon.spe"},
+        {"a spectrum with commas", "run 'my cell.def' commas.spe -o out", 3, "first line is: 300, 0.5"},
+        {"a grading file with commas", "--home mine run graded.def -o out", 3, "two numbers are expected"},
+        {"and with an action list", "--home mine run graded.def '" + home + "/def/silicon-pn.act' -o out", 3,
+         "two numbers are expected"},
         {"input file that is missing", "run gone.def -o out", 3, "gone.spe not found (Set to standard AM1.5G"},
         {"and is replaced", "run gone.def --repair -o out", 1, "standard KOVIN AM1.5G 1 sun spectrum set"},
         {"a measurement that cannot be made", "run probed.def -o out -f", 1, "A probe of 1.00e+36 photons"},
@@ -233,6 +244,10 @@ TEST(Program, HomeIsPrintedAndMade)
     const Ended repaired = kovin(scratch, "--home mine mine/def/silicon-pn.def lit.act --error-log new");
     EXPECT_EQ(repaired.status, 1);
     EXPECT_NE(repaired.err.find("mine/KOVINErrorLogFile.log"), std::string::npos) << repaired.err;
+    const Ended run = kovin(scratch, "--home mine run mine/def/silicon-pn.def lit.act --error-log new -o out");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("missing files were repaired"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("mine/KOVINErrorLogFile.log"), std::string::npos) << run.err;
 }
 
 TEST(Program, FindingsAndMessagesGoWhereTheyAreWanted)
@@ -254,6 +269,7 @@ TEST(Program, FindingsAndMessagesGoWhereTheyAreWanted)
             kovin(scratch, std::string("--home mine --error-log ") + row.mode + " run missing.def -o out");
         EXPECT_EQ(run.status, 3);
         EXPECT_EQ(run.err.find("missing.def") != std::string::npos, row.shown) << row.mode;
+        EXPECT_EQ(run.err.find("KOVINErrorLogFile.log") == std::string::npos, row.shown) << row.mode << run.err;
         const std::string log = contents(scratch.path() / "mine/KOVINErrorLogFile.log");
         int entries = 0;
         for (auto at = log.find("could not be loaded"); at != std::string::npos;

@@ -16,6 +16,16 @@ namespace {
 
 using namespace kovin;
 
+/// A run that does not end well names the log, where its messages are in that alone.
+int ended(const Session& session, ExitStatus status)
+{
+    const Report& report = session.surroundings.report;
+    const bool in_log_alone = (report.ErrorMessageMode == 1 || report.ErrorMessageMode == 2) && report.log.good();
+    if (status != ExitStatus::good && in_log_alone && !report.messages.empty())
+        std::cerr << "kovin: the messages of this run are in '" << report.log_file.string() << "'\n";
+    return static_cast<int>(status);
+}
+
 int start(int argc, char** argv)
 {
     const std::filesystem::path program = program_path(argv[0]);
@@ -43,7 +53,7 @@ int start(int argc, char** argv)
     };
     session->surroundings.monitor.listener = [&progress](const Event& event) { progress(event); };
 
-    if (options.command == Command::load) return static_cast<int>(load_command(*session, options));
+    if (options.command == Command::load) return ended(*session, load_command(*session, options));
     if (options.command == Command::check) return static_cast<int>(check_command(*session, options));
 
     Summary summary;
@@ -58,7 +68,7 @@ int start(int argc, char** argv)
         std::cout << summary_table(summary);
     if (!std::cout.flush()) outcome = ExitStatus::output;
     if (signals.received() != 0) return static_cast<int>(ExitStatus::interrupted) + signals.received();
-    return static_cast<int>(outcome);
+    return ended(*session, outcome);
 }
 
 }  // namespace

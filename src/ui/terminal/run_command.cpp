@@ -174,6 +174,7 @@ bool write_files(Session& session, const Options& options, const std::vector<Res
 ExitStatus status_of(const Session& session, SimulateOutcome outcome)
 {
     const Simulation& s = session.simulation;
+    if (s.failures.input) return ExitStatus::input;
     if (outcome == SimulateOutcome::failed && s.failures.work_point) return ExitStatus::nothing_calculated;
     const ActionList& asked = s.panel.actions;
     const bool cut = (asked.IV_calculate && (s.failures.first_IV_point || s.failures.IV)) ||
@@ -203,9 +204,7 @@ ExitStatus load_command(Session& session, const Options& options)
     const bool all_there = missing_files(session.surroundings, s.zonnecel.cell, s.panel).empty();
     if (!CanAllFilesBeFound(session.surroundings, s.zonnecel.cell, s.panel)) return ExitStatus::input;
     if (all_there) return ExitStatus::good;
-    // With a log nobody has been told on the terminal.
-    if (!options.quiet)
-        std::cerr << "missing files were repaired; see " << session.surroundings.report.log_file.string() << '\n';
+    if (!options.quiet) std::cerr << "missing files were repaired\n";
     return ExitStatus::incomplete;
 }
 
@@ -239,6 +238,8 @@ ExitStatus run_command(Session& session, const Options& options, Summary& summar
         tell(session, "Missing files", "--repair goes on with what stands in for each of them");
         return ExitStatus::input;
     }
+    // With a log nobody is asked, and nobody has been told on the terminal.
+    if (!all_there && !options.repair && !options.quiet) std::cerr << "missing files were repaired\n";
 
     const std::vector<ResultFile> planned = planned_files(session, options);
     if (!ready_to_write(session, planned, input_files(session, files), options.force)) return ExitStatus::output;
