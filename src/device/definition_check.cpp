@@ -210,7 +210,9 @@ void check_contact(PhysicsCheck& check, const ContactParameters& contact, const 
     if (contact.filter && contact.filter_constant && contact.filter_transmission && contact.filter_value == 0.0)
         check.find(side, "filter value", side + " contact: no filter value, or 0: no light passes the filter");
     if (!has_edges(layer)) return;
+    // Where no line asks for flat bands they are the default, which a run tells.
     if (contact.flatband) {
+        if (check.places.line(side, "flatband") == 0) return;
         if (!can_be_evaluated(layer, layer.material.Na) || !can_be_evaluated(layer, layer.material.Nd)) return;
         ContactParameters flat = contact;
         if (CheckContactsWithActualLayerParameters(side == "right" ? 1 : -1, flat, layer, 300.0, settings)) return;

@@ -64,8 +64,8 @@ const char* const cell =
     "layer\nname : n\nd : 1e-6\neps : 10\nchi : 4\nEg : 1.5\nNc : 1e24\nmu_n : 0.01\nv_th_n : 1e5\n"
     "srhrecombination\ntype : donor\nReference for defect energy : 0\nEt : 0.3\nsigma_n : 1e-19\nNt(x) : 1e20\n"
     "interface recombination\ntype : neutral\nEt : 0.7\nsigma_nleft : 1e-19\n"
-    "layer\nname : p\nd : 1e-6\nchi : 4\nEg : 1.2\nNa(x) : 1e22\n"
-    "absorptionmodel pure A material (y=0) : from model\nabsorption model A, model : power law 1\n"
+    "layer\nname : p\nd : 1e-6\nchi : 4\nEg : 1.2\n"
+    "absorptionmodel pure A material (y=0) : from model\nabsorption model A, model : power law 1\nNa(x) : 1e22\n"
     "front contact\nflatband : 1\nSn : 1e5\noptical filter : reflection\nwavelength independent : 1\n"
     "filter value : 0.1\nworking point\ninternal Rfront : 0.1\n";
 
@@ -116,7 +116,7 @@ TEST(CheckFile, NamesTheLineAndTheFault)
         {"Eg : 1.5", "Eg : 1.5 1.5 1 1 1 1.5 0 1 1", "9: Eg"},
         {"Nt(x) : 1e20", "Nt(x) : 1e20 1e21 0 0 0 0 0 1 1", "18: layer 1/defect 1: Nt(x) is graded on x from 0 to 0"},
         // nothing to be flat against
-        {"Eg : 1.2\nNa(x) : 1e22", "Eg : 1.2", "right contact: flat bands have no meaning"},
+        {"Na(x) : 1e22\n", "", "right contact: flat bands have no meaning"},
         // twice in a section; the next section may have it again, and the models of a material are several
         {"Sn : 1e5\nlayer", "Sn : 1e5\nflatband : 0\nSN : 2e5\nlayer", "5: Sn = \"2e5\": given already in line 3"},
         {"Nt(x) : 1e20", "Nt(x) : 1e20\nNt(y) : 1e21", "19: Nt(y) = \"1e21\": given already in line 18"},

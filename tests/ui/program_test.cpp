@@ -55,12 +55,11 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
     scratch.put("gone.act", "dark : 0\nincident spectrum from file : gone.spe\n");
     for (const char* earlier : {"out/probed.qe", "out/metastable-cigs.eb"}) scratch.put(earlier, "of an earlier run");
     scratch.put("commas.spe", "300, 0.5\n400, 0.6\n");
+    const std::string grading = scratch.put("bad.grad", "interpolation: lin\n0 1.1\n0.5 1,1\n").string();
     std::string graded = contents(cell);
-    graded.replace(graded.find("\nEg :") + 1, graded.find('\n', graded.find("\nEg :") + 1) - graded.find("\nEg :"),
-                   "Eg : 1.124 1.124 1 1 1 1.124 1.124 12 1 bad.grad\n");
+    const auto at = graded.find("\nEg :") + 1;
+    graded.replace(at, graded.find('\n', at) - at, "Eg : 1.124 1.124 1 1 1 1.124 1.124 12 1\t" + grading);
     scratch.put("graded.def", graded);
-    std::filesystem::create_directories(scratch.path() / "mine/grading");
-    scratch.put("mine/grading/bad.grad", "interpolation: lin\n0 1.1\n0.5 1,1\n");
     for (const char* pipe : {"pipe.def", "pipe.act"}) ASSERT_EQ(::mkfifo((scratch.path() / pipe).c_str(), 0600), 0);
     const std::string run = "run '" + cell + "' -o out ";
     struct Row {
@@ -87,8 +86,8 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         {"kind that is not there yet", "x.script", 3, "x.script"},
         {"light without a file", "run '" + cell + "' moon.spe -o out", 3, "moon.spe"},
         {"a spectrum with commas", "run 'my cell.def' commas.spe -o out", 3, "first line is: 300, 0.5"},
-        {"a grading file with commas", "--home mine run graded.def -o out", 3, "two numbers are expected"},
-        {"and with an action list", "--home mine run graded.def '" + home + "/def/silicon-pn.act' -o out", 3,
+        {"a grading file with commas", "run graded.def -o out", 3, "two numbers are expected"},
+        {"and with an action list", "run graded.def '" + home + "/def/silicon-pn.act' -o out", 3,
          "two numbers are expected"},
         {"input file that is missing", "run gone.def -o out", 3, "gone.spe not found (Set to standard AM1.5G"},
         {"and is replaced", "run gone.def --repair -o out", 1, "standard KOVIN AM1.5G 1 sun spectrum set"},
