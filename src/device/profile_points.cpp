@@ -1,6 +1,7 @@
 #include "device/profile_points.h"
 
 #include "device/graded_values.h"
+#include "device/grading.h"
 #include "device/layer_profiles.h"
 
 #include <algorithm>
