@@ -81,8 +81,7 @@ TEST(MaterialTables, AbsorptionReadsBackAndIsRefusedWithoutASpectrum)
     const AbsorptionTable* table = files.read(surroundings, file.string());
     ASSERT_NE(table, nullptr);
     EXPECT_EQ(table->lambda, gp.lambda);
-    for (std::size_t k = 0; k < 3; ++k)
-        EXPECT_NEAR(table->alpha[k], gp.absorption.alpha[0][k], 1e-6 * table->alpha[k]);
+    for (std::size_t k = 0; k < 3; ++k) EXPECT_NEAR(table->alpha[k], gp.absorption.alpha[0][k], 1e-6 * table->alpha[k]);
 }
 
 }  // namespace
