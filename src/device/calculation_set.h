@@ -8,6 +8,7 @@
 #include "device/cell.h"
 #include "device/numerical_settings.h"
 #include "device/profile_points.h"
+#include "device/tunnel_places.h"
 
 #include <array>
 #include <vector>
@@ -58,6 +59,7 @@ struct CalculationParameters {
     std::array<int, max_interfaces> interface_defect_count{};
     std::array<double, max_interfaces> vn_if{}, vp_if{};                  ///< thermionic velocities [v0]
     double Sn_left = 0.0, Sp_left = 0.0, Sn_right = 0.0, Sp_right = 0.0;  ///< contact velocities [v0]
+    TunnelPlaces tunnel;
     ConvergenceParameters convergence;
     Scale scale;
     OnMesh on;

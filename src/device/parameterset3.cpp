@@ -114,6 +114,7 @@ void parameterset1_to_3(const InputParameters& set1, double T, CalculationParame
     set3.kT = kT;
     set3.layers = cell.layers;
     set3.convergence = set1.convergence;
+    set3.tunnel = tunnel_places(cell, set1.convergence);
     set3.on = OnMesh{};
     set3.phi_left = cell.left.Fi_m;
     set3.phi_right = cell.right.Fi_m;

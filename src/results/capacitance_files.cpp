@@ -71,6 +71,12 @@ void write_cut(std::string& out, bool failed, std::size_t done, std::size_t aske
            integer(static_cast<long>(done)) + " of " + integer(static_cast<long>(asked)) + " points)\n\n";
 }
 
+void write_tunnelling(std::string& out, const RunRecord& run)
+{
+    if (run.tunnelling)
+        out += "remark: small signals do not pass the tunnel paths, whose conductance and share of C are left out\n\n";
+}
+
 /// How the doping was found.
 std::string explanation(const CvCurve& curve)
 {
@@ -103,6 +109,7 @@ std::string cv_naar_file(const std::string& version, std::span<const DataListEle
             write_rows<CvCurve>(out, without_doping, curve, done, element.CV_points, ActionListMode);
         }
         write_cut(out, curve.failed, done, element.CV_points);
+        write_tunnelling(out, element.run);
     }
     return out;
 }
@@ -115,6 +122,7 @@ std::string cf_naar_file(const std::string& version, std::span<const DataListEle
         out += WriteOutputHeader(version, element.run, OutputKind::cf);
         write_rows<CfCurve>(out, cf_columns, element.cf, element.cf.points(), element.Cf_points, ActionListMode);
         write_cut(out, element.cf.failed, element.cf.points(), element.Cf_points);
+        write_tunnelling(out, element.run);
     }
     return out;
 }

@@ -15,7 +15,8 @@ constexpr NumberFormat position{NumberFormat::fixed_point, 14, 6};
 constexpr NumberFormat energy{NumberFormat::fixed_point, 14, 8};
 constexpr NumberFormat density{NumberFormat::with_exponent, 16, 8};
 
-constexpr double zero(const Profiles&, std::size_t) { return 0.0; }
+/// Without tunnelling its profiles are empty.
+double or_zero(const std::vector<double>& values, std::size_t i) { return values.empty() ? 0.0 : values[i]; }
 
 constexpr Column<Profiles> eb_columns[] = {
     {"   i", " ", index3, [](const Profiles&, std::size_t i) { return static_cast<double>(i); }},
@@ -33,9 +34,8 @@ constexpr Column<Profiles> eb_columns[] = {
     {"     E(V/cm)", " ", density, [](const Profiles& s, std::size_t i) { return s.E[i]; }},
     {"  jn(mA/cm2)", " ", density, [](const Profiles& s, std::size_t i) { return s.j.j_n[i]; }},
     {"  jp(mA/cm2)", " ", density, [](const Profiles& s, std::size_t i) { return s.j.j_p[i]; }},
-    // A cell with tunnelling is refused before a run.
-    {"  jn_tunnel(mA/cm2)", " ", density, zero},
-    {"  jp_tunnel(mA/cm2)", " ", density, zero},
+    {"  jn_tunnel(mA/cm2)", " ", density, [](const Profiles& s, std::size_t i) { return or_zero(s.j.jn_tunnel, i); }},
+    {"  jp_tunnel(mA/cm2)", " ", density, [](const Profiles& s, std::size_t i) { return or_zero(s.j.jp_tunnel, i); }},
     {"jtot(mA/cm2)", " ", density, [](const Profiles& s, std::size_t i) { return s.j.j_tot[i]; }},
     {" generation(#/cm3.s)", " ", density, [](const Profiles& s, std::size_t i) { return s.generation[i]; }},
     {"  recombination(#/cm3.s)", "  ", density, [](const Profiles& s, std::size_t i) { return s.recombination[i]; }},
@@ -48,8 +48,8 @@ constexpr Column<Profiles> eb_columns[] = {
 };
 
 // Electrons (jn) and holes (jp) that the states take from the left (1) and the right (2) layer, the thermionic current
-// over the interface (js), and the charge of the states (pi). A cell with tunnelling is refused before a run, so that
-// the currents with their tunnel share are the plain ones.
+// over the interface (js), and the charge of the states (pi). Tunnelling into the states is refused before a run, so
+// that the currents with their tunnel share are the plain ones.
 template <double InterfaceCurrents::*quantity>
 constexpr double of_interface(const Profiles& s, std::size_t k)
 {

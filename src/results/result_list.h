@@ -25,6 +25,7 @@ struct RunRecord {
     WorkPoint wp;  ///< internal sign
     Polarity polarity;
     bool references_allowed = true;
+    bool tunnelling = false;     ///< some tunnel path was open
     int voltage_reference = -1;  ///< contact the voltage is applied to: -1 left, +1 right
     int reference_system = 1;    ///< 1: current positive when entering that contact
 };

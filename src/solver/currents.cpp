@@ -19,6 +19,13 @@ double net_flux(double from_left, double from_right, double step)
     return std::fabs(step) < small_step ? from_left * std::expm1(step) : from_right - from_left;
 }
 
+/// Values of the intervals of one layer, each at the left point, become those of its points.
+void to_points(std::vector<double>& j, std::size_t first, std::size_t last)
+{
+    j[last] = j[last - 1];
+    for (std::size_t i = last - 1; i > first; --i) j[i] = 0.5 * (j[i] + j[i - 1]);
+}
+
 /// Currents of the intervals, each at the left point of its interval; then the node values of one layer: the mean of
 /// the two intervals beside a point, the only interval at the two ends.
 void currents_of_layer(const Problem& problem, const CalculationVariables& cv, std::size_t first, std::size_t last,
@@ -33,11 +40,11 @@ void currents_of_layer(const Problem& problem, const CalculationVariables& cv, s
         c.j_p[i] = -net_flux(per_p * cv.p[i] * cv.Bp_plus[i + 1], per_p * cv.p[i + 1] * cv.Bp_min[i + 1],
                              cv.Fp[i] - cv.Fp[i + 1]);
     }
-    for (auto* j : {&c.j_n, &c.j_p}) {
-        (*j)[last] = (*j)[last - 1];
-        for (std::size_t i = last - 1; i > first; --i) (*j)[i] = 0.5 * ((*j)[i] + (*j)[i - 1]);
-    }
+    for (auto* j : {&c.j_n, &c.j_p}) to_points(*j, first, last);
     for (std::size_t i = first; i <= last; ++i) c.j_tot[i] = c.j_n[i] + c.j_p[i];
+    if (c.jn_tunnel.empty()) return;
+    for (auto* j : {&c.jn_tunnel, &c.jp_tunnel}) to_points(*j, first, last);
+    for (std::size_t i = first; i <= last; ++i) c.j_tot[i] += c.jn_tunnel[i] + c.jp_tunnel[i];
 }
 
 /// The median; reorders the values.
@@ -55,6 +62,8 @@ void extraheer_stroom(const Problem& problem, CalculationVariables& cv, CurrentP
 {
     const std::size_t N = cv.psi.size();
     for (auto* j : {&profile.j_n, &profile.j_p, &profile.j_tot}) j->resize(N);
+    profile.jn_tunnel = cv.jn_tunnel;
+    profile.jp_tunnel = cv.jp_tunnel;
     for (std::size_t j = 0; j < at(cv.mesh.nlayers); ++j)
         currents_of_layer(problem, cv, at(cv.mesh.first[j]), at(cv.mesh.last[j]), profile);
     profile.sorted = profile.j_tot;

@@ -125,6 +125,7 @@ void prepare_solver(const CalculationParameters& set3, const Mesh& mesh, SolverM
 void prepare_workspace(const CalculationParameters& set3, const Mesh& mesh, const BulkDefects& defects, Workspace& work)
 {
     work.resize(at(mesh.N), at(mesh.nlayers), is_coupled(set3.convergence.coupling_scheme));
+    work.tunnel.prepare(mesh, set3.tunnel.any());
     if (set3.convergence.route == Route::fast) work.fast.prepare(set3, mesh, defects);
 }
 

@@ -6,6 +6,8 @@
 #include "solver/iteration_limit.h"
 #include "solver/line_search.h"
 #include "solver/newton_steps.h"
+#include "solver/tunnel_paths.h"
+#include "solver/tunnel_solve.h"
 
 #include <cmath>
 
@@ -75,6 +77,8 @@ bool dc_Gummel_iteration_u_or_v(const Problem& problem, Workspace& work, Calcula
     const int action = electrons ? settings.on_limit_n : settings.on_limit_p;
     const double relax = electrons ? settings.relax_n : settings.relax_p;
     int& its = electrons ? cv.its_u : cv.its_v;
+    TunnelWork& tunnel = work.tunnel;
+    if (tunnel.active) find_tunnel_paths(problem, cv, carrier, tunnel);
     for (int k = 0;; ++k) {
         its = k;
         if (k > limit) {
@@ -84,8 +88,13 @@ bool dc_Gummel_iteration_u_or_v(const Problem& problem, Workspace& work, Calcula
         }
         totale_rdcbijdrage(problem, cv, electrons ? Terms::u : Terms::v);
         calculate_dc_residue(problem, cv, carrier, work.res);
-        calculate_dc_jacobian(problem, cv, carrier, {work.sub, work.main, work.super});
-        if (!calculate_dc_delta_u_or_v(work)) {
+        const Tridiagonal jac{work.sub, work.main, work.super};
+        calculate_dc_jacobian(problem, cv, carrier, jac);
+        if (tunnel.active) {
+            add_tunnel_residue(tunnel, cv, carrier, work.res);
+            add_tunnel_jacobian(tunnel, cv, carrier, jac);
+        }
+        if (tunnel.active ? !solve_with_tunnel_paths(carrier, work) : !calculate_dc_delta_u_or_v(work)) {
             its = -1;
             return false;
         }

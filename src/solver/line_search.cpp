@@ -3,6 +3,7 @@
 #include "solver/bulk_terms.h"
 #include "solver/estimates.h"
 #include "solver/residuals.h"
+#include "solver/tunnel_paths.h"
 
 #include <algorithm>
 #include <cmath>
@@ -43,7 +44,9 @@ double judge(const Problem& problem, Workspace& work, CalculationVariables& cv, 
         total_charge(problem, cv, work.rho_total);
         calculate_dc_residue_psi(problem, cv, work.rho_total, work.search_res);
     } else {
-        calculate_dc_residue(problem, cv, unknown == of_u ? Carrier::electrons : Carrier::holes, work.search_res);
+        const Carrier carrier = unknown == of_u ? Carrier::electrons : Carrier::holes;
+        calculate_dc_residue(problem, cv, carrier, work.search_res);
+        if (work.tunnel.active) add_tunnel_residue(work.tunnel, cv, carrier, work.search_res);
     }
     return HalfSumOfSquares(work.search_res);
 }

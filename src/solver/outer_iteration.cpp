@@ -8,6 +8,7 @@
 #include "solver/fast_route.h"
 #include "solver/gummel.h"
 #include "solver/mesh_adapt.h"
+#include "solver/tunnel_paths.h"
 
 #include <algorithm>
 #include <cassert>
@@ -23,9 +24,15 @@ struct CurrentTest {
     double J1 = 0.0, J2 = 0.0;
 };
 
+void find_current(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    if (work.tunnel.active) store_tunnel_currents(problem, work.tunnel, cv);
+    extraheer_stroom(problem, cv, work.currents);
+}
+
 double current_A_m2(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
-    extraheer_stroom(problem, cv, work.currents);
+    find_current(problem, work, cv);
     return 10.0 * cv.J_median;
 }
 
@@ -175,7 +182,7 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
         if (!moved && !mesh_moved) break;
     }
     totale_rdcbijdrage(problem, cv);
-    extraheer_stroom(problem, cv, work.currents);
+    find_current(problem, work, cv);
     return true;
 }
 

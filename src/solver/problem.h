@@ -10,6 +10,7 @@
 #include "solver/mesh_first.h"
 #include "solver/relaxation.h"
 #include "solver/state.h"
+#include "solver/tunnel_work.h"
 
 #include <array>
 #include <functional>
@@ -107,6 +108,7 @@ struct Workspace {
     BlockSystem block;                                  ///< of the coupled schemes
     std::vector<double> psi_start, Fn_start, Fp_start;  ///< state before an attempt of the coupled loop
     FastWork fast;
+    TunnelWork tunnel;
     /// @param coupled  what the coupled schemes need as well; it stays empty without
     void resize(std::size_t points, std::size_t layers, bool coupled);
 };

@@ -50,7 +50,8 @@ struct InterfaceTerms {
 /// Current densities at the mesh points [mA/cm2], positive from left to right.
 struct CurrentProfile {
     std::vector<double> j_n, j_p, j_tot;
-    std::vector<double> sorted;  ///< work space of the median
+    std::vector<double> jn_tunnel, jp_tunnel;  ///< part of j_tot alone; empty without tunnelling
+    std::vector<double> sorted;                ///< work space of the median
 };
 
 /// All arrays have one value a mesh point; a quantity of the interval (i - 1, i) stands at i.
@@ -66,6 +67,7 @@ struct CalculationVariables {
     std::vector<double> Bn_plus, Bn_min;  ///< Bern of +-((Gn + psi)[i] - (Gn + psi)[i-1]); 0 at i = 0
     std::vector<double> Bp_plus, Bp_min;  ///< the same with Gp
     DcTerms terms_total;
+    std::vector<double> jn_tunnel, jp_tunnel;  ///< of the interval (i, i + 1) [mA/cm2]; empty without tunnelling
     std::array<InterfaceTerms, max_interfaces> terms_interface;          ///< 0 where an interface has no states
     double V = 0.0;                                                      ///< [V]
     double V_kT = 0.0;                                                   ///< V/kT

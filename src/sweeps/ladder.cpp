@@ -18,6 +18,7 @@
 #include "solver/mesh_first.h"
 #include "solver/outer_iteration.h"
 #include "solver/profile_mesh.h"
+#include "solver/tunnel_paths.h"
 #include "sweeps/cf.h"
 #include "sweeps/cv.h"
 #include "sweeps/iv.h"
@@ -96,6 +97,8 @@ bool prepare_problem(Surroundings& surroundings, Simulation& s)
     check_contacts(surroundings.report, set1.cell, s.wp.T, set1.convergence);
 
     parameterset1_to_3(set1, s.wp.T, s.set3);
+    if (take_the_route_of_tunnelling(s.set3))
+        surroundings.monitor.post({.text = "tunnel paths are open: classic route, scheme 11"});
     GovernMaxMinMesh(s.set3.convergence);
     if (!read_light(surroundings, s)) return false;
 
@@ -268,6 +271,7 @@ RunRecord run_record(const Surroundings& surroundings, const Simulation& s)
     run.generation_date = file_date(run.generation_file);
     run.wp = s.wp;
     run.polarity = s.polarity;
+    run.tunnelling = s.set3.tunnel.any();
     run.references_allowed = s.problem.input.convergence.allow_references != 0;
     run.voltage_reference = cell.voltage_reference;
     run.reference_system = cell.reference_system;

@@ -33,10 +33,9 @@ void check_defect(const DefectLevels& levels, const std::string& where, Names& n
     if (first.metastable_transition >= 0) names.push_back(where + "metastable defect");
 }
 
-void check_layer(std::size_t j, const LayerParameters& layer, bool tunneling_allowed, Names& names)
+void check_layer(std::size_t j, const LayerParameters& layer, Names& names)
 {
     const std::string where = layer_name(j, layer);
-    if (tunneling_allowed && layer.material.tunneling) names.push_back(where + "tunnelling");
     for (std::size_t d = 0; d < static_cast<std::size_t>(layer.srhteller) && d < layer.srh.size(); ++d) {
         const std::string defect = where + "defect " + integer(static_cast<long>(d) + 1) + ": ";
         check_defect(layer.srh[d], defect, names);
@@ -45,45 +44,28 @@ void check_layer(std::size_t j, const LayerParameters& layer, bool tunneling_all
         if (pair.present) names.push_back(where + "metastable transition " + integer(pair.number + 1));
 }
 
-/// Tunnel paths that the settings open: all of them, none, or those marked one by one.
-struct OpenPaths {
-    bool intraband, band_to_band, contact, interface_states;
-};
-OpenPaths open_paths(const ConvergenceParameters& settings)
-{
-    if (settings.tunnel_paths == 1) return {false, false, false, false};
-    const bool all = settings.tunnel_paths == 0;
-    return {all || settings.Tunnelintraband_allowed != 0, all || settings.TunnelBtoB_allowed != 0,
-            all || settings.Tunnelcontact_allowed != 0, all || settings.Tunneliface_allowed != 0};
-}
-
 void check_interface_defect(const InterfaceRecombinationParameters& defect, const std::string& where,
-                            const OpenPaths& open, Names& names)
+                            const ConvergenceParameters& settings, Names& names)
 {
     // States at an interface have one level, whatever a file says.
     if (defect.defectType > DefectType::donor)
         names.push_back(where + "defect with several levels (" +
                         std::string(defect_type_words[static_cast<std::size_t>(defect.defectType)]) + ")");
-    if (defect.tunneling && open.interface_states) names.push_back(where + "tunnelling to the states");
+    const bool everywhere = settings.tunnel_paths == 0;
+    const bool chosen = settings.tunnel_paths != 1 && settings.Tunneliface_allowed != 0 && defect.tunneling;
+    if (everywhere || chosen) names.push_back(where + "tunnelling to the states");
 }
 
 void check_cell(const CellParameters& cell, const ConvergenceParameters& settings, Names& names)
 {
     const auto layers = static_cast<std::size_t>(cell.layers);
-    const OpenPaths open = open_paths(settings);
-    if (settings.tunnel_paths == 0) names.emplace_back("tunnelling through all layers, interfaces and contacts");
-    for (std::size_t j = 0; j < layers; ++j) check_layer(j, cell.layer[j], open.intraband || open.band_to_band, names);
+    for (std::size_t j = 0; j < layers; ++j) check_layer(j, cell.layer[j], names);
     for (std::size_t i = 0; i + 1 < layers; ++i) {
         const InterfaceParameters& interface = cell.interfaces[i];
         const std::string where = interface_name(i, interface);
         for (std::size_t d = 0; d < static_cast<std::size_t>(interface.defect_count); ++d)
             check_interface_defect(interface.defects[d], where + "defect " + integer(static_cast<long>(d) + 1) + ": ",
-                                   open, names);
-        if (interface.tunneling && open.intraband) names.push_back(where + "intraband tunnelling");
-    }
-    if (open.contact) {
-        if (cell.left.tunneling) names.push_back("left contact: tunnelling");
-        if (cell.right.tunneling) names.push_back("right contact: tunnelling");
+                                   settings, names);
     }
 }
 

@@ -13,6 +13,7 @@
 #include "solver/outer_iteration.h"
 #include "solver/problem.h"
 #include "solver/state.h"
+#include "solver/tunnel_paths.h"
 #include "support/uniform_layer.h"
 
 #include <algorithm>
@@ -215,6 +216,7 @@ public:
         if (settings) settings(input.convergence);
         check_contacts(input.cell, T, input.convergence);
         parameterset1_to_3(input, T, set3);
+        take_the_route_of_tunnelling(set3);
         if (D0_factor != 1.0) rescale(D0_factor);
         DefineKOVINMesh(set3, cv.mesh, {.refine = refine});
         cv.resize();

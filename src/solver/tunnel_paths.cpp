@@ -1,0 +1,447 @@
+#include "solver/tunnel_paths.h"
+
+#include "solver/tunnel_wkb.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+namespace kovin {
+
+namespace {
+
+std::size_t at(int i) { return static_cast<std::size_t>(i); }
+
+/// A contact or spike whose remaining slices would add less than this to the sum of those before is done.
+constexpr double negligible_tail = 1e-6;
+
+/// What the paths of one carrier are made from.
+struct View {
+    const Problem& problem;
+    const Mesh& mesh;
+    const TunnelPlaces& places;
+    const std::vector<std::size_t>& layer;
+    const std::vector<double>& E;  ///< barrier, upwards [kT]
+    const std::vector<double>&b, &mass, &vth;
+    const std::vector<double>&source, &W, &C;  ///< factors of the rows, see discretisation
+    double TunnelPlace::*place_mass;
+    double Discretisation::Interface::*velocity;
+    double S_left, S_right;
+    double unit;  ///< of the exponent
+    std::vector<TunnelPath>& paths;
+
+    [[nodiscard]] double exponent(double m, std::size_t from, std::size_t to, double level) const
+    {
+        return unit * std::sqrt(std::max(m, 0.0)) * wkb_integral(E.data(), mesh.h.data(), from, to, level);
+    }
+    [[nodiscard]] double chosen_mass(double m1, double m2) const
+    {
+        return ChooseTunnelMass(m1, m2, problem.set3.convergence.TunnelMassChoice);
+    }
+    [[nodiscard]] double N0(std::size_t i) const { return problem.set3.scale.N0[layer[i]]; }
+    [[nodiscard]] bool ends_layer(std::size_t i) const { return i == at(mesh.last[layer[i]]); }
+    [[nodiscard]] bool begins_layer(std::size_t i) const { return i == at(mesh.first[layer[i]]); }
+    /// What a unit of absolute flux that arrives adds to the row of a point.
+    [[nodiscard]] double row(std::size_t i) const
+    {
+        const double c = begins_layer(i) || ends_layer(i) ? C[i] : source[i] * W[i] * 2.0 / (mesh.h[i - 1] + mesh.h[i]);
+        return c / (N0(i) * b[i]);
+    }
+    void add(int from, std::size_t near, std::size_t target, double strength) const
+    {
+        if (!(strength > 0.0)) return;
+        const double loss = from >= 0 ? strength * row(at(from)) : 0.0;
+        paths.push_back(
+            {from, static_cast<int>(near), static_cast<int>(target), strength, loss, strength * row(target)});
+    }
+};
+
+View view_of(const Problem& problem, const CalculationVariables& cv, Carrier carrier, TunnelWork& work)
+{
+    const CalculationParameters& set3 = problem.set3;
+    const OnMesh& on = set3.on;
+    const Discretisation& g = problem.grid;
+    const double unit = wkb_unit(set3.kT, set3.scale.x0);
+    if (carrier == Carrier::electrons)
+        return {problem,
+                cv.mesh,
+                set3.tunnel,
+                work.layer,
+                work.Ec,
+                cv.bn,
+                on.m_e,
+                on.vth_n,
+                g.n_source,
+                on.Wn,
+                g.n_C,
+                &TunnelPlace::m_e,
+                &Discretisation::Interface::vn,
+                set3.Sn_left,
+                set3.Sn_right,
+                unit,
+                work.n.paths};
+    return {problem,
+            cv.mesh,
+            set3.tunnel,
+            work.layer,
+            work.Ev,
+            cv.bp,
+            on.m_h,
+            on.vth_p,
+            g.p_source,
+            on.Wp,
+            g.p_C,
+            &TunnelPlace::m_h,
+            &Discretisation::Interface::vp,
+            set3.Sp_left,
+            set3.Sp_right,
+            unit,
+            work.p.paths};
+}
+
+void barriers(const CalculationParameters& set3, const CalculationVariables& cv, TunnelWork& work)
+{
+    for (std::size_t i = 0; i < cv.psi.size(); ++i) {
+        const double Ec = (set3.phi_left - set3.on.chi[i]) / set3.kT - cv.psi[i];
+        work.Ec[i] = Ec;
+        work.Ev[i] = set3.on.Eg[i] / set3.kT - Ec;
+    }
+}
+
+/// The walk away from a barrier's top at point s in direction d. Each point that lies lower than all before gives
+/// slices; where the band falls at an interface, `step_slices` tells whether the range is cut into slices of some kT or
+/// left out.
+struct Descent {
+    const View& view;
+    std::size_t s;
+    int d;
+    double top;          ///< E[s]
+    double floor;        ///< lowest energy that the walk can reach: the tail ends there
+    double mass;         ///< of the place
+    double least = 0.0;  ///< a path counts whose barrier rises at least this far above it [kT]
+    double highest = top;
+    double last = top;
+    double sum = 0.0;
+
+    /// Makes the paths of the energies between `upper` and `lower`, whose carriers end between the points near and k.
+    /// @return the tail is negligible from here on
+    bool slice(int source, double coefficient, std::size_t k, double upper, double lower)
+    {
+        const double level = 0.5 * (upper + lower);
+        const std::size_t near = d > 0 ? k - 1 : k + 1;
+        const double T = view.exponent(view.chosen_mass(mass, view.mass[k]), std::min(s, k), std::max(s, k), level);
+        const double per_energy = std::exp(std::min(top - level - T, 700.0));
+        const double weight = (upper - lower) * per_energy;
+        if (highest - lower > least) view.add(source, near, k, coefficient * weight);
+        sum += weight;
+        return negligible_tail * sum > (lower - floor) * per_energy;
+    }
+};
+
+void walk_from_contact(const View& v, bool right)
+{
+    const TunnelPlace& place = right ? v.places.right : v.places.left;
+    if (!place.open) return;
+    const std::size_t N = v.E.size(), s = right ? N - 1 : 0;
+    const int d = right ? -1 : 1;
+    const auto beyond = [&](std::size_t k) { return d > 0 ? k + 1 : k - 1; };
+    const std::size_t m = static_cast<std::size_t>(std::min_element(v.E.begin(), v.E.end()) - v.E.begin());
+    if (!(v.E[m] < v.E[s]) || m == s) return;
+    const double coefficient = v.N0(s) * v.b[s] * (right ? v.S_right : v.S_left);
+    Descent walk{v, s, d, v.E[s], v.E[m], place.*v.place_mass};
+    for (std::size_t k = beyond(s);; k = beyond(k)) {
+        if (v.E[k] < walk.last) {
+            const bool step = v.mesh.h[std::min(k, d > 0 ? k - 1 : k)] == 0.0;
+            const double range = walk.last - v.E[k];
+            const int slices = step ? std::max(1, static_cast<int>(std::min(range, 1e4))) : 1;
+            for (int n = 0; n < slices; ++n) {
+                const double upper = walk.last - range * n / slices;
+                if (walk.slice(right ? right_metal : left_metal, coefficient, k, upper,
+                               walk.last - range * (n + 1) / slices))
+                    return;
+            }
+            walk.last = v.E[k];
+        }
+        if (k == m) return;
+    }
+}
+
+void tunnelingToContacts(const View& v)
+{
+    walk_from_contact(v, false);
+    walk_from_contact(v, true);
+}
+
+/// Through the spike at interface j: carriers leave from its lower side and end in the flank beyond its top.
+void CalculateTunnelCurrentsNew(const View& v, std::size_t j)
+{
+    const std::size_t l = at(v.mesh.last[j]), f = l + 1, N = v.E.size();
+    const int d = v.E[l] <= v.E[f] ? 1 : -1;
+    const std::size_t a = d > 0 ? l : f, b = d > 0 ? f : l;
+    const double bottom = v.E[a];
+    const TunnelPlace& place = v.places.interface[j];
+    const double coefficient = v.N0(l) * v.b[l] * (v.problem.grid.interfaces[j].*v.velocity);
+    Descent walk{v, b, d, v.E[b], bottom, place.*v.place_mass, v.problem.set3.convergence.tunnel_barrier_minimum};
+    bool within = false;  // some point of the flank lies between top and source
+    for (std::size_t k = b;;) {
+        if (d > 0 ? k + 1 >= N : k == 0) return;
+        const std::size_t near = k;
+        k = d > 0 ? k + 1 : k - 1;
+        const bool ends = v.E[k] < bottom;
+        if (ends && !within) return;
+        const double lower = std::max(v.E[k], bottom);
+        walk.highest = std::max(walk.highest, v.E[k]);
+        if (v.E[k] < walk.last) {
+            const bool step = v.mesh.h[std::min(near, k)] == 0.0;
+            if (!step && walk.slice(static_cast<int>(a), coefficient, k, walk.last, lower)) return;
+            walk.last = lower;
+            within = true;
+        }
+        if (ends) return;
+    }
+}
+
+/// Through a barrier inside the stack: from each point of its left flank to the same energy behind it.
+void CalculateTunnelBulkToBulk(const View& v, TunnelPaths& found)
+{
+    const std::vector<double>& E = v.E;
+    const std::size_t N = E.size();
+    const double least = v.problem.set3.convergence.tunnel_barrier_minimum;
+    std::size_t minimum = 0, i = 0;
+    while (i + 1 < N) {
+        while (i + 1 < N && E[i + 1] <= E[i]) minimum = ++i;
+        std::size_t maximum = i;
+        while (i + 1 < N && E[i + 1] >= E[i]) {
+            ++i;
+            if (E[i] > E[maximum]) maximum = i;
+        }
+        for (std::size_t s = minimum; s < maximum; ++s) {
+            if (!(E[s + 1] > E[s]) || v.ends_layer(s) || !v.places.barrier[v.layer[s]]) continue;
+            if (!(E[maximum] - E[s] > least)) continue;
+            std::size_t t = maximum + 1;
+            while (t < N && E[t] > E[s]) ++t;
+            if (t >= N || v.begins_layer(t) || !v.places.barrier[v.layer[t]]) continue;
+            const double share = (E[t - 1] - E[s]) / (E[t - 1] - E[t]);
+            const double far = v.mass[t - 1] * (1.0 - share) + v.mass[t] * share;
+            const double rate = std::min(v.N0(s) * v.b[s] * v.vth[s], v.N0(t) * v.b[t] * v.vth[t]);
+            const double T = v.exponent(v.chosen_mass(v.mass[s], far), s, t, E[s]);
+            const double strength = (E[s + 1] - E[s]) * rate * std::exp(-T);
+            if (!(strength > 0.0)) continue;
+            v.add(static_cast<int>(s), t, t, strength);
+            found.pairs = true;
+        }
+    }
+}
+
+/// From interface a to a later one b, through a barrier that both bound.
+void CalculateTunnelIfaceToIface(const View& v, std::size_t a, std::size_t b)
+{
+    const std::size_t la = at(v.mesh.last[a]), fa = la + 1, lb = at(v.mesh.last[b]), fb = lb + 1;
+    if (!(v.E[la] < v.E[fa] && v.E[fb] < v.E[lb])) return;
+    const double base = std::max(v.E[la], v.E[fb]);
+    const double top = *std::min_element(v.E.begin() + static_cast<std::ptrdiff_t>(fa),
+                                         v.E.begin() + static_cast<std::ptrdiff_t>(lb) + 1);
+    if (!(top > base)) return;
+    const int slices = std::max(1, static_cast<int>(std::min(top - base, 1e4)));
+    const double step = (top - base) / slices;
+    const double m = v.chosen_mass(v.places.interface[a].*v.place_mass, v.places.interface[b].*v.place_mass);
+    double sum = 0.0;
+    for (int k = 0; k < slices; ++k) {
+        const double level = base + (k + 0.5) * step;
+        sum += std::exp(std::min(v.E[fa] - level - v.exponent(m, fa, lb, level), 700.0));
+    }
+    const double coefficient = v.N0(la) * v.b[la] * (v.problem.grid.interfaces[a].*v.velocity);
+    v.add(static_cast<int>(la), fb, fb, coefficient * step * sum);
+}
+
+/// Conduction electrons at the energies between point i and its neighbour in direction d that meet the valence band
+/// farther on.
+void band_to_band_from(const View& n, const View& p, std::size_t i, int d, std::vector<BandToBandPath>& paths)
+{
+    const std::vector<double>&E = n.E, &Ev = p.E;
+    const std::size_t N = E.size();
+    const auto at_end = [&](std::size_t k) { return d > 0 ? k + 1 >= N : k == 0; };
+    if (at_end(i)) return;
+    const double level = E[i];
+    const std::size_t next = d > 0 ? i + 1 : i - 1;
+    if (n.layer[next] != n.layer[i] || !(E[next] > level)) return;  // a step of the band has no width
+    std::size_t j = i;
+    do {
+        if (at_end(j)) return;
+        j = d > 0 ? j + 1 : j - 1;
+        if (E[j] < level) return;
+    } while (!(-Ev[j] > level));
+    const std::size_t before = d > 0 ? j - 1 : j + 1, last_step = std::min(before, j);
+    const double beyond = (-Ev[j] - level) / (Ev[before] - Ev[j]);
+    const double whole = wkb_integral(E.data(), n.mesh.h.data(), std::min(i, j), std::max(i, j), level);
+    const double integral = whole - beyond * n.mesh.h[last_step] * wkb_step(E[before] - level, E[j] - level);
+    const double T = n.unit * std::sqrt(std::max(n.mass[i], 0.0)) * integral;
+    const double strength = (E[next] - level) * n.N0(i) * n.problem.set3.on.Nc[i] * n.vth[i] * std::exp(-T);
+    if (!(strength > 0.0)) return;
+    paths.push_back(
+        {static_cast<int>(i), static_cast<int>(j), level, strength, strength * n.row(i), strength * p.row(j)});
+}
+
+/// Each electron counts once: with its place in the conduction band.
+void BandToBandTunneling(const View& n, const View& p, std::vector<BandToBandPath>& paths)
+{
+    const double highest_Ev = -*std::min_element(p.E.begin(), p.E.end());
+    for (std::size_t i = 0; i < n.E.size(); ++i) {
+        if (!n.places.band_to_band[n.layer[i]] || !(n.E[i] < highest_Ev)) continue;
+        for (const int d : {-1, 1}) band_to_band_from(n, p, i, d, paths);
+    }
+}
+
+/// Share of the states that are filled, at an energy x above the Fermi level [kT].
+double fermi(double x) { return 1.0 / (1.0 + std::exp(x)); }
+
+/// What drives a path: X of its source less X where it arrives.
+struct Drive {
+    const std::vector<double>& X;
+    const TunnelPaths& found;
+    double operator()(const TunnelPath& t) const
+    {
+        const double source = t.source >= 0            ? X[at(t.source)]
+                              : t.source == left_metal ? found.metal_left
+                                                       : found.metal_right;
+        return source - 0.5 * (X[at(t.near)] + X[at(t.target)]);
+    }
+};
+
+}  // namespace
+
+bool take_the_route_of_tunnelling(CalculationParameters& set3)
+{
+    if (!set3.tunnel.any()) return false;
+    const bool changes = set3.convergence.route != Route::classic || is_coupled(set3.convergence.coupling_scheme);
+    set3.convergence.route = Route::classic;
+    set3.convergence.coupling_scheme = decoupled;
+    return changes;
+}
+
+void TunnelWork::prepare(const Mesh& mesh, bool on)
+{
+    active = on;
+    if (!on) return;
+    const auto N = at(mesh.N);
+    layer.resize(N);
+    for (std::size_t j = 0; j < at(mesh.nlayers); ++j)
+        for (std::size_t i = at(mesh.first[j]); i <= at(mesh.last[j]); ++i) layer[i] = j;
+    Ec.assign(N, 0.0);
+    Ev.assign(N, 0.0);
+    for (TunnelPaths* carrier : {&n, &p}) carrier->paths.reserve(2 * N);
+    outside.reserve(4 * N);
+}
+
+void find_tunnel_paths(const Problem& problem, const CalculationVariables& cv, Carrier carrier, TunnelWork& work)
+{
+    const bool electrons = carrier == Carrier::electrons;
+    const TunnelPlaces& places = problem.set3.tunnel;
+    barriers(problem.set3, cv, work);
+    TunnelPaths& found = electrons ? work.n : work.p;
+    found.paths.clear();
+    found.pairs = false;
+    found.metal_left = 1.0;
+    found.metal_right = std::exp(electrons ? cv.V_kT : -cv.V_kT);
+    const View view = view_of(problem, cv, carrier, work);
+    const std::size_t layers = at(cv.mesh.nlayers), interfaces = layers - 1;
+    if (std::find(places.barrier.begin(), places.barrier.end(), true) != places.barrier.end())
+        CalculateTunnelBulkToBulk(view, found);
+    for (std::size_t j = 0; j < interfaces; ++j) {
+        if (!places.interface[j].open) continue;
+        CalculateTunnelCurrentsNew(view, j);
+        for (std::size_t k = j + 1; k < interfaces; ++k)
+            if (places.interface[k].open) CalculateTunnelIfaceToIface(view, j, k);
+    }
+    tunnelingToContacts(view);
+    if (!electrons) return;
+    work.band_to_band.clear();
+    if (std::find(places.band_to_band.begin(), places.band_to_band.end(), true) != places.band_to_band.end())
+        BandToBandTunneling(view, view_of(problem, cv, Carrier::holes, work), work.band_to_band);
+}
+
+void add_tunnel_residue(const TunnelWork& work, const CalculationVariables& cv, Carrier carrier, std::span<double> res)
+{
+    const bool electrons = carrier == Carrier::electrons;
+    const TunnelPaths& found = electrons ? work.n : work.p;
+    const Drive drive{electrons ? cv.expFn : cv.expmFp, found};
+    for (const TunnelPath& t : found.paths) {
+        const double driven = drive(t);
+        if (t.source >= 0) res[at(t.source)] -= t.loss * driven;
+        res[at(t.target)] += t.gain * driven;
+    }
+    for (const BandToBandPath& t : work.band_to_band) {
+        const double net = fermi(t.level - cv.Fn[at(t.from)]) - fermi(t.level - cv.Fp[at(t.to)]);
+        if (electrons)
+            res[at(t.from)] -= t.loss_n * net;
+        else
+            res[at(t.to)] -= t.loss_p * net;
+    }
+}
+
+void add_tunnel_jacobian(TunnelWork& work, const CalculationVariables& cv, Carrier carrier, const Tridiagonal& jac)
+{
+    const bool electrons = carrier == Carrier::electrons;
+    const TunnelPaths& found = electrons ? work.n : work.p;
+    work.outside.clear();
+    const auto add = [&](int row, int column, double value) {
+        const std::size_t r = at(row);
+        if (column == row)
+            jac.main[r] += value;
+        else if (column == row + 1)
+            jac.super[r] += value;
+        else if (column + 1 == row)
+            jac.sub[r] += value;
+        else
+            work.outside.push_back({r, at(column), value});
+    };
+    for (const TunnelPath& t : found.paths) {
+        if (t.source >= 0) {
+            add(t.source, t.source, t.loss);
+            add(t.source, t.target, -0.5 * t.loss);
+            add(t.source, t.near, -0.5 * t.loss);
+            add(t.target, t.source, -t.gain);
+        }
+        add(t.target, t.target, 0.5 * t.gain);
+        add(t.target, t.near, 0.5 * t.gain);
+    }
+    for (const BandToBandPath& t : work.band_to_band) {
+        const double f = fermi(t.level - (electrons ? cv.Fn[at(t.from)] : cv.Fp[at(t.to)]));
+        if (electrons)
+            jac.main[at(t.from)] += t.loss_n * f * (1.0 - f) / cv.expFn[at(t.from)];
+        else
+            jac.main[at(t.to)] += t.loss_p * f * (1.0 - f) / cv.expmFp[at(t.to)];
+    }
+}
+
+void store_tunnel_currents(const Problem& problem, const TunnelWork& work, CalculationVariables& cv)
+{
+    const std::size_t N = cv.psi.size();
+    cv.jn_tunnel.assign(N, 0.0);
+    cv.jp_tunnel.assign(N, 0.0);
+    const Scale& scale = problem.set3.scale;
+    const double unit = 0.1 * elementary_charge * scale.D0 / scale.x0;
+    // A current enters the running sum at one end of its path and leaves it at the other one; metals lie outside.
+    const auto spread = [&](int from, int to, double J, std::vector<double>& j) {
+        const int left = std::min(from, to), right = std::max(from, to);
+        const double to_right = from < to ? J : -J;
+        for (int i = left; i < right; ++i) j[at(i)] += to_right;
+    };
+    const auto sum = [&](const TunnelPaths& found, const std::vector<double>& X, double sign, std::vector<double>& j) {
+        const Drive drive{X, found};
+        for (const TunnelPath& t : found.paths) {
+            const int source = t.source == left_metal    ? 0
+                               : t.source == right_metal ? static_cast<int>(N) - 1
+                                                         : t.source;
+            spread(source, t.target, sign * unit * t.strength * drive(t), j);
+        }
+    };
+    sum(work.n, cv.expFn, -1.0, cv.jn_tunnel);
+    sum(work.p, cv.expmFp, 1.0, cv.jp_tunnel);
+    for (const BandToBandPath& t : work.band_to_band) {
+        const double net = fermi(t.level - cv.Fn[at(t.from)]) - fermi(t.level - cv.Fp[at(t.to)]);
+        spread(t.from, t.to, -unit * t.strength * net, cv.jn_tunnel);
+    }
+}
+
+}  // namespace kovin

@@ -1,0 +1,184 @@
+#include "solver/tunnel_solve.h"
+
+#include "solver/band_solve.h"
+
+#include <algorithm>
+#include <cmath>
+#include <span>
+#include <utility>
+
+namespace kovin {
+
+namespace {
+
+/// Sources of paths with elements outside the band, each once, in order.
+void collect_border(const TunnelPaths& found, std::vector<std::size_t>& border)
+{
+    border.clear();
+    for (const TunnelPath& t : found.paths) {
+        if (t.source < 0) continue;
+        const auto s = static_cast<std::size_t>(t.source);
+        const auto place = std::lower_bound(border.begin(), border.end(), s);
+        if (place == border.end() || *place != s) border.insert(place, s);
+    }
+}
+
+/// Gauss elimination of a small system of n unknowns with partial pivoting; the solution replaces b.
+bool solve_small(std::span<double> A, std::span<double> b)
+{
+    const std::size_t n = b.size();
+    for (std::size_t k = 0; k < n; ++k) {
+        std::size_t pivot = k;
+        for (std::size_t i = k + 1; i < n; ++i)
+            if (std::fabs(A[i * n + k]) > std::fabs(A[pivot * n + k])) pivot = i;
+        if (pivot != k) {
+            for (std::size_t c = k; c < n; ++c) std::swap(A[k * n + c], A[pivot * n + c]);
+            std::swap(b[k], b[pivot]);
+        }
+        if (A[k * n + k] == 0.0) return false;
+        for (std::size_t i = k + 1; i < n; ++i) {
+            const double factor = A[i * n + k] / A[k * n + k];
+            for (std::size_t c = k + 1; c < n; ++c) A[i * n + c] -= factor * A[k * n + c];
+            b[i] -= factor * b[k];
+        }
+    }
+    for (std::size_t k = n; k-- > 0;) {
+        for (std::size_t c = k + 1; c < n; ++c) b[k] -= A[k * n + c] * b[c];
+        b[k] /= A[k * n + k];
+    }
+    return true;
+}
+
+double dot(const double* a, const double* b, std::size_t n)
+{
+    double sum = 0.0;
+    for (std::size_t i = 0; i < n; ++i) sum += a[i] * b[i];
+    return sum;
+}
+
+}  // namespace
+
+bool solve_bordered(Workspace& w, const TunnelPaths& found)
+{
+    TunnelWork& t = w.tunnel;
+    collect_border(found, t.border);
+    const std::size_t N = w.res.size(), n = t.border.size();
+    t.columns.assign(N * n, 0.0);
+    t.rows.assign(N * n, 0.0);
+    t.small.assign(n * n + n, 0.0);
+    const auto place = [&](std::size_t i) {
+        return static_cast<std::size_t>(std::lower_bound(t.border.begin(), t.border.end(), i) - t.border.begin());
+    };
+    const auto in_border = [&](std::size_t k, std::size_t i) { return k < n && t.border[k] == i; };
+    const auto move = [&](std::size_t row, std::size_t column, double value) {
+        const std::size_t r = place(row), c = place(column);
+        if (in_border(r, row))
+            (in_border(c, column) ? t.small[r * n + c] : t.rows[r * N + column]) += value;
+        else
+            t.columns[c * N + row] += value;
+    };
+    for (const TunnelElement& e : t.outside) move(e.row, e.column, e.value);
+    for (const std::size_t s : t.border) {
+        if (s > 0) {
+            move(s, s - 1, std::exchange(w.sub[s], 0.0));
+            if (w.super[s - 1] != 0.0) move(s - 1, s, std::exchange(w.super[s - 1], 0.0));
+        }
+        if (s + 1 < N) {
+            move(s, s + 1, std::exchange(w.super[s], 0.0));
+            if (w.sub[s + 1] != 0.0) move(s + 1, s, std::exchange(w.sub[s + 1], 0.0));
+        }
+        move(s, s, std::exchange(w.main[s], 1.0));
+        t.small[n * n + place(s)] = std::exchange(w.res[s], 0.0);
+    }
+    // The band with one right-hand side more for each border column.
+    for (std::size_t i = 0; i < N; ++i) {
+        const double sub = i > 0 ? w.sub[i] : 0.0;
+        const double pivot = w.main[i] - (i > 0 ? w.t[i - 1] * sub : 0.0);
+        if (pivot == 0.0) return false;
+        const double r = 1.0 / pivot;
+        w.t[i] = w.super[i] * r;
+        w.delta[i] = (w.res[i] - (i > 0 ? w.delta[i - 1] * sub : 0.0)) * r;
+        for (std::size_t k = 0; k < n; ++k) {
+            double* column = t.columns.data() + k * N;
+            column[i] = (column[i] - (i > 0 ? column[i - 1] * sub : 0.0)) * r;
+        }
+    }
+    for (std::size_t i = N - 1; i-- > 0;) {
+        w.delta[i] -= w.t[i] * w.delta[i + 1];
+        for (std::size_t k = 0; k < n; ++k) t.columns[k * N + i] -= w.t[i] * t.columns[k * N + i + 1];
+    }
+    const std::span<double> small(t.small.data(), n * n), x(t.small.data() + n * n, n);
+    for (std::size_t r = 0; r < n; ++r) {
+        const double* row = t.rows.data() + r * N;
+        x[r] -= dot(row, w.delta.data(), N);
+        for (std::size_t c = 0; c < n; ++c) small[r * n + c] -= dot(row, t.columns.data() + c * N, N);
+    }
+    if (!solve_small(small, x)) return false;
+    for (std::size_t k = 0; k < n; ++k) {
+        const double* column = t.columns.data() + k * N;
+        for (std::size_t i = 0; i < N; ++i) w.delta[i] -= x[k] * column[i];
+    }
+    for (std::size_t k = 0; k < n; ++k) w.delta[t.border[k]] = x[k];
+    return std::isfinite(w.delta.front()) && std::isfinite(w.delta.back());
+}
+
+bool calculate_dc_delta_u_or_v_sparse(Workspace& w)
+{
+    TunnelWork& t = w.tunnel;
+    const std::size_t N = w.res.size();
+    t.envelope_first.resize(N);
+    t.envelope_start.resize(N + 1);
+    auto& first = t.envelope_first;
+    for (std::size_t i = 0; i < N; ++i) first[i] = i > 0 ? i - 1 : 0;
+    for (const TunnelElement& e : t.outside) {
+        const std::size_t low = std::min(e.row, e.column), high = std::max(e.row, e.column);
+        first[high] = std::min(first[high], low);
+    }
+    t.envelope_start[0] = 0;
+    for (std::size_t i = 0; i < N; ++i) t.envelope_start[i + 1] = t.envelope_start[i] + (i - first[i]);
+    t.lower.assign(t.envelope_start[N], 0.0);  // row i from column first[i] to i - 1
+    t.upper.assign(t.envelope_start[N], 0.0);  // column i from row first[i] to i - 1
+    t.pivot = w.main;
+    const auto element = [&](std::vector<double>& half, std::size_t i, std::size_t k) -> double& {
+        return half[t.envelope_start[i] + (k - first[i])];
+    };
+    for (std::size_t i = 1; i < N; ++i) {
+        element(t.lower, i, i - 1) += w.sub[i];
+        element(t.upper, i, i - 1) += w.super[i - 1];
+    }
+    for (const TunnelElement& e : t.outside)
+        (e.row > e.column ? element(t.lower, e.row, e.column) : element(t.upper, e.column, e.row)) += e.value;
+
+    const auto overlap = [&](const std::vector<double>& a, std::size_t i, const std::vector<double>& b, std::size_t k,
+                             std::size_t end) {
+        const std::size_t begin = std::max(first[i], first[k]);
+        if (begin >= end) return 0.0;
+        return dot(&a[t.envelope_start[i] + (begin - first[i])], &b[t.envelope_start[k] + (begin - first[k])],
+                   end - begin);
+    };
+    for (std::size_t i = 0; i < N; ++i) {
+        for (std::size_t k = first[i]; k < i; ++k) {
+            element(t.upper, i, k) -= overlap(t.lower, k, t.upper, i, k);
+            double& l = element(t.lower, i, k);
+            l = (l - overlap(t.lower, i, t.upper, k, k)) / t.pivot[k];
+        }
+        t.pivot[i] -= overlap(t.lower, i, t.upper, i, i);
+        if (t.pivot[i] == 0.0) return false;
+        w.delta[i] = w.res[i];
+        for (std::size_t k = first[i]; k < i; ++k) w.delta[i] -= element(t.lower, i, k) * w.delta[k];
+    }
+    for (std::size_t i = N; i-- > 0;) {
+        w.delta[i] /= t.pivot[i];
+        for (std::size_t k = first[i]; k < i; ++k) w.delta[k] -= element(t.upper, i, k) * w.delta[i];
+    }
+    return std::isfinite(w.delta.front()) && std::isfinite(w.delta.back());
+}
+
+bool solve_with_tunnel_paths(Carrier carrier, Workspace& work)
+{
+    if (work.tunnel.outside.empty()) return calculate_dc_delta_u_or_v(work);
+    const TunnelPaths& found = carrier == Carrier::electrons ? work.tunnel.n : work.tunnel.p;
+    return found.pairs ? calculate_dc_delta_u_or_v_sparse(work) : solve_bordered(work, found);
+}
+
+}  // namespace kovin

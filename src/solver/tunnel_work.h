@@ -1,0 +1,67 @@
+// The tunnel paths of a state and the work space of their equations.
+#pragma once
+
+#include "device/mesh.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace kovin {
+
+inline constexpr int left_metal = -1, right_metal = -2;  ///< sources that are no mesh points
+
+/// Carriers that pass a barrier within their band, at the energies of one slice. With X = u or v the particle flux
+///
+///     flux = strength (X[source] - (X[near] + X[target])/2)
+///
+/// leaves the source and arrives at the target. A contact has the X of its metal.
+struct TunnelPath {
+    int source = 0;     ///< mesh point, or left_metal, right_metal
+    int near = 0;       ///< the point before the target, seen from the barrier; the target itself for a pair of points
+    int target = 0;     ///< mesh point
+    double strength;    ///< [m^-3 D0/x0]
+    double loss, gain;  ///< what one unit of flux does to the rows of source and target
+};
+
+/// Electrons that go from the conduction band at one point to the valence band at another one and fill a hole there:
+///
+///     flux = strength (f(level - Fn[from]) - f(level - Fp[to])),   f(x) = 1/(1 + exp(x))
+struct BandToBandPath {
+    int from = 0, to = 0;
+    double level = 0.0;               ///< energy of the slice [kT]
+    double strength = 0.0;            ///< [m^-3 D0/x0]
+    double loss_n = 0.0, loss_p = 0;  ///< what one unit of flux does to the rows of electrons and holes
+};
+
+/// The paths of one carrier.
+struct TunnelPaths {
+    std::vector<TunnelPath> paths;
+    double metal_left = 1.0, metal_right = 1.0;  ///< X of the contacts
+    bool pairs = false;                          ///< there are paths from point to point through the bulk
+};
+
+/// One element of a matrix outside its band.
+struct TunnelElement {
+    std::size_t row, column;
+    double value;
+};
+
+/// Everything of tunnelling that a calculation keeps; without tunnel paths in the cell it stays empty.
+struct TunnelWork {
+    bool active = false;
+    std::vector<std::size_t> layer;  ///< of each mesh point
+    std::vector<double> Ec, Ev;      ///< barrier of electrons and of holes, upwards for both [kT]
+    TunnelPaths n, p;
+    std::vector<BandToBandPath> band_to_band;
+    std::vector<TunnelElement> outside;
+    // of the solution: border columns and rows, or the envelope
+    std::vector<std::size_t> border;  ///< points taken out of the band, in order
+    std::vector<double> columns, rows, small;
+    std::vector<std::size_t> envelope_first, envelope_start;
+    std::vector<double> lower, upper, pivot;
+
+    /// @param on  some path is open
+    void prepare(const Mesh& mesh, bool on);
+};
+
+}  // namespace kovin

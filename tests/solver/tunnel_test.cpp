@@ -1,0 +1,400 @@
+// Tunnel paths: the exponent against closed forms, the currents against quadrature of transmission times supply, the
+// equations with them against differences, and what holds for any device.
+#include "devices.h"
+#include "solver/estimates.h"
+#include "solver/newton_steps.h"
+#include "solver/tunnel_paths.h"
+#include "solver/tunnel_solve.h"
+#include "solver/tunnel_wkb.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <numbers>
+
+namespace kovin {
+namespace {
+
+using namespace testing;
+
+TEST(Wkb, IsExactForStraightBarriersAndAtTheirEdges)
+{
+    const std::vector<double> h{0.25, 0.5, 0.0, 1.25};
+    const std::vector<double> rectangle(5, 9.0);
+    EXPECT_NEAR(wkb_integral(rectangle.data(), h.data(), 0, 4, 5.0), 1.5 * 2.0 * 2.0, 1e-15 * 6.0);
+    // From 8 at the left down to 0 over a length of 2: the carrier at 2 turns round at 1.5.
+    const std::vector<double> triangle{8.0, 7.0, 5.0, 5.0, 0.0};
+    EXPECT_NEAR(wkb_integral(triangle.data(), h.data(), 0, 4, 2.0), std::pow(6.0, 1.5) / 4.0, 1e-15 * 4.0);
+    EXPECT_EQ(wkb_integral(triangle.data(), h.data(), 0, 4, 8.0), 0.0);
+    // Steps that are nearly flat lose nothing.
+    for (const double rise : {1e-3, 1e-9, 1e-12, 0.0})
+        EXPECT_NEAR(wkb_step(4.0, 4.0 + rise), 1.5 * (2.0 + 0.125 * rise), 1e-2 * rise * rise + 1e-15) << rise;
+    // 0.5 eV over 5 nm with a mass of 0.3.
+    EXPECT_NEAR(wkb_unit(0.0259, 5e-9) * std::sqrt(0.3) * 1.5 * std::sqrt(0.5 / 0.0259), 19.84, 0.005);
+    const double masses[] = {0.2, 0.8, 0.5, 0.4, 0.16, 0.2};
+    for (int choice = 0; choice < 6; ++choice)
+        EXPECT_NEAR(ChooseTunnelMass(0.2, 0.8, choice), masses[choice], 1e-15) << choice;
+    EXPECT_EQ(ChooseTunnelMass(0.0, 0.0, 4), 0.0);
+}
+
+constexpr LayerSketch silicon{1e-7, 1.12, 4.05, 11.9, 2.8e25, 1.04e25, 0.1, 0.04, 0.0, 0.0};
+
+LayerParameters& add(CellParameters& cell, LayerSketch sketch, double d, double Nd, double Na, double m)
+{
+    sketch.d = d, sketch.Nd = Nd, sketch.Na = Na;
+    LayerParameters& layer = add_layer(cell, sketch);
+    set_uniform(layer.material.m_e, m);
+    set_uniform(layer.material.m_h, m);
+    return layer;
+}
+
+CellParameters empty_cell()
+{
+    CellParameters cell;
+    InitialiseCellDefinition(cell);
+    for (ContactParameters* c : {&cell.left, &cell.right}) c->Sn = c->Sp = 1e5;
+    return cell;
+}
+
+void open(InterfaceParameters& interface, double m)
+{
+    interface.tunneling = true;
+    interface.m_e = interface.m_h = m;
+}
+
+/// Metal on n-silicon of 5e18 cm-3, barrier 0.7 eV, in two layers that meet 3 nm below the metal.
+CellParameters schottky()
+{
+    CellParameters cell = empty_cell();
+    add(cell, silicon, 3e-9, 5e24, 0.0, 0.26);
+    add(cell, silicon, 9.7e-8, 5e24, 0.0, 0.26);
+    cell.left.flatband = false;
+    cell.left.Fi_m = 4.75;
+    cell.left.tunneling = true;
+    cell.left.m_e = cell.left.m_h = 0.26;
+    return cell;
+}
+
+/// The same with holes in the part of the electrons.
+CellParameters schottky_of_holes()
+{
+    CellParameters cell = schottky();
+    for (std::size_t j = 0; j < 2; ++j) {
+        MaterialParameters& m = cell.layer[j].material;
+        std::swap(m.Nd, m.Na);
+        std::swap(m.Nc, m.Nv);
+        std::swap(m.mu_n, m.mu_p);
+        std::swap(m.v_th_n, m.v_th_p);
+    }
+    cell.left.Fi_m = 4.05 + 1.12 - 0.7;
+    return cell;
+}
+
+constexpr LayerSketch ingaas{3e-6, 0.74, 4.5, 13.9, 2.1e23, 7.7e24, 0.8, 0.025, 0.0, 0.0};
+constexpr LayerSketch inalas{1e-7, 1.46, 4.0, 12.5, 5.2e23, 9e24, 0.08, 0.0075, 0.0, 0.0};
+
+/// n-InGaAs and a window of N-InAlAs: a spike of 0.5 eV, 14 nm wide.
+CellParameters window(double Nd = 3e24)
+{
+    CellParameters cell = empty_cell();
+    add(cell, ingaas, 3e-7, 1e23, 0.0, 0.041);
+    add(cell, inalas, 1e-7, Nd, 0.0, 0.075);
+    open(cell.interfaces[0], 0.075);
+    return cell;
+}
+
+/// Two nanometres of InAlAs between layers of n-InGaAs.
+CellParameters thin_barrier()
+{
+    CellParameters cell = empty_cell();
+    add(cell, ingaas, 1e-7, 1e23, 0.0, 0.041);
+    add(cell, inalas, 2e-9, 0.0, 0.0, 0.075);
+    add(cell, ingaas, 1.5e-7, 1e23, 0.0, 0.041);
+    for (std::size_t j = 0; j < 2; ++j) open(cell.interfaces[j], 0.075);
+    return cell;
+}
+
+/// A barrier made by a sheet of acceptors in n-silicon.
+CellParameters planar_doped_barrier()
+{
+    CellParameters cell = empty_cell();
+    add(cell, silicon, 5e-8, 2e24, 0.0, 0.1);
+    add(cell, silicon, 4e-9, 0.0, 2e25, 0.1);
+    add(cell, silicon, 5e-8, 2e24, 0.0, 0.1);
+    for (std::size_t j = 0; j < 3; ++j) cell.layer[j].material.tunneling = true;
+    return cell;
+}
+
+/// p+ and n+ of 0.7 eV and 3e19 cm-3 each: the bands cross in reverse.
+CellParameters tunnel_diode(double N = 3e25)
+{
+    CellParameters cell = empty_cell();
+    LayerSketch narrow = silicon;
+    narrow.Eg = 0.7;
+    add(cell, narrow, 5e-8, 0.0, N, 0.05);
+    add(cell, narrow, 5e-8, N, 0.0, 0.05);
+    for (std::size_t j = 0; j < 2; ++j) cell.layer[j].material.tunneling = true;
+    return cell;
+}
+
+void all_kinds(ConvergenceParameters& c)
+{
+    c.Tunnelcontact_allowed = c.Tunnelintraband_allowed = c.TunnelBtoB_allowed = 1;
+}
+
+struct Case {
+    const char* name;
+    CellParameters cell;
+    double V;
+    double mirror;  ///< relative difference of the mirrored device
+};
+std::vector<Case> cases()
+{
+    return {{"contact", schottky(), -0.05, 1e-5},        {"contact, holes", schottky_of_holes(), 0.05, 1e-5},
+            {"interface", window(), 0.02, 1e-5},         {"interfaces", thin_barrier(), 0.02, 1e-5},
+            {"bulk", planar_doped_barrier(), 0.04, 0.1}, {"band to band", tunnel_diode(), -0.05, 1e-4}};
+}
+
+void fixed_mesh(ConvergenceParameters& c)
+{
+    all_kinds(c);
+    c.recalculate_mesh = 0;
+}
+
+double current(const CellParameters& cell, double V, const Device::Settings& settings = fixed_mesh)
+{
+    Device device(cell, 300.0, settings);
+    EXPECT_TRUE(device.solve_equilibrium() && device.go_to(V, 2));
+    return device.cv.J_median;
+}
+
+TEST(Tunnelling, NoCurrentAtEquilibriumAndOneAlongTheDeviceElsewhere)
+{
+    for (const Case& c : cases()) {
+        Device device(c.cell, 300.0, fixed_mesh);
+        ASSERT_TRUE(device.solve_equilibrium()) << c.name;
+        ASSERT_TRUE(device.solve()) << c.name;
+        EXPECT_EQ(device.cv.J_median, 0.0) << c.name;
+        EXPECT_EQ(device.cv.J_spread, 0.0) << c.name;
+        ASSERT_TRUE(device.go_to(c.V)) << c.name;
+        EXPECT_LT(device.cv.iterations, 20) << c.name;
+        EXPECT_LT(device.cv.J_spread, 1e-5 * std::fabs(device.cv.J_median) + 1e-4) << c.name;
+        const auto& jn = device.cv.jn_tunnel;
+        const auto& jp = device.cv.jp_tunnel;
+        double largest = 0.0;
+        for (std::size_t i = 0; i < jn.size(); ++i) largest = std::max(largest, std::fabs(jn[i]) + std::fabs(jp[i]));
+        EXPECT_GT(largest, 0.3 * std::fabs(device.cv.J_median)) << c.name << ": the current does tunnel";
+        const double closed = current(c.cell, c.V, [](ConvergenceParameters& s) { s.recalculate_mesh = 0; });
+        EXPECT_GT(std::fabs(device.cv.J_median), 1.2 * std::fabs(closed)) << c.name;
+        EXPECT_NEAR(current(mirrored(c.cell), -c.V) / device.cv.J_median, -1.0, c.mirror) << c.name;
+    }
+    EXPECT_NEAR(current(schottky_of_holes(), 0.05) / current(schottky(), -0.05), -1.0, 1e-3) << "but for the rest";
+}
+
+/// A state with levels that vary from point to point, so that no path is idle.
+void disturb(Device& device)
+{
+    for (std::size_t i = 0; i < device.cv.psi.size(); ++i) {
+        device.cv.Fn[i] += 0.3 * std::sin(0.37 * static_cast<double>(i));
+        device.cv.Fp[i] += 0.3 * std::cos(0.41 * static_cast<double>(i));
+    }
+    update_Fn(device.cv);
+    update_Fp(device.cv);
+}
+
+// Both ways to solve meet the right-hand side in every row; where a barrier cuts carriers off their solutions may
+// differ.
+TEST(Tunnelling, JacobianIsTheDerivativeAndBothSolversSolveIt)
+{
+    for (const Case& c : cases())
+        for (const Carrier carrier : {Carrier::electrons, Carrier::holes}) {
+            Device device(c.cell, 300.0, fixed_mesh);
+            ASSERT_TRUE(device.solve_equilibrium() && device.go_to(c.V)) << c.name;
+            disturb(device);
+            const Problem problem = device.problem();
+            Workspace& work = device.memory.work;
+            CalculationVariables& cv = device.cv;
+            find_tunnel_paths(problem, cv, Carrier::electrons, work.tunnel);
+            find_tunnel_paths(problem, cv, carrier, work.tunnel);
+            const std::size_t N = cv.psi.size();
+            const bool electrons = carrier == Carrier::electrons;
+            const std::vector<double> X = electrons ? cv.expFn : cv.expmFp;
+
+            std::vector<double> main(N, 0.0), sub(N, 0.0), super(N, 0.0), scale(N, 1e-300);
+            add_tunnel_jacobian(work.tunnel, cv, carrier, {sub, main, super});
+            std::vector<double> dense(N * N, 0.0);
+            for (std::size_t i = 0; i < N; ++i) {
+                dense[i * N + i] = main[i];
+                if (i > 0) dense[i * N + i - 1] = sub[i];
+                if (i + 1 < N) dense[i * N + i + 1] = super[i];
+            }
+            for (const TunnelElement& e : work.tunnel.outside) dense[e.row * N + e.column] += e.value;
+            std::vector<double> plus(N), minus(N);
+            for (std::size_t k = 0; k < N; ++k) {
+                const auto residual = [&](double factor, std::vector<double>& res) {
+                    (electrons ? cv.Fn : cv.Fp)[k] += (electrons ? 1.0 : -1.0) * factor;
+                    (electrons ? cv.expFn : cv.expmFp)[k] = X[k] * std::exp(factor);
+                    std::fill(res.begin(), res.end(), 0.0);
+                    add_tunnel_residue(work.tunnel, cv, carrier, res);
+                    (electrons ? cv.Fn : cv.Fp)[k] -= (electrons ? 1.0 : -1.0) * factor;
+                };
+                constexpr double step = 1e-4;
+                residual(step, plus);
+                residual(-step, minus);
+                (electrons ? cv.expFn : cv.expmFp)[k] = X[k];
+                for (std::size_t i = 0; i < N; ++i) {
+                    const double slope = -(plus[i] - minus[i]) / (2.0 * step * X[k]);
+                    const double size = std::fabs(dense[i * N + i]) + std::fabs(slope);
+                    ASSERT_NEAR(dense[i * N + k], slope, 1e-6 * size) << c.name << " row " << i << " column " << k;
+                }
+            }
+
+            const auto full = [&] {
+                calculate_dc_residue(problem, cv, carrier, work.res);
+                calculate_dc_jacobian(problem, cv, carrier, {work.sub, work.main, work.super});
+                add_tunnel_residue(work.tunnel, cv, carrier, work.res);
+                add_tunnel_jacobian(work.tunnel, cv, carrier, {work.sub, work.main, work.super});
+            };
+            const auto solved = [&](bool bordered) {
+                full();
+                const std::vector<double> A_main = work.main, A_sub = work.sub, A_super = work.super, b = work.res;
+                const bool done = bordered ? solve_bordered(work, electrons ? work.tunnel.n : work.tunnel.p)
+                                           : calculate_dc_delta_u_or_v_sparse(work);
+                std::vector<double> left(N, 0.0), size(N, 0.0);
+                const auto add = [&](std::size_t row, std::size_t column, double value) {
+                    left[row] += value * work.delta[column];
+                    size[row] += std::fabs(value * work.delta[column]);
+                };
+                for (std::size_t i = 0; i < N; ++i) {
+                    add(i, i, A_main[i]);
+                    if (i > 0) add(i, i - 1, A_sub[i]);
+                    if (i + 1 < N) add(i, i + 1, A_super[i]);
+                }
+                for (const TunnelElement& e : work.tunnel.outside) add(e.row, e.column, e.value);
+                double worst = done ? 0.0 : 1.0;
+                for (std::size_t i = 0; i < N; ++i) worst = std::max(worst, std::fabs(left[i] - b[i]) / size[i]);
+                return worst;
+            };
+            EXPECT_LT(solved(false), 1e-12) << c.name;
+            EXPECT_LT(solved(true), 1e-12) << c.name;
+        }
+}
+
+/// Particle flux out of the source by quadrature over the energies from `bottom` to E[top_at], every path ending where
+/// the band crosses its energy: strength of all paths with u = 1 at the source and 0 elsewhere.
+double supply_times_transmission(const Device& device, std::size_t top_at, int d, double bottom, double velocity,
+                                 double density, double m)
+{
+    const auto& E = device.memory.work.tunnel.Ec;
+    const Mesh& mesh = device.cv.mesh;
+    const double unit = wkb_unit(device.set3.kT, device.set3.scale.x0) * std::sqrt(m);
+    constexpr int slices = 40000;
+    const double step = (E[top_at] - bottom) / slices;
+    double sum = 0.0;
+    for (int n = 0; n < slices; ++n) {
+        const double level = bottom + (n + 0.5) * step;
+        std::size_t k = top_at;
+        while (E[k] > level && (d > 0 ? k + 1 < E.size() : k > 0)) k = d > 0 ? k + 1 : k - 1;
+        sum += step *
+               std::exp(E[top_at] - level -
+                        unit * wkb_integral(E.data(), mesh.h.data(), std::min(top_at, k), std::max(top_at, k), level));
+    }
+    return density * velocity * sum;
+}
+
+TEST(Tunnelling, StrengthIsTransmissionTimesSupply)
+{
+    const auto strength = [](const Device& device) {
+        double sum = 0.0;
+        for (const TunnelPath& t : device.memory.work.tunnel.n.paths) sum += t.strength;
+        return sum;
+    };
+    const auto found = [](Device& device, double V) {
+        EXPECT_TRUE(device.solve_equilibrium() && device.go_to(V));
+        find_tunnel_paths(device.problem(), device.cv, Carrier::electrons, device.memory.work.tunnel);
+    };
+    {
+        Device device(schottky(), 300.0, fixed_mesh);
+        found(device, 0.05);
+        const auto& E = device.memory.work.tunnel.Ec;
+        const double bottom = *std::min_element(E.begin(), E.end());
+        const double exact = supply_times_transmission(device, 0, 1, bottom, device.set3.Sn_left,
+                                                       device.set3.scale.N0[0] * device.cv.bn[0], 0.26);
+        EXPECT_NEAR(strength(device) / exact, 1.0, 2e-3) << "contact";
+    }
+    for (const bool turned : {false, true}) {
+        const CellParameters cell = window();
+        Device device(turned ? mirrored(cell) : cell, 300.0, fixed_mesh);
+        found(device, turned ? -0.02 : 0.02);
+        const auto& E = device.memory.work.tunnel.Ec;
+        const std::size_t l = device.last(0), a = turned ? l + 1 : l, b = turned ? l : l + 1;
+        const auto split = E.begin() + static_cast<std::ptrdiff_t>(l) + 1;
+        const double end = turned ? *std::min_element(E.begin(), split) : *std::min_element(split, E.end());
+        const double bottom = std::max(E[a], end);
+        const double exact = supply_times_transmission(device, b, turned ? -1 : 1, bottom, device.set3.vn_if[0],
+                                                       device.set3.scale.N0[0] * device.cv.bn[l], 0.075);
+        EXPECT_NEAR(strength(device) / exact, 1.0, 5e-3) << "interface";
+    }
+}
+
+TEST(Tunnelling, FollowsMassWindowAndSettings)
+{
+    const auto J = [](double m, double Nd, double least) {
+        CellParameters cell = window(Nd);
+        open(cell.interfaces[0], m);
+        return current(cell, 0.02, [=](ConvergenceParameters& c) {
+            fixed_mesh(c);
+            c.tunnel_barrier_minimum = least;
+        });
+    };
+    EXPECT_GT(std::fabs(J(0.05, 3e24, 2.0)), 1.3 * std::fabs(J(0.075, 3e24, 2.0)));
+    const double closed = current(window(), 0.02, [](ConvergenceParameters& c) {
+        all_kinds(c);
+        c.recalculate_mesh = 0;
+        c.tunnel_paths = 1;
+    });
+    EXPECT_EQ(J(0.075, 3e24, 1e3), closed) << "no barrier is high enough";
+    CellParameters shut = window();
+    shut.interfaces[0].tunneling = false;
+    EXPECT_EQ(current(shut, 0.02), closed);
+    EXPECT_EQ(current(shut, 0.02,
+                      [](ConvergenceParameters& c) {
+                          c.recalculate_mesh = 0;
+                          c.tunnel_paths = 0;
+                          c.TunnelMassChoice = 1;
+                      }),
+              current(window(), 0.02,
+                      [](ConvergenceParameters& c) {
+                          c.recalculate_mesh = 0;
+                          c.tunnel_paths = 0;
+                          c.TunnelMassChoice = 1;
+                      }))
+        << "all paths are open whatever the cell says, but for the masses";
+}
+
+// Zener: the reverse current goes as exp(-const/field); the field of an abrupt junction rises with the square root of
+// doping and voltage.
+TEST(Tunnelling, FromBandToBandGrowsWithTheFieldAndNeedsCrossedBands)
+{
+    const auto J = [](double N, double V) {
+        Device device(tunnel_diode(N), 300.0, fixed_mesh);
+        EXPECT_TRUE(device.solve_equilibrium() && device.go_to(V, 4));
+        double sum = 0.0, field = 0.0;
+        for (const double j : device.cv.jn_tunnel) sum = std::min(sum, j);
+        for (std::size_t i = 1; i < device.cv.psi.size(); ++i)
+            if (device.cv.mesh.h[i - 1] > 0.0)
+                field = std::max(field, std::fabs(device.cv.psi[i] - device.cv.psi[i - 1]) / device.cv.mesh.h[i - 1]);
+        return std::pair(std::fabs(sum), field);
+    };
+    EXPECT_EQ(J(2e23, 0.3).first, 0.0) << "no state of one band lies beside one of the other";
+    std::array<std::pair<double, double>, 3> points{J(1.0e25, -0.6), J(1.3e25, -0.6), J(1.7e25, -0.6)};
+    const auto slope = [&](std::size_t a, std::size_t b) {
+        return (std::log(points[b].first) - std::log(points[a].first)) /
+               (1.0 / points[a].second - 1.0 / points[b].second);
+    };
+    EXPECT_GT(slope(0, 1), 0.0);
+    EXPECT_NEAR(slope(1, 2) / slope(0, 1), 1.0, 0.15);
+}
+
+}  // namespace
+}  // namespace kovin
