@@ -32,6 +32,15 @@ using DefectLevels = std::array<BulkRecombinationParameters, max_levels>;
     return -1;
 }
 
+/// Does any level take part in the absorption of light?
+[[nodiscard]] constexpr bool absorbs_light(const DefectLevels& levels)
+{
+    for (int s = 0; s < level_count(levels); ++s)
+        if (const auto& level = levels[static_cast<std::size_t>(s)]; level.electrons.present || level.holes.present)
+            return true;
+    return false;
+}
+
 /// Charge of state 0, the most positive one, of a defect whose first level is `first` [elementary charges]. A defect
 /// with a neutral first level holds no charge in any state.
 [[nodiscard]] constexpr double charge_of_state_0(LevelType first)

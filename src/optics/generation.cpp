@@ -9,6 +9,7 @@
 #include "optics/absorption_on_mesh.h"
 #include "optics/box_generation.h"
 #include "optics/fluxes.h"
+#include "optics/optical_capture.h"
 
 #include <algorithm>
 #include <span>
@@ -109,6 +110,17 @@ constexpr double A_m2_to_mA_cm2 = 0.1;
 
 }  // namespace
 
+bool generation_in_boxes(const CalculationParameters& set3, const GenerationParameters& gp)
+{
+    return set3.convergence.route == Route::fast || !gp.capture.empty();
+}
+
+void generation_follows_levels(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp)
+{
+    photons_with_capture(set3, mesh, gp, false);
+    generation_of_boxes(set3, mesh, gp.in_box, gp.generation);
+}
+
 bool read_given_generation(Surroundings& surroundings, const WorkPoint& wp, const CalculationParameters& set3,
                            GenerationParameters& gp)
 {
@@ -150,10 +162,14 @@ double CalculateIdealCurrentFromGenerationFileOrModel(const GivenGeneration& giv
 void update_generation(const WorkPoint& wp, const CalculationParameters& set3, const Mesh& mesh,
                        GenerationParameters& gp, const Mesh* lit)
 {
-    const bool given = wp.dark || wp.generationSpecified, in_boxes = set3.convergence.route == Route::fast;
+    const bool given = wp.dark || wp.generationSpecified, in_boxes = generation_in_boxes(set3, gp);
     if (!given) bepaal_alfa(set3, mesh, gp);
+    const bool levels_absorb = !given && !gp.capture.empty();
+    if (levels_absorb) capture_on_mesh(mesh, gp);
     if (in_boxes && given)
         pairs_of_given_generation(wp, mesh, gp);
+    else if (levels_absorb)
+        photons_with_capture(set3, mesh, gp, true);
     else if (in_boxes)
         photons_of_spectrum(set3, mesh, gp, lit);
     else if (given)
@@ -184,7 +200,7 @@ void ExtractGeneration(const CalculationParameters& set3, const Mesh& mesh, Gene
     G = gp.generation;
     for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j)
         for (std::size_t i = first_of(mesh, j); i < end_of(mesh, j); ++i) G[i] *= generation_unit(set3.scale, j);
-    gp.total_mA_cm2 = set3.convergence.route == Route::fast
+    gp.total_mA_cm2 = generation_in_boxes(set3, gp)
                           ? integrated_current(set3, mesh, gp.generation)
                           : half_interval_sum(mesh.x_m, G) * elementary_charge * A_m2_to_mA_cm2;
 }

@@ -33,6 +33,13 @@ void CalculateGenerationFromFileOrFromModel(const WorkPoint& wp, const Calculati
 void update_generation(const WorkPoint& wp, const CalculationParameters& set3, const Mesh& mesh,
                        GenerationParameters& gp, const Mesh* lit = nullptr);
 
+/// Is G what the boxes of the points absorb? In the fast route, and wherever levels absorb light.
+[[nodiscard]] bool generation_in_boxes(const CalculationParameters& set3, const GenerationParameters& gp);
+
+/// The light after the states of its levels (gp.capture) have been filled anew, on the mesh that it stands on: G and
+/// the rates of the levels. The total current is left alone.
+void generation_follows_levels(const CalculationParameters& set3, const Mesh& mesh, GenerationParameters& gp);
+
 /// G of `flux` photons [1/(m2 s)] that enter at wavelength k of gp alone, into gp.generation: in boxes or at points as
 /// update_generation has it. gp.in_box and gp.incomingFlux_us are used on the way; the total is left alone.
 /// @pre filters and absorption (bepaal_alfa) are filled for this mesh

@@ -35,6 +35,21 @@ struct AbsorptionOnMesh {
     std::vector<int> of_point;                              ///< index into alpha, one a mesh point
 };
 
+/// Cross section over wavelength as read, wavelengths rising; empty where light does nothing.
+struct CrossSections {
+    std::vector<double> wavelength, sigma;  ///< [nm], [m2]
+};
+
+/// What light does to one level of a defect. Values on the mesh stand at the points of its layer.
+struct OpticalCapture {
+    std::size_t layer = 0, defect = 0, level = 0;  ///< from 0
+    CrossSections electrons, holes;  ///< of sending the electron to the conduction band, of fetching one from the
+                                     ///< valence band
+    std::vector<double> sigma_n, sigma_p;  ///< the same at the wavelengths of the light [m2]
+    std::vector<double> filled, empty;     ///< states with and without the electron of this level [1/m3]
+    std::vector<double> g_n, g_p;          ///< rates of a filled and of an empty state to be changed by light [1/s]
+};
+
 /// A given profile as read: positions from the left contact [m], rising, and G [1/(m3 s)], not negative.
 struct GivenGeneration {
     std::vector<double> x, G;
@@ -69,10 +84,12 @@ struct GenerationParameters {
     ContactFilters filters;                         ///< as read
     std::vector<LayerAbsorption> materials;         ///< one a layer
     AbsorptionOnMesh absorption;
-    GivenGeneration given;           ///< without attenuation; empty where the light is a spectrum
-    std::vector<double> in_box;      ///< fast route: pairs generated in the box of a mesh point [1/(m2 s)]
-    std::vector<double> generation;  ///< G(x) [D0 N0/x0^2]
-    double total_mA_cm2 = 0.0;       ///< generation current on the mesh, by ExtractGeneration
+    std::vector<OpticalCapture> capture;    ///< levels that absorb light; none in most cells
+    std::vector<double> apart_from_levels;  ///< with such levels: in_box of the wavelengths that none of them absorbs
+    GivenGeneration given;                  ///< without attenuation; empty where the light is a spectrum
+    std::vector<double> in_box;             ///< fast route: pairs generated in the box of a mesh point [1/(m2 s)]
+    std::vector<double> generation;         ///< G(x) [D0 N0/x0^2]
+    double total_mA_cm2 = 0.0;              ///< generation current on the mesh, by ExtractGeneration
 };
 
 }  // namespace kovin

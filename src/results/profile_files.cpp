@@ -4,6 +4,7 @@
 #include "results/header.h"
 #include "solver/occupation.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace kovin {
@@ -95,14 +96,18 @@ std::string index_text(const DefectTransition& t)
     return integer(t.layer + 1) + ',' + integer(t.defect + 1) + ',' + integer(t.level);
 }
 
-/// Thermal capture and emission rates of each level of each defect, its energies added up.
+/// Thermal capture and emission rates of each level of each defect, its energies added up; where any defect absorbs
+/// light, the emission that it causes as well.
 std::vector<DefectColumn> rate_columns(const ProfileSource& source)
 {
     const CalculationVariables& cv = source.cv;
     const Scale& scale = source.problem.set3.scale;
-    constexpr std::string_view titles[] = {"Rnth", "Rpth", "Gnth", "Gpth", "net Gn", "net Gp"};
+    constexpr std::string_view all_titles[] = {"Rnth", "Rpth", "Gnth", "Gpth", "net Gn", "net Gp", "IPV Gn", "IPV Gp"};
+    const std::vector<DefectTransition> transitions = defect_transitions(source.problem.defects, cv);
+    const bool with_light = std::ranges::any_of(transitions, [](const auto& t) { return !t.gn.empty(); });
+    const std::span<const std::string_view> titles = std::span(all_titles).first(with_light ? 8 : 6);
     std::vector<DefectColumn> columns;
-    for (const DefectTransition& t : defect_transitions(source.problem.defects, cv)) {
+    for (const DefectTransition& t : transitions) {
         if (t.energy_number == 0)
             for (const std::string_view title : titles)
                 columns.push_back(
@@ -116,8 +121,10 @@ std::vector<DefectColumn> rate_columns(const ProfileSource& source)
             const double Rp = Nt * t.cp[k] * cv.p[i] * t.f_t[k];
             const double Gn = Nt * t.en[k] * t.f_t[k];
             const double Gp = Nt * t.ep[k] * t.een_min_f_t[k];
-            const double values[] = {Rn, Rp, Gn, Gp, Gn - Rn, Gp - Rp};
-            for (std::size_t m = 0; m < std::size(values); ++m) c[m].values[k] += values[m];
+            const double Ln = t.gn.empty() ? 0.0 : Nt * t.gn[k] * t.f_t[k];
+            const double Lp = t.gp.empty() ? 0.0 : Nt * t.gp[k] * t.een_min_f_t[k];
+            const double values[] = {Rn, Rp, Gn, Gp, Gn + Ln - Rn, Gp + Lp - Rp, Ln, Lp};
+            for (std::size_t m = 0; m < titles.size(); ++m) c[m].values[k] += values[m];
         }
     }
     return columns;

@@ -56,6 +56,18 @@ Record empty_record(const CalculationParameters& set3, const Mesh& mesh, const B
     return r;
 }
 
+/// The rates of light beside the thermal ones, none yet.
+template <class Record>
+void add_optical_emission(const DefectLevels& levels, Record& r)
+{
+    if (!absorbs_light(levels)) return;
+    OpticalEmission& o = r.optical;
+    o.en = r.en;
+    o.ep = r.ep;
+    for (auto* v : {&o.gn, &o.gp, &o.thermal, &o.excess}) v->assign(r.en.size(), 0.0);
+    for (std::size_t k = 0; k < r.en.size(); ++k) o.thermal[k] = r.en[k] * r.ep[k];
+}
+
 /// Energy of a level moved upward by `offset`, against its own reference [eV].
 double moved(const BulkRecombinationParameters& level, double offset)
 {
@@ -72,6 +84,7 @@ void add_energy(const CalculationParameters& set3, const Mesh& mesh, const Defec
         auto r = empty_record<DefectEnergy>(set3, mesh, first, layer, weight, 1);
         r.energy = moved(first, offset);
         set_rates(set3, mesh, first, layer, offset, 1.0, {r.cn.data(), r.cp.data(), r.en.data(), r.ep.data()});
+        add_optical_emission(levels, r);
         defects.energies.push_back(std::move(r));
         return;
     }
@@ -84,6 +97,7 @@ void add_energy(const CalculationParameters& set3, const Mesh& mesh, const Defec
         set_rates(set3, mesh, levels[s], layer, offset, g,
                   {r.cn.data() + row, r.cp.data() + row, r.en.data() + row, r.ep.data() + row});
     }
+    add_optical_emission(levels, r);
     defects.chains.push_back(std::move(r));
 }
 

@@ -13,14 +13,23 @@ namespace {
 template <Terms terms>
 void add_level(const DefectEnergy& level, const CalculationVariables& cv, DcTerms& out)
 {
-    const std::size_t first = level.first;
-    level_loop<terms>(
-        level.Nt.size(),
-        {level.Nt.data(), level.cn.data(), level.cp.data(), level.en.data(), level.ep.data(), level.charge,
-         level.charged},
-        {cv.n.data() + first, cv.p.data() + first, cv.bn.data() + first, cv.bp.data() + first, cv.P.data() + first},
-        {out.rho.data() + first, out.drho_dpsi.data() + first, out.drho_du.data() + first, out.drho_dv.data() + first,
-         out.rec.data() + first, out.drec_dpsi.data() + first, out.drec_du.data() + first, out.drec_dv.data() + first});
+    const std::size_t k = level.first, count = level.Nt.size();
+    const LevelRates rates{level.Nt.data(),
+                           level.cn.data(),
+                           level.cp.data(),
+                           level.en.data(),
+                           level.ep.data(),
+                           level.charge,
+                           level.charged,
+                           level.optical.thermal.data(),
+                           level.optical.excess.data()};
+    const LevelCarriers with{cv.n.data() + k, cv.p.data() + k, cv.bn.data() + k, cv.bp.data() + k, cv.P.data() + k};
+    const LevelSums sums{out.rho.data() + k, out.drho_dpsi.data() + k, out.drho_du.data() + k, out.drho_dv.data() + k,
+                         out.rec.data() + k, out.drec_dpsi.data() + k, out.drec_du.data() + k, out.drec_dv.data() + k};
+    if (level.optical.present())
+        level_loop<terms, true>(count, rates, with, sums);
+    else
+        level_loop<terms>(count, rates, with, sums);
 }
 
 void clear(DcTerms& out, Terms terms)

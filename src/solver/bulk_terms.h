@@ -2,7 +2,9 @@
 //
 // A single-level defect with the rates A = ep + cn n (towards the electron-filled state) and B = en + cp p holds the
 // fraction f = A/(A + B) of electrons and recombines Nt cn cp (n p - ni^2)/(A + B). Since en ep = cn cp ni^2, the rate
-// is Nt en ep P/(A + B) with P = exp(Fn - Fp) - 1, which keeps its digits near equilibrium.
+// is Nt en ep P/(A + B) with P = exp(Fn - Fp) - 1, which keeps its digits near equilibrium. With the rates gn and gp of
+// light, A = ep + gp + cn n and B = en + gn + cp p, and from the product en ep P goes what light adds to the emission:
+// (en + gn)(ep + gp) - en ep.
 // Source: Shockley, Read, Phys. Rev. 87 (1952) 835; Hall, Phys. Rev. 87 (1952) 387.
 #pragma once
 

@@ -8,7 +8,7 @@ namespace {
 
 /// One energy of a chain with L levels. psi acts on the fractions through n and p alone, as u d/du - v d/dv. Loops over
 /// levels are unrolled, so that the loop over the points vectorises.
-template <int L, Terms terms>
+template <int L, Terms terms, bool optical = false>
 void add_chain(const DefectChain& chain, const LevelCarriers& with, const double* u_, const double* v_,
                const LevelSums& out)
 {
@@ -18,6 +18,7 @@ void add_chain(const DefectChain& chain, const LevelCarriers& with, const double
     const std::size_t count = chain.Nt.size();
     const double *Nt_ = chain.Nt.data(), *cn_ = chain.cn.data(), *cp_ = chain.cp.data();
     const double *en_ = chain.en.data(), *ep_ = chain.ep.data();
+    const double *thermal_ = chain.optical.thermal.data(), *excess_ = chain.optical.excess.data();
     const double *n_ = with.n, *p_ = with.p, *bn_ = with.bn, *bp_ = with.bp, *P_ = with.P;
     double *rho = out.rho, *rho_psi = out.rho_psi, *rho_u = out.rho_u, *rho_v = out.rho_v;
     double *rec = out.rec, *rec_psi = out.rec_psi, *rec_u = out.rec_u, *rec_v = out.rec_v;
@@ -65,7 +66,12 @@ void add_chain(const DefectChain& chain, const LevelCarriers& with, const double
                 const std::size_t k = static_cast<std::size_t>(s) * count + i;
                 const double f = states.f[s], f1 = states.f[s + 1];
                 const double per_both = 1.0 / (A[s] + B[s]), w = (f + f1) * per_both;
-                const double emission = en_[k] * ep_[k], rate = P_[i] * emission * per_both;
+                const double emission = en_[k] * ep_[k];
+                double rate;
+                if constexpr (optical)
+                    rate = (P_[i] * thermal_[k] - excess_[k]) * per_both;
+                else
+                    rate = P_[i] * emission * per_both;
                 R += rate * (f + f1);
                 R_psi -= rate * w * (cnn[s] - cpp[s]);
                 shift_u += rate * (f * d_u[s] + f1 * d_u[s + 1]);
@@ -84,7 +90,7 @@ void add_chain(const DefectChain& chain, const LevelCarriers& with, const double
     }
 }
 
-template <int L>
+template <int L, bool optical>
 void add_terms(const DefectChain& chain, const CalculationVariables& cv, DcTerms& out, Terms terms)
 {
     const std::size_t k = chain.first;
@@ -94,16 +100,16 @@ void add_terms(const DefectChain& chain, const CalculationVariables& cv, DcTerms
     const double *u = cv.expFn.data() + k, *v = cv.expmFp.data() + k;
     switch (terms) {
         case Terms::all:
-            return add_chain<L, Terms::all>(chain, with, u, v, sums);
+            return add_chain<L, Terms::all, optical>(chain, with, u, v, sums);
         case Terms::psi:
-            if (chain.charged != 0.0) add_chain<L, Terms::psi>(chain, with, u, v, sums);
+            if (chain.charged != 0.0) add_chain<L, Terms::psi, optical>(chain, with, u, v, sums);
             return;
         case Terms::u:
-            return add_chain<L, Terms::u>(chain, with, u, v, sums);
+            return add_chain<L, Terms::u, optical>(chain, with, u, v, sums);
         case Terms::v:
-            return add_chain<L, Terms::v>(chain, with, u, v, sums);
+            return add_chain<L, Terms::v, optical>(chain, with, u, v, sums);
         case Terms::carriers:
-            return add_chain<L, Terms::carriers>(chain, with, nullptr, nullptr, sums);
+            return add_chain<L, Terms::carriers, optical>(chain, with, nullptr, nullptr, sums);
     }
 }
 
@@ -112,12 +118,22 @@ void add_terms(const DefectChain& chain, const CalculationVariables& cv, DcTerms
 void rdcbijdrage_een_niveau_multilevel(const DefectChain& chain, const CalculationVariables& cv, DcTerms& out,
                                        Terms terms)
 {
-    with_levels(chain.levels, [&](auto L) { add_terms<L.value>(chain, cv, out, terms); });
+    with_levels(chain.levels, [&](auto L) {
+        if (chain.optical.present())
+            add_terms<L.value, true>(chain, cv, out, terms);
+        else
+            add_terms<L.value, false>(chain, cv, out, terms);
+    });
 }
 
 void add_chain_by_carriers(const DefectChain& chain, const LevelCarriers& with, const LevelSums& out)
 {
-    with_levels(chain.levels, [&](auto L) { add_chain<L.value, Terms::carriers>(chain, with, nullptr, nullptr, out); });
+    with_levels(chain.levels, [&](auto L) {
+        if (chain.optical.present())
+            add_chain<L.value, Terms::carriers, true>(chain, with, nullptr, nullptr, out);
+        else
+            add_chain<L.value, Terms::carriers>(chain, with, nullptr, nullptr, out);
+    });
 }
 
 }  // namespace kovin

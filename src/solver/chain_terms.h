@@ -5,7 +5,8 @@
 //
 //     R = Nt sum of w P en ep/(A + B),   P = exp(Fn - Fp) - 1
 //
-// Emission rates enter as their product alone, in which the degeneracy cancels. With L = d ln(A/B) of a level, the
+// Emission rates enter as their product alone, in which the degeneracy cancels; what light adds to the product is taken
+// from P en ep, see bulk_terms.h. With L = d ln(A/B) of a level, the
 // fractions follow as
 //
 //     d ln f[s] = sum over k < s of L[k] below[k]  -  sum over k >= s of L[k] above[k]

@@ -27,6 +27,7 @@ struct FastLevel {
     std::size_t first = 0, count = 0;
     const double *Nt = nullptr, *cn = nullptr, *cp = nullptr, *en = nullptr, *ep = nullptr;
     double charge = 0.0, charged = 0.0;
+    const double *thermal = nullptr, *excess = nullptr;  ///< null where the level absorbs no light
 };
 
 /// A row at a contact or beside an interface: 3x3 blocks in full, row after row, in the order psi, n, p. S is the sum

@@ -131,10 +131,14 @@ void terms(const FastArrays& a)
     for (std::size_t k = 0; k < a.levels; ++k) {
         const FastLevel& level = a.level[k];
         const std::size_t f = level.first;
-        level_loop<Terms::carriers>(
-            level.count, {level.Nt, level.cn, level.cp, level.en, level.ep, level.charge, level.charged},
-            {a.n + f, a.p + f, a.n + f, a.p + f, a.P + f},
-            {a.rho + f, nullptr, a.rho_n + f, a.rho_p + f, a.R + f, nullptr, a.R_n + f, a.R_p + f});
+        const LevelRates rates{level.Nt,     level.cn,      level.cp,      level.en,    level.ep,
+                               level.charge, level.charged, level.thermal, level.excess};
+        const LevelCarriers with{a.n + f, a.p + f, a.n + f, a.p + f, a.P + f};
+        const LevelSums sums{a.rho + f, nullptr, a.rho_n + f, a.rho_p + f, a.R + f, nullptr, a.R_n + f, a.R_p + f};
+        if (level.thermal == nullptr)
+            level_loop<Terms::carriers>(level.count, rates, with, sums);
+        else
+            level_loop<Terms::carriers, true>(level.count, rates, with, sums);
     }
     for (std::size_t j = 0; j < a.layers; ++j)
         if (a.layer[j].band_to_band) band_to_band(a, a.layer[j].first, a.layer[j].last);

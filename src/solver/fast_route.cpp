@@ -46,6 +46,14 @@ public:
         return give_up();
     }
 
+    bool again()
+    {
+        work.failure = {.V = cv.V};
+        keep();
+        if (tries(FastRung::newton) && newton(full_light)) return done();
+        return !stopped && light();
+    }
+
     bool voltage(double V)
     {
         take_up_history();
@@ -335,6 +343,11 @@ bool fast_complete_state(const Problem& problem, Workspace& work, CalculationVar
 bool fast_onder_belichting(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
     return Climb(problem, work, cv).light();
+}
+
+bool fast_settle(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    return Climb(problem, work, cv).again();
 }
 
 bool fast_naar_spanning(const Problem& problem, Workspace& work, CalculationVariables& cv, double V)

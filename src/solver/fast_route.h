@@ -20,6 +20,10 @@ enum class FastRung { newton, steps, transient, careful, classic };
 /// Brings the light of the problem onto the present state. @return converged
 bool fast_onder_belichting(const Problem& problem, Workspace& work, CalculationVariables& cv);
 
+/// Solves once more at the present bias, after something small has changed; where that fails, as fast_onder_belichting.
+/// The next voltage is still predicted from the last two. @return converged
+bool fast_settle(const Problem& problem, Workspace& work, CalculationVariables& cv);
+
 /// From the present voltage to V [V, internal sign]. Where it fails the state is left as it was at the last voltage
 /// that converged, marked as failed. @return converged
 bool fast_naar_spanning(const Problem& problem, Workspace& work, CalculationVariables& cv, double V);

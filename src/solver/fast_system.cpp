@@ -278,7 +278,8 @@ FastArrays FastWork::arrays(const Problem& problem, CalculationVariables& cv)
     levels_.clear();
     for (const DefectEnergy& e : problem.defects.energies)
         levels_.push_back({e.first, e.Nt.size(), e.Nt.data(), e.cn.data(), e.cp.data(), e.en.data(), e.ep.data(),
-                           e.charge, e.charged});
+                           e.charge, e.charged, e.optical.present() ? e.optical.thermal.data() : nullptr,
+                           e.optical.excess.data()});
     std::size_t k = 0;
     const auto next = [&] { return row(k++); };
     FastArrays a{};

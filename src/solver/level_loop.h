@@ -20,7 +20,8 @@ enum class Terms {
 
 struct LevelRates {
     const double *Nt, *cn, *cp, *en, *ep;
-    double charge, charged;  ///< see DefectEnergy
+    double charge, charged;                              ///< see DefectEnergy
+    const double *thermal = nullptr, *excess = nullptr;  ///< of a level that absorbs light; see OpticalEmission
 };
 
 /// Carriers at the points of the level. A slope to a variable of which n depends by dn = bn dx takes this bn: n/u for
@@ -37,7 +38,10 @@ namespace {
 
 /// The sums that a step does not read cost as much as those that it does, so each kind of step has its own loop. The
 /// compiler gives up on comparing 18 arrays for overlap, which ivdep rules out: they are all distinct.
-template <Terms terms>
+///
+/// Light adds to both emission rates, and en ep is no longer cn cp ni^2: of cn cp n p - en ep the part that light has
+/// made stands apart, so that the rest keeps its digits near equilibrium. All derivatives hold with the whole rates.
+template <Terms terms, bool optical = false>
 [[gnu::always_inline]] inline void level_loop(std::size_t count, const LevelRates& level, const LevelCarriers& with,
                                               const LevelSums& out)
 {
@@ -45,6 +49,7 @@ template <Terms terms>
     constexpr bool for_psi = carriers || terms == Terms::psi;
     constexpr bool for_u = carriers || terms == Terms::u, for_v = carriers || terms == Terms::v;
     const double charged = level.charged, empty = level.charge;
+    const double *thermal_ = level.thermal, *excess_ = level.excess;
     const double *Nt_ = level.Nt, *cn_ = level.cn, *cp_ = level.cp, *en_ = level.en, *ep_ = level.ep;
     const double *n_ = with.n, *p_ = with.p, *bn_ = with.bn, *bp_ = with.bp, *P_ = with.P;
     double *rho = out.rho, *rho_psi = out.rho_psi, *rho_u = out.rho_u, *rho_v = out.rho_v;
@@ -64,7 +69,11 @@ template <Terms terms>
         }
         if constexpr (for_u || for_v) {
             const double emission = en * ep;
-            const double R = P_[i] * emission * Nr;
+            double R;
+            if constexpr (optical)
+                R = (P_[i] * thermal_[i] - excess_[i]) * Nr;
+            else
+                R = P_[i] * emission * Nr;
             rec[i] += R;
             if constexpr (all) rec_psi[i] -= R * (cnn - cpp) * r;
             if constexpr (for_u) rec_u[i] += Nr * r * (emission + (ep + B) * cpp) * bn_[i] * cn;

@@ -4,6 +4,7 @@
 #include "base/text_format.h"
 #include "device/on_mesh.h"
 #include "solver/estimates.h"
+#include "solver/optical_occupation.h"
 
 #include <algorithm>
 #include <cmath>
@@ -218,6 +219,7 @@ MeshChange RecalculateIntervals(const Problem& problem, Workspace& work, Calcula
     const Mesh old_mesh = cv.mesh;
     carry_over(*problem.adaption, work, mesh_of(work.new_x, n_in_layer, cv.mesh.nlayers, problem.set3.scale.x0), cv);
     relight(*problem.adaption, old_mesh, cv.mesh);
+    IterateFt(problem, cv);
     return MeshChange::changed;
 }
 

@@ -9,6 +9,19 @@ namespace kovin {
 
 namespace {
 
+/// How the states of a defect are filled at point k of its layer.
+template <int L, class Record>
+ChainOccupation<L> chain_occupation(const Record& defect, std::size_t k, const CalculationVariables& cv)
+{
+    double A[L], B[L];
+    for (int s = 0; s < L; ++s) {
+        const std::size_t at = static_cast<std::size_t>(s) * defect.Nt.size() + k;
+        A[s] = defect.ep[at] + defect.cn[at] * cv.n[defect.first + k] + negligible_rate;
+        B[s] = defect.en[at] + defect.cp[at] * cv.p[defect.first + k] + negligible_rate;
+    }
+    return ChainOccupation<L>(A, B);
+}
+
 /// The L levels of one energy of a defect; rates stand row after row.
 template <int L, class Record>
 void add_levels(const Record& defect, const double* energy, const CalculationVariables& cv,
@@ -19,18 +32,16 @@ void add_levels(const Record& defect, const double* energy, const CalculationVar
         const auto row = [&](const std::vector<double>& rates) {
             return std::span<const double>(rates).subspan(static_cast<std::size_t>(s) * count, count);
         };
+        const bool lit = defect.optical.present();
         out.push_back({defect.layer, defect.defect, s, 0, energy[s], defect.first, defect.Nt, row(defect.cn),
-                       row(defect.cp), row(defect.en), row(defect.ep), std::vector<double>(count),
+                       row(defect.cp), row(lit ? defect.optical.en : defect.en),
+                       row(lit ? defect.optical.ep : defect.ep),
+                       lit ? row(defect.optical.gn) : std::span<const double>(),
+                       lit ? row(defect.optical.gp) : std::span<const double>(), std::vector<double>(count),
                        std::vector<double>(count)});
     }
     for (std::size_t k = 0; k < count; ++k) {
-        double A[L], B[L];
-        for (int s = 0; s < L; ++s) {
-            const DefectTransition& t = out[start + static_cast<std::size_t>(s)];
-            A[s] = t.ep[k] + t.cn[k] * cv.n[defect.first + k] + negligible_rate;
-            B[s] = t.en[k] + t.cp[k] * cv.p[defect.first + k] + negligible_rate;
-        }
-        const ChainOccupation<L> states(A, B);
+        const ChainOccupation<L> states = chain_occupation<L>(defect, k, cv);
         for (int s = 0; s < L; ++s) {
             DefectTransition& t = out[start + static_cast<std::size_t>(s)];
             t.een_min_f_t[k] = states.f[s];
@@ -40,6 +51,30 @@ void add_levels(const Record& defect, const double* energy, const CalculationVar
 }
 
 }  // namespace
+
+void add_occupied_states(const DefectEnergy& defect, int level, const CalculationVariables& cv,
+                         std::span<double> filled, std::span<double> empty)
+{
+    if (level != 0) return;
+    for (std::size_t k = 0; k < defect.Nt.size(); ++k) {
+        const ChainOccupation<1> states = chain_occupation<1>(defect, k, cv);
+        filled[k] += defect.Nt[k] * states.f[1];
+        empty[k] += defect.Nt[k] * states.f[0];
+    }
+}
+
+void add_occupied_states(const DefectChain& defect, int level, const CalculationVariables& cv, std::span<double> filled,
+                         std::span<double> empty)
+{
+    if (level < 0 || level >= defect.levels) return;
+    with_levels(defect.levels, [&](auto L) {
+        for (std::size_t k = 0; k < defect.Nt.size(); ++k) {
+            const ChainOccupation<L.value> states = chain_occupation<L.value>(defect, k, cv);
+            filled[k] += defect.Nt[k] * states.f[level + 1];
+            empty[k] += defect.Nt[k] * states.f[level];
+        }
+    });
+}
 
 std::vector<DefectTransition> defect_transitions(const BulkDefects& defects, const CalculationVariables& cv)
 {

@@ -8,6 +8,7 @@
 #include "solver/fast_route.h"
 #include "solver/gummel.h"
 #include "solver/mesh_adapt.h"
+#include "solver/optical_occupation.h"
 #include "solver/tunnel_paths.h"
 
 #include <algorithm>
@@ -190,6 +191,30 @@ namespace {
 
 bool on_fast_route(const Problem& problem) { return problem.set3.convergence.route == Route::fast; }
 
+/// Solves after solves in which the light of levels still moves the state.
+constexpr int most_rounds_of_light = 300;
+
+/// A solve by `solve` with light that follows the occupation of levels: both in turn until neither moves. Without such
+/// levels it is the solve alone.
+template <class Solve>
+bool with_light_of_levels(const Problem& problem, Workspace& work, CalculationVariables& cv, const Solve& solve)
+{
+    if (!problem.exchange) return solve();
+    IterateFt(problem, cv);
+    if (!solve()) return false;
+    for (int round = 0, passes = cv.iterations; round < most_rounds_of_light; ++round) {
+        if (IterateFt(problem, cv) <= 1) {
+            cv.iterations = passes;
+            return true;
+        }
+        if (!(on_fast_route(problem) ? fast_settle(problem, work, cv) : dc_Gummel_iteration_all(problem, work, cv)))
+            return false;
+        passes += cv.iterations;
+    }
+    work.fast.failure = {.V = cv.V};
+    return failed(cv);
+}
+
 /// After a solve on the fast route the mesh follows the potential where it has become too steep. Where the state is not
 /// found again on the new mesh, the old one and its solution stay.
 void mesh_follows(const Problem& problem, Workspace& work, CalculationVariables& cv, double too_steep)
@@ -198,11 +223,13 @@ void mesh_follows(const Problem& problem, Workspace& work, CalculationVariables&
     const CalculationVariables solved = cv;
     fast_mesh_change(problem, work, cv, too_steep);
     const int steps = solved.iterations;
-    if (fast_onder_belichting(problem, work, cv)) {
+    const auto solve = [&] { return fast_onder_belichting(problem, work, cv); };
+    if (with_light_of_levels(problem, work, cv, solve)) {
         cv.iterations += steps;
         return;
     }
     fast_mesh_back(problem, work, solved, cv);
+    settle_light(problem, cv);
 }
 
 }  // namespace
@@ -223,8 +250,12 @@ bool equilibrium(const Problem& problem, Workspace& work, CalculationVariables& 
 bool onder_belichting(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
     if (cv.failed()) return false;
-    if (!on_fast_route(problem)) return dc_Gummel_iteration_all(problem, work, cv);
-    if (!fast_onder_belichting(problem, work, cv)) return false;
+    const bool fast = on_fast_route(problem);
+    const auto solve = [&] {
+        return fast ? fast_onder_belichting(problem, work, cv) : dc_Gummel_iteration_all(problem, work, cv);
+    };
+    if (!with_light_of_levels(problem, work, cv, solve)) return false;
+    if (!fast) return true;
     mesh_follows(problem, work, cv, fast_mesh_too_steep);
     return true;
 }
@@ -262,12 +293,13 @@ bool volgende_iv_punt(const Problem& problem, Workspace& work, CalculationVariab
     const int steps = std::max(npoints, 2) - 1;  // a count below two acts as one step
     const double dV = (Vto - Vfrom) / steps;
     for (int k = 1; k <= steps; ++k) {
-        if (on_fast_route(problem)) {
-            if (!fast_naar_spanning(problem, work, cv, Vfrom + k * (Vto - Vfrom) / steps)) return false;
-            continue;
-        }
-        volgende_schatting(problem.set3, cv, Vfrom + k * (Vto - Vfrom) / steps, dV);
-        if (!dc_Gummel_iteration_all(problem, work, cv)) return false;
+        const double V = Vfrom + k * (Vto - Vfrom) / steps;
+        const auto solve = [&] {
+            if (on_fast_route(problem)) return fast_naar_spanning(problem, work, cv, V);
+            volgende_schatting(problem.set3, cv, V, dV);
+            return dc_Gummel_iteration_all(problem, work, cv);
+        };
+        if (!with_light_of_levels(problem, work, cv, solve)) return false;
     }
     if (on_fast_route(problem))
         mesh_follows(problem, work, cv, steps > 1 ? fast_mesh_too_steep : fast_mesh_too_steep_in_sweep);

@@ -5,6 +5,7 @@
 #include "base/report.h"
 #include "device/calculation_set.h"
 #include "device/mesh.h"
+#include "optics/generation_parameters.h"
 #include "solver/block_solve.h"
 #include "solver/fast_system.h"
 #include "solver/mesh_first.h"
@@ -44,16 +45,26 @@ struct Discretisation {
     std::vector<Interface> interfaces;
 };
 
+/// Emission of the levels of a defect that absorbs light; empty where it does not. Rows as those of its other rates.
+struct OpticalEmission {
+    std::vector<double> en, ep;   ///< thermal alone
+    std::vector<double> gn, gp;   ///< by light alone
+    std::vector<double> thermal;  ///< product of the thermal rates
+    std::vector<double> excess;   ///< by how much the product of all emission is larger
+    [[nodiscard]] bool present() const { return !gn.empty(); }
+};
+
 /// One discrete energy of a bulk defect with a single level, at the points of its layer.
 struct DefectEnergy {
     std::size_t first = 0;       ///< mesh index of the first value
     std::vector<double> Nt;      ///< density times weight of the energy [N0]
     std::vector<double> cn, cp;  ///< capture coefficients
-    std::vector<double> en, ep;  ///< thermal emission rates
+    std::vector<double> en, ep;  ///< emission rates, thermal and by light
     double charge = 0.0;         ///< charge when empty: 1 donor, 0 acceptor; see `charged`
     double charged = 0.0;        ///< 0 for a neutral defect, 1 otherwise
     int layer = 0, defect = 0;   ///< from 0
     double energy = 0.0;         ///< [eV] against the reference of the defect
+    OpticalEmission optical;
 };
 
 /// One discrete energy of a bulk defect with several levels: a chain of charge states, see device/charge_states.h. The
@@ -63,11 +74,12 @@ struct DefectChain {
     int levels = 0;                           ///< 2 to max_levels
     std::vector<double> Nt;                   ///< density times weight of the energy [N0]
     std::vector<double> cn, cp;               ///< capture coefficients
-    std::vector<double> en, ep;               ///< thermal emission rates, with degeneracy
+    std::vector<double> en, ep;               ///< emission rates, thermal with degeneracy and by light
     double charge = 0.0;                      ///< of the most positive state; see `charged`
     double charged = 0.0;                     ///< 0 for a neutral defect, 1 otherwise
     int layer = 0, defect = 0;                ///< from 0
     std::array<double, max_levels> energy{};  ///< of each level [eV] against the reference of the defect
+    OpticalEmission optical;
 };
 
 /// All discrete energies of the device; each list in the order layer, defect, energy.
@@ -124,17 +136,25 @@ struct MeshAdaption {
     std::function<void(const Mesh& from, const Mesh& to)> relight{};
 };
 
+/// Links to what follows the occupation of levels that absorb light, see optical_occupation.h. The light gives the G of
+/// the Problem and stands on its mesh.
+struct OpticalExchange {
+    BulkDefects& defects;
+    GenerationParameters& light;
+};
+
 /// Links to what one solve reads; made afresh for each call of the upper floors.
 struct Problem {
     const CalculationParameters& set3;
     const Discretisation& grid;
     const BulkDefects& defects;
     const InterfaceStates& interface_states;
-    const std::vector<double>& G;            ///< generation at the mesh points [D0 N0/x0^2]
-    const Monitor* monitor = nullptr;        ///< asked for a stop between two passes
-    Report* report = nullptr;                ///< told when a loop comes to its limit, if the settings ask for it
-    double voltage_sign = 1.0;               ///< of the user's voltage against the internal one, for messages
-    std::optional<MeshAdaption> adaption{};  ///< lets the mesh follow the solution, where the settings want it
+    const std::vector<double>& G;               ///< generation at the mesh points [D0 N0/x0^2]
+    const Monitor* monitor = nullptr;           ///< asked for a stop between two passes
+    Report* report = nullptr;                   ///< told when a loop comes to its limit, if the settings ask for it
+    double voltage_sign = 1.0;                  ///< of the user's voltage against the internal one, for messages
+    std::optional<MeshAdaption> adaption{};     ///< lets the mesh follow the solution, where the settings want it
+    std::optional<OpticalExchange> exchange{};  ///< where levels absorb light
     [[nodiscard]] bool mesh_may_move() const { return adaption && set3.convergence.recalculate_mesh != 0; }
 };
 

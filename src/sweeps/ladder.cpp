@@ -13,6 +13,7 @@
 #include "optics/generation.h"
 #include "optics/given_rows.h"
 #include "optics/incoming_flux.h"
+#include "optics/optical_capture.h"
 #include "optics/spectrum.h"
 #include "results/header.h"
 #include "solver/mesh_first.h"
@@ -80,6 +81,7 @@ bool read_light(Surroundings& surroundings, Simulation& s)
     if (!s.actie.QE_calculate && !read_filters(surroundings, cell, s.light.filters)) return false;
     filters_at_wavelengths(surroundings, s.light.filters, s.light);
     CalculateIncomingFluxes(s.light, photons_per_nm_W, FluxMode::work_point);
+    if (!ReadOpticalCaptureParameters(surroundings, s.set3, s.light)) return false;
     return s.actie.QE_calculate || read_absorption(surroundings, s.set3, s.light);
 }
 

@@ -6,11 +6,14 @@
 #include "optics/filters.h"
 #include "optics/generation.h"
 #include "optics/incoming_flux.h"
+#include "optics/optical_capture.h"
 #include "optics/spectrum.h"
+#include "solver/optical_occupation.h"
 #include "solver/outer_iteration.h"
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 namespace kovin {
@@ -131,6 +134,60 @@ void make_probe(Surroundings& surroundings, Simulation& s, std::vector<double> l
     bepaal_alfa(s.set3, s.currentCalcVars.mesh, probe);
 }
 
+/// Bias and probe as one light, for levels that take from both. A given G(x) has no photons for them.
+class LightOnLevels {
+public:
+    LightOnLevels(Simulation& simulation) : s(simulation) {}
+    ~LightOnLevels() { clear_optical_emission(s.memory.defects); }
+    LightOnLevels(const LightOnLevels&) = delete;
+    LightOnLevels& operator=(const LightOnLevels&) = delete;
+
+    /// @return false if a file cannot be used (reported)
+    bool prepare(Surroundings& surroundings, const GenerationParameters& probe)
+    {
+        const bool given = s.wp.generationSpecified && !s.wp.dark;
+        if (given || !has_optical_capture(s.set3)) return true;
+        both = {};
+        lit.dark = lit.generationSpecified = false;
+        both.side = probe.side;
+        both.Rfront = probe.Rfront;
+        both.materials = probe.materials;
+        std::ranges::set_union(s.light.incomingFlux_us.empty() ? std::vector<double>() : s.light.lambda, probe.lambda,
+                               std::back_inserter(both.lambda));
+        both.n = static_cast<int>(both.lambda.size());
+        if (!BerekenFilterSpectra(surroundings, s.problem.input.cell.cell, both) ||
+            !ReadOpticalCaptureParameters(surroundings, s.set3, both))
+            return false;
+        bias.assign(both.lambda.size(), 0.0);
+        for (std::size_t k = 0; k < s.light.incomingFlux_us.size(); ++k)
+            bias[place(s.light.lambda[k])] += s.light.incomingFlux_us[k];
+        return true;
+    }
+    [[nodiscard]] bool in_use() const { return !both.capture.empty(); }
+    [[nodiscard]] std::vector<double>& G() { return both.generation; }
+    [[nodiscard]] OpticalExchange exchange() { return {s.memory.defects, both}; }
+
+    /// The bias and `photons` [1/(m2 s)] more that enter at this wavelength.
+    void shine(double wavelength, double photons)
+    {
+        both.incomingFlux_us = bias;
+        both.incomingFlux_us[place(wavelength)] += photons;
+        update_generation(lit, s.set3, s.currentCalcVars.mesh, both);
+    }
+
+private:
+    Simulation& s;
+    GenerationParameters both;
+    std::vector<double> bias;  ///< photons of the bias [1/(m2 s)]
+    WorkPoint lit;
+
+    [[nodiscard]] std::size_t place(double wavelength) const
+    {
+        const auto found = std::ranges::lower_bound(both.lambda, wavelength);
+        return static_cast<std::size_t>(found - both.lambda.begin());
+    }
+};
+
 /// What can be said of the request itself. @return false if it cannot be run (reported)
 bool can_be_run(Surroundings& surroundings, const Simulation& s)
 {
@@ -189,7 +246,8 @@ double collected_current(std::span<const double> wavelength, std::span<const dou
 std::optional<int> sign_of_light_current(Surroundings& surroundings, Simulation& s)
 {
     double J = s.JShortCircuit;
-    if (s.light.total_mA_cm2 <= 0.0) {
+    // Light below the gap gives its current by levels alone.
+    if (s.light.total_mA_cm2 <= 0.0 && !(s.levels_absorb() && J != 0.0)) {
         WorkPoint lit = s.wp;
         lit.dark = lit.generationSpecified = lit.cutOff = false;
         lit.neutralDensity = 0.0;
@@ -199,6 +257,7 @@ std::optional<int> sign_of_light_current(Surroundings& surroundings, Simulation&
         CalculateIncomingFluxes(light, photons_per_nm_W, FluxMode::work_point);
         light.materials = s.light.materials;
         ReturnToAKnownStartingPoint(s, s.evenwichtcv);
+        clear_optical_emission(s.memory.defects);
         CalculationVariables cv = s.evenwichtcv;
         update_generation(lit, s.set3, cv.mesh, light);
         const Problem problem{s.set3,           s.memory.grid,        s.memory.defects, s.memory.interface_states,
@@ -229,8 +288,14 @@ SweepOutcome calcqe(Surroundings& surroundings, Simulation& s, int sign, DataLis
     make_probe(surroundings, s, lambda, probe);
     // Every solve stands on the mesh of the working point: a mesh that moves would move the current with it.
     std::vector<double> G = s.light.generation;
-    Problem problem{s.set3, s.memory.grid, s.memory.defects, s.memory.interface_states, G, &monitor};
+    LightOnLevels on_levels(s);
+    if (!on_levels.prepare(surroundings, probe)) return SweepOutcome::refused;
+    if (on_levels.in_use()) on_levels.shine(probe.lambda.front(), 0.0);
+    Problem problem{
+        s.set3,  s.memory.grid, s.memory.defects, s.memory.interface_states, on_levels.in_use() ? on_levels.G() : G,
+        &monitor};
     problem.voltage_sign = s.polarity.V;
+    if (on_levels.in_use()) problem.exchange.emplace(on_levels.exchange());
 
     QeCurve curve;
     if (!s.wp.dark) curve.Jsc = std::fabs(s.JShortCircuit);
@@ -254,8 +319,12 @@ SweepOutcome calcqe(Surroundings& surroundings, Simulation& s, int sign, DataLis
         const std::size_t at = probe.lambda[k] == lambda[k] ? k : n - 1 - k;
         const double Phi = photons_of_probe(s.problem.qe, lambda[k]);
         const double passed = (probe.side == -1 ? probe.leftFilter : probe.rightFilter)[at];
-        generation_of_wavelength(s.set3, cv.mesh, probe, at, passed * Phi);
-        for (std::size_t i = 0; i < G.size(); ++i) G[i] = s.light.generation[i] + probe.generation[i];
+        if (on_levels.in_use()) {
+            on_levels.shine(lambda[k], passed * Phi);
+        } else {
+            generation_of_wavelength(s.set3, cv.mesh, probe, at, passed * Phi);
+            for (std::size_t i = 0; i < G.size(); ++i) G[i] = s.light.generation[i] + probe.generation[i];
+        }
         cv = bias;
         converged = onder_belichting(problem, s.memory.work, cv);
         stopped = monitor.stopRequested();

@@ -59,6 +59,10 @@ struct Simulation {
     }
     /// What one solve reads: with the user's wish to stop, the door for messages, and a mesh that may move.
     [[nodiscard]] Problem solver_problem(Surroundings& surroundings);
+    /// Do levels absorb the light of this run?
+    [[nodiscard]] bool levels_absorb() const { return !light.capture.empty(); }
+    /// The light of the levels follows the running state, which has been taken up or changed.
+    void settle_light_of_levels();
 };
 
 }  // namespace kovin

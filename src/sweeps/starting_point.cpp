@@ -3,6 +3,7 @@
 #include "base/text_format.h"
 #include "device/on_mesh.h"
 #include "optics/generation.h"
+#include "solver/optical_occupation.h"
 #include "solver/outer_iteration.h"
 
 #include <algorithm>
@@ -101,16 +102,18 @@ void ReturnToAKnownStartingPoint(Simulation& simulation, const CalculationVariab
     if (&state == &cv) return;
     const Mesh before = std::move(cv.mesh);
     cv = state;
-    if (before.x == cv.mesh.x && before.n_in_layer == cv.mesh.n_in_layer) return;
-    Full_x_Dependence(s.set3, cv.mesh);
-    prepare_solver(s.set3, cv.mesh, s.memory);
-    update_generation(s.wp, s.set3, cv.mesh, s.light, &before);
+    if (before.x != cv.mesh.x || before.n_in_layer != cv.mesh.n_in_layer) {
+        Full_x_Dependence(s.set3, cv.mesh);
+        prepare_solver(s.set3, cv.mesh, s.memory);
+        update_generation(s.wp, s.set3, cv.mesh, s.light, &before);
+    }
+    s.settle_light_of_levels();
 }
 
 bool light_up(const Problem& problem, Workspace& work, CalculationVariables& cv, std::vector<double>& G, int steps)
 {
-    if (problem.mesh_may_move() || problem.set3.convergence.route == Route::fast)
-        return onder_belichting(problem, work, cv);
+    const bool at_once = problem.mesh_may_move() || problem.set3.convergence.route == Route::fast;
+    if (at_once || problem.exchange) return onder_belichting(problem, work, cv);
     const int n = std::max(steps, 2);
     const std::vector<double> full = G;
     bool converged = true;
@@ -130,6 +133,10 @@ StateOnItsMesh::StateOnItsMesh(const Simulation& simulation, const CalculationVa
     Full_x_Dependence(set3, mesh);
     prepare_solver(set3, mesh, memory);
     update_generation(simulation.wp, set3, mesh, light, &simulation.currentCalcVars.mesh);
+    if (!simulation.levels_absorb()) return;
+    Problem own = problem();
+    own.exchange.emplace(OpticalExchange{memory.defects, light});
+    settle_light(own, state);
 }
 
 StartOutcome CalculateStartingPoint(Surroundings& surroundings, Simulation& simulation, const std::string& name,

@@ -35,7 +35,8 @@ struct StartDecision {
 void ReturnToAKnownStartingPoint(Simulation& simulation, const CalculationVariables& state);
 
 /// Brings the light G, which `problem` refers to, onto a state without it. Where the mesh moves, and on the fast route,
-/// it comes at once; on a fixed mesh of the classic route in steps, logarithmically from 1e-10 to 1.
+/// it comes at once, and so it does where levels absorb it; on a fixed mesh of the classic route in steps,
+/// logarithmically from 1e-10 to 1.
 /// @return converged; G is as it was
 bool light_up(const Problem& problem, Workspace& work, CalculationVariables& cv, std::vector<double>& G, int steps);
 

@@ -25,11 +25,6 @@ void check_defect(const DefectLevels& levels, const std::string& where, Names& n
     // Between the states on its two sides nothing decides. (A single level of this kind has no effect at all.)
     if (const int level = level_without_capture(levels); level >= 0 && level_count(levels) > 1)
         names.push_back(where + "level " + integer(level + 1) + " captures neither electrons nor holes");
-    for (std::size_t s = 0; s < static_cast<std::size_t>(level_count(levels)); ++s)
-        if (levels[s].electrons.present || levels[s].holes.present) {
-            names.push_back(where + "optical capture");
-            break;
-        }
     if (first.metastable_transition >= 0) names.push_back(where + "metastable defect");
 }
 
