@@ -117,6 +117,9 @@ inline void crowd(CellParameters& cell)
     test::add_chain(cell.layer[1], LevelType::two_plus_plus, {0.8, 1.2, 1.6}, 1e23);
 }
 
+/// Takes a level into the absorption of light.
+inline void let_absorb(BulkRecombinationParameters& level) { level.electrons.present = level.holes.present = true; }
+
 /// A sheet of states at interface i with equal capture on both sides.
 inline InterfaceRecombinationParameters& add_sheet(CellParameters& cell, std::size_t i, DefectType type, double N,
                                                    EnergyReference reference, double Et, double sigma_n, double sigma_p)
@@ -322,6 +325,30 @@ private:
 inline Device::Settings terminations(double value)
 {
     return [value](ConvergenceParameters& c) { c.termination_psi = c.termination_Fn = c.termination_Fp = value; };
+}
+
+/// Emission by light of all levels that absorb it, of the order of `rate` [D0/x0^2], each of its own; of level s at
+/// point i of its layer gn(s, i) and gp(s, i).
+inline double emission_by_light(double rate, std::size_t s, std::size_t i, bool of_holes)
+{
+    const double t = static_cast<double>(i) + (of_holes ? 0.5 : 0.0);
+    return rate * (1.0 + static_cast<double>(s)) * (1.3 + std::sin(0.41 * t));
+}
+inline void shine_on_levels(Device& device, double rate)
+{
+    const auto shine = [&](auto& defect) {
+        OpticalEmission& o = defect.optical;
+        for (std::size_t k = 0; k < o.gn.size(); ++k) {
+            const std::size_t s = k / defect.Nt.size(), i = k % defect.Nt.size();
+            o.gn[k] = emission_by_light(rate, s, i, false);
+            o.gp[k] = emission_by_light(rate, s, i, true);
+            defect.en[k] = o.en[k] + o.gn[k];
+            defect.ep[k] = o.ep[k] + o.gp[k];
+            o.excess[k] = o.gn[k] * defect.ep[k] + o.en[k] * o.gp[k];
+        }
+    };
+    for (DefectEnergy& level : device.memory.defects.energies) shine(level);
+    for (DefectChain& chain : device.memory.defects.chains) shine(chain);
 }
 
 }  // namespace kovin::testing

@@ -60,7 +60,8 @@ TEST(FastKernel, DerivativesAgainstDifferences)
     CellParameters cell = charged_sheet_cell();
     set_uniform(cell.layer[0].material.K_rad, 1e-16);
     set_uniform(cell.layer[1].material.c_p_auger, 1e-40);
-    test::add_chain(cell.layer[0], LevelType::plus_zero, {0.7, 0.4}, 5e20);
+    let_absorb(test::add_chain(cell.layer[0], LevelType::plus_zero, {0.7, 0.4}, 5e20)[0]);
+    let_absorb(cell.layer[1].srh[0][0]);
     for (const int half_cells : {0, 1}) {
         Device device(cell, 350.0, [&](ConvergenceParameters& c) {
             c.route = Route::fast;
@@ -68,7 +69,9 @@ TEST(FastKernel, DerivativesAgainstDifferences)
             c.interfacial_half_cells = half_cells;
         });
         device.illuminate_exponentially(33.0, 0.5e-6);
-        ASSERT_TRUE(device.solve_equilibrium() && device.solve() && device.go_to(0.4));
+        ASSERT_TRUE(device.solve_equilibrium());
+        shine_on_levels(device, 1e-3);
+        ASSERT_TRUE(device.solve() && device.go_to(0.4));
         // At a solution a residual over its diagonal changes as the residual alone does.
         const Problem problem = device.problem();
         const FastArrays a = device.memory.work.fast.arrays(problem, device.cv);

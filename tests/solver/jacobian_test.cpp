@@ -18,6 +18,8 @@ Device lit_cell(int half_cells)
 {
     CellParameters cell = thin_film_cell();
     crowd(cell);
+    let_absorb(cell.layer[0].srh[0][0]);
+    let_absorb(cell.layer[1].srh[1][0]);
     // Charged sheets whose exchange with both layers weighs as much as the thermionic current.
     InterfaceRecombinationParameters& donors =
         add_sheet(cell, 0, DefectType::donor, 1e17, EnergyReference::above_middle, 0.1, 2e-17, 5e-17);
@@ -42,6 +44,7 @@ Device lit_cell(int half_cells)
     update_psivar(device.set3, device.cv);
     update_Fn(device.cv);
     update_Fp(device.cv);
+    shine_on_levels(device, 1e-3);
     return device;
 }
 
