@@ -43,8 +43,8 @@ struct CrossSections {
 /// What light does to one level of a defect. Values on the mesh stand at the points of its layer.
 struct OpticalCapture {
     std::size_t layer = 0, defect = 0, level = 0;  ///< from 0
-    CrossSections electrons, holes;  ///< of sending the electron to the conduction band, of fetching one from the
-                                     ///< valence band
+    CrossSections electrons, holes;        ///< of sending the electron to the conduction band, of fetching one from the
+                                           ///< valence band
     std::vector<double> sigma_n, sigma_p;  ///< the same at the wavelengths of the light [m2]
     std::vector<double> filled, empty;     ///< states with and without the electron of this level [1/m3]
     std::vector<double> g_n, g_p;          ///< rates of a filled and of an empty state to be changed by light [1/s]
