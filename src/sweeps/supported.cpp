@@ -83,6 +83,14 @@ void check_idle_defects(const CellParameters& cell, Names& names)
         }
 }
 
+bool levels_absorb(const CellParameters& cell)
+{
+    for (std::size_t j = 0; j < static_cast<std::size_t>(cell.layers); ++j)
+        for (std::size_t d = 0; d < static_cast<std::size_t>(cell.layer[j].srhteller); ++d)
+            if (absorbs_light(cell.layer[j].srh[d])) return true;
+    return false;
+}
+
 }  // namespace
 
 UnsupportedPhysics unsupported_physics(const Simulation& simulation)
@@ -93,10 +101,14 @@ UnsupportedPhysics unsupported_physics(const Simulation& simulation)
     check_cell(simulation.zonnecel.cell, settings, found.falsifies);
     check_idle_defects(simulation.zonnecel.cell, found.left_out);
 
+    const WorkPoint& wp = simulation.panel.workPoint;
+    const bool given_light = wp.generationSpecified && !wp.dark;
     const struct {
         bool asked;
         const char* name;
     } others[] = {
+        {given_light && levels_absorb(simulation.zonnecel.cell),
+         "optical capture (a given G(x) has no photons for levels)"},
         {actions.MIS_CV_calculate, "measurement C-V of an MIS structure"},
         {actions.pause, "pause at each step"},
     };

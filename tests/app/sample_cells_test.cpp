@@ -289,6 +289,12 @@ TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
              level.sigma_n = level.sigma_p = 0.0;
          },
          false, "has no effect"},
+        {"levels that absorb light, under a given G(x)",
+         [](Simulation& s) {
+             s.panel.workPoint.generationSpecified = true;
+             s.zonnecel.cell.layer[0].srh[0][0].holes.present = true;
+         },
+         false, "optical capture"},
         {"tunnelling into a contact",
          [](Simulation& s) {
              s.zonnecel.cell.right.tunneling = true;
