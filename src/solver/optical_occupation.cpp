@@ -84,19 +84,18 @@ double take_light(const OpticalCapture& level, double t0, Record& defect, std::v
 
 }  // namespace
 
-int IterateFt(const Problem& problem, const CalculationVariables& cv)
+bool IterateFt(const Problem& problem, const CalculationVariables& cv, int most)
 {
-    if (!problem.exchange) return 0;
+    if (!problem.exchange) return false;
     const CalculationParameters& set3 = problem.set3;
     BulkDefects& defects = problem.exchange->defects;
     GenerationParameters& light = problem.exchange->light;
     capture_on_mesh(cv.mesh, light);
     std::vector<double> one, other;
-    double deviation = 1.0;
-    int its_Ft = 0;
-    while (its_Ft < std::max(set3.convergence.maxiter_Ft, 1) && deviation > set3.convergence.termination_Ft) {
-        ++its_Ft;
-        deviation = 0.0;
+    if (most == 0) most = std::max(set3.convergence.maxiter_Ft, 1);
+    bool moving = true, moved = false;
+    for (int its_Ft = 1; its_Ft <= most && moving; ++its_Ft) {
+        double deviation = 0.0;
         for (OpticalCapture& level : light.capture)
             deviation = std::max(deviation, fill_states(defects, cv, set3.scale.N0[level.layer], level, one, other));
         generation_follows_levels(set3, cv.mesh, light);
@@ -104,15 +103,17 @@ int IterateFt(const Problem& problem, const CalculationVariables& cv)
             for_each_energy(defects, level, [&](auto& defect) {
                 deviation = std::max(deviation, take_light(level, set3.scale.t0, defect, one));
             });
+        moving = deviation > set3.convergence.termination_Ft;
+        if (its_Ft == 1) moved = moving;
     }
     update_generation_current(set3, cv.mesh, light);
-    return its_Ft;
+    return moved;
 }
 
 void settle_light(const Problem& problem, const CalculationVariables& cv)
 {
     constexpr int most_rounds = 20;
-    for (int round = 0; round < most_rounds && IterateFt(problem, cv) > 1; ++round) continue;
+    for (int round = 0; round < most_rounds && IterateFt(problem, cv); ++round) continue;
 }
 
 void clear_optical_emission(BulkDefects& defects)

@@ -11,10 +11,11 @@
 namespace kovin {
 
 /// Occupation and light in turn, at the carriers of `cv`, until the largest change of states and rates is below
-/// `termination_Ft`, `maxiter_Ft` times at most: G, and the emission by light of all defects. Both start from what they
-/// are. Changes count against the value itself, or 1e-9 of the largest of its level where that is more.
-/// @return passes; 1 when nothing moved, 0 without levels that absorb light
-int IterateFt(const Problem& problem, const CalculationVariables& cv);
+/// `termination_Ft`, `most` times at most: G, and the emission by light of all defects. Both start from what they are.
+/// Changes count against the value itself, or 1e-9 of the largest of its level where that is more.
+/// @param most  passes; 0: `maxiter_Ft`
+/// @return the first pass moved something; false without levels that absorb light
+bool IterateFt(const Problem& problem, const CalculationVariables& cv, int most = 0);
 
 /// The same to the end, for a state that is taken up or read: also a start far off settles.
 void settle_light(const Problem& problem, const CalculationVariables& cv);

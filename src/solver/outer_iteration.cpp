@@ -203,7 +203,8 @@ bool with_light_of_levels(const Problem& problem, Workspace& work, CalculationVa
     IterateFt(problem, cv);
     if (!solve()) return false;
     for (int round = 0, passes = cv.iterations; round < most_rounds_of_light; ++round) {
-        if (IterateFt(problem, cv) <= 1) {
+        // A pass of the light costs more than a solve: one of each in turn.
+        if (!IterateFt(problem, cv, 1)) {
             cv.iterations = passes;
             return true;
         }
