@@ -160,14 +160,11 @@ std::string bounds(const AnalysisKey& key)
     return kind + shortest(key.least) + " to " + shortest(key.most);
 }
 
-/// The settings of the run, with what they leave open as the cell has it.
-MottSchottkySettings settings_of_cell(const Simulation& s, const AnalysisChoices& choices)
+/// The settings of a run, with what they leave open as the cell has it.
+MottSchottkySettings settings_of_cell(const CellParameters& cell, MottSchottkySettings NW,
+                                      const AnalysisChoices& choices)
 {
-    const CellParameters& cell = s.problem.input.cell.cell;
-    const MottSchottkySettings standard;
-    MottSchottkySettings NW = s.problem.NW;
-    const bool said = NW.epsilon_mode != standard.epsilon_mode || NW.constant_epsilon != standard.constant_epsilon ||
-                      given(choices, "epsilon") || given(choices, "epsilonFromPosition");
+    const bool said = says_permittivity(NW) || given(choices, "epsilon") || given(choices, "epsilonFromPosition");
     // A file that asks for the permittivity of the layers and names none has its junction without an analysis too.
     const bool file_asks = NW.epsilon_mode == epsilon_of_position && !given(choices, "epsilonFromPosition");
     NW = file_asks ? with_junction(cell, NW) : with_lighter_side(cell, NW);
@@ -189,6 +186,14 @@ std::string missing_level(const CellParameters& cell, const MottSchottkySettings
     if (NW.level >= levels && given(choices, "level"))
         return "level " + integer(NW.level + 1) + ": the defect of " + name + " has " + integer(levels);
     return {};
+}
+
+/// Without a file in the doping of any layer, which is read by the run.
+bool doping_is_known(const CellParameters& cell)
+{
+    return std::all_of(cell.layer.begin(), cell.layer.begin() + cell.layers, [](const LayerParameters& layer) {
+        return layer.material.Na.law != Law::from_file && layer.material.Nd.law != Law::from_file;
+    });
 }
 
 /// Majority carrier at the end of the layer that the junction is at: 1 holes, -1 electrons, 0 none.
@@ -254,7 +259,9 @@ std::string prepare_analysis(Simulation& s, const AnalysisChoices& choices)
     const MottSchottkySettings NW = in_effect({s.problem.NW, {}}, choices).NW;
     if (NW.layer >= s.zonnecel.cell.layers && given(choices, "layer"))
         return "layer " + integer(NW.layer + 1) + ": the cell has " + integer(s.zonnecel.cell.layers);
-    if (std::string complaint = missing_level(s.zonnecel.cell, NW, choices); !complaint.empty()) return complaint;
+    const bool known = NW.layer >= 0 || doping_is_known(s.zonnecel.cell);
+    const MottSchottkySettings chosen = known ? settings_of_cell(s.zonnecel.cell, NW, choices) : NW;
+    if (std::string complaint = missing_level(s.zonnecel.cell, chosen, choices); !complaint.empty()) return complaint;
     s.problem.NW = NW;
     return {};
 }
@@ -278,9 +285,9 @@ bool analyse(Session& session, const AnalysisChoices& choices)
     const bool short_CV = too_short("C-V", element.cv.points()), short_Cf = too_short("C-f", element.cf.points());
 
     AnalysisSettings settings;
-    settings.NW = settings_of_cell(s, choices);
-    if (RecalculateNW(element.cv, settings.NW))
-        element.cv.layer_name = s.set3.layer[static_cast<std::size_t>(settings.NW.layer)].name;
+    settings.NW = settings_of_cell(s.problem.input.cell.cell, s.problem.NW, choices);
+    RecalculateNW(element.cv, settings.NW);
+    element.cv.layer_name = s.set3.layer[static_cast<std::size_t>(settings.NW.layer)].name;
     if (element.cf.points() == 0 || short_Cf) return !short_CV && !short_Cf;
     if (const std::string complaint = missing_level(s.zonnecel.cell, settings.NW, choices); !complaint.empty())
         return tell("Analysis", complaint);
@@ -292,10 +299,8 @@ bool analyse(Session& session, const AnalysisChoices& choices)
     AsFromCell found;
     ASDataFromCellDefinition(s.set3, s.currentCalcVars.mesh, settings.NW, settings.as, found);
     settings.as = in_effect(settings, choices).as;
-    const PermittivityTable table = SetNW_Epsilon_x(settings.NW, cell_on_mesh(s.set3, s.currentCalcVars.mesh));
-    // Forward bias lifts the contact with the larger work function; internal voltages are those of the left one.
-    const int forward = s.set3.phi_left >= s.set3.phi_right ? 1 : -1;
-    Calculate_AS({&element, 1}, settings.as, settings.NW, table, forward);
+    const CellOnMesh cell = cell_on_mesh(s.set3, s.currentCalcVars.mesh);
+    Calculate_AS({&element, 1}, settings.as, settings.NW, SetNW_Epsilon_x(settings.NW, cell), cell.forward);
     session.surroundings.monitor.post({.text = element.as.settings});
     return !short_CV;
 }

@@ -1,10 +1,13 @@
 #include "app/load.h"
 
+#include "base/line_file.h"
+#include "base/text_format.h"
 #include "device/action_file.h"
 #include "device/contacts.h"
 #include "device/definition_reader.h"
 #include "device/unit_systems.h"
 
+#include <algorithm>
 #include <system_error>
 
 namespace kovin {
@@ -27,6 +30,23 @@ bool found(Session& session, const std::filesystem::path& file, const char* what
                       "'" + file.string() + "' " +
                           (std::filesystem::exists(file, error) ? std::string(why_unreadable(file)) : "not found"));
     return false;
+}
+
+/// Lines of an action list that say nothing which is known: a measurement or a resistance may be missing for a slip.
+void tell_unknown_lines(Session& session, const std::filesystem::path& file)
+{
+    constexpr std::size_t most = 5;
+    const auto text = read_whole_file(file);
+    if (!text) return;
+    Surroundings quiet;
+    LineWatch watch;
+    static_cast<void>(watch_action_list(quiet, *text, file.string(), watch));
+    std::string lines;
+    for (std::size_t i = 0; i < std::min(most, watch.findings.size()); ++i)
+        lines += (i > 0 ? "\n" : "") + file.filename().string() + ':' + integer(watch.findings[i].line) + ": " +
+                 watch.findings[i].text;
+    if (watch.findings.size() > most) lines += "\nand more; kovin check names all";
+    if (!lines.empty()) KOVINErrorMessage(session.surroundings.report, "Passed over in the action list", lines);
 }
 
 }  // namespace
@@ -67,8 +87,11 @@ bool load_definition(Session& session, const std::string& name)
 bool load_action_list(Session& session, const std::string& name)
 {
     const std::filesystem::path file = find_input(session, name, FileKind::action_list);
-    return found(session, file, "an action list") &&
-           SetActionPanelFromFile(session.surroundings, file, session.simulation.panel);
+    if (!found(session, file, "an action list") ||
+        !SetActionPanelFromFile(session.surroundings, file, session.simulation.panel))
+        return false;
+    tell_unknown_lines(session, file);
+    return true;
 }
 
 bool load_second_work_point(Session& session, const std::string& name)

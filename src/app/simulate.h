@@ -27,7 +27,7 @@ struct WantedTables {
 /// Texts of the files of the present working point and of the calculated curves.
 struct ResultTexts {
     std::string iv, cv, cf, qe, eb, gen, occ, ac;  ///< empty: there is nothing to write
-    std::string as;                            ///< of an analysed C-f curve
+    std::string as;                                ///< of an analysed C-f curve
     std::string absorption, grading;
 };
 [[nodiscard]] ResultTexts result_texts(Session& session, const WantedTables& wanted = {});

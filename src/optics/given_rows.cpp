@@ -69,9 +69,19 @@ void tell_lost_generation(Report& report, const WorkPoint& wp, const Calculation
     if (wp.dark || !wp.generationSpecified) return;
     std::vector<double> pairs;
     pairs_of_profile(gp.given, mesh, pairs);
-    constexpr double A_m2_to_mA_cm2 = 0.1, noticed = 0.01;
+    constexpr double A_m2_to_mA_cm2 = 0.1, noticed = 0.01, um = 1e-6;
     const double given =
         std::accumulate(pairs.begin(), pairs.end(), 0.0) * wp.attenuation / 100.0 * elementary_charge * A_m2_to_mA_cm2;
+    const std::vector<double>&x = gp.given.x, &G = gp.given.G;
+    double all = 0.0;
+    for (std::size_t k = 0; k + 1 < x.size(); ++k) all += 0.5 * (G[k] + G[k + 1]) * (x[k + 1] - x[k]);
+    all *= wp.attenuation / 100.0 * elementary_charge * A_m2_to_mA_cm2;
+    // Light of a model goes through the cell and on; a file is made for a cell.
+    if (wp.generationFromFile && all - given > noticed * all)
+        KOVINErrorMessage(report, "Warning: generation outside the cell",
+                          "Of the " + scientific(all, 0, 3) + " mA/cm2 of the given G(x) " + scientific(given, 0, 3) +
+                              " lie in the cell; x counts from the left contact and goes to " +
+                              scientific(x.back() / um, 0, 3) + " um.");
     const double found = integrated_current(set3, mesh, gp.generation);
     if (std::fabs(found - given) <= noticed * given) return;
     KOVINErrorMessage(report, "Warning: the mesh does not hold the generation",

@@ -24,7 +24,8 @@ namespace kovin {
 /// these leave.
 [[nodiscard]] std::size_t rows_in_mesh(std::size_t rows, int layers);
 
-/// Tells a generation on the mesh that differs by more than 1 % from that of the given profile inside the cell.
+/// Tells a generation on the mesh that differs by more than 1 % from that of the given profile inside the cell, and a
+/// file of which more than 1 % lies outside the cell.
 void tell_lost_generation(Report& report, const WorkPoint& wp, const CalculationParameters& set3, const Mesh& mesh,
                           const GenerationParameters& gp);
 

@@ -84,6 +84,8 @@ std::string explanation(const CvCurve& curve)
     if (NW.epsilon_mode == 0)
         return "the Mott-Schottky analysis (determination of N(W)) is done with a constant value of epsilon\t" +
                fixed(NW.constant_epsilon) + '\n';
+    if (NW.epsilon_mode != 1)
+        return "epsilon(x) mode " + integer(NW.epsilon_mode) + " is not known: no N(W) is determined, Napp is 0\n";
     std::string text = "space charge layer assumed in layer\t" + integer(NW.layer + 1) + '\t' + curve.layer_name + '\n';
     if (NW.side == -1) return text + "the junction is assumed at the left side of the layer\n";
     if (NW.side == 1) return text + "the junction is assumed at the right side of the layer\n";
@@ -135,6 +137,7 @@ std::string AS_naar_file(const std::string& version, std::span<const DataListEle
         if (done == 0 || element.cf.points() < done) continue;
         out += WriteOutputHeader(version, element.run, OutputKind::admittance, false, element.as.settings);
         write_rows<DataListElement>(out, as_columns, element, done, element.Cf_points, ActionListMode);
+        write_cut(out, element.cf.failed, done, element.Cf_points);
     }
     return out;
 }

@@ -6,6 +6,7 @@
 #include "device/mesh.h"
 #include "device/numerical_settings.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,8 @@ struct CellOnMesh {
     std::vector<double> cvepsilon;     ///< relative permittivity, one a mesh point
     std::vector<double> cvnet_doping;  ///< Nd - Na [m^-3], one a mesh point
     double kT = kT_at_300K;            ///< [V]
+    double widest_gap = 0.0;           ///< [eV]; 0: not known
+    int forward = 1;                   ///< sign that the internal voltage of a forward bias has
 };
 
 struct CvCurve {
@@ -48,15 +51,17 @@ struct CvCurve {
     IvCurve dc;                  ///< the DC columns of this sweep; those of the run hold them merged with the I-V
 
     // Mott-Schottky analysis; filled by mott_schottky_columns
-    std::vector<double> cvMott;                    ///< 1/C^2 [cm4/nF2]
-    std::vector<double> cvslopeMottSchottky;       ///< d(1/C^2)/dv_cell [m4/(F2 V)]
-    std::vector<double> cvW;                       ///< width of the depletion layer [um]
-    std::vector<double> cvx;                       ///< its edge: position in the cell, or cvW [um]
-    std::vector<double> cvN;                       ///< apparent doping [1/cm3]
-    std::vector<double> cveps_eff_W, cveps_eff_N;  ///< permittivities that W and N were found with
-    MottSchottkySettings NW;                       ///< settings of the columns above
-    std::string layer_name;                        ///< of NW.layer
+    std::vector<double> cvMott;                      ///< 1/C^2 [cm4/nF2]
+    std::vector<double> cvslopeMottSchottky;         ///< d(1/C^2)/dv_cell [m4/(F2 V)]
+    std::vector<double> cvW;                         ///< width of the depletion layer [um]
+    std::vector<double> cvx;                         ///< its edge: position in the cell, or cvW [um]
+    std::vector<double> cvN;                         ///< apparent doping [1/cm3]
+    std::vector<double> cveps_eff_W, cveps_eff_N;    ///< permittivities that W and N were found with
+    MottSchottkySettings NW;                         ///< settings of the columns above
+    std::optional<MottSchottkySettings> NW_of_line;  ///< those of the straight line, where they differ
+    std::string layer_name;                          ///< of NW.layer
     CellOnMesh cell;
+    double frequency = 0.0;  ///< [Hz]; 0: not known
 
     bool failed = false;  ///< the sweep ended with a point that did not converge; false behind a stop
 

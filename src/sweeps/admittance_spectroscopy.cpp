@@ -3,6 +3,7 @@
 #include "base/constants.h"
 #include "base/local_slope.h"
 #include "base/text_format.h"
+#include "sweeps/outer_circuit.h"
 
 #include <algorithm>
 #include <cmath>
@@ -167,7 +168,24 @@ int Calculate_AS(std::span<DataListElement> results, const AsSettings& settings,
     return analysed;
 }
 
-std::optional<std::size_t> level_peak(const DataListElement& element)
+namespace {
+
+/// -dC/dln(w) [nF/cm2] that a series resistance alone gives to the capacitance C of the device at a frequency:
+///
+///     C/(1 + r^2), r = w Rs C:    2 C r^2/(1 + r^2)^2
+double slope_of_Rs(const DataListElement& element, std::size_t at)
+{
+    constexpr double ohm_cm2_of_ohm_m2 = 1e4, F_of_nF = 1e-9;
+    const CfCurve& cf = element.cf;
+    const double Rs = outer_circuit(element.run.wp).Rs * ohm_cm2_of_ohm_m2;
+    if (!(Rs > 0.0) || cf.cfZre.size() <= at) return 0.0;
+    const double w = 2.0 * std::numbers::pi * cf.cf_as[at], re = cf.cfZre[at] - Rs, im = cf.cfZim[at];
+    const double C = -im / (re * re + im * im) / w;  // [F/cm2]
+    const double r2 = w * Rs * C * w * Rs * C;
+    return 2.0 * C / F_of_nF * r2 / ((1.0 + r2) * (1.0 + r2));
+}
+
+std::optional<std::size_t> steepest_step(const DataListElement& element)
 {
     constexpr double least = 1e-3;
     const std::vector<double>& D = element.as.AS_deriv;
@@ -175,6 +193,19 @@ std::optional<std::size_t> level_peak(const DataListElement& element)
     const auto at = static_cast<std::size_t>(highest - D.begin());
     if (at == 0 || at + 1 >= D.size() || !(*highest > least * element.cf.cfcap[at])) return std::nullopt;
     return at;
+}
+
+}  // namespace
+
+bool peak_is_of_Rs(const DataListElement& element)
+{
+    const std::optional<std::size_t> at = steepest_step(element);
+    return at && !(element.as.AS_deriv[*at] > 2.0 * slope_of_Rs(element, *at));
+}
+
+std::optional<std::size_t> level_peak(const DataListElement& element)
+{
+    return peak_is_of_Rs(element) ? std::nullopt : steepest_step(element);
 }
 
 std::string settings_line(const AsSettings& s)

@@ -81,7 +81,8 @@ SweepOutcome calccf(Surroundings& surroundings, Simulation& s, DataListElement& 
         if (curve.failed)
             KOVINErrorMessage(surroundings.report, title,
                               "No solution at f = " + shown(f[k]) +
-                                  (k > 0 ? "\nC(f) calculation cut at f = " + shown(f[k - 1]) : ""));
+                                  (k > 0 ? "\nC(f) calculation cut at f = " + shown(f[k - 1]) : "") + '\n' +
+                                  no_small_signal);
         else
             add_point(f[k], at_terminals(answer.mean, two_pi * f[k], circuit), curve);
     }
@@ -90,12 +91,17 @@ SweepOutcome calccf(Surroundings& surroundings, Simulation& s, DataListElement& 
     return stopped ? SweepOutcome::stopped : SweepOutcome::done;
 }
 
-std::optional<WorkPointAdmittance> work_point_admittance(const Simulation& s)
+std::optional<WorkPointAdmittance> work_point_admittance(Surroundings& surroundings, Simulation& s)
 {
     const double omega_us = two_pi * s.wp.frequency;
     SmallSignalWork work;
     SmallSignal answer;
-    if (!calculate_small_signal_ac(s.solver_problem(), s.currentCalcVars, omega_us, work, answer)) return {};
+    s.failures.admittance = !calculate_small_signal_ac(s.solver_problem(), s.currentCalcVars, omega_us, work, answer);
+    if (s.failures.admittance) {
+        KOVINErrorMessage(surroundings.report, "Small signals at the working point...",
+                          "No solution at V = " + fixed(s.wp.V * s.polarity.V, 0, 6) + " Volt\n" + no_small_signal);
+        return {};
+    }
     const Admittance Y = at_terminals(answer.median, omega_us, outer_circuit(s.wp));
     return WorkPointAdmittance{Y.C * nF_cm2_per_F_m2, Y.G * S_cm2_per_S_m2};
 }

@@ -14,8 +14,10 @@ namespace kovin {
 ///         asked for it: the curve holds what has been done
 SweepOutcome calccf(Surroundings& surroundings, Simulation& simulation, DataListElement& element);
 
-/// Admittance of the terminals at the working point and its frequency, as a C-V point there.
+/// Admittance of the terminals at the working point and its frequency, as a C-V point there; empty where there is none
+/// (reported; failures.admittance is then true).
 /// @pre currentCalcVars stands at the working point
-[[nodiscard]] std::optional<WorkPointAdmittance> work_point_admittance(const Simulation& simulation);
+[[nodiscard]] std::optional<WorkPointAdmittance> work_point_admittance(Surroundings& surroundings,
+                                                                       Simulation& simulation);
 
 }  // namespace kovin

@@ -43,19 +43,19 @@ SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecisi
         return AfterPoint::go_on;
     };
     const auto shown = [&](double V) { return fixed(V * s.polarity.V, 0, 3); };
-    const SweepEnd end = run_voltages(
-        surroundings, s, decision,
-        {.start = asked.CV_startV,
-         .stop = asked.CV_stopV,
-         .points = asked.CV_points,
-         .name = "C(V)",
-         .progress = "Calculating C(V) at " + scientific(s.wp.frequency, 8, 2) + " Hz from " + shown(asked.CV_startV) +
-                     " V to " + shown(asked.CV_stopV) + " V: V = ",
-         .refusal_title = "Error in function calccv()",
-         .failure_title = "While calculating C(V)...",
-         .behind_volt = "",
-         .no_answer = "The small-signal equations have no solution there; at 300 K they have none below -18 V."},
-        measure);
+    const SweepEnd end =
+        run_voltages(surroundings, s, decision,
+                     {.start = asked.CV_startV,
+                      .stop = asked.CV_stopV,
+                      .points = asked.CV_points,
+                      .name = "C(V)",
+                      .progress = "Calculating C(V) at " + scientific(s.wp.frequency, 8, 2) + " Hz from " +
+                                  shown(asked.CV_startV) + " V to " + shown(asked.CV_stopV) + " V: V = ",
+                      .refusal_title = "Error in function calccv()",
+                      .failure_title = "While calculating C(V)...",
+                      .behind_volt = "",
+                      .no_answer = no_small_signal},
+                     measure);
     if (end.outcome == SweepOutcome::refused) return end.outcome;
     s.failures.CV = curve.points() < end.points;
     curve.failed = end.failed;
@@ -72,7 +72,16 @@ SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecisi
 
         const CellParameters& cell = s.problem.input.cell.cell;
         curve.cell = cell_on_mesh(s.set3, s.currentCalcVars.mesh);
+        curve.frequency = s.wp.frequency;
         mott_schottky_columns(curve, with_junction(cell, s.problem.NW));
+        if (!says_permittivity(s.problem.NW)) {
+            curve.NW_of_line = with_lighter_side(cell, s.problem.NW);
+            curve.NW_of_line->epsilon_mode = epsilon_of_position;
+        }
+        if (!knows_permittivity(s.problem.NW))
+            KOVINErrorMessage(surroundings.report, "Doping out of C(V)",
+                              "epsilon(x) mode for NW : " + integer(s.problem.NW.epsilon_mode) +
+                                  " is neither 0 (constant) nor 1 (of the layers): no doping is derived");
         curve.layer_name = cell.layer[static_cast<std::size_t>(curve.NW.layer)].name;
     }
     element.cv = std::move(curve);

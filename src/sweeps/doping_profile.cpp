@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 #include <numeric>
 
 namespace kovin {
@@ -14,13 +15,14 @@ namespace {
 
 constexpr double F_m2_of_nF_cm2 = 1e-5;
 
-/// Doping [1/cm3] of a slope d(1/C^2)/dV [m4/(F2 V)].
+/// Doping [1/cm3] of a slope d(1/C^2)/dV [m4/(F2 V)]; 0 where that is 0 or no number.
 double doping_of_slope(double slope, double epsilon)
 {
-    return -2e-6 / (slope * epsilon * elementary_charge * vacuum_permittivity);  // m^-3 -> cm^-3
+    const double N = -2e-6 / (slope * epsilon * elementary_charge * vacuum_permittivity);  // m^-3 -> cm^-3
+    return std::isfinite(N) ? N : 0.0;
 }
 
-/// Width, edge, doping and permittivities of each point from capacitance and slope.
+/// Width, edge, doping and permittivities of each point from capacitance and slope; without a slope the last alone.
 void width_and_doping(CvCurve& curve)
 {
     const double x0 = junction_position(curve.NW, curve.cell.mesh);
@@ -33,6 +35,30 @@ void width_and_doping(CvCurve& curve)
         curve.cvN[i] = ApparentDopingFromMottSchottkySlope(curve.cvslopeMottSchottky[i], curve.NW, curve.cell, layer.W,
                                                            x0, curve.cveps_eff_N[i]);
     }
+    if (curve.has_doping()) return;
+    for (auto* column : {&curve.cvW, &curve.cvx, &curve.cvN}) std::fill(column->begin(), column->end(), 0.0);
+}
+
+/// The points, rising in forward bias, at which C is that of the depletion layer.
+std::vector<std::size_t> points_of_depletion(const CvCurve& curve)
+{
+    constexpr double at_zero = 1e-9, F_cm2_of_nF_cm2 = 1e-9;  // [V], -
+    const double omega = 2.0 * std::numbers::pi * curve.frequency;
+    std::vector<std::size_t> order(curve.points());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    const auto bias = [&](std::size_t i) { return curve.cell.forward * curve.v_cell[i]; };
+    std::stable_sort(order.begin(), order.end(), [&](std::size_t i, std::size_t k) { return bias(i) < bias(k); });
+    const auto in_forward = [&](std::size_t i) { return bias(i) > at_zero; };
+    const auto reverse_end = std::find_if(order.begin(), order.end(), in_forward);
+    if (reverse_end - order.begin() >= 3) return {order.begin(), reverse_end};
+    std::size_t n = 0;
+    for (; n < order.size(); ++n) {
+        const double C = curve.cvcap[order[n]];
+        const bool leaks = omega > 0.0 && curve.cvcon[order[n]] > omega * C * F_cm2_of_nF_cm2;
+        if (leaks || !(C > 0.0) || (n > 0 && C < curve.cvcap[order[n - 1]])) break;
+    }
+    order.resize(n);
+    return order;
 }
 
 }  // namespace
@@ -88,10 +114,21 @@ MottSchottkySettings with_lighter_side(const CellParameters& cell, MottSchottkyS
     return NW;
 }
 
+bool says_permittivity(const MottSchottkySettings& NW)
+{
+    const MottSchottkySettings standard;
+    return NW.epsilon_mode != standard.epsilon_mode || NW.constant_epsilon != standard.constant_epsilon;
+}
+
+bool knows_permittivity(const MottSchottkySettings& NW)
+{
+    return NW.epsilon_mode == epsilon_constant || NW.epsilon_mode == epsilon_of_position;
+}
+
 double ApparentDopingFromMottSchottkySlope(double slope, const MottSchottkySettings& NW, const CellOnMesh& cell,
                                            double W, double x0, double& epsilon_used)
 {
-    if (NW.epsilon_mode != epsilon_constant && NW.epsilon_mode != epsilon_of_position) return 0.0;
+    if (!knows_permittivity(NW)) return 0.0;
     if (NW.epsilon_mode == epsilon_constant)
         epsilon_used = NW.constant_epsilon;
     else
@@ -113,39 +150,40 @@ void mott_schottky_columns(CvCurve& curve, const MottSchottkySettings& NW)
         curve.cvMott[i] = 1.0 / (C * C);
         een_op_C2[i] = curve.cvMott[i] / (F_m2_of_nF_cm2 * F_m2_of_nF_cm2);
     }
-    if (afgeleide(curve.v_cell, een_op_C2, NW.points, NW.order_middle, NW.order_edges, curve.cvslopeMottSchottky) == 0)
-        width_and_doping(curve);
+    static_cast<void>(afgeleide(curve.v_cell, een_op_C2, NW.points, NW.order_middle, NW.order_edges,
+                                curve.cvslopeMottSchottky));  // 0 where the curve is too short
+    width_and_doping(curve);
 }
 
 bool RecalculateNW(CvCurve& curve, const MottSchottkySettings& NW)
 {
-    if (NW.points < 2 || static_cast<std::size_t>(NW.points) >= curve.points()) return false;
+    curve.NW_of_line.reset();
     if (curve.has_doping()) {
         curve.NW = NW;
         width_and_doping(curve);
     } else {
         mott_schottky_columns(curve, NW);  // it has no slope yet
     }
-    return true;
+    return curve.has_doping();
 }
 
 std::optional<MottSchottkyLine> mott_schottky_line(const CvCurve& curve)
 {
-    constexpr double at_zero = 1e-9;  // [V]
-    const std::size_t n = curve.points();
-    if (n < 3) return std::nullopt;
+    constexpr double margin = 0.1;  // of what may be called a built-in voltage over the gap [V]
+    constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
+    if (curve.NW_of_line) {
+        CvCurve other = curve;
+        RecalculateNW(other, *curve.NW_of_line);
+        return mott_schottky_line(other);
+    }
     std::vector<double> V, een_op_C2;
     double epsilon = 0.0;
-    // Sign of a forward bias: 1/C^2 falls with it.
-    const double forward = slope_of_fit(curve.v_cell, curve.cvMott, 1, 0.0) < 0.0 ? 1.0 : -1.0;
-    const auto in_reverse = [&](double v) { return forward * v <= at_zero; };
-    const bool all = std::count_if(curve.v_cell.begin(), curve.v_cell.end(), in_reverse) < 3;
-    for (std::size_t i = 0; i < n; ++i) {
-        if (!all && !in_reverse(curve.v_cell[i])) continue;
-        V.push_back(forward * curve.v_cell[i]);
+    for (const std::size_t i : points_of_depletion(curve)) {
+        V.push_back(curve.cell.forward * curve.v_cell[i]);
         een_op_C2.push_back(curve.cvMott[i] / (F_m2_of_nF_cm2 * F_m2_of_nF_cm2));
         epsilon += curve.cveps_eff_N[i];
     }
+    if (V.size() < 3) return std::nullopt;
     MottSchottkyLine line;
     line.points = V.size();
     const auto points = static_cast<double>(line.points);
@@ -156,7 +194,9 @@ std::optional<MottSchottkyLine> mott_schottky_line(const CvCurve& curve)
     line.intercept = mean_V - mean / slope;
     line.Vbi = line.intercept + 2.0 * curve.cell.kT;
     line.epsilon = epsilon / points;
-    line.N = doping_of_slope(slope, line.epsilon);
+    line.N = knows_permittivity(curve.NW) ? doping_of_slope(slope, line.epsilon) : unknown;
+    const double most = curve.cell.widest_gap > 0.0 ? curve.cell.widest_gap + margin : line.Vbi;
+    if (!(line.Vbi > 0.0 && line.Vbi <= most)) line.intercept = line.Vbi = line.N = unknown;
     return line;
 }
 

@@ -28,18 +28,24 @@ void KOVINSearchOfJunctionAndSCLSide(const CellParameters& cell, MottSchottkySet
 /// Without such a junction as KOVINSearchOfJunctionAndSCLSide has it.
 [[nodiscard]] MottSchottkySettings with_lighter_side(const CellParameters& cell, MottSchottkySettings NW);
 
-/// Apparent doping [1/cm3] from the slope d(1/C^2)/dV [m4/(F2 V)]; 0 for an unknown epsilon_mode.
+/// Whether the settings have a word on the permittivity, or the ones that hold without any.
+[[nodiscard]] bool says_permittivity(const MottSchottkySettings& NW);
+/// Whether the permittivity is one of the ways that are known: without one there is no doping.
+[[nodiscard]] bool knows_permittivity(const MottSchottkySettings& NW);
+
+/// Apparent doping [1/cm3] from the slope d(1/C^2)/dV [m4/(F2 V)]; 0 for an unknown epsilon_mode, and where the slope
+/// is 0 or no number.
 /// @param epsilon_used  is told the permittivity
 [[nodiscard]] double ApparentDopingFromMottSchottkySlope(double slope, const MottSchottkySettings& NW,
                                                          const CellOnMesh& cell, double W, double x0,
                                                          double& epsilon_used);
 
 /// Fills all columns of the analysis from v_cell, cvcap and cell, and keeps the settings with them. With fewer points
-/// than the slope needs, W, x, N and the slope are 0 and the permittivities constant_epsilon.
+/// than the slope needs, W, x, N and the slope are 0.
 void mott_schottky_columns(CvCurve& curve, const MottSchottkySettings& NW);
 
-/// The same for other settings of width and doping; a slope that was calculated stays. Curves that are too short for
-/// the settings are left alone. @return whether it was done
+/// The same for other settings of width and doping; a slope that was calculated stays. The line takes its doping with
+/// them too. @return whether the curve is long enough for a slope
 bool RecalculateNW(CvCurve& curve, const MottSchottkySettings& NW);
 
 /// What the straight line through 1/C^2 against V tells of a uniform junction.
@@ -48,14 +54,17 @@ bool RecalculateNW(CvCurve& curve, const MottSchottkySettings& NW);
 ///
 /// Source: Sze and Ng, chapter 2.2; the tails of the carriers at the two edges make the 2 kT.
 struct MottSchottkyLine {
+    // NaN where the line is none of a junction: Vbi not above 0, or beyond the widest gap of the cell by more than 0.1
+    // V
     double intercept = 0.0;  ///< where 1/C^2 vanishes, forward positive [V]
     double Vbi = 0.0;        ///< built-in voltage [V]
-    double N = 0.0;          ///< doping of the lighter side [1/cm3]
+    double N = 0.0;          ///< doping of the lighter side [1/cm3]; NaN for an unknown epsilon_mode too
     double epsilon = 0.0;    ///< relative permittivity that N was found with: mean of the fitted points
     std::size_t points = 0;  ///< that were fitted
 };
-/// Least squares through the points in reverse and at 0 V, where C is that of the depletion layer; through all of them
-/// if those are fewer than three. @return empty for fewer than three points, or without a slope
+/// Least squares through the points in reverse and at 0 V, where C is that of the depletion layer. If those are fewer
+/// than three, through all from the lowest voltage on up to the first where it no longer is: G > omega C, or C not
+/// above 0 or below that of the point before. @return empty for fewer than three points, or without a slope
 [[nodiscard]] std::optional<MottSchottkyLine> mott_schottky_line(const CvCurve& curve);
 
 }  // namespace kovin

@@ -25,6 +25,9 @@ bool layer_of(const MottSchottkySettings& NW, const Mesh& mesh, std::size_t& lay
 CellOnMesh cell_on_mesh(const CalculationParameters& set3, const Mesh& mesh)
 {
     CellOnMesh cell{mesh, set3.on.eps, set3.on.doping, set3.kT};
+    if (!set3.on.Eg.empty()) cell.widest_gap = *std::max_element(set3.on.Eg.begin(), set3.on.Eg.end());
+    // Forward bias lifts the contact with the larger work function; internal voltages are those of the left one.
+    cell.forward = set3.phi_left >= set3.phi_right ? 1 : -1;
     for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j)
         for (int i = mesh.first[j]; i <= mesh.last[j]; ++i)
             cell.cvnet_doping[static_cast<std::size_t>(i)] *= set3.scale.N0[j];

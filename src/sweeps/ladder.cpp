@@ -313,7 +313,7 @@ RunOutcome calculate(Surroundings& surroundings, Simulation& s)
     element.IV_points = asked(s.actie.IV_calculate, s.actie.IV_points);
     element.CV_points = asked(s.actie.CV_calculate, s.actie.CV_points);
     element.Cf_points = asked(s.actie.Cf_calculate, s.actie.Cf_points);
-    if (s.actie.CV_calculate || s.actie.Cf_calculate) element.work_point = work_point_admittance(s);
+    if (s.actie.CV_calculate || s.actie.Cf_calculate) element.work_point = work_point_admittance(surroundings, s);
     // What one of them does not reach is no matter to the next, which begins at a state of its own.
     for (const auto& measurement : measurements)
         if (measurement.asked && measurement.calculate(surroundings, s, element) == RunOutcome::stopped)

@@ -20,6 +20,7 @@ struct Failures {
     bool equilibrium = true, short_circuit = true, work_point = true;
     bool first_IV_point = true, IV = true;
     bool CV = true, Cf = true, QE = true;
+    bool admittance = false;  ///< of the working point, where a capacitance is asked for
 };
 
 /// Large: keep it on the heap and hand on references.

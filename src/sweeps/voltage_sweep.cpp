@@ -84,9 +84,11 @@ SweepEnd run_voltages(Surroundings& surroundings, Simulation& simulation, const 
         if (next == AfterPoint::failed) {
             end.failed = true;
             KOVINErrorMessage(surroundings.report, sweep.failure_title,
-                              "Convergence failure at V = " + shown(v_cell[i], 6) + " Volt" + sweep.behind_volt + '\n' +
-                                  sweep.name + " calculation cut at V = " + shown(v_cell[i > 0 ? i - 1 : 0], 6) +
-                                  " Volt" + sweep.behind_volt + '\n' +
+                              std::string(converged ? "No solution" : "Convergence failure") +
+                                  " at V = " + shown(v_cell[i], 6) + " Volt" + sweep.behind_volt + '\n' +
+                                  (i > 0 ? sweep.name + " calculation cut at V = " + shown(v_cell[i - 1], 6) + " Volt" +
+                                               sweep.behind_volt + '\n'
+                                         : "") +
                                   (converged ? sweep.no_answer
                                              : failure_advice(simulation.solver_problem(), simulation.memory.work)));
             break;

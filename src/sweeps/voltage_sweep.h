@@ -28,6 +28,10 @@ struct VoltageSweep {
     std::string no_answer = {};  ///< why a point that was solved failed all the same
 };
 
+/// Why a solved state has no small signals.
+inline constexpr const char* no_small_signal =
+    "The small-signal equations have no solution there: so far in reverse bias exp(qV/kT) is beyond the numbers.";
+
 enum class AfterPoint {
     go_on,
     leave_leg,  ///< the rest of this leg is left out

@@ -83,6 +83,17 @@ TEST(GivenRows, TheMeshHoldsTheLightOfALongFile)
         tell_lost_generation(told, wp, set3, mesh, gp);
         EXPECT_EQ(told.messages.size(), merged ? 0u : 1u);
         EXPECT_NEAR(integrated_current(set3, mesh, gp.generation) / ideal, merged ? 1.0 : 0.0, 5e-3);
+        if (!merged) continue;
+        // A file for a thicker cell: its last fiftieth is lost, or its last two hundredths.
+        for (const double depth : {1.02, 1.005}) {
+            gp.given.x = {0.0, depth * 2.1e-6};
+            gp.given.G = {1e27, 1e27};
+            wp.generationFromFile = true;
+            CalculateGenerationFromFileOrFromModel(wp, set3, mesh, gp);
+            told.messages.clear();
+            tell_lost_generation(told, wp, set3, mesh, gp);
+            EXPECT_EQ(told.messages.size(), depth > 1.01 ? 1u : 0u) << depth;
+        }
     }
 }
 

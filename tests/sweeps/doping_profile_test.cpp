@@ -101,6 +101,7 @@ TEST(MottSchottky, UniformAndLinearlyGradedJunctions)
         if (&C - step.cvcap.data() > 20) C *= 3.0;  // diffusion capacitance from 0.05 V on
     for (const double forward : {1.0, -1.0}) {
         for (double& V : step.v_cell) V *= forward;
+        step.cell.forward = static_cast<int>(forward);
         mott_schottky_columns(step, NW);
         const auto line = mott_schottky_line(step);
         ASSERT_TRUE(line) << forward;
@@ -111,9 +112,37 @@ TEST(MottSchottky, UniformAndLinearlyGradedJunctions)
     }
     CvCurve lit = curve_of([&](double V) { return std::sqrt(0.5 * q * N * eps * eps0 / (2.0 - V)); });
     for (double& V : lit.v_cell) V += 1.0;
+    lit.frequency = 1e6, lit.cvcon.assign(29, 1e-6);
     mott_schottky_columns(lit, NW);
     EXPECT_EQ(mott_schottky_line(lit)->points, 29U);
     EXPECT_FALSE(mott_schottky_line({}));
+    // Of such a curve what lies behind the first point that is none of a depletion layer does not count.
+    struct Row {
+        const char* what;
+        double C, G;  // of point 12 on
+    };
+    for (const Row& r : {Row{"falls", 1.0, 1e-6}, Row{"is inductive", -50.0, 1e-6}, Row{"leaks", 1e3, 7.0}}) {
+        CvCurve odd = lit;
+        for (std::size_t i = 12; i < odd.points(); ++i) odd.cvcap[i] = r.C, odd.cvcon[i] = r.G;
+        mott_schottky_columns(odd, NW);
+        const auto line = mott_schottky_line(odd);
+        EXPECT_EQ(line->points, 12U) << r.what;
+        EXPECT_NEAR(line->N, 3e15, 3e15 * 1e-9) << r.what;
+        EXPECT_NEAR(line->intercept, 3.0, 1e-9) << r.what;
+        // No junction has more than its gap, and no doping is derived in a way that is not known.
+        odd.cell.widest_gap = 2.9;
+        EXPECT_TRUE(std::isnan(mott_schottky_line(odd)->Vbi)) << r.what;
+        odd.cell.widest_gap = 3.0;
+        odd.NW.epsilon_mode = 2;
+        EXPECT_NEAR(mott_schottky_line(odd)->intercept, 3.0, 1e-9) << r.what;
+        EXPECT_TRUE(std::isnan(mott_schottky_line(odd)->N)) << r.what;
+    }
+    // The same voltage at all points: a slope of 0, and no figure made of it.
+    CvCurve still = lit;
+    still.v_cell.assign(29, 0.0);
+    mott_schottky_columns(still, NW);
+    EXPECT_EQ(still.cvN, std::vector<double>(29, 0.0));
+    EXPECT_FALSE(mott_schottky_line(still));
 
     // Nd - Na = a x: W = (12 eps eps0 (Vbi - V)/(q a))^(1/3) (Sze and Ng, 2.2). Both edges move, each at the doping
     // a W/2, and 1/N = 1/Na + 1/Nd: N(W) = a W/4. The slope comes from parabolas over steps h of 0.05 V; their error is

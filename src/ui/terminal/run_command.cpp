@@ -32,28 +32,30 @@ struct ResultFile {
     std::string kind;
     fs::path path;
     std::string ResultTexts::*text;
+    bool asked = true;  ///< else only of interest as what an earlier run left behind
 };
 
-/// The files that a run is going to write.
+/// The files that a run is going to write, and those that it would write if more were asked for. Tables on request
+/// are among them only when asked for: tables of absorption and grading are files of the user as well.
 std::vector<ResultFile> planned_files(const Session& session, const Options& options)
 {
     const Simulation& s = session.simulation;
     const fs::path stem = session.surroundings.folders.results / s.problem.input.path.stem();
-    const auto file = [&](const std::string& kind, std::string ResultTexts::*text) {
-        return ResultFile{kind, fs::path(stem.string() + '.' + kind), text};
+    const auto file = [&](const std::string& kind, std::string ResultTexts::*text, bool wanted = true) {
+        return ResultFile{kind, fs::path(stem.string() + '.' + kind), text, wanted};
     };
     std::vector<ResultFile> files;
     const ActionList& asked = s.panel.actions;
     // The states of a C-V belong to the I-V curve.
-    if (asked.IV_calculate || asked.CV_calculate) files.push_back(file("iv", &ResultTexts::iv));
-    if (asked.CV_calculate) files.push_back(file("cv", &ResultTexts::cv));
-    if (asked.Cf_calculate) files.push_back(file("cf", &ResultTexts::cf));
-    if (asked.QE_calculate) files.push_back(file("qe", &ResultTexts::qe));
-    if (options.analyse && asked.Cf_calculate) files.push_back(file("as", &ResultTexts::as));
+    files.push_back(file("iv", &ResultTexts::iv, asked.IV_calculate || asked.CV_calculate));
+    files.push_back(file("cv", &ResultTexts::cv, asked.CV_calculate));
+    files.push_back(file("cf", &ResultTexts::cf, asked.Cf_calculate));
+    files.push_back(file("qe", &ResultTexts::qe, asked.QE_calculate));
+    files.push_back(file("as", &ResultTexts::as, options.analyse && asked.Cf_calculate));
     files.push_back(file("eb", &ResultTexts::eb));
     files.push_back(file("gen", &ResultTexts::gen));
     files.push_back(file("occ", &ResultTexts::occ));
-    if (asked.CV_calculate || asked.Cf_calculate) files.push_back(file("ac", &ResultTexts::ac));
+    files.push_back(file("ac", &ResultTexts::ac, asked.CV_calculate || asked.Cf_calculate));
     if (options.absorption_table) files.push_back(file("abs", &ResultTexts::absorption));
     if (options.grading_table) files.push_back(file("grading", &ResultTexts::grading));
     return files;
@@ -88,7 +90,7 @@ bool ready_to_write(Session& session, const std::vector<ResultFile>& files, cons
     }
     bool ready = true;
     for (const ResultFile& file : files) {
-        if (!fs::exists(file.path, error)) continue;
+        if (!fs::exists(file.path, error) || (!file.asked && !force)) continue;
         const auto same = [&](const fs::path& input) { return fs::equivalent(input, file.path, error); };
         if (std::any_of(inputs.begin(), inputs.end(), same)) {
             tell(session, "Result files",
@@ -179,7 +181,7 @@ ExitStatus status_of(const Session& session, SimulateOutcome outcome)
     const ActionList& asked = s.panel.actions;
     const bool cut = (asked.IV_calculate && (s.failures.first_IV_point || s.failures.IV)) ||
                      (asked.CV_calculate && s.failures.CV) || (asked.Cf_calculate && s.failures.Cf) ||
-                     (asked.QE_calculate && s.failures.QE);
+                     (asked.QE_calculate && s.failures.QE) || s.failures.admittance;
     const bool complete = outcome == SimulateOutcome::done && !cut && session.unsupported.empty();
     return complete ? ExitStatus::good : ExitStatus::incomplete;
 }

@@ -75,8 +75,11 @@ std::string points_json(std::size_t done, std::size_t asked)
     return "{\"points\":" + integer(static_cast<long>(done)) + ",\"cut\":" + (done < asked ? "true" : "false") + '}';
 }
 
+bool capacitance_asked(const DataListElement& element) { return element.CV_points > 0 || element.Cf_points > 0; }
+
 std::string capacitance_json(const DataListElement& element)
 {
+    if (!element.work_point) return "null";
     const WorkPointAdmittance& at = *element.work_point;
     const WorkPoint& wp = element.run.wp;
     return "{\"C\":" + number(true, at.C) + ",\"G\":" + number(true, at.G) +
@@ -142,7 +145,8 @@ void iv_rows(std::string& out, const DataListElement& element, bool verbose)
     row(out, "Voc       ", r.VocValid, r.Voc, 4, "V", remark(r.VocExtrapolated));
     row(out, "Jsc       ", r.JscValid, r.Jsc, 3, "mA/cm2", remark(r.JscExtrapolated));
     row(out, "FF        ", r.FFValid, r.FF, 2, "%", remark(r.FFExtrapolated));
-    row(out, r.etaIsCollection ? "collection" : "efficiency", r.etaValid, r.eta, 2, "%", remark(r.etaExtrapolated));
+    row(out, r.etaIsCollection ? "collection" : "efficiency", r.etaValid && (r.VocValid || r.etaIsCollection), r.eta, 2,
+        "%", remark(r.etaExtrapolated));
     cut_row(out, "curve", element.iv.points(), element.IV_points);
     const double error = accuracy(element.iv).largest_error;
     if (verbose && std::isfinite(error)) out += "  J is certain to " + scientific(error, 0, 1) + " mA/cm2\n";
@@ -150,29 +154,37 @@ void iv_rows(std::string& out, const DataListElement& element, bool verbose)
 
 void capacitance_rows(std::string& out, const DataListElement& element)
 {
-    if (element.work_point) {
+    if (capacitance_asked(element)) {
         const WorkPoint& wp = element.run.wp;
-        row(out, "C         ", true, element.work_point->C, 3, "nF/cm2",
+        row(out, "C         ", element.work_point.has_value(), element.work_point.value_or(WorkPointAdmittance{}).C, 3,
+            "nF/cm2",
             " at " + fixed(wp.V * element.run.polarity.V + 0.0, 0, 3) + " V, " + scientific(wp.frequency, 0, 1) +
                 " Hz");
     }
-    if (element.CV_points > 0 && element.cv.points() == 0)
-        out += "  no C-V curve: its first point did not converge\n";
-    else
-        cut_row(out, "C-V curve", element.cv.points(), element.CV_points);
-    cut_row(out, "C-f curve", element.cf.points(), element.Cf_points);
+    const auto curve_row = [&](const char* name, std::size_t done, std::size_t asked) {
+        if (asked > 0 && done == 0)
+            out += std::string("  no ") + name + ": its first point has no solution\n";
+        else
+            cut_row(out, name, done, asked);
+    };
+    curve_row("C-V curve", element.cv.points(), element.CV_points);
+    curve_row("C-f curve", element.cf.points(), element.Cf_points);
 }
 
 /// What the analyses read out of C-V and C-f.
 void analysis_rows(std::string& out, const DataListElement& element)
 {
     if (const auto line = mott_schottky_line(element.cv)) {
-        row(out, "Vbi (C-V) ", true, line->Vbi, 4, "V");
-        out += "  N (C-V)   " + scientific(line->N, 10, 3) + " /cm3 with eps " + fixed(line->epsilon, 0, 2) + '\n';
+        row(out, "Vbi (C-V) ", std::isfinite(line->Vbi), line->Vbi, 4, "V");
+        out += "  N (C-V)   ";
+        out += std::isfinite(line->N)
+                   ? scientific(line->N, 10, 3) + " /cm3 with eps " + fixed(line->epsilon, 0, 2) + '\n'
+                   : "         - /cm3\n";
     }
     if (element.as.points() == 0) return;
     const std::optional<std::size_t> peak = level_peak(element);
     row(out, "level (AS)", peak.has_value(), peak ? element.as.AS_Et[*peak] : 0.0, 4, "eV");
+    if (peak_is_of_Rs(element)) out += "  the step of the C-f curve is that of the series resistance\n";
 }
 
 void qe_rows(std::string& out, const DataListElement& element)
@@ -217,7 +229,7 @@ std::string summary_json(const Summary& summary)
     const bool has_iv = curves != nullptr && curves->IV_points > 0;
     const bool has_qe = curves != nullptr && curves->QE_points > 0;
     out += ",\"iv\":" + (has_iv ? iv_json(*curves) : std::string("null"));
-    if (curves != nullptr && curves->work_point) out += ",\"capacitance\":" + capacitance_json(*curves);
+    if (curves != nullptr && capacitance_asked(*curves)) out += ",\"capacitance\":" + capacitance_json(*curves);
     if (curves != nullptr && curves->CV_points > 0)
         out += ",\"cv\":" + points_json(curves->cv.points(), curves->CV_points);
     if (curves != nullptr && curves->Cf_points > 0)
