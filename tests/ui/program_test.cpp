@@ -227,12 +227,17 @@ TEST(Program, AnalysesCapacitanceCurves)
                 "Cf_total points : 31\nCf_calculate : 1\nRs present : 1\nRs : 1\n");
     scratch.put("Rs.act",
                 "dark : 1\nCf_startf : 1e2\nCf_stopf : 1e8\nCf_total points : 31\nCf_calculate : 1\n"
-                "Rs present : 1\nRs : 1\n");
+                "Rs present : 1\nRs : 1\n"
+                "CV_startV : 0\nCV_stopV : 0\nCV_points : 4\nCV_calculate : 1\n");
     const Ended rolled = kovin(scratch, "run silicon-pn.def Rs.act --analyse -o Rs"),
                 odd = kovin(scratch, "run silicon-pn.def odd.act --json -o odd");
     EXPECT_NE(rolled.out.find("level (AS)         - eV\n  the step of the C-f curve is that of the series"),
               std::string::npos)
         << rolled.out;
+    // A C-V that stays at one voltage has no line and no doping, in words and in figures.
+    EXPECT_NE(rolled.out.find("Vbi (C-V)          - V\n  N (C-V)            - /cm3\n"), std::string::npos)
+        << rolled.out;
+    EXPECT_EQ(contents(scratch.path() / "Rs/silicon-pn.cv").find("inf"), std::string::npos);
     EXPECT_EQ(odd.status, 1);
     EXPECT_NE(odd.out.find("\"capacitance\":null"), std::string::npos) << odd.out;
     for (const char* told : {"No solution at V = -20.000000 Volt\nThe small-signal", "No solution at f = "})

@@ -5,6 +5,7 @@
 #include "sweeps/doping_profile.h"
 
 #include <cmath>
+#include <limits>
 
 namespace kovin {
 
@@ -74,6 +75,10 @@ std::string points_json(std::size_t done, std::size_t asked)
 {
     return "{\"points\":" + integer(static_cast<long>(done)) + ",\"cut\":" + (done < asked ? "true" : "false") + '}';
 }
+
+/// In place of a line through fewer than three points.
+constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
+constexpr MottSchottkyLine no_line{.intercept = unknown, .Vbi = unknown, .N = unknown, .epsilon = unknown, .points = 0};
 
 bool capacitance_asked(const DataListElement& element) { return element.CV_points > 0 || element.Cf_points > 0; }
 
@@ -174,12 +179,12 @@ void capacitance_rows(std::string& out, const DataListElement& element)
 /// What the analyses read out of C-V and C-f.
 void analysis_rows(std::string& out, const DataListElement& element)
 {
-    if (const auto line = mott_schottky_line(element.cv)) {
-        row(out, "Vbi (C-V) ", std::isfinite(line->Vbi), line->Vbi, 4, "V");
+    if (element.cv.points() > 0) {
+        const MottSchottkyLine line = mott_schottky_line(element.cv).value_or(no_line);
+        row(out, "Vbi (C-V) ", std::isfinite(line.Vbi), line.Vbi, 4, "V");
         out += "  N (C-V)   ";
-        out += std::isfinite(line->N)
-                   ? scientific(line->N, 10, 3) + " /cm3 with eps " + fixed(line->epsilon, 0, 2) + '\n'
-                   : "         - /cm3\n";
+        out += std::isfinite(line.N) ? scientific(line.N, 10, 3) + " /cm3 with eps " + fixed(line.epsilon, 0, 2) + '\n'
+                                     : "         - /cm3\n";
     }
     if (element.as.points() == 0) return;
     const std::optional<std::size_t> peak = level_peak(element);
@@ -235,7 +240,8 @@ std::string summary_json(const Summary& summary)
     if (curves != nullptr && curves->Cf_points > 0)
         out += ",\"cf\":" + points_json(curves->cf.points(), curves->Cf_points);
     if (curves != nullptr) {
-        if (const auto line = mott_schottky_line(curves->cv)) out += ",\"mott_schottky\":" + mott_schottky_json(*line);
+        if (curves->cv.points() > 0)
+            out += ",\"mott_schottky\":" + mott_schottky_json(mott_schottky_line(curves->cv).value_or(no_line));
         if (curves->as.points() > 0) out += ",\"as\":" + admittance_json(*curves);
     }
     if (has_qe) out += ",\"qe\":" + qe_json(*curves);
