@@ -191,8 +191,11 @@ std::optional<std::size_t> steepest_step(const DataListElement& element)
     const std::vector<double>& D = element.as.AS_deriv;
     const auto highest = std::max_element(D.begin(), D.end());
     const auto at = static_cast<std::size_t>(highest - D.begin());
-    if (at == 0 || at + 1 >= D.size() || !(*highest > least * element.cf.cfcap[at])) return std::nullopt;
-    return at;
+    // Fits of degree 1 at the ends repeat the slope beside them: where that is the largest, the spectrum rises
+    // throughout.
+    const auto rises_to = [&](double end) { return end >= (1.0 - 1e-9) * *highest; };
+    if (D.size() < 3 || rises_to(D.front()) || rises_to(D.back())) return std::nullopt;
+    return *highest > least * element.cf.cfcap[at] ? std::optional(at) : std::nullopt;
 }
 
 }  // namespace
@@ -200,7 +203,8 @@ std::optional<std::size_t> steepest_step(const DataListElement& element)
 bool peak_is_of_Rs(const DataListElement& element)
 {
     const std::optional<std::size_t> at = steepest_step(element);
-    return at && !(element.as.AS_deriv[*at] > 2.0 * slope_of_Rs(element, *at));
+    constexpr double most = 0.25;  // share of the peak that it makes; of half of it the level shifts by more than kT
+    return at && slope_of_Rs(element, *at) >= most * element.as.AS_deriv[*at];
 }
 
 std::optional<std::size_t> level_peak(const DataListElement& element)

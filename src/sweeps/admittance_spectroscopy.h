@@ -78,7 +78,7 @@ int Calculate_AS(std::span<DataListElement> results, const AsSettings& settings,
 
 /// Index of the largest -dC/dln(w) between the ends of the spectrum of an element: the level. Empty if it falls or
 /// rises throughout, or is below 1e-3 of C: the foot of a step elsewhere. Empty too where the series resistance makes
-/// more than half of it: C gives way to Rs there, at w = 1/(Rs C).
+/// a quarter of it or more: C gives way to Rs there, at w = 1/(Rs C).
 [[nodiscard]] std::optional<std::size_t> level_peak(const DataListElement& element);
 
 /// Whether the largest -dC/dln(w) between the ends is the work of the series resistance.

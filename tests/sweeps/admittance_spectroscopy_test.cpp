@@ -200,5 +200,41 @@ TEST(AsFile, BlocksOfAnalysedCurves)
     EXPECT_EQ(rows(second), 23);
 }
 
+// A level is a step inside the spectrum: C = 40 nF/cm2 and 4 more below f0, behind a series resistance.
+TEST(Admittance, TheLevelIsNeitherAnEndNorTheSeriesResistance)
+{
+    struct Row {
+        const char* what;
+        double f0, Rs, stop;  // [Hz, ohm cm2, Hz]
+        bool level, of_Rs;
+    };
+    for (const Row& r :
+         {Row{"a level", 1e4, 0.0, 1e8, true, false}, Row{"hardly less of it", 1e4, 0.01, 1e7, true, false},
+          Row{"the end of a roll-off", 1e4, 0.01, 1e8, false, false}, Row{"a roll-off", 1e4, 1.0, 1e8, false, true},
+          Row{"a level beyond", 1e9, 0.0, 1e8, false, false}, Row{"a level in front", 1e-1, 0.0, 1e8, false, false}})
+        for (const bool falling : {false, true}) {
+            DataListElement element;
+            element.run.wp.RsPresent = true;
+            element.run.wp.Rs = 1e-4 * r.Rs;
+            CfCurve& cf = element.cf;
+            for (int i = 0; i <= 40; ++i) {
+                const double share = (falling ? 40 - i : i) / 40.0, f = 1e2 * std::pow(r.stop / 1e2, share);
+                const double w = 2.0 * std::numbers::pi * f;
+                const double C = 40.0 + 4.0 / (1.0 + f / r.f0 * f / r.f0), im = -1e9 / (w * C);
+                cf.cf_as.push_back(f);
+                cf.cfZre.push_back(r.Rs);
+                cf.cfZim.push_back(im);
+                cf.cfcap.push_back(-im / (r.Rs * r.Rs + im * im) / w * 1e9);
+            }
+            ASSERT_EQ(Calculate_AS_single({300.0, 0.0, cf.cf_as, cf.cfcap}, {}, {}, {}, element.as), 0);
+            const auto at = level_peak(element);
+            EXPECT_EQ(at.has_value(), r.level) << r.what;
+            EXPECT_EQ(peak_is_of_Rs(element), r.of_Rs) << r.what;
+            if (at) {
+                EXPECT_NEAR(std::log10(cf.cf_as[*at] / r.f0), 0.0, 0.1) << r.what;
+            }
+        }
+}
+
 }  // namespace
 }  // namespace kovin
