@@ -36,7 +36,7 @@ SimulateOutcome Simulate(Session& session)
         KOVINErrorMessage(session.surroundings.report, "Not supported yet, left out", name);
     if (!missing.falsifies.empty()) return SimulateOutcome::refused;
 
-    switch (calculate(session.surroundings, s)) {
+    switch (calculate_withMeta(session.surroundings, s)) {
         case RunOutcome::done:
             return SimulateOutcome::done;
         case RunOutcome::failed:

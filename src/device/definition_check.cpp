@@ -6,6 +6,7 @@
 #include "device/definition_places.h"
 #include "device/graded_values.h"
 #include "device/grading.h"
+#include "device/metastable.h"
 #include "device/quantities.h"
 
 #include <algorithm>
@@ -202,6 +203,23 @@ void check_interface(PhysicsCheck& check, std::size_t i)
     }
 }
 
+/// Metastable pairs: what keeps them from reacting, and what is hardly meant.
+void check_pairs(PhysicsCheck& check, const LayerParameters& layer, const std::string& name)
+{
+    const std::string section = name + "/metastable";
+    for (const std::string& fault : metastable_faults(layer))
+        check.find(section, fault.find("charge") == std::string::npos ? "DonorDefect" : "Donor charge state",
+                   name + ", " + fault);
+    for (const std::string& remark : metastable_remarks(layer)) {
+        std::string key = "UserDefined Activation Energies";
+        for (const char* word : activation_energy_words)
+            if (remark.find(std::string(": ") + word) != std::string::npos ||
+                remark.find(std::string("barrier ") + word) != std::string::npos)
+                key = word;
+        check.find(section, key, name + ", " + remark);
+    }
+}
+
 void check_contact(PhysicsCheck& check, const ContactParameters& contact, const LayerParameters& layer,
                    const std::string& side, const ConvergenceParameters& settings)
 {
@@ -250,6 +268,7 @@ void check_physical_sense(const Definition& definition, LineWatch& watch)
                                " is not read, as the dependence is 2 (uniform)");
         }
         for (int k = 0; k < cell.layer[i].srhteller; ++k) check_levels(check, cell.layer[i], k + 1, name);
+        check_pairs(check, cell.layer[i], name);
     }
     for (std::size_t i = 0; i + 1 < count; ++i) check_interface(check, i);
     const DefinitionWorkPoint& point = definition.workPoint;

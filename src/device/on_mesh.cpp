@@ -11,21 +11,12 @@ namespace kovin {
 
 namespace {
 
-/// Positions of the points of a layer from its left end [um].
-std::vector<double> places_in_layer(const Mesh& mesh, std::size_t first, std::size_t count)
-{
-    std::vector<double> x(mesh.x_um.begin() + static_cast<std::ptrdiff_t>(first),
-                          mesh.x_um.begin() + static_cast<std::ptrdiff_t>(first + count));
-    for (std::size_t i = count; i-- > 0;) x[i] -= x[0];
-    return x;
-}
-
 /// One quantity of a layer at its points; scales that depend on the layer are handed in as `factor`.
 struct LayerPoints {
     const Mesh& mesh;
     std::size_t first, count;
     double thickness_um;
-    std::vector<double> x_um = places_in_layer(mesh, first, count);  ///< from the left end of the layer
+    std::vector<double> x_um;  ///< from the left end of the layer
 
     void fill(const Profile& profile, double factor, std::vector<double>& values) const
     {
@@ -61,7 +52,7 @@ void raise_to_limit(const CalculationParameters& set3, const MaterialParameters&
 LayerPoints points_of(const CalculationParameters& set3, const Mesh& mesh, std::size_t layer)
 {
     return {mesh, static_cast<std::size_t>(mesh.first[layer]), static_cast<std::size_t>(mesh.n_in_layer[layer]),
-            set3.layer[layer].material.d * 1e6};
+            set3.layer[layer].material.d * 1e6, places_in_layer(mesh, layer)};
 }
 
 void resize(OnMesh& on, std::size_t N)
@@ -99,6 +90,14 @@ void band_terms(const CalculationParameters& set3, std::size_t first, std::size_
 }
 
 }  // namespace
+
+std::vector<double> places_in_layer(const Mesh& mesh, std::size_t layer)
+{
+    const auto first = mesh.x_um.begin() + mesh.first[layer];
+    std::vector<double> x(first, first + mesh.n_in_layer[layer]);
+    for (std::size_t i = x.size(); i-- > 0;) x[i] -= x[0];
+    return x;
+}
 
 void Full_x_Dependence(CalculationParameters& set3, Mesh& mesh)
 {
@@ -163,6 +162,14 @@ void Full_Nt_x_Dependence(const CalculationParameters& set3, const Mesh& mesh, c
     assert(Nt.size() == points.count);
     points.evaluate(level.Nt, Nt);
     for (double& value : Nt) value *= weight;
+}
+
+void Full_MetaNt_x_Dependence(const CalculationParameters& set3, const Mesh& mesh, std::size_t layer,
+                              const MetaStableDefectParameters& pair, std::span<double> Nt)
+{
+    const LayerPoints points = points_of(set3, mesh, layer);
+    assert(Nt.size() == points.count);
+    points.evaluate(pair.Nt, Nt);
 }
 
 }  // namespace kovin

@@ -4,7 +4,9 @@
 #include "device/calculation_set.h"
 #include "device/mesh.h"
 
+#include <cstddef>
 #include <span>
+#include <vector>
 
 namespace kovin {
 
@@ -22,5 +24,10 @@ void graded_values(const CalculationParameters& set3, const Mesh& mesh, Profile 
 /// Density of a defect level at the points of its layer in units of N0, times `weight`; `Nt` holds the layer's points.
 void Full_Nt_x_Dependence(const CalculationParameters& set3, const Mesh& mesh, const BulkRecombinationParameters& level,
                           double weight, std::span<double> Nt);
+/// The same of a metastable pair of layer `layer`: of both configurations together.
+void Full_MetaNt_x_Dependence(const CalculationParameters& set3, const Mesh& mesh, std::size_t layer,
+                              const MetaStableDefectParameters& pair, std::span<double> Nt);
+/// Positions of the points of a layer from its left end [um].
+[[nodiscard]] std::vector<double> places_in_layer(const Mesh& mesh, std::size_t layer);
 
 }  // namespace kovin

@@ -1,5 +1,6 @@
 #include "results/profile_files.h"
 
+#include "device/on_mesh.h"
 #include "results/columns.h"
 #include "results/header.h"
 #include "solver/occupation.h"
@@ -130,6 +131,31 @@ std::vector<DefectColumn> rate_columns(const ProfileSource& source)
     return columns;
 }
 
+/// Shares of the two configurations of each metastable pair, from the densities of its defects.
+void add_metastable_columns(const ProfileSource& source, std::vector<DefectColumn>& columns)
+{
+    const CalculationParameters& set3 = source.problem.set3;
+    const Mesh& mesh = source.cv.mesh;
+    for (std::size_t j = 0; j < static_cast<std::size_t>(mesh.nlayers); ++j)
+        for (const MetaStableDefectParameters& pair : set3.layer[j].metastable) {
+            if (!pair.present || pair.donor_defect < 0 || pair.acceptor_defect < 0) continue;
+            const auto count = static_cast<std::size_t>(mesh.n_in_layer[j]);
+            std::vector<double> acceptors(count), donors(count);
+            const auto& defects = set3.layer[j].srh;
+            Full_Nt_x_Dependence(set3, mesh, defects[static_cast<std::size_t>(pair.acceptor_defect)][0], 1.0,
+                                 acceptors);
+            Full_Nt_x_Dependence(set3, mesh, defects[static_cast<std::size_t>(pair.donor_defect)][0], 1.0, donors);
+            for (std::size_t k = 0; k < count; ++k) {
+                const double total = acceptors[k] + donors[k];
+                for (double* share : {&acceptors[k], &donors[k]}) *share = total > 0.0 ? *share / total : 0.0;
+            }
+            const std::string where = integer(static_cast<long>(j) + 1) + ',' + integer(pair.number + 1);
+            const auto first = static_cast<std::size_t>(mesh.first[j]);
+            columns.push_back({"f_t(metastable acceptor config.)" + where, first, std::move(acceptors)});
+            columns.push_back({"f_t(metastable donor config.)" + where, first, std::move(donors)});
+        }
+}
+
 std::vector<DefectColumn> occupation_columns(std::vector<DefectTransition> transitions)
 {
     std::vector<DefectColumn> columns;
@@ -219,7 +245,8 @@ std::string ft_naar_file(const ProfileSource& source, const Profiles& profiles)
     std::string out = header(source, OutputKind::occupation);
     std::vector<DefectTransition> transitions = defect_transitions(source.problem.defects, source.cv);
     const std::string distributions = distributions_text(source, transitions);
-    const std::vector<DefectColumn> columns = occupation_columns(std::move(transitions));
+    std::vector<DefectColumn> columns = occupation_columns(std::move(transitions));
+    add_metastable_columns(source, columns);
     out +=
         "Legend:\n=======\n"
         "All following properties are split up per layer and per defect in this layer, per charge state transition "

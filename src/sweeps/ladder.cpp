@@ -4,6 +4,8 @@
 #include "device/contacts.h"
 #include "device/graded_values.h"
 #include "device/grading_file.h"
+#include "device/layer_profiles.h"
+#include "device/metastable.h"
 #include "device/model_table.h"
 #include "device/parameterset3.h"
 #include "device/shockley_queisser.h"
@@ -23,6 +25,7 @@
 #include "sweeps/cf.h"
 #include "sweeps/cv.h"
 #include "sweeps/iv.h"
+#include "sweeps/metastable.h"
 #include "sweeps/qe.h"
 #include "sweeps/starting_point.h"
 
@@ -46,16 +49,28 @@ void CheckCutoffWavelengths(double& shorter, double& longer)
     if (longer - shorter <= 1e-4) longer = shorter + 1.0;
 }
 
+/// The second working point: the contacts and the side of the light are those of the first.
+WorkPoint second_work_point(const ActionPanel& panel)
+{
+    WorkPoint wp = panel.secondWorkPoint;
+    wp.lightFromRight = panel.workPoint.lightFromRight;
+    wp.RsPresent = panel.workPoint.RsPresent;
+    wp.Rs = panel.workPoint.Rs;
+    wp.GshPresent = panel.workPoint.GshPresent;
+    wp.Gsh = panel.workPoint.Gsh;
+    return wp;
+}
+
 /// The running records from the panel: the polarity is applied here and nowhere else.
-void read_panel(Simulation& s)
+void read_panel(Simulation& s, RunMode mode)
 {
     const CellParameters& cell = s.zonnecel.cell;
     s.polarity =
         polarity_of(cell.voltage_reference, cell.reference_system, s.problem.input.convergence.allow_references != 0);
-    s.wp = s.panel.workPoint;
+    s.wp = mode == RunMode::settle ? second_work_point(s.panel) : s.panel.workPoint;
     s.wp.V *= s.polarity.V;
     if (s.wp.cutOff) CheckCutoffWavelengths(s.wp.lambdaShort, s.wp.lambdaLong);
-    s.actie = s.panel.actions;
+    s.actie = mode == RunMode::settle ? ActionList{} : s.panel.actions;
     for (double* V : {&s.actie.IV_startV, &s.actie.IV_stopV, &s.actie.CV_startV, &s.actie.CV_stopV}) *V *= s.polarity.V;
 }
 
@@ -86,7 +101,7 @@ bool read_light(Surroundings& surroundings, Simulation& s)
 }
 
 /// Cell, light and first mesh in solver units. @return false if an input file cannot be used (reported)
-bool prepare_problem(Surroundings& surroundings, Simulation& s)
+bool prepare_problem(Surroundings& surroundings, Simulation& s, RunMode mode)
 {
     WriteEgInAllAbsorptionModels(s.zonnecel.cell);
     InputParameters& set1 = s.problem.input;
@@ -98,7 +113,9 @@ bool prepare_problem(Surroundings& surroundings, Simulation& s)
         return false;
     check_contacts(surroundings.report, set1.cell, s.wp.T, set1.convergence);
 
+    // Contacts with flat bands stand against the densities of the cell, however its pairs have settled.
     parameterset1_to_3(set1, s.wp.T, s.set3);
+    plant(s.planted, s.set3);
     if (take_the_route_of_tunnelling(s.set3))
         surroundings.monitor.post({.text = "tunnel paths are open: classic route, scheme 11"});
     GovernMaxMinMesh(s.set3.convergence);
@@ -115,6 +132,10 @@ bool prepare_problem(Surroundings& surroundings, Simulation& s)
     s.memory = {};
     s.memory.first_mesh = cv.mesh;
     s.memory.mesh_wishes = std::move(wishes);
+    if (mode == RunMode::settle) {
+        s.metastable = initial_ratios(s.set3, cv.mesh);
+        SwitchDefectsToMetaDependence(s.metastable, s.set3);
+    }
     prepare_solver(s.set3, cv.mesh, s.memory);
     update_generation(s.wp, s.set3, cv.mesh, s.light);
     return true;
@@ -150,7 +171,7 @@ bool calculate_equilibrium(Surroundings& surroundings, Simulation& s)
     return CheckConvergenceFailure(surroundings, s, converged, s.equiberekend, "equilibrium");
 }
 
-bool calculate_short_circuit(Surroundings& surroundings, Simulation& s)
+bool calculate_short_circuit(Surroundings& surroundings, Simulation& s, RunMode mode)
 {
     if (s.wp.dark) {
         s.kortsluitcv = s.evenwichtcv;
@@ -158,7 +179,9 @@ bool calculate_short_circuit(Surroundings& surroundings, Simulation& s)
         s.failures.short_circuit = false;
         return true;
     }
-    surroundings.monitor.post({.status = 1, .text = "calculating short circuit ..."});
+    surroundings.monitor.post({.status = 1,
+                               .text = mode == RunMode::settle ? "updating metastable defects: short circuit ..."
+                                                               : "calculating short circuit ..."});
     ReturnToAKnownStartingPoint(s, s.evenwichtcv);
     const bool converged = light_up(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars,
                                     s.light.generation, s.wp.numberOfPoints);
@@ -168,9 +191,10 @@ bool calculate_short_circuit(Surroundings& surroundings, Simulation& s)
     return CheckConvergenceFailure(surroundings, s, converged, s.kortberekend, "short circuit");
 }
 
-bool calculate_work_point(Surroundings& surroundings, Simulation& s)
+bool calculate_work_point(Surroundings& surroundings, Simulation& s, RunMode mode)
 {
-    if (s.wp.V == 0.0) {
+    const bool settle = mode == RunMode::settle;
+    if (s.wp.V == 0.0 && !settle) {
         ReturnToAKnownStartingPoint(s, s.kortsluitcv);
         s.werkpuntcv = s.kortsluitcv;
         s.JWorkingPoint = s.JShortCircuit;
@@ -179,10 +203,17 @@ bool calculate_work_point(Surroundings& surroundings, Simulation& s)
         return true;
     }
     surroundings.monitor.post(
-        {.status = 1, .text = "calculating working point V = " + fixed(s.wp.V * s.polarity.V, 0, 3) + " Volt"});
+        {.status = 1,
+         .text = (settle ? "updating metastable defects V = " : "calculating working point V = ") +
+                 fixed(s.wp.V * s.polarity.V, 0, 3) + " Volt"});
     ReturnToAKnownStartingPoint(s, s.kortsluitcv);
-    const bool converged = volgende_iv_punt(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars, 0.0,
-                                            s.wp.V, s.wp.numberOfPoints);
+    bool converged = volgende_iv_punt(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars, 0.0, s.wp.V,
+                                      s.wp.numberOfPoints);
+    if (converged && settle) {
+        bool settled = false;
+        converged = relax_metastable_pairs(surroundings, s, settled);
+        s.failures.metastable = !settled;
+    }
     s.failures.work_point = !converged;
     s.JWorkingPoint = converged ? s.currentCalcVars.J_median : 0.0;
     if (converged) s.werkpuntcv = s.currentCalcVars;
@@ -280,18 +311,18 @@ RunRecord run_record(const Surroundings& surroundings, const Simulation& s)
     return run;
 }
 
-RunOutcome calculate(Surroundings& surroundings, Simulation& s)
+RunOutcome calculate(Surroundings& surroundings, Simulation& s, RunMode mode)
 {
     s.failures = {};
-    read_panel(s);
+    read_panel(s, mode);
     s.started = start_text(surroundings.clock.now());
-    if (!prepare_problem(surroundings, s)) {
+    if (!prepare_problem(surroundings, s, mode)) {
         s.failures.input = true;
         return RunOutcome::failed;
     }
     if (!calculate_equilibrium(surroundings, s)) return failed_or_stopped(surroundings);
-    if (!calculate_short_circuit(surroundings, s)) return failed_or_stopped(surroundings);
-    if (!calculate_work_point(surroundings, s)) return failed_or_stopped(surroundings);
+    if (!calculate_short_circuit(surroundings, s, mode)) return failed_or_stopped(surroundings);
+    if (!calculate_work_point(surroundings, s, mode)) return failed_or_stopped(surroundings);
 
     const struct {
         bool asked;
@@ -319,6 +350,36 @@ RunOutcome calculate(Surroundings& surroundings, Simulation& s)
         if (measurement.asked && measurement.calculate(surroundings, s, element) == RunOutcome::stopped)
             return RunOutcome::stopped;
     return RunOutcome::done;
+}
+
+RunOutcome calculate_withMeta(Surroundings& surroundings, Simulation& s)
+{
+    s.planted.clear();
+    const CellParameters& cell = s.zonnecel.cell;
+    if (!CheckMETAMode(cell)) return calculate(surroundings, s);
+    bool can_react = true;
+    for (std::size_t j = 0; j < static_cast<std::size_t>(cell.layers); ++j)
+        for (const std::string& fault : metastable_faults(cell.layer[j])) {
+            KOVINErrorMessage(surroundings.report, "Metastable defects", place_of_profile(j, cell.layer[j], fault));
+            can_react = false;
+        }
+    if (!can_react) {
+        s.failures = {};
+        s.failures.input = true;
+        return RunOutcome::failed;
+    }
+
+    const RunOutcome settled = calculate(surroundings, s, RunMode::settle);
+    if (settled != RunOutcome::done) {
+        s.failures.work_point = true;  // that of the second working point is not the one that was asked for
+        return settled;
+    }
+    const bool unsettled = s.failures.metastable;
+    s.planted = relaxed_densities(s.metastable, s.set3);
+    const RunOutcome outcome = calculate(surroundings, s);
+    s.failures.metastable = unsettled;
+    s.planted.clear();
+    return outcome;
 }
 
 }  // namespace kovin

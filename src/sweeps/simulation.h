@@ -7,6 +7,7 @@
 #include "device/work_point.h"
 #include "optics/generation_parameters.h"
 #include "results/result_list.h"
+#include "solver/metastable_ratios.h"
 #include "solver/problem.h"
 #include "solver/state.h"
 
@@ -21,6 +22,7 @@ struct Failures {
     bool first_IV_point = true, IV = true;
     bool CV = true, Cf = true, QE = true;
     bool admittance = false;  ///< of the working point, where a capacitance is asked for
+    bool metastable = false;  ///< the pairs have not settled at the second working point
 };
 
 /// Large: keep it on the heap and hand on references.
@@ -44,6 +46,8 @@ struct Simulation {
     GenerationParameters light;
     SolverMemory memory;
     CalculationVariables currentCalcVars, evenwichtcv, kortsluitcv, werkpuntcv;
+    MetaRatios metastable;                ///< of the pairs, while they settle and as they were left
+    std::vector<PlantedDensity> planted;  ///< densities that stand in for those of the cell in the present run
     double JShortCircuit = 0.0, JWorkingPoint = 0.0;  ///< internal sign [mA/cm2]
 
     // bookkeeping: which rungs were calculated

@@ -21,11 +21,9 @@ std::string interface_name(std::size_t i, const InterfaceParameters& interface)
 
 void check_defect(const DefectLevels& levels, const std::string& where, Names& names)
 {
-    const BulkRecombinationParameters& first = levels[0];
     // Between the states on its two sides nothing decides. (A single level of this kind has no effect at all.)
     if (const int level = level_without_capture(levels); level >= 0 && level_count(levels) > 1)
         names.push_back(where + "level " + integer(level + 1) + " captures neither electrons nor holes");
-    if (first.metastable_transition >= 0) names.push_back(where + "metastable defect");
 }
 
 void check_layer(std::size_t j, const LayerParameters& layer, Names& names)
@@ -35,8 +33,6 @@ void check_layer(std::size_t j, const LayerParameters& layer, Names& names)
         const std::string defect = where + "defect " + integer(static_cast<long>(d) + 1) + ": ";
         check_defect(layer.srh[d], defect, names);
     }
-    for (const MetaStableDefectParameters& pair : layer.metastable)
-        if (pair.present) names.push_back(where + "metastable transition " + integer(pair.number + 1));
 }
 
 void check_interface_defect(const InterfaceRecombinationParameters& defect, const std::string& where,

@@ -29,7 +29,7 @@ struct ShippedRun {
     }
     DataListElement& calculated()
     {
-        outcome = calculate(surroundings, *s);
+        outcome = calculate_withMeta(surroundings, *s);
         EXPECT_FALSE(s->results.empty());
         return s->results.back();
     }

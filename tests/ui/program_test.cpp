@@ -118,7 +118,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         {"a slip in an action list", "run 'my cell.def' slip.act -o slip", 0,
          "slip.act:2: unknown line \"Rs [ohm cm2]"},
         {"nothing to analyse", run + "-f --analyse", 1, "No CV or Cf-calculations are available !"},
-        {"physics that is not there yet", "run '" + home + "/def/metastable-cigs.def' -o out -f", 1, "metastable"},
+        {"physics that is not there yet", "run '" + home + "/def/impurity-photovoltaic.def' -o out -f", 1, "optical capture"},
         {"no action list", "run 'my cell.def' -o out", 0, "no action list"},
         {"results that are there", "run 'my cell.def' -o out", 6, "my cell.iv"},
         {"and are overwritten", "run 'my cell.def' -o out -f", 0, ""},
@@ -134,7 +134,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         EXPECT_TRUE(std::filesystem::exists(scratch.path() / "out" / (std::string("my cell.") + kind))) << kind;
     for (const char* kind : {"iv", "cv", "cf", "ac"})
         EXPECT_TRUE(std::filesystem::exists(scratch.path() / "far" / (std::string("silicon-pn.") + kind))) << kind;
-    EXPECT_FALSE(std::filesystem::exists(scratch.path() / "out/metastable-cigs.eb")) << "nothing half right";
+    EXPECT_FALSE(std::filesystem::exists(scratch.path() / "out/impurity-photovoltaic.eb")) << "nothing half right";
     EXPECT_FALSE(std::filesystem::exists(scratch.path() / "out/probed.qe")) << "nothing of another run";
     EXPECT_NE(kovin(scratch, "run probed.def -o out -f --json").out.find("\"points\":0,\"cut\":true"),
               std::string::npos);

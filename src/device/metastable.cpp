@@ -1,0 +1,227 @@
+#include "device/metastable.h"
+
+#include "base/text_format.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <limits>
+
+namespace kovin {
+
+namespace {
+
+using E = ActivationEnergy;
+
+/// What follows by the codes 0 to 7.
+constexpr E followers[][2] = {{E::EE, E::HE}, {E::EE, E::HC}, {E::EC, E::HE}, {E::EC, E::HC},
+                              {E::TR, E::HE}, {E::TR, E::HC}, {E::TR, E::EE}, {E::TR, E::EC}};
+
+void set_transition_energy(MetaStableDefectParameters& pair, double Et, double Eg)
+{
+    switch (pair.reference) {
+        case EnergyReference::above_EV:
+            pair.Eact_TR = Et;
+            break;
+        case EnergyReference::below_EC:
+            pair.Eact_TR = Eg - Et;
+            break;
+        default:
+            pair.Eact_TR = Et - 0.5 * Eg;
+    }
+}
+
+/// EC - EE, or with `holes` HE - HC, of a transition energy.
+double difference(double Et, double Eg, int side, bool holes)
+{
+    if (side != 0) return 2.0 * Et - Eg;
+    return holes ? 2.0 * Et : 2.0 * (Et - Eg);
+}
+
+double MetaStableDefectParameters::*field(E which)
+{
+    using P = MetaStableDefectParameters;
+    constexpr double P::*fields[] = {&P::Eact_TR, &P::Eact_EC, &P::Eact_EE, &P::Eact_HC, &P::Eact_HE};
+    return fields[static_cast<std::size_t>(which)];
+}
+
+/// ln(exp(a) + exp(b)); -infinity stands for nothing.
+double log_of_sum(double a, double b)
+{
+    const double high = std::max(a, b);
+    return std::isinf(high) ? high : high + std::log1p(std::exp(std::min(a, b) - high));
+}
+
+std::string pair_name(const MetaStableDefectParameters& pair)
+{
+    return "metastable transition " + integer(pair.number + 1);
+}
+
+/// One end of a pair against the defects of its layer; empty if it can react.
+std::string fault_of_end(const LayerParameters& layer, int defect, int charge_type, const std::string& configuration)
+{
+    if (defect < 0 || defect >= layer.srhteller) return "no defect stands for its " + configuration;
+    const DefectLevels& levels = layer.srh[static_cast<std::size_t>(defect)];
+    const std::string name = configuration + ", defect " + integer(defect + 1) + ",";
+    if (level_without_capture(levels) >= 0) return "its " + name + " has a level that captures neither carrier";
+    if (GetDefectStateFromChargeType(levels, charge_type) >= 0) return {};
+    const bool known = charge_type >= 0 && charge_type < static_cast<int>(std::size(chargeTypeStrings));
+    return "its " + name + " has no state of charge " +
+           (known ? std::string(chargeTypeStrings[charge_type]) : integer(charge_of_type(charge_type)));
+}
+
+}  // namespace
+
+DerivedEnergies interpretEactgiven(int code)
+{
+    DerivedEnergies flags{};
+    const bool known = code >= 0 && code < static_cast<int>(std::size(followers));
+    for (const E energy : followers[known ? code : 0]) flags[static_cast<std::size_t>(energy)] = true;
+    return flags;
+}
+
+int interpretEactgiven(const DerivedEnergies& flags)
+{
+    for (int code = 1; code < static_cast<int>(std::size(followers)); ++code)
+        if (interpretEactgiven(code) == flags) return code;
+    return 0;
+}
+
+double transition_energy(const MetaStableDefectParameters& pair, double Eg)
+{
+    switch (pair.reference) {
+        case EnergyReference::above_EV:
+            return pair.Eact_TR;
+        case EnergyReference::below_EC:
+            return Eg - pair.Eact_TR;
+        default:
+            return pair.Eact_TR + 0.5 * Eg;
+    }
+}
+
+void RecalculateActivationEnergy(MetaStableDefectParameters& pair, int side, ActivationEnergy which,
+                                 bool from_electrons, double Eg)
+{
+    const double Et = transition_energy(pair, Eg);
+    switch (which) {
+        case E::TR: {
+            const double d = from_electrons ? pair.Eact_EC - pair.Eact_EE : pair.Eact_HE - pair.Eact_HC;
+            const double at_zero = difference(0.0, Eg, side, !from_electrons);
+            set_transition_energy(pair, 0.5 * (d - at_zero), Eg);
+            break;
+        }
+        case E::EC:
+            pair.Eact_EC = pair.Eact_EE + difference(Et, Eg, side, false);
+            break;
+        case E::EE:
+            pair.Eact_EE = pair.Eact_EC - difference(Et, Eg, side, false);
+            break;
+        case E::HC:
+            pair.Eact_HC = pair.Eact_HE - difference(Et, Eg, side, true);
+            break;
+        case E::HE:
+            pair.Eact_HE = pair.Eact_HC + difference(Et, Eg, side, true);
+            break;
+    }
+}
+
+void UpdateActivationEnergies(MetaStableDefectParameters& pair, double Eg)
+{
+    const auto [first, second] = followers[interpretEactgiven(pair.derived_energy)];
+    const auto of_holes = [](E energy) { return energy == E::HC || energy == E::HE; };
+    const auto side = [&](bool holes) { return holes ? pair.hole_process : pair.electron_process; };
+    // The transition energy comes from the two barriers that are both given: not those of the one that follows.
+    const bool holes = first == E::TR ? !of_holes(second) : of_holes(first);
+    RecalculateActivationEnergy(pair, side(holes), first, !holes, Eg);
+    RecalculateActivationEnergy(pair, side(of_holes(second)), second, false, Eg);
+}
+
+int GetDefectStateFromChargeType(const DefectLevels& levels, int charge_type)
+{
+    if (levels[0].aard == LevelType::neutral) return -1;
+    const int state = static_cast<int>(charge_of_state_0(levels[0].aard)) - charge_of_type(charge_type);
+    return state >= 0 && state <= level_count(levels) ? state : -1;
+}
+
+void SynchroniseMetaCaptureCrossSectionsWithDefectCaptureCrossSections(MetaStableDefectParameters& pair,
+                                                                       const LayerParameters& layer)
+{
+    const auto take = [&](int defect, int charge_type, double& sigma_n, double& sigma_p) {
+        if (defect < 0 || defect >= layer.srhteller) return;
+        const DefectLevels& levels = layer.srh[static_cast<std::size_t>(defect)];
+        const int state = GetDefectStateFromChargeType(levels, charge_type);
+        if (state < 0) return;
+        // An electron is caught by the level above the state, a hole by the one below; at an end of the chain the only
+        // neighbour counts for both.
+        const int last = level_count(levels) - 1;
+        sigma_n = levels[static_cast<std::size_t>(std::min(state, last))].sigma_n;
+        sigma_p = levels[static_cast<std::size_t>(std::max(state - 1, 0))].sigma_p;
+    };
+    take(pair.donor_defect, pair.donor_charge_state, pair.sigma_don_n, pair.sigma_don_p);
+    take(pair.acceptor_defect, pair.donor_charge_state - 2, pair.sigma_acc_n, pair.sigma_acc_p);
+}
+
+std::vector<std::string> metastable_faults(const LayerParameters& layer)
+{
+    std::vector<std::string> faults;
+    std::array<int, max_defects> parts{};
+    for (const MetaStableDefectParameters& pair : layer.metastable) {
+        if (!pair.present) continue;
+        const auto tell = [&](const std::string& what) {
+            if (!what.empty()) faults.push_back(pair_name(pair) + ": " + what);
+        };
+        tell(fault_of_end(layer, pair.donor_defect, pair.donor_charge_state, "donor configuration"));
+        tell(fault_of_end(layer, pair.acceptor_defect, pair.donor_charge_state - 2, "acceptor configuration"));
+        for (const int defect : {pair.donor_defect, pair.acceptor_defect})
+            if (defect >= 0 && defect < max_defects && ++parts[static_cast<std::size_t>(defect)] == 2)
+                tell("defect " + integer(defect + 1) + " takes part twice");
+    }
+    return faults;
+}
+
+std::vector<std::string> metastable_remarks(const LayerParameters& layer)
+{
+    constexpr double rounding = 1e-3;  // files write energies with three digits [eV]
+    const double Eg = layer.material.Eg.left;
+    std::vector<std::string> remarks;
+    for (const MetaStableDefectParameters& pair : layer.metastable) {
+        if (!pair.present) continue;
+        const auto tell = [&](const std::string& what) { remarks.push_back(pair_name(pair) + ": " + what); };
+        if (interpretEactgiven(interpretEactgiven(pair.derived_energy)) != pair.derived_energy)
+            tell(
+                "the flags must leave three activation energies of which the other two follow; Eact_EE and Eact_HE "
+                "are taken to follow");
+        MetaStableDefectParameters used = pair;
+        UpdateActivationEnergies(used, Eg);
+        for (const E which : {E::TR, E::EC, E::EE, E::HC, E::HE}) {
+            const std::string name = activation_energy_words[static_cast<std::size_t>(which)];
+            const double stored = pair.*field(which), value = used.*field(which);
+            if (std::abs(value - stored) > rounding)
+                tell(name + " follows from the others as " + fixed(value, 0, 3) + " eV, not " + fixed(stored, 0, 3));
+            if (which != E::TR && value < -rounding)
+                tell("the barrier " + name + " of " + fixed(value, 0, 3) + " eV is negative");
+        }
+    }
+    return remarks;
+}
+
+double metastable_balance(const MetaStableDefectParameters& pair, const MetaPlace& place)
+{
+    const double ln_n = std::log(place.n_over_Nc), ln_p = std::log(place.p_over_Nv);
+    const double k_n = std::log(place.k_electrons), k_p = std::log(place.k_holes);
+    const bool two_electrons = pair.electron_process == 0, two_holes = pair.hole_process == 0;
+    const auto way = [&](double ln_k, double ln_carriers, double barrier) {
+        return ln_k + ln_carriers - barrier / place.kT;
+    };
+    const double to_acceptor = log_of_sum(way(k_n, two_electrons ? 2.0 * ln_n : ln_n, pair.Eact_EC),
+                                          way(k_p, two_holes ? 0.0 : ln_n, pair.Eact_HE));
+    const double to_donor = log_of_sum(way(k_p, two_holes ? 2.0 * ln_p : ln_p, pair.Eact_HC),
+                                       way(k_n, two_electrons ? 0.0 : ln_p, pair.Eact_EE));
+    const double ln_R1 = to_acceptor + std::log(place.donor_share);
+    const double ln_R2 = to_donor + std::log(place.acceptor_share);
+    constexpr double nothing = -std::numeric_limits<double>::infinity();
+    if (ln_R1 == nothing && ln_R2 == nothing) return std::numeric_limits<double>::quiet_NaN();
+    return ln_R1 - ln_R2;
+}
+
+}  // namespace kovin

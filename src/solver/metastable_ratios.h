@@ -1,0 +1,70 @@
+// How the metastable pairs of a device share their density between their two configurations, at the mesh points.
+//
+// Kept is F = ln(acceptors/donors), so that neither share loses digits: acceptor share 1/(1 + exp(-F)), donor share
+// 1/(1 + exp(F)). The densities go into the calculation set as tables on x, from where the solver takes them as it
+// takes any graded density; it knows nothing of the pairs.
+//
+// Steady state is F = F_new(n, p, occupation) of metastable_balance. The Fermi level answers to F and F_new to the
+// Fermi level as exp(2 EF/kT), which makes the plain iteration swing where there are more pairs than dopants. Hence
+// each point has a weight of its own:
+//
+//     F += weight (F_new - F), at most 4;   weight halved where F_new - F has turned its sign, else a fifth larger up
+//     to 1
+#pragma once
+
+#include "solver/problem.h"
+#include "solver/state.h"
+
+#include <vector>
+
+namespace kovin {
+
+/// One pair; one value a mesh point of the device, 0 outside its layer.
+struct MetaPairRatios {
+    std::size_t layer = 0, transition = 0;
+    std::vector<double> F;         ///< ln(acceptors/donors)
+    std::vector<double> F_new;     ///< balance of the present state
+    std::vector<double> weight;    ///< of the next step
+    std::vector<double> previous;  ///< F_new - F of the step before
+};
+
+/// All pairs of the device.
+struct MetaRatios {
+    Mesh mesh;
+    std::vector<MetaPairRatios> pairs;
+    int steps = 0;  ///< of Update_Meta_Ratios
+};
+
+/// Shares of a pair at F.
+[[nodiscard]] double acceptor_share(double F);
+[[nodiscard]] double donor_share(double F);
+
+/// All pairs at their initial acceptor share.
+[[nodiscard]] MetaRatios initial_ratios(const CalculationParameters& set3, const Mesh& mesh);
+
+/// Brings the ratios to another mesh, linearly in F. @return false if it is the one they stand on
+bool carry_ratios(const Mesh& mesh, MetaRatios& ratios);
+
+/// Writes the densities of both configurations of all pairs into the set, as tables on x.
+void SwitchDefectsToMetaDependence(const MetaRatios& ratios, CalculationParameters& set3);
+
+/// Computes F_new from a solved state. The ends of a layer take the value of their neighbours; a point without an open
+/// process keeps its ratio.
+/// @pre the ratios, set and defects stand on the mesh of cv
+/// @return the largest change of a share that is still to come
+double Bereken_MetaUpdate_afwijking(const CalculationParameters& set3, const BulkDefects& defects,
+                                    const CalculationVariables& cv, MetaRatios& ratios);
+
+/// One step towards F_new. @param damping  further factor of all weights, up to 1
+void Update_Meta_Ratios(MetaRatios& ratios, double damping);
+
+/// The density of a defect as the relaxation leaves it, to be planted in another calculation of the same cell.
+struct PlantedDensity {
+    std::size_t layer = 0, defect = 0;
+    Profile Nt;  ///< table on x [um], density [m^-3]
+};
+[[nodiscard]] std::vector<PlantedDensity> relaxed_densities(const MetaRatios& ratios,
+                                                            const CalculationParameters& set3);
+void plant(const std::vector<PlantedDensity>& densities, CalculationParameters& set3);
+
+}  // namespace kovin

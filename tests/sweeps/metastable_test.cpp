@@ -1,0 +1,223 @@
+#include "device/metastable.h"
+#include "device/definition_writer.h"
+#include "device/on_mesh.h"
+#include "results/profile_files.h"
+#include "sweeps/shipped_run.h"
+#include "sweeps/starting_point.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace kovin {
+namespace {
+
+/// The metastable sample; its pairs settle in the dark at 0 V unless a test says otherwise.
+struct MetaRun : ShippedRun {
+    MetaRun() : ShippedRun("metastable-cigs") { second().dark = true; }
+    WorkPoint& second() { return s->panel.secondWorkPoint; }
+    ConvergenceParameters& convergence() { return s->problem.input.convergence; }
+    LayerParameters& absorber() { return s->zonnecel.cell.layer[0]; }
+    MetaStableDefectParameters& pair() { return absorber().metastable[0]; }
+    RunOutcome run() { return calculate_withMeta(surroundings, *s); }
+    /// The pairs settle and no more: the state is that of the second working point.
+    void settle()
+    {
+        ASSERT_EQ(calculate(surroundings, *s, RunMode::settle), RunOutcome::done);
+        EXPECT_FALSE(s->failures.metastable);
+    }
+    /// Acceptor share where the pairs have settled, x um from the left.
+    double share(double x_um)
+    {
+        const MetaRatios& r = s->metastable;
+        std::size_t i = 1;
+        while (r.mesh.x_um[i] < x_um) ++i;
+        const std::vector<double>& F = r.pairs.at(0).F;
+        const double t = (x_um - r.mesh.x_um[i - 1]) / (r.mesh.x_um[i] - r.mesh.x_um[i - 1]);
+        return acceptor_share(F[i - 1] + t * (F[i] - F[i - 1]));
+    }
+    [[nodiscard]] std::string cell_text() const
+    {
+        Definition d = s->problem;
+        d.input.cell = parameterset2_to_1(s->zonnecel);
+        return SaveDefinitionFile(d);
+    }
+    bool told(const std::string& text)
+    {
+        return std::any_of(surroundings.report.messages.begin(), surroundings.report.messages.end(),
+                           [&](const Message& m) { return m.text.find(text) != std::string::npos; });
+    }
+};
+
+/// Largest error of a share against the closed formula of equilibrium,
+///
+///     acceptors/donors = exp(2 (EF - E_TR)/kT) P_D/P_A
+///
+/// with both levels 0.1 eV from their bands: the donor below EC, the acceptor above EV.
+double error_of_equilibrium(const Simulation& s)
+{
+    const CalculationVariables& cv = s.currentCalcVars;
+    const double kT = s.set3.kT;
+    const MetaPairRatios& pair = s.metastable.pairs.at(0);
+    double worst = 0.0;
+    for (int k = cv.mesh.first[0] + 1; k < cv.mesh.last[0]; ++k) {
+        const auto i = static_cast<std::size_t>(k);
+        const double Eg = s.set3.on.Eg[i], EF = Eg - kT * std::log(s.set3.on.Nc[i] / cv.n[i]);
+        const double P_D = 1.0 / (1.0 + std::exp((EF - (Eg - 0.1)) / kT)),
+                     P_A = 1.0 / (1.0 + std::exp((0.1 - EF) / kT));
+        const double F = 2.0 * (EF - 0.19) / kT + std::log(P_D / P_A);
+        worst = std::max(worst, std::abs(acceptor_share(pair.F[i]) - acceptor_share(F)));
+    }
+    return worst;
+}
+
+TEST(MetastableCell, InTheDarkTheyStandAtTheirEquilibriumWhateverTheProcesses)
+{
+    struct Row {
+        const char* what;
+        double T = 300.0, density = 2e16, start = 0.5, limit = 1e-8;
+        int electrons = 1, holes = 0, steps = 250;
+        double lift = 0.0;  // of Eg over the layer [eV]
+    };
+    for (const Row& row :
+         {Row{"as shipped"}, Row{"usual limit", 300, 2e16, 0.5, 1e-3, 1, 0, 12},
+          Row{"swings with a fixed step", 250, 2e16, 0.5, 1e-3, 1, 0, 40},
+          Row{"far more pairs than dopants", 300, 2e17, 0.5, 1e-3, 1, 0, 40}, Row{"from donors", 300, 2e16, 0.05},
+          Row{"from acceptors", 300, 2e16, 0.95, 1e-8, 0, 0}, Row{"from donors alone", 300, 2e16, 0.0, 1e-8, 0, 1},
+          Row{"one of each", 250, 2e16, 0.5, 1e-8, 1, 1}, Row{"hot", 350}, Row{"few", 300, 2e15},
+          Row{"graded gap", 300, 2e16, 0.5, 1e-8, 1, 0, 250, 0.1}})
+        for (const Route route : {Route::fast, Route::classic}) {
+            MetaRun m;
+            m.convergence().route = route;
+            m.convergence().termination_Meta_full = row.limit;
+            m.second().T = row.T;
+            testing::set_uniform(m.pair().Nt, row.density);
+            m.pair().initial_acceptor_configuration = row.start;
+            m.pair().electron_process = row.electrons;
+            m.pair().hole_process = row.holes;
+            Profile& Eg = m.absorber().material.Eg;
+            Eg.law = Law::linear;
+            Eg.dependence = Dependence::on_x;
+            Eg.pure_B = Eg.right = Eg.pure_A + row.lift;
+            m.settle();
+            // The carriers of a solved state agree with its densities to what the solver leaves.
+            EXPECT_LT(error_of_equilibrium(*m.s), row.limit) << row.what << static_cast<int>(route);
+            EXPECT_LE(m.s->metastable.steps, row.steps) << row.what << static_cast<int>(route);
+
+            const auto planted = relaxed_densities(m.s->metastable, m.s->set3);
+            double lost = 0.0;  // each density is rounded three times
+            for (std::size_t k = 0; k < planted[0].Nt.table_y.size(); ++k)
+                lost = std::max(
+                    lost, std::abs((planted[0].Nt.table_y[k] + planted[1].Nt.table_y[k]) / (1e6 * row.density) - 1.0));
+            EXPECT_LT(lost, 7e-16) << row.what;
+        }
+}
+
+TEST(MetastableCell, LightAndReverseBiasMakeAcceptors)
+{
+    double light[2], reverse[2], J[2];
+    for (const std::size_t k : {0U, 1U}) {  // two starts
+        MetaRun m;
+        m.convergence().termination_Meta_full = 1e-6;
+        m.pair().initial_acceptor_configuration = k == 0 ? 0.05 : 0.95;
+        m.second().V = -1.0;
+        m.settle();
+        reverse[k] = m.share(2.7);
+        EXPECT_NEAR(m.share(1.0), 0.618, 1e-3) << "beyond the depleted region nothing changes";
+        m.second().V = 0.0;
+        m.second().dark = false;
+        ASSERT_EQ(m.run(), RunOutcome::done);
+        light[k] = m.share(1.0);
+        J[k] = m.s->JShortCircuit;
+    }
+    EXPECT_NEAR(light[0], light[1], 1e-3) << "the start is forgotten, up to the mesh";
+    EXPECT_NEAR(reverse[0], reverse[1], 0.03) << "one interval of the mesh, where it rises from 0.62 to 1 in 0.1 um";
+    EXPECT_NEAR(J[0], J[1], 3e-4 * std::abs(J[0]));
+    EXPECT_GT(light[0], 0.65);
+    EXPECT_LT(light[0], 0.9);
+
+    MetaRun dark;
+    ASSERT_EQ(dark.run(), RunOutcome::done);
+    EXPECT_NEAR(dark.share(1.0), 0.618, 1e-3);
+    EXPECT_GT(reverse[0], dark.share(2.7) + 0.1) << "holes are emitted there and none is caught";
+    EXPECT_LT(dark.s->JShortCircuit, J[0] - 0.02) << "more acceptors, a narrower field zone, less light collected";
+}
+
+TEST(MetastableCell, TheCellIsAsItWasWhateverHappens)
+{
+    MetaRun plain;
+    plain.pair().present = false;
+    ASSERT_EQ(plain.run(), RunOutcome::done);
+
+    struct Row {
+        const char* what;
+        void (*change)(MetaRun&);
+        RunOutcome outcome;
+        const char* message;
+    };
+    for (const Row& row : {
+             Row{"a good run", [](MetaRun&) {}, RunOutcome::done, ""},
+             Row{"steps run out", [](MetaRun& m) { m.convergence().maxmetaiter_full = 2; }, RunOutcome::done,
+                 "No convergence in update metastable defects\nRemaining error:"},
+             Row{"clamped", [](MetaRun& m) { m.convergence().usemetaclamping = 1, m.convergence().clamp_meta = 0.3; },
+                 RunOutcome::done, ""},
+             Row{"clamped too much", [](MetaRun& m) { m.convergence().usemetaclamping = 1; }, RunOutcome::done,
+                 "Remaining error:"},
+             Row{"no light at the second working point",
+                 [](MetaRun& m) { m.second().dark = false, m.second().spectrumFile = "gone.spe"; }, RunOutcome::failed,
+                 "gone.spe"},
+             Row{"a solve that fails while they settle",
+                 [](MetaRun& m) {
+                     m.convergence().route = Route::classic;
+                     m.convergence().maxiter = 3;
+                     m.second().V = 0.3;
+                 },
+                 RunOutcome::failed, "Convergence failure"},
+             Row{"a pair that cannot react", [](MetaRun& m) { m.pair().donor_charge_state = 3; }, RunOutcome::failed,
+                 "Layer 1 (p-CIGS): metastable transition 1: its acceptor configuration, defect 2, has no state of "
+                 "charge 2-"},
+         }) {
+        MetaRun m;
+        row.change(m);
+        const std::string before = m.cell_text();
+        EXPECT_EQ(m.run(), row.outcome) << row.what;
+        EXPECT_EQ(m.cell_text(), before) << row.what;
+        EXPECT_EQ(m.told(row.message), *row.message != '\0') << row.what;
+        EXPECT_EQ(m.s->failures.work_point, row.outcome != RunOutcome::done) << row.what;
+        EXPECT_EQ(m.s->failures.metastable, row.outcome == RunOutcome::done && *row.message != '\0') << row.what;
+
+        // Nothing is left behind: without the pair the same numbers as of a cell that never had one.
+        m.pair().present = false;
+        m.convergence() = plain.convergence();
+        ASSERT_EQ(m.run(), RunOutcome::done) << row.what;
+        EXPECT_EQ(m.s->JShortCircuit, plain.s->JShortCircuit) << row.what;
+    }
+}
+
+TEST(MetastableCell, APairWithoutProcessesKeepsItsRatioAndTheSharesAreInTheOccupations)
+{
+    MetaRun m;
+    m.pair().electron_process = m.pair().hole_process = 1;
+    m.pair().sigma_don_n = m.pair().sigma_acc_p = 0.0;
+    m.pair().initial_acceptor_configuration = 0.3;
+    m.pair().Nt.pure_B = m.pair().Nt.right = 1e16;  // half of it at the right
+    m.pair().Nt.law = Law::linear;
+    ASSERT_EQ(m.run(), RunOutcome::done);
+    EXPECT_LE(m.s->metastable.steps, 1) << "one where the mesh has moved";
+    const CalculationVariables& cv = m.s->werkpuntcv;
+    const StateOnItsMesh state(*m.s, cv);
+    const Problem problem = state.problem();
+    const ProfileSource source{"", run_record(m.surroundings, *m.s), problem, cv};
+    const std::string text = ft_naar_file(source, extract_profiles(problem, cv));
+    EXPECT_NE(text.find("\tf_t(metastable acceptor config.)1,1\tf_t(metastable donor config.)1,1\n"),
+              std::string::npos);
+    EXPECT_NE(text.find("\t  3.00000000e-01\t  7.00000000e-01\n"), std::string::npos);
+    std::vector<double> Nt(static_cast<std::size_t>(cv.mesh.n_in_layer[0]));
+    Full_Nt_x_Dependence(m.s->set3, cv.mesh, m.s->set3.layer[0].srh[1][0], m.s->set3.scale.N0[0], Nt);
+    EXPECT_NEAR(Nt.front() / (0.3 * 2e22), 1.0, 1e-12);
+    EXPECT_NEAR(Nt.back() / (0.3 * 1e22), 1.0, 1e-12);
+}
+
+}  // namespace
+}  // namespace kovin
