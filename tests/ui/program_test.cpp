@@ -53,7 +53,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
     scratch.put("far.act",
                 "dark : 1\nCV_startV : 0\nCV_stopV : 900\nCV_points : 3\nCV_calculate : 1\nCf_calculate : 1\n");
     scratch.put("gone.act", "dark : 0\nincident spectrum from file : gone.spe\n");
-    for (const char* earlier : {"out/probed.qe", "out/metastable-cigs.eb"}) scratch.put(earlier, "of an earlier run");
+    for (const char* earlier : {"out/probed.qe", "out/impurity-photovoltaic.eb"}) scratch.put(earlier, "of an earlier run");
     scratch.put("slip.act", "dark : 1\nRs [ohm cm2] : 1\n");
     scratch.put("commas.spe", "300, 0.5\n400, 0.6\n");
     const std::string grading = scratch.put("bad.grad", "interpolation: lin\n0 1.1\n0.5 1,1\n").string();
