@@ -305,15 +305,19 @@ TEST(CheckFile, TellsEachMentionOfAMissingFileAtItsLine)
                                    "absorptionmodel : from file\nabsorptionfile : gone.abs\nsrhrecombination\n"
                                    "type : neutral\nNt(x)" +
                                    grading + "Metastable properties : transition 0\nNt(x)" + grading +
+                                   "DonorDefect : 0\nEact_EE : 0.5\n" +
                                    "layer\nd : 1e-6\nabsorptionmodel pure A material (y=0) : from file\n"
                                    "absorptionfile pure A material (y=0) : gone.abs\nfront contact\n" +
                                    filter + "working point\n";
     expect_findings(check_file(*s, scratch.put("x.def", two_layers).string()),
-                    {":4: Filter file (left contact): 'gone.ftr' is not there", ":7: Layer 1: chi grading file",
+                    {"layer 1, metastable transition 1: its donor configuration, defect 1, has no state of charge 0",
+                     ":4: Filter file (left contact): 'gone.ftr' is not there", ":7: Layer 1: chi grading file",
                      ":8: Layer 1: Eg grading file", ":10: Layer 1: absorption file (pure A)",
                      ":10: Layer 1: absorption file (pure B)", ":13: Layer 1 defect 1: Defect density grading",
-                     ":15: Layer 1 metastable transition 1: Defect density grading", ":19: Layer 2: absorption file",
-                     ":23: Filter file (right contact)"});
+                     ":15: Layer 1 metastable transition 1: Defect density grading",
+                     ":16: layer 1, metastable transition 1: no defect stands for its acceptor configuration",
+                     ":17: layer 1, metastable transition 1: Eact_EE follows from the others as 2.000 eV, not 0.500",
+                     ":21: Layer 2: absorption file", ":25: Filter file (right contact)"});
     const std::string dark = "dark : 0\n", light = "incident spectrum from file : gone.spe\n";
     const std::string second = "Secondworkpoint ";
     expect_findings(check_file(*s, scratch.put("x.act", second + dark + second + light + dark + light).string()),
