@@ -4,6 +4,7 @@
 #include "device/defect_levels.h"
 #include "device/on_mesh.h"
 
+#include <cassert>
 #include <cmath>
 #include <utility>
 
@@ -120,6 +121,15 @@ void define_defects(const CalculationParameters& set3, const Mesh& mesh, BulkDef
         for (std::size_t i = at(mesh.first[j]); i <= at(mesh.last[j]); ++i)
             if (set3.on.K_rad[i] != 0.0 || set3.on.Cn[i] != 0.0 || set3.on.Cp[i] != 0.0) defects.band_to_band[j] = true;
     }
+}
+
+void renew_densities(const CalculationParameters& set3, const Mesh& mesh, BulkDefects& defects)
+{
+    BulkDefects fresh;
+    define_defects(set3, mesh, fresh);
+    assert(fresh.energies.size() == defects.energies.size() && fresh.chains.size() == defects.chains.size());
+    for (std::size_t k = 0; k < defects.energies.size(); ++k) defects.energies[k].Nt = std::move(fresh.energies[k].Nt);
+    for (std::size_t k = 0; k < defects.chains.size(); ++k) defects.chains[k].Nt = std::move(fresh.chains[k].Nt);
 }
 
 }  // namespace kovin

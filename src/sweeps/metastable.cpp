@@ -14,7 +14,7 @@ namespace {
 bool solve_with_ratios(Surroundings& surroundings, Simulation& s)
 {
     SwitchDefectsToMetaDependence(s.metastable, s.set3);
-    define_defects(s.set3, s.currentCalcVars.mesh, s.memory.defects);
+    renew_densities(s.set3, s.currentCalcVars.mesh, s.memory.defects);
     return onder_belichting(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars);
 }
 
@@ -45,7 +45,7 @@ bool relax_metastable_pairs(Surroundings& surroundings, Simulation& s, bool& set
     }
     // The last solve may have moved the mesh; what is handed on stands on the one that it ended on.
     SwitchDefectsToMetaDependence(s.metastable, s.set3);
-    define_defects(s.set3, cv.mesh, s.memory.defects);
+    renew_densities(s.set3, cv.mesh, s.memory.defects);
     KOVINErrorMessage(surroundings.report, "Warning",
                       "No convergence in update metastable defects\nRemaining error: " + scientific(deviation, 13, 4));
     return true;

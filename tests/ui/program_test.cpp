@@ -52,8 +52,12 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
     scratch.put("probed.act", contents(home + "/def/silicon-pn.act") + "\nQE_calculate : 1\n");
     scratch.put("far.act",
                 "dark : 1\nCV_startV : 0\nCV_stopV : 900\nCV_points : 3\nCV_calculate : 1\nCf_calculate : 1\n");
+    std::string refused = contents(home + "/def/cigs-baseline.def");
+    refused.insert(refused.find("\nlayer\n", refused.find("interface properties")),
+                   "\ninterface recombination\ntype : amphoteric\nN : 1e14\n");
+    scratch.put("refused.def", refused);
     scratch.put("gone.act", "dark : 0\nincident spectrum from file : gone.spe\n");
-    for (const char* earlier : {"out/probed.qe", "out/impurity-photovoltaic.eb"}) scratch.put(earlier, "of an earlier run");
+    for (const char* earlier : {"out/probed.qe", "out/refused.eb"}) scratch.put(earlier, "of an earlier run");
     scratch.put("slip.act", "dark : 1\nRs [ohm cm2] : 1\n");
     scratch.put("commas.spe", "300, 0.5\n400, 0.6\n");
     const std::string grading = scratch.put("bad.grad", "interpolation: lin\n0 1.1\n0.5 1,1\n").string();
@@ -118,7 +122,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         {"a slip in an action list", "run 'my cell.def' slip.act -o slip", 0,
          "slip.act:2: unknown line \"Rs [ohm cm2]"},
         {"nothing to analyse", run + "-f --analyse", 1, "No CV or Cf-calculations are available !"},
-        {"physics that is not there yet", "run '" + home + "/def/impurity-photovoltaic.def' -o out -f", 1, "optical capture"},
+        {"physics that is not there yet", "run refused.def -o out -f", 1, "defect with several levels (amphoteric)"},
         {"no action list", "run 'my cell.def' -o out", 0, "no action list"},
         {"results that are there", "run 'my cell.def' -o out", 6, "my cell.iv"},
         {"and are overwritten", "run 'my cell.def' -o out -f", 0, ""},
@@ -134,7 +138,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         EXPECT_TRUE(std::filesystem::exists(scratch.path() / "out" / (std::string("my cell.") + kind))) << kind;
     for (const char* kind : {"iv", "cv", "cf", "ac"})
         EXPECT_TRUE(std::filesystem::exists(scratch.path() / "far" / (std::string("silicon-pn.") + kind))) << kind;
-    EXPECT_FALSE(std::filesystem::exists(scratch.path() / "out/impurity-photovoltaic.eb")) << "nothing half right";
+    EXPECT_FALSE(std::filesystem::exists(scratch.path() / "out/refused.eb")) << "nothing half right";
     EXPECT_FALSE(std::filesystem::exists(scratch.path() / "out/probed.qe")) << "nothing of another run";
     EXPECT_NE(kovin(scratch, "run probed.def -o out -f --json").out.find("\"points\":0,\"cut\":true"),
               std::string::npos);
