@@ -47,12 +47,19 @@ struct View {
         const double c = begins_layer(i) || ends_layer(i) ? C[i] : source[i] * W[i] * 2.0 / (mesh.h[i - 1] + mesh.h[i]);
         return c / (N0(i) * b[i]);
     }
-    void add(int from, std::size_t near, std::size_t target, double strength) const
+    void add(int from, std::size_t target, double strength) const
     {
         if (!(strength > 0.0)) return;
-        const double loss = from >= 0 ? strength * row(at(from)) : 0.0;
-        paths.push_back(
-            {from, static_cast<int>(near), static_cast<int>(target), strength, loss, strength * row(target)});
+        const double loss = from >= 0 ? strength * row(at(from)) : 0.0, gain = strength * row(target);
+        const int to = static_cast<int>(target);
+        if (!paths.empty() && paths.back().source == from && paths.back().target == to) {
+            TunnelPath& same = paths.back();
+            same.strength += strength;
+            same.loss += loss;
+            same.gain += gain;
+        } else {
+            paths.push_back({from, to, strength, loss, gain});
+        }
     }
 };
 
@@ -123,7 +130,9 @@ struct Descent {
     double last = top;
     double sum = 0.0;
 
-    /// Makes the paths of the energies between `upper` and `lower`, whose carriers end between the points near and k.
+    /// Makes the paths of the energies between `upper` and `lower`, whose carriers end between the points near and k:
+    /// half at each. (All of them at k, driven by the mean of both, would let X swing from point to point where
+    /// tunnelling is stronger than diffusion.)
     /// @return the tail is negligible from here on
     bool slice(int source, double coefficient, std::size_t k, double upper, double lower)
     {
@@ -132,7 +141,8 @@ struct Descent {
         const double T = view.exponent(view.chosen_mass(mass, view.mass[k]), std::min(s, k), std::max(s, k), level);
         const double per_energy = std::exp(std::min(top - level - T, 700.0));
         const double weight = (upper - lower) * per_energy;
-        if (highest - lower > least) view.add(source, near, k, coefficient * weight);
+        if (highest - lower > least)
+            for (const std::size_t target : {near, k}) view.add(source, target, 0.5 * coefficient * weight);
         sum += weight;
         return negligible_tail * sum > (lower - floor) * per_energy;
     }
@@ -227,7 +237,7 @@ void CalculateTunnelBulkToBulk(const View& v, TunnelPaths& found)
             const double T = v.exponent(v.chosen_mass(v.mass[s], far), s, t, E[s]);
             const double strength = (E[s + 1] - E[s]) * rate * std::exp(-T);
             if (!(strength > 0.0)) continue;
-            v.add(static_cast<int>(s), t, t, strength);
+            v.add(static_cast<int>(s), t, strength);
             found.pairs = true;
         }
     }
@@ -251,7 +261,7 @@ void CalculateTunnelIfaceToIface(const View& v, std::size_t a, std::size_t b)
         sum += std::exp(std::min(v.E[fa] - level - v.exponent(m, fa, lb, level), 700.0));
     }
     const double coefficient = v.N0(la) * v.b[la] * (v.problem.grid.interfaces[a].*v.velocity);
-    v.add(static_cast<int>(la), fb, fb, coefficient * step * sum);
+    v.add(static_cast<int>(la), fb, coefficient * step * sum);
 }
 
 /// Conduction electrons at the energies between point i and its neighbour in direction d that meet the valence band
@@ -304,7 +314,7 @@ struct Drive {
         const double source = t.source >= 0            ? X[at(t.source)]
                               : t.source == left_metal ? found.metal_left
                                                        : found.metal_right;
-        return source - 0.5 * (X[at(t.near)] + X[at(t.target)]);
+        return source - X[at(t.target)];
     }
 };
 
@@ -398,12 +408,10 @@ void add_tunnel_jacobian(TunnelWork& work, const CalculationVariables& cv, Carri
     for (const TunnelPath& t : found.paths) {
         if (t.source >= 0) {
             add(t.source, t.source, t.loss);
-            add(t.source, t.target, -0.5 * t.loss);
-            add(t.source, t.near, -0.5 * t.loss);
+            add(t.source, t.target, -t.loss);
             add(t.target, t.source, -t.gain);
         }
-        add(t.target, t.target, 0.5 * t.gain);
-        add(t.target, t.near, 0.5 * t.gain);
+        add(t.target, t.target, t.gain);
     }
     for (const BandToBandPath& t : work.band_to_band) {
         const double f = fermi(t.level - (electrons ? cv.Fn[at(t.from)] : cv.Fp[at(t.to)]));

@@ -1,9 +1,10 @@
 // Tunnelling within a band: between a contact and the semiconductor, through the spike of a band at an interface,
 // through a barrier inside the stack and from interface to interface; and from band to band.
 //
-// Every energy slice of such a current is a path (tunnel_work). The potential does not move while a continuity equation
-// is solved: paths are found once for it, and each evaluation takes their sums with the present u or v alone. The flux
-// of a path is that of the thermionic emission over its barrier at the energy of its slice, times the transmission:
+// Every energy slice of such a current ends between two points, half of it at each: paths (tunnel_work). The potential
+// does not move while a continuity equation is solved: paths are found once for it, and each evaluation takes their
+// sums with the present u or v alone. The flux of a path is that of the thermionic emission over its barrier at the
+// energy of its slice, times the transmission:
 //
 //     strength = n_e S (E1 - E2) exp(E_top - E - T),   E = (E1 + E2)/2
 //

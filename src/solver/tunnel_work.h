@@ -10,14 +10,14 @@ namespace kovin {
 
 inline constexpr int left_metal = -1, right_metal = -2;  ///< sources that are no mesh points
 
-/// Carriers that pass a barrier within their band, at the energies of one slice. With X = u or v the particle flux
+/// Carriers that pass a barrier within their band, at the energies that end beside one point. With X = u or v the
+/// particle flux
 ///
-///     flux = strength (X[source] - (X[near] + X[target])/2)
+///     flux = strength (X[source] - X[target])
 ///
 /// leaves the source and arrives at the target. A contact has the X of its metal.
 struct TunnelPath {
     int source = 0;     ///< mesh point, or left_metal, right_metal
-    int near = 0;       ///< the point before the target, seen from the barrier; the target itself for a pair of points
     int target = 0;     ///< mesh point
     double strength;    ///< [m^-3 D0/x0]
     double loss, gain;  ///< what one unit of flux does to the rows of source and target

@@ -115,6 +115,18 @@ TEST(SampleCells, TunnelHeterojunctionLiesBetweenAShutSpikeAndNone)
     EXPECT_LT(strongest, -0.5 * r.Jsc) << "most of the photocurrent tunnels at 0 V, and the state keeps it";
 }
 
+// Carriers that move slowly in a flat layer at a contact tunnel farther than they diffuse: X must not swing there.
+TEST(SampleCells, OpenTunnelPathsHardlyMoveCellsWithoutBarriers)
+{
+    for (const Cell& cell : cells) {
+        const auto session = session_with(cell.name);
+        session->simulation.problem.input.convergence.tunnel_paths = 0;
+        const IVCharacteristics r = curve_of(*session).characteristics;
+        EXPECT_NEAR(r.Voc, cell.Voc, 0.002) << cell.name;
+        EXPECT_NEAR(r.FF, cell.FF, 0.3) << cell.name;
+    }
+}
+
 TEST(SampleCells, DarkCellAtZeroVoltCarriesNoCurrentAndReadsNoFileOfTheLight)
 {
     for (const Cell& cell : cells) {
