@@ -276,6 +276,7 @@ double failed_voltage(const Problem& problem, const Workspace& work, const Calcu
 
 std::string failure_advice(const Problem& problem, const Workspace& work)
 {
+    if (work.tunnel.active) return "Smaller steps of the voltage or fewer open tunnel paths may help.";
     if (!on_fast_route(problem)) return "Smaller steps of the voltage or --route fast may help.";
     const FastFailure& failure = work.fast.failure;
     if (!failure.known) return "Look at the units of the cell; less extreme values may help.";

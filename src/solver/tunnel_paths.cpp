@@ -116,8 +116,7 @@ void barriers(const CalculationParameters& set3, const CalculationVariables& cv,
 }
 
 /// The walk away from a barrier's top at point s in direction d. Each point that lies lower than all before gives
-/// slices; where the band falls at an interface, `step_slices` tells whether the range is cut into slices of some kT or
-/// left out.
+/// slices.
 struct Descent {
     const View& view;
     std::size_t s;
@@ -136,13 +135,14 @@ struct Descent {
     /// @return the tail is negligible from here on
     bool slice(int source, double coefficient, std::size_t k, double upper, double lower)
     {
+        upper = std::min(upper, highest - least);  // a slice that begins too near the top is cut, so that J has no step
+        if (!(upper > lower)) return false;
         const double level = 0.5 * (upper + lower);
         const std::size_t near = d > 0 ? k - 1 : k + 1;
         const double T = view.exponent(view.chosen_mass(mass, view.mass[k]), std::min(s, k), std::max(s, k), level);
         const double per_energy = std::exp(std::min(top - level - T, 700.0));
         const double weight = (upper - lower) * per_energy;
-        if (highest - lower > least)
-            for (const std::size_t target : {near, k}) view.add(source, target, 0.5 * coefficient * weight);
+        for (const std::size_t target : {near, k}) view.add(source, target, 0.5 * coefficient * weight);
         sum += weight;
         return negligible_tail * sum > (lower - floor) * per_energy;
     }
@@ -227,7 +227,8 @@ void CalculateTunnelBulkToBulk(const View& v, TunnelPaths& found)
         }
         for (std::size_t s = minimum; s < maximum; ++s) {
             if (!(E[s + 1] > E[s]) || v.ends_layer(s) || !v.places.barrier[v.layer[s]]) continue;
-            if (!(E[maximum] - E[s] > least)) continue;
+            const double width = std::min(E[s + 1], E[maximum] - least) - E[s];
+            if (!(width > 0.0)) continue;
             std::size_t t = maximum + 1;
             while (t < N && E[t] > E[s]) ++t;
             if (t >= N || v.begins_layer(t) || !v.places.barrier[v.layer[t]]) continue;
@@ -235,7 +236,7 @@ void CalculateTunnelBulkToBulk(const View& v, TunnelPaths& found)
             const double far = v.mass[t - 1] * (1.0 - share) + v.mass[t] * share;
             const double rate = std::min(v.N0(s) * v.b[s] * v.vth[s], v.N0(t) * v.b[t] * v.vth[t]);
             const double T = v.exponent(v.chosen_mass(v.mass[s], far), s, t, E[s]);
-            const double strength = (E[s + 1] - E[s]) * rate * std::exp(-T);
+            const double strength = width * rate * std::exp(-T);
             if (!(strength > 0.0)) continue;
             v.add(static_cast<int>(s), t, strength);
             found.pairs = true;
