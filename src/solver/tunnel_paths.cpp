@@ -218,13 +218,14 @@ void CalculateTunnelBulkToBulk(const View& v, TunnelPaths& found)
     const std::size_t N = E.size();
     const double least = v.problem.set3.convergence.tunnel_barrier_minimum;
     std::size_t minimum = 0, i = 0;
-    while (i + 1 < N) {
+    for (std::size_t begin = i; i + 1 < N; begin = i) {
         while (i + 1 < N && E[i + 1] <= E[i]) minimum = ++i;
         std::size_t maximum = i;
         while (i + 1 < N && E[i + 1] >= E[i]) {
             ++i;
             if (E[i] > E[maximum]) maximum = i;
         }
+        if (i == begin) return;  // what is no number has no order
         for (std::size_t s = minimum; s < maximum; ++s) {
             if (!(E[s + 1] > E[s]) || v.ends_layer(s) || !v.places.barrier[v.layer[s]]) continue;
             const double width = std::min(E[s + 1], E[maximum] - least) - E[s];
