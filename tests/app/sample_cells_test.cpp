@@ -7,6 +7,7 @@
 #include "device/charge_states.h"
 #include "device/file_check.h"
 #include "device/grading.h"
+#include "sweeps/supported.h"
 
 #include <gtest/gtest.h>
 
@@ -121,6 +122,7 @@ TEST(SampleCells, OpenTunnelPathsHardlyMoveCellsWithoutBarriers)
     for (const Cell& cell : cells) {
         const auto session = session_with(cell.name);
         session->simulation.problem.input.convergence.tunnel_paths = 0;
+        if (!unsupported_physics(session->simulation).falsifies.empty()) continue;  // states at its interfaces
         const IVCharacteristics r = curve_of(*session).characteristics;
         EXPECT_NEAR(r.Voc, cell.Voc, 0.002) << cell.name;
         EXPECT_NEAR(r.FF, cell.FF, 0.3) << cell.name;
