@@ -83,10 +83,14 @@ ContactCurrents contact_currents(const Problem& problem, const CalculationVariab
     const double V = cv.V_kT, psi = cv.psi.back();
     // Densities in equilibrium with the contact: the bias drops out of their exponents.
     const double n_right = set3.on.Wn.back() * std::exp(psi + V), p_right = set3.on.Wp.back() * std::exp(-psi - V);
-    return {left * cv.bn.front() * set3.Sn_left * std::expm1(cv.Fn.front()),
-            -left * cv.bp.front() * set3.Sp_left * std::expm1(-cv.Fp.front()),
-            -right * set3.Sn_right * n_right * std::expm1(cv.Fn.back() - V),
-            right * set3.Sp_right * p_right * std::expm1(V - cv.Fp.back())};
+    const ContactCurrents over_the_edge{left * cv.bn.front() * set3.Sn_left * std::expm1(cv.Fn.front()),
+                                        -left * cv.bp.front() * set3.Sp_left * std::expm1(-cv.Fp.front()),
+                                        -right * set3.Sn_right * n_right * std::expm1(cv.Fn.back() - V),
+                                        right * set3.Sp_right * p_right * std::expm1(V - cv.Fp.back())};
+    if (cv.jn_tunnel.empty()) return over_the_edge;
+    const ContactCurrents& tunnel = cv.contact_tunnel;
+    return {over_the_edge.j_n_left + tunnel.j_n_left, over_the_edge.j_p_left + tunnel.j_p_left,
+            over_the_edge.j_n_right + tunnel.j_n_right, over_the_edge.j_p_right + tunnel.j_p_right};
 }
 
 InterfaceCurrents interface_currents(const Problem& problem, const CalculationVariables& cv, std::size_t interface)

@@ -11,12 +11,8 @@ namespace kovin {
 /// Fills the profile and the current fields of the state (median, spread, constancy).
 void extraheer_stroom(const Problem& problem, CalculationVariables& cv, CurrentProfile& profile);
 
-/// Currents at the two contacts [mA/cm2], from the surface velocity times the excess of the carrier. They lie half an
-/// interval further out than the outermost values of the profile: under strongly absorbed light the generation between
-/// is what the balance of recombination, generation and current would miss.
-struct ContactCurrents {
-    double j_n_left = 0.0, j_p_left = 0.0, j_n_right = 0.0, j_p_right = 0.0;
-};
+/// Currents at the two contacts, from the surface velocity times the excess of the carrier and what tunnels from the
+/// metal.
 [[nodiscard]] ContactCurrents contact_currents(const Problem& problem, const CalculationVariables& cv);
 
 /// What passes through the states of one interface and over it [mA/cm2]. The current on its left is

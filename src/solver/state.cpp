@@ -9,6 +9,9 @@ void CalculationVariables::resize()
                     &Bp_plus, &Bp_min})
         a->assign(n_points, 0.0);
     terms_total.resize(n_points);
+    jn_tunnel.clear();
+    jp_tunnel.clear();
+    contact_tunnel = {};
 }
 
 }  // namespace kovin

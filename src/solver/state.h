@@ -54,6 +54,13 @@ struct CurrentProfile {
     std::vector<double> sorted;                ///< work space of the median
 };
 
+/// Currents at the two contacts [mA/cm2], positive from left to right. They lie half an interval further out than the
+/// outermost values of the profile: under strongly absorbed light the generation between is what the balance of
+/// recombination, generation and current would miss.
+struct ContactCurrents {
+    double j_n_left = 0.0, j_p_left = 0.0, j_n_right = 0.0, j_p_right = 0.0;
+};
+
 /// All arrays have one value a mesh point; a quantity of the interval (i - 1, i) stands at i.
 struct CalculationVariables {
     Mesh mesh;
@@ -68,6 +75,7 @@ struct CalculationVariables {
     std::vector<double> Bp_plus, Bp_min;  ///< the same with Gp
     DcTerms terms_total;
     std::vector<double> jn_tunnel, jp_tunnel;  ///< of the interval (i, i + 1) [mA/cm2]; empty without tunnelling
+    ContactCurrents contact_tunnel;            ///< from the metals; 0 without tunnelling
     std::array<InterfaceTerms, max_interfaces> terms_interface;          ///< 0 where an interface has no states
     double V = 0.0;                                                      ///< [V]
     double V_kT = 0.0;                                                   ///< V/kT

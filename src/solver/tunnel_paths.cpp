@@ -142,7 +142,9 @@ struct Descent {
         const double T = view.exponent(view.chosen_mass(mass, view.mass[k]), std::min(s, k), std::max(s, k), level);
         const double per_energy = std::exp(std::min(top - level - T, 700.0));
         const double weight = (upper - lower) * per_energy;
-        for (const std::size_t target : {near, k}) view.add(source, target, 0.5 * coefficient * weight);
+        // Between the energies of a step of the band there are states on its lower side alone.
+        const bool step = view.mesh.h[std::min(near, k)] == 0.0;
+        for (const std::size_t target : {step ? k : near, k}) view.add(source, target, 0.5 * coefficient * weight);
         sum += weight;
         return negligible_tail * sum > (lower - floor) * per_energy;
     }
@@ -431,23 +433,29 @@ void store_tunnel_currents(const Problem& problem, const TunnelWork& work, Calcu
     cv.jp_tunnel.assign(N, 0.0);
     const Scale& scale = problem.set3.scale;
     const double unit = 0.1 * elementary_charge * scale.D0 / scale.x0;
-    // A current enters the running sum at one end of its path and leaves it at the other one; metals lie outside.
+    cv.contact_tunnel = {};
+    // Every interval between the two ends of a path carries its current; metals lie outside.
     const auto spread = [&](int from, int to, double J, std::vector<double>& j) {
         const int left = std::min(from, to), right = std::max(from, to);
         const double to_right = from < to ? J : -J;
         for (int i = left; i < right; ++i) j[at(i)] += to_right;
     };
-    const auto sum = [&](const TunnelPaths& found, const std::vector<double>& X, double sign, std::vector<double>& j) {
+    const auto sum = [&](const TunnelPaths& found, const std::vector<double>& X, double sign, std::vector<double>& j,
+                         double& at_left_contact, double& at_right_contact) {
         const Drive drive{X, found};
         for (const TunnelPath& t : found.paths) {
             const int source = t.source == left_metal    ? 0
                                : t.source == right_metal ? static_cast<int>(N) - 1
                                                          : t.source;
-            spread(source, t.target, sign * unit * t.strength * drive(t), j);
+            const double J = sign * unit * t.strength * drive(t);
+            if (t.source == left_metal) at_left_contact += J;
+            if (t.source == right_metal) at_right_contact -= J;
+            spread(source, t.target, J, j);
         }
     };
-    sum(work.n, cv.expFn, -1.0, cv.jn_tunnel);
-    sum(work.p, cv.expmFp, 1.0, cv.jp_tunnel);
+    ContactCurrents& contact = cv.contact_tunnel;
+    sum(work.n, cv.expFn, -1.0, cv.jn_tunnel, contact.j_n_left, contact.j_n_right);
+    sum(work.p, cv.expmFp, 1.0, cv.jp_tunnel, contact.j_p_left, contact.j_p_right);
     for (const BandToBandPath& t : work.band_to_band) {
         const double net = fermi(t.level - cv.Fn[at(t.from)]) - fermi(t.level - cv.Fp[at(t.to)]);
         spread(t.from, t.to, -unit * t.strength * net, cv.jn_tunnel);

@@ -217,7 +217,8 @@ bool calculate_work_point(Surroundings& surroundings, Simulation& s, RunMode mod
     s.failures.work_point = !converged;
     s.JWorkingPoint = converged ? s.currentCalcVars.J_median : 0.0;
     if (converged) s.werkpuntcv = s.currentCalcVars;
-    return CheckConvergenceFailure(surroundings, s, converged, s.werkberekend, "working point");
+    return CheckConvergenceFailure(surroundings, s, converged, s.werkberekend,
+                                   settle ? "second working point (metastable defects)" : "working point");
 }
 
 RunOutcome failed_or_stopped(const Surroundings& surroundings)
@@ -358,11 +359,17 @@ RunOutcome calculate_withMeta(Surroundings& surroundings, Simulation& s)
     const CellParameters& cell = s.zonnecel.cell;
     if (!CheckMETAMode(cell)) return calculate(surroundings, s);
     bool can_react = true;
-    for (std::size_t j = 0; j < static_cast<std::size_t>(cell.layers); ++j)
-        for (const std::string& fault : metastable_faults(cell.layer[j])) {
-            KOVINErrorMessage(surroundings.report, "Metastable defects", place_of_profile(j, cell.layer[j], fault));
-            can_react = false;
-        }
+    for (std::size_t j = 0; j < static_cast<std::size_t>(cell.layers); ++j) {
+        const LayerParameters& layer = cell.layer[j];
+        const auto tell = [&](const std::string& text) {
+            KOVINErrorMessage(surroundings.report, "Metastable defects", place_of_profile(j, layer, text));
+        };
+        const std::vector<std::string> faults = metastable_faults(layer);
+        for (const std::string& fault : faults) tell(fault);
+        can_react = can_react && faults.empty();
+        if (!faults.empty()) continue;
+        for (const std::string& remark : metastable_remarks(layer)) tell(remark);
+    }
     if (!can_react) {
         s.failures = {};
         s.failures.input = true;

@@ -1,6 +1,7 @@
 // Tunnel paths: the exponent against closed forms, the currents against quadrature of transmission times supply, the
 // equations with them against differences, and what holds for any device.
 #include "devices.h"
+#include "solver/currents.h"
 #include "solver/estimates.h"
 #include "solver/newton_steps.h"
 #include "solver/tunnel_paths.h"
@@ -93,6 +94,19 @@ CellParameters schottky_of_holes()
 constexpr LayerSketch ingaas{3e-6, 0.74, 4.5, 13.9, 2.1e23, 7.7e24, 0.8, 0.025, 0.0, 0.0};
 constexpr LayerSketch inalas{1e-7, 1.46, 4.0, 12.5, 5.2e23, 9e24, 0.08, 0.0075, 0.0, 0.0};
 
+/// Metal on 3 nm of InAlAs on n-InGaAs: the band falls by 0.5 eV where the barrier ends.
+CellParameters metal_on_barrier()
+{
+    CellParameters cell = empty_cell();
+    add(cell, inalas, 3e-9, 0.0, 0.0, 0.075);
+    add(cell, ingaas, 3e-7, 1e23, 0.0, 0.041);
+    cell.left.flatband = false;
+    cell.left.Fi_m = 4.6;
+    cell.left.tunneling = true;
+    cell.left.m_e = cell.left.m_h = 0.075;
+    return cell;
+}
+
 /// n-InGaAs and a window of N-InAlAs: a spike of 0.5 eV, 14 nm wide.
 CellParameters window(double Nd = 3e24)
 {
@@ -150,9 +164,13 @@ struct Case {
 };
 std::vector<Case> cases()
 {
-    return {{"contact", schottky(), -0.05, 1e-5},        {"contact, holes", schottky_of_holes(), 0.05, 1e-5},
-            {"interface", window(), 0.02, 1e-5},         {"interfaces", thin_barrier(), 0.02, 1e-5},
-            {"bulk", planar_doped_barrier(), 0.04, 0.1}, {"band to band", tunnel_diode(), -0.05, 1e-4}};
+    return {{"contact", schottky(), -0.05, 1e-5},
+            {"contact, holes", schottky_of_holes(), 0.05, 1e-5},
+            {"contact, barrier layer", metal_on_barrier(), 0.02, 1e-5},
+            {"interface", window(), 0.02, 1e-5},
+            {"interfaces", thin_barrier(), 0.02, 1e-5},
+            {"bulk", planar_doped_barrier(), 0.04, 0.1},
+            {"band to band", tunnel_diode(), -0.05, 1e-4}};
 }
 
 void fixed_mesh(ConvergenceParameters& c)
@@ -179,6 +197,10 @@ TEST(Tunnelling, NoCurrentAtEquilibriumAndOneAlongTheDeviceElsewhere)
         ASSERT_TRUE(device.go_to(c.V)) << c.name;
         EXPECT_LT(device.cv.iterations, 20) << c.name;
         EXPECT_LT(device.cv.J_spread, 1e-5 * std::fabs(device.cv.J_median) + 1e-4) << c.name;
+        const ContactCurrents contact = contact_currents(device.problem(), device.cv);
+        const double J = device.cv.J_median;
+        EXPECT_NEAR(contact.j_n_left + contact.j_p_left, J, 2e-3 * std::fabs(J)) << c.name;
+        EXPECT_NEAR(contact.j_n_right + contact.j_p_right, J, 2e-3 * std::fabs(J)) << c.name;
         const auto& jn = device.cv.jn_tunnel;
         const auto& jp = device.cv.jp_tunnel;
         double largest = 0.0;
@@ -336,6 +358,21 @@ TEST(Tunnelling, StrengthIsTransmissionTimesSupply)
                                                        device.set3.scale.N0[0] * device.cv.bn[l], 0.075, 2.0);
         EXPECT_NEAR(strength(device) / exact, 1.0, 5e-3) << "interface, " << Nd;
     }
+}
+
+// At the energies of a step of the band there are states on its lower side alone.
+TEST(Tunnelling, OverAStepCarriersEndAtItsFoot)
+{
+    Device device(metal_on_barrier(), 300.0, fixed_mesh);
+    ASSERT_TRUE(device.solve_equilibrium());
+    find_tunnel_paths(device.problem(), device.cv, Carrier::electrons, device.memory.work.tunnel);
+    double head = 0.0, foot = 0.0;
+    for (const TunnelPath& t : device.memory.work.tunnel.n.paths) {
+        if (t.target == static_cast<int>(device.last(0))) head += t.strength;
+        if (t.target == static_cast<int>(device.last(0)) + 1) foot += t.strength;
+    }
+    EXPECT_GT(foot, 0.0);
+    EXPECT_LT(head, 0.1 * foot);
 }
 
 TEST(Tunnelling, FollowsMassWindowAndSettings)

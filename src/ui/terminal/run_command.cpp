@@ -181,7 +181,7 @@ ExitStatus status_of(const Session& session, SimulateOutcome outcome)
     const ActionList& asked = s.panel.actions;
     const bool cut = (asked.IV_calculate && (s.failures.first_IV_point || s.failures.IV)) ||
                      (asked.CV_calculate && s.failures.CV) || (asked.Cf_calculate && s.failures.Cf) ||
-                     (asked.QE_calculate && s.failures.QE) || s.failures.admittance;
+                     (asked.QE_calculate && s.failures.QE) || s.failures.admittance || s.failures.metastable;
     const bool complete = outcome == SimulateOutcome::done && !cut && session.unsupported.empty();
     return complete ? ExitStatus::good : ExitStatus::incomplete;
 }
