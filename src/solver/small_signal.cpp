@@ -164,16 +164,23 @@ private:
         return B;
     }
 
+    /// Adds the half cell of boundary point k, which ends in the middle to its neighbour m, to the sums of its rows.
+    /// @param charge_k, charge_m  factors of the charges in its row of psi @return the share of m; 0 without half cells
+    Block add_half_cell(std::size_t k, std::size_t m, Block& sum, double charge_k = 0.0, double charge_m = 0.0) const
+    {
+        if (!half_cells) return {};
+        const double h = mesh.h[std::min(k, m)];
+        const Block next = of_half_cell(k, m, neighbour_half_cell * h, charge_m);
+        add(sum, of_half_cell(k, k, own_half_cell * h, charge_k));
+        add(sum, next);
+        return next;
+    }
+
     void end_of_layer_row(std::size_t i)
     {
         Block& T = w.E[i];
         T = sums(i);
-        Block next{};
-        if (half_cells) {
-            next = of_half_cell(i, i + 1, neighbour_half_cell * mesh.h[i]);
-            add(T, of_half_cell(i, i, own_half_cell * mesh.h[i]));
-            add(T, next);
-        }
+        const Block next = add_half_cell(i, i + 1, T);
         Block M = without_right(i, T);
         add(M, next, -1.0);
         eliminate(M, T);
@@ -223,10 +230,7 @@ private:
         Vector at_f{};  // the charge of the half cell behind the interface
         if (half_cells) {
             const Discretisation::Interface& g = grid.interfaces[j];
-            const Block next = of_half_cell(l, l - 1, neighbour_half_cell * mesh.h[l - 1], g.charge_l1);
-            add(T, of_half_cell(l, l, own_half_cell * mesh.h[l - 1], g.charge_l));
-            add(T, next);
-            subtract_product(T, next, w.E[l - 1]);
+            subtract_product(T, add_half_cell(l, l - 1, T, g.charge_l, g.charge_l1), w.E[l - 1]);
             const Vector f = charge_and_losses(l + 1)[to_psi], f1 = charge_and_losses(l + 2)[to_psi];
             for (std::size_t c = 0; c < 3; ++c) {
                 at_f[c] = g.charge_f * f[c];
@@ -272,12 +276,7 @@ private:
         Vector outside{};  // A D
         for (std::size_t k = 0; k < 3; ++k)
             for (std::size_t m = 0; m < 3; ++m) outside[k] += A[k][m] * w.D[j][m];
-        Block next{};
-        if (half_cells) {
-            next = of_half_cell(f, f + 1, neighbour_half_cell * mesh.h[f]);
-            add(T, of_half_cell(f, f, own_half_cell * mesh.h[f]));
-            add(T, next);
-        }
+        const Block next = add_half_cell(f, f + 1, T);
         Block M = without_right(f, T);
         add(M, next, -1.0);
         for (std::size_t k = 0; k < 3; ++k)
@@ -294,12 +293,7 @@ private:
         X[to_Fn][0].re = -small_signal_amplitude * rows.n.to_V;
         X[to_Fp][0].re = -small_signal_amplitude * rows.p.to_V;
         subtract_left(i, M);
-        if (half_cells) {
-            const Block next = of_half_cell(i, i - 1, neighbour_half_cell * mesh.h[i - 1]);
-            add(M, of_half_cell(i, i, own_half_cell * mesh.h[i - 1]));
-            add(M, next);
-            subtract_product(M, next, w.E[i - 1]);
-        }
+        if (half_cells) subtract_product(M, add_half_cell(i, i - 1, M), w.E[i - 1]);
         eliminate(M, X);
         for (std::size_t k = 0; k < 3; ++k) w.x[i][k] = X[k][0];
     }
