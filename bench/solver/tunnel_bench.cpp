@@ -37,13 +37,20 @@ BENCHMARK_CAPTURE(tunnel_iv, contacts, Paths::contacts)->Unit(benchmark::kMillis
 BENCHMARK_CAPTURE(tunnel_iv, intraband, Paths::intraband)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(tunnel_iv, all, Paths::all)->Unit(benchmark::kMillisecond);
 
+/// The sample at 0.4 V on its first mesh.
+struct AtBias : TunnelSample {
+    explicit AtBias(Paths paths) : TunnelSample(paths)
+    {
+        simulation->panel.actions.IV_calculate = false;
+        simulation->problem.input.convergence.recalculate_mesh = 0;
+        run();
+        go_to(0.4);
+    }
+};
+
 void paths_of_an_interface(benchmark::State& state)
 {
-    TunnelSample c(Paths::intraband);
-    c.simulation->panel.actions.IV_calculate = false;
-    c.simulation->problem.input.convergence.recalculate_mesh = 0;
-    c.run();
-    c.go_to(0.4);
+    AtBias c(Paths::intraband);
     Simulation& s = *c.simulation;
     TunnelWork& work = s.memory.work.tunnel;
     for (auto _ : state) find_tunnel_paths(s.solver_problem(), s.currentCalcVars, Carrier::electrons, work);
@@ -51,6 +58,16 @@ void paths_of_an_interface(benchmark::State& state)
     state.counters["paths"] = static_cast<double>(work.n.paths.size());
 }
 BENCHMARK(paths_of_an_interface)->Unit(benchmark::kMicrosecond);
+
+void currents_of_all_paths(benchmark::State& state)
+{
+    AtBias c(Paths::all);
+    Simulation& s = *c.simulation;
+    TunnelWork& work = s.memory.work.tunnel;
+    for (auto _ : state) store_tunnel_currents(s.solver_problem(), work, s.currentCalcVars);
+    state.counters["paths"] = static_cast<double>(work.n.paths.size() + work.p.paths.size());
+}
+BENCHMARK(currents_of_all_paths)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 }  // namespace kovin::bench

@@ -82,7 +82,9 @@ bool dc_Gummel_iteration_u_or_v(const Problem& problem, Workspace& work, Calcula
     for (int k = 0;; ++k) {
         its = k;
         if (k > limit) {
-            if (act_on_iteration_limit(problem, electrons ? LimitedLoop::u : LimitedLoop::v, action, k)) return true;
+            if (act_on_iteration_limit(problem, electrons ? LimitedLoop::u : LimitedLoop::v, action, k,
+                                       tunnel.outside.size()))
+                return true;
             its = -1;
             return false;
         }

@@ -34,22 +34,21 @@ LimitText text_of(LimitedLoop loop)
     return {"fully_coupled_iteration", "fully coupled calculation of variables psi, u and v", false, false};
 }
 
-void tell(Report& report, LimitedLoop loop, int count)
+void tell(Report& report, LimitedLoop loop, int count, std::size_t outside)
 {
     const LimitText text = text_of(loop);
     std::string body = std::string("Max no of iterations exceeded during ") + text.what;
     if (text.tells_count) body += "\nIteration count: " + integer(count);
-    // Elements of tunnelling outside the band: there are none yet.
-    if (text.tells_sparse) body += "\nNumber of sparse elements: " + integer(0);
+    if (text.tells_sparse) body += "\nNumber of sparse elements: " + integer(static_cast<long>(outside));
     KOVINErrorMessage(report, std::string("Error in ") + text.function + "()", body);
 }
 
 }  // namespace
 
-bool act_on_iteration_limit(const Problem& problem, LimitedLoop loop, int action, int count)
+bool act_on_iteration_limit(const Problem& problem, LimitedLoop loop, int action, int count, std::size_t outside)
 {
     const bool with_message = action == 1 || action == 3;
-    if (with_message && problem.report != nullptr) tell(*problem.report, loop, count);
+    if (with_message && problem.report != nullptr) tell(*problem.report, loop, count, outside);
     return action == 3 || action == 4 || (action == 1 && loop == LimitedLoop::psi);
 }
 

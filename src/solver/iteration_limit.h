@@ -15,7 +15,9 @@ enum class LimitedLoop { psi, u, v, uv, coupled };
 ///
 /// @param action  value of the setting that belongs to the loop; an unknown one acts as 2
 /// @param count   iterations made, for the message
+/// @param outside elements of the Jacobian outside its band, for the message
 /// @return go on as if converged; false: the loop has failed
-[[nodiscard]] bool act_on_iteration_limit(const Problem& problem, LimitedLoop loop, int action, int count);
+[[nodiscard]] bool act_on_iteration_limit(const Problem& problem, LimitedLoop loop, int action, int count,
+                                          std::size_t outside = 0);
 
 }  // namespace kovin

@@ -309,6 +309,14 @@ void BandToBandTunneling(const View& n, const View& p, std::vector<BandToBandPat
 /// Share of the states that are filled, at an energy x above the Fermi level [kT].
 double fermi(double x) { return 1.0 / (1.0 + std::exp(x)); }
 
+/// The same at x = level - Fn (level - Fp), differentiated by u = exp(Fn) (by -v = -exp(-Fp)), with ln_X the logarithm
+/// of u (of v): f (1 - f)/X, which is finite where X is too small for a number.
+double fermi_slope(double x, double ln_X)
+{
+    const double falls = std::exp(-std::fabs(x));
+    return std::exp(-ln_X - std::fabs(x)) / ((1.0 + falls) * (1.0 + falls));
+}
+
 /// What drives a path: X of its source less X where it arrives.
 struct Drive {
     const std::vector<double>& X;
@@ -336,6 +344,7 @@ bool take_the_route_of_tunnelling(CalculationParameters& set3)
 void TunnelWork::prepare(const Mesh& mesh, bool on)
 {
     active = on;
+    outside.clear();
     if (!on) return;
     const auto N = at(mesh.N);
     layer.resize(N);
@@ -345,6 +354,8 @@ void TunnelWork::prepare(const Mesh& mesh, bool on)
     Ev.assign(N, 0.0);
     for (TunnelPaths* carrier : {&n, &p}) carrier->paths.reserve(2 * N);
     outside.reserve(4 * N);
+    change.resize(N);
+    paths.resize(N);
 }
 
 void find_tunnel_paths(const Problem& problem, const CalculationVariables& cv, Carrier carrier, TunnelWork& work)
@@ -418,30 +429,57 @@ void add_tunnel_jacobian(TunnelWork& work, const CalculationVariables& cv, Carri
         add(t.target, t.target, t.gain);
     }
     for (const BandToBandPath& t : work.band_to_band) {
-        const double f = fermi(t.level - (electrons ? cv.Fn[at(t.from)] : cv.Fp[at(t.to)]));
         if (electrons)
-            jac.main[at(t.from)] += t.loss_n * f * (1.0 - f) / cv.expFn[at(t.from)];
+            jac.main[at(t.from)] += t.loss_n * fermi_slope(t.level - cv.Fn[at(t.from)], cv.Fn[at(t.from)]);
         else
-            jac.main[at(t.to)] += t.loss_p * f * (1.0 - f) / cv.expmFp[at(t.to)];
+            jac.main[at(t.to)] += t.loss_p * fermi_slope(t.level - cv.Fp[at(t.to)], -cv.Fp[at(t.to)]);
     }
 }
 
-void store_tunnel_currents(const Problem& problem, const TunnelWork& work, CalculationVariables& cv)
+namespace {
+
+/// Sums currents that each pass all intervals between two points, in one pass over the paths and one over the mesh.
+struct IntervalCurrents {
+    std::vector<double>& change;
+    std::vector<int>& paths;
+
+    IntervalCurrents(TunnelWork& work, std::size_t N) : change(work.change), paths(work.paths)
+    {
+        change.assign(N, 0.0);
+        paths.assign(N, 0);
+    }
+    void add(int from, int to, double J)
+    {
+        const double to_right = from < to ? J : -J;
+        const std::size_t left = at(std::min(from, to)), right = at(std::max(from, to));
+        change[left] += to_right;
+        change[right] -= to_right;
+        ++paths[left];
+        --paths[right];
+    }
+    /// An interval without paths has no current, whatever rounding leaves there.
+    void write(std::vector<double>& j) const
+    {
+        j.resize(change.size());
+        double sum = 0.0;
+        int here = 0;
+        for (std::size_t i = 0; i < j.size(); ++i) {
+            here += paths[i];
+            sum = here > 0 ? sum + change[i] : 0.0;
+            j[i] = sum;
+        }
+    }
+};
+
+}  // namespace
+
+void store_tunnel_currents(const Problem& problem, TunnelWork& work, CalculationVariables& cv)
 {
     const std::size_t N = cv.psi.size();
-    cv.jn_tunnel.assign(N, 0.0);
-    cv.jp_tunnel.assign(N, 0.0);
     const Scale& scale = problem.set3.scale;
     const double unit = 0.1 * elementary_charge * scale.D0 / scale.x0;
-    cv.contact_tunnel = {};
-    // Every interval between the two ends of a path carries its current; metals lie outside.
-    const auto spread = [&](int from, int to, double J, std::vector<double>& j) {
-        const int left = std::min(from, to), right = std::max(from, to);
-        const double to_right = from < to ? J : -J;
-        for (int i = left; i < right; ++i) j[at(i)] += to_right;
-    };
-    const auto sum = [&](const TunnelPaths& found, const std::vector<double>& X, double sign, std::vector<double>& j,
-                         double& at_left_contact, double& at_right_contact) {
+    const auto add = [&](const TunnelPaths& found, const std::vector<double>& X, double sign, double& at_left_contact,
+                         double& at_right_contact, IntervalCurrents& j) {
         const Drive drive{X, found};
         for (const TunnelPath& t : found.paths) {
             const int source = t.source == left_metal    ? 0
@@ -450,16 +488,23 @@ void store_tunnel_currents(const Problem& problem, const TunnelWork& work, Calcu
             const double J = sign * unit * t.strength * drive(t);
             if (t.source == left_metal) at_left_contact += J;
             if (t.source == right_metal) at_right_contact -= J;
-            spread(source, t.target, J, j);
+            j.add(source, t.target, J);
         }
     };
+    cv.contact_tunnel = {};
     ContactCurrents& contact = cv.contact_tunnel;
-    sum(work.n, cv.expFn, -1.0, cv.jn_tunnel, contact.j_n_left, contact.j_n_right);
-    sum(work.p, cv.expmFp, 1.0, cv.jp_tunnel, contact.j_p_left, contact.j_p_right);
-    for (const BandToBandPath& t : work.band_to_band) {
-        const double net = fermi(t.level - cv.Fn[at(t.from)]) - fermi(t.level - cv.Fp[at(t.to)]);
-        spread(t.from, t.to, -unit * t.strength * net, cv.jn_tunnel);
+    {
+        IntervalCurrents j(work, N);
+        add(work.n, cv.expFn, -1.0, contact.j_n_left, contact.j_n_right, j);
+        for (const BandToBandPath& t : work.band_to_band) {
+            const double net = fermi(t.level - cv.Fn[at(t.from)]) - fermi(t.level - cv.Fp[at(t.to)]);
+            j.add(t.from, t.to, -unit * t.strength * net);
+        }
+        j.write(cv.jn_tunnel);
     }
+    IntervalCurrents j(work, N);
+    add(work.p, cv.expmFp, 1.0, contact.j_p_left, contact.j_p_right, j);
+    j.write(cv.jp_tunnel);
 }
 
 }  // namespace kovin

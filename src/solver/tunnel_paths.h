@@ -35,6 +35,6 @@ void add_tunnel_jacobian(TunnelWork& work, const CalculationVariables& cv, Carri
 
 /// Tunnel currents of the intervals into cv.jn_tunnel and cv.jp_tunnel.
 /// @pre the paths of both carriers are those of the present potential
-void store_tunnel_currents(const Problem& problem, const TunnelWork& work, CalculationVariables& cv);
+void store_tunnel_currents(const Problem& problem, TunnelWork& work, CalculationVariables& cv);
 
 }  // namespace kovin

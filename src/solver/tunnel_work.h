@@ -54,6 +54,8 @@ struct TunnelWork {
     TunnelPaths n, p;
     std::vector<BandToBandPath> band_to_band;
     std::vector<TunnelElement> outside;
+    std::vector<double> change;  ///< of the tunnel current from the interval before
+    std::vector<int> paths;      ///< that begin in an interval less those that have ended
     // of the solution: border columns and rows, or the envelope
     std::vector<std::size_t> border;  ///< points taken out of the band, in order
     std::vector<double> columns, rows, small;
