@@ -7,6 +7,15 @@
 namespace kovin {
 namespace {
 
+/// The polynomial in x with these coefficients, the highest power first, by Horner's rule.
+template <class... Coefficients>
+[[gnu::always_inline]] inline double horner(double x, double highest, Coefficients... rest)
+{
+    double sum = highest;
+    ((sum = sum * x + rest), ...);
+    return sum;
+}
+
 /// exp(x) for |x| <= 708, beyond as at the bound. Range reduction by multiples of ln 2 and a polynomial of degree 13 on
 /// [-ln 2/2, ln 2/2]; error about 1 unit in the last place.
 [[gnu::always_inline]] inline double exp_inline(double x)
@@ -17,20 +26,9 @@ namespace {
     const double t = x * 1.4426950408889634 + shifter;
     const double k = t - shifter;
     const double r = (x - k * 0x1.62e42fee00000p-1) - k * 0x1.a39ef35793c76p-33;
-    double q = 1.0 / 6227020800.0;
-    q = q * r + 1.0 / 479001600.0;
-    q = q * r + 1.0 / 39916800.0;
-    q = q * r + 1.0 / 3628800.0;
-    q = q * r + 1.0 / 362880.0;
-    q = q * r + 1.0 / 40320.0;
-    q = q * r + 1.0 / 5040.0;
-    q = q * r + 1.0 / 720.0;
-    q = q * r + 1.0 / 120.0;
-    q = q * r + 1.0 / 24.0;
-    q = q * r + 1.0 / 6.0;
-    q = q * r + 0.5;
-    q = q * r + 1.0;
-    q = q * r + 1.0;
+    const double q =
+        horner(r, 1.0 / 6227020800.0, 1.0 / 479001600.0, 1.0 / 39916800.0, 1.0 / 3628800.0, 1.0 / 362880.0,
+               1.0 / 40320.0, 1.0 / 5040.0, 1.0 / 720.0, 1.0 / 120.0, 1.0 / 24.0, 1.0 / 6.0, 0.5, 1.0, 1.0);
     const long long bits = __builtin_bit_cast(long long, t);
     const auto power = static_cast<long long>((static_cast<unsigned long long>(bits) << 52) + 0x3ff0000000000000ULL);
     return q * __builtin_bit_cast(double, power);
@@ -39,20 +37,9 @@ namespace {
 /// exp(x) - 1 for |x| < 0.4 by its series; the term left out is below x times 3e-18.
 [[gnu::always_inline]] inline double expm1_series(double x)
 {
-    double q = 1.0 / 87178291200.0;
-    q = q * x + 1.0 / 6227020800.0;
-    q = q * x + 1.0 / 479001600.0;
-    q = q * x + 1.0 / 39916800.0;
-    q = q * x + 1.0 / 3628800.0;
-    q = q * x + 1.0 / 362880.0;
-    q = q * x + 1.0 / 40320.0;
-    q = q * x + 1.0 / 5040.0;
-    q = q * x + 1.0 / 720.0;
-    q = q * x + 1.0 / 120.0;
-    q = q * x + 1.0 / 24.0;
-    q = q * x + 1.0 / 6.0;
-    q = q * x + 0.5;
-    q = q * x + 1.0;
+    const double q =
+        horner(x, 1.0 / 87178291200.0, 1.0 / 6227020800.0, 1.0 / 479001600.0, 1.0 / 39916800.0, 1.0 / 3628800.0,
+               1.0 / 362880.0, 1.0 / 40320.0, 1.0 / 5040.0, 1.0 / 720.0, 1.0 / 120.0, 1.0 / 24.0, 1.0 / 6.0, 0.5, 1.0);
     return q * x;
 }
 
@@ -76,18 +63,8 @@ namespace {
     const double k = __builtin_bit_cast(double, field | 0x4330000000000000ULL) - (0x1p52 + 1023.0);
     const double f = k == 0.0 ? a : m - 1.0;
     const double s = f / (2.0 + f), z = s * s;
-    double q = 1.0 / 23.0;
-    q = q * z + 1.0 / 21.0;
-    q = q * z + 1.0 / 19.0;
-    q = q * z + 1.0 / 17.0;
-    q = q * z + 1.0 / 15.0;
-    q = q * z + 1.0 / 13.0;
-    q = q * z + 1.0 / 11.0;
-    q = q * z + 1.0 / 9.0;
-    q = q * z + 1.0 / 7.0;
-    q = q * z + 1.0 / 5.0;
-    q = q * z + 1.0 / 3.0;
-    q = q * z + 1.0;
+    const double q = horner(z, 1.0 / 23.0, 1.0 / 21.0, 1.0 / 19.0, 1.0 / 17.0, 1.0 / 15.0, 1.0 / 13.0, 1.0 / 11.0,
+                            1.0 / 9.0, 1.0 / 7.0, 1.0 / 5.0, 1.0 / 3.0, 1.0);
     return k * 0.6931471805599453 + 2.0 * s * q;
 }
 
