@@ -7,9 +7,15 @@ namespace kovin {
 bool TunnelPlaces::any() const
 {
     const auto on = [](bool open) { return open; };
-    return left.open || right.open ||
+    return left.open || right.open || interface_states ||
            std::any_of(interface.begin(), interface.end(), [](const TunnelPlace& p) { return p.open; }) ||
            std::any_of(barrier.begin(), barrier.end(), on) || std::any_of(band_to_band.begin(), band_to_band.end(), on);
+}
+
+bool tunnels_into(const InterfaceRecombinationParameters& states, const ConvergenceParameters& settings)
+{
+    if (settings.tunnel_paths == 1) return false;
+    return settings.tunnel_paths == 0 || (settings.Tunneliface_allowed != 0 && states.tunneling);
 }
 
 TunnelPlaces tunnel_places(const CellParameters& cell, const ConvergenceParameters& settings)
@@ -29,8 +35,9 @@ TunnelPlaces tunnel_places(const CellParameters& cell, const ConvergenceParamete
         if (j + 1 == static_cast<std::size_t>(cell.layers)) break;
         const InterfaceParameters& interface = cell.interfaces[j];
         places.interface[j] = {intraband && (all || interface.tunneling), interface.m_e, interface.m_h};
+        for (std::size_t d = 0; d < static_cast<std::size_t>(interface.defect_count); ++d)
+            places.interface_states = places.interface_states || tunnels_into(interface.defects[d], settings);
     }
-    places.interface_states = all || settings.Tunneliface_allowed != 0;
     return places;
 }
 

@@ -19,11 +19,14 @@ struct TunnelPlaces {
     std::array<TunnelPlace, max_interfaces> interface;  ///< through the spike of a band at an interface
     std::array<bool, max_layers> barrier{};             ///< through a barrier inside the stack that ends in this layer
     std::array<bool, max_layers> band_to_band{};
-    bool interface_states = false;  ///< into the states of interfaces whose defects have the switch
+    bool interface_states = false;  ///< into states of some interface, see tunnels_into
 
-    /// Some path of a carrier within its band or from band to band is open.
+    /// Some path is open.
     [[nodiscard]] bool any() const;
 };
+
+/// Carriers may tunnel into these states.
+[[nodiscard]] bool tunnels_into(const InterfaceRecombinationParameters& states, const ConvergenceParameters& settings);
 
 /// @param settings  `tunnel_paths` 0 opens all kinds everywhere, 1 none; 2 leaves it to the switches of the cell, each
 ///                  kind of path with its setting ..._allowed

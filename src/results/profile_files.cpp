@@ -50,12 +50,16 @@ constexpr Column<Profiles> eb_columns[] = {
 };
 
 // Electrons (jn) and holes (jp) that the states take from the left (1) and the right (2) layer, the thermionic current
-// over the interface (js), and the charge of the states (pi). Tunnelling into the states is refused before a run, so
-// that the currents with their tunnel share are the plain ones.
+// over the interface (js), and the charge of the states (pi).
 template <double InterfaceCurrents::*quantity>
 constexpr double of_interface(const Profiles& s, std::size_t k)
 {
     return s.interfaces[k].*quantity;
+}
+template <double InterfaceCurrents::*whole, double InterfaceCurrents::*tunnelling>
+constexpr double without_tunnelling(const Profiles& s, std::size_t k)
+{
+    return s.interfaces[k].*whole - s.interfaces[k].*tunnelling;
 }
 double sheet_density(const Profiles& s, std::size_t k) { return s.interfaces[k].charge / elementary_charge; }
 
@@ -66,10 +70,10 @@ constexpr Column<Profiles> interface_columns[] = {
      {NumberFormat::whole, 1, 0},
      [](const Profiles&, std::size_t k) { return static_cast<double>(k + 1); }},
     {"       x(um)", "  ", position, [](const Profiles& s, std::size_t k) { return s.x_um[s.interface_left[k]]; }},
-    {" jn1(mA/cm2)", "  ", density, of_interface<&IF::n_left>},
-    {" jn2(mA/cm2)", "  ", density, of_interface<&IF::n_right>},
-    {" jp1(mA/cm2)", "  ", density, of_interface<&IF::p_left>},
-    {" jp2(mA/cm2)", "  ", density, of_interface<&IF::p_right>},
+    {" jn1(mA/cm2)", "  ", density, without_tunnelling<&IF::n_left, &IF::n_left_tunnel>},
+    {" jn2(mA/cm2)", "  ", density, without_tunnelling<&IF::n_right, &IF::n_right_tunnel>},
+    {" jp1(mA/cm2)", "  ", density, without_tunnelling<&IF::p_left, &IF::p_left_tunnel>},
+    {" jp2(mA/cm2)", "  ", density, without_tunnelling<&IF::p_right, &IF::p_right_tunnel>},
     {" jn1[with tunnel](mA/cm2)", "  ", density, of_interface<&IF::n_left>},
     {" jn2[with tunnel](mA/cm2)", "  ", density, of_interface<&IF::n_right>},
     {" jp1[with tunnel](mA/cm2)", "  ", density, of_interface<&IF::p_left>},

@@ -171,7 +171,7 @@ void interface_rows(const Problem& problem, const CalculationVariables& cv, std:
     c.dv /= -vL;
     c.bnL = c.nL, c.bnR = c.nR, c.bpL = c.pL, c.bpR = c.pR;
     InterfaceTransferSums sums;
-    for (const InterfaceEnergy& level : problem.interface_states.energies)
+    for (const InterfaceEnergy& level : interface_energies(problem, cv))
         if (level.interface == j) add_transfer_sums(level, c, sums);
 
     r.C = {{{0.0, r.sheet * uR * t.drho_if_du_right, r.sheet * vR * t.drho_if_dv_right},

@@ -200,7 +200,7 @@ void totale_ifracbijdrage(const Problem& problem, const CalculationVariables& cv
                           std::vector<IfAcTerms>& out)
 {
     std::fill(out.begin(), out.end(), IfAcTerms{});
-    const auto& energies = problem.interface_states.energies;
+    const auto& energies = interface_energies(problem, cv);
     for (std::size_t k = 0; k < energies.size();) {
         const std::size_t j = energies[k].interface;
         const InterfaceCarriers carriers = carriers_at_interface(problem, cv, j);

@@ -101,12 +101,22 @@ InterfaceCurrents interface_currents(const Problem& problem, const CalculationVa
     const std::size_t l = at(cv.mesh.last[interface]), f = l + 1;
     const double left = 0.1 * scale.current(static_cast<int>(interface));
     const double right = 0.1 * scale.current(static_cast<int>(interface) + 1);
-    return {.n_left = left * states.In_left,
-            .n_right = right * states.In_right,
-            .p_left = left * states.Ip_left,
-            .p_right = right * states.Ip_right,
-            .thermionic = left * (cv.bn[l] * row.vn * cv.du[f] - cv.bp[l] * row.vp * cv.dv[f]),
-            .charge = 1e-4 * states.rho_if};
+    InterfaceCurrents c{.n_left = left * states.In_left,
+                        .n_right = right * states.In_right,
+                        .p_left = left * states.Ip_left,
+                        .p_right = right * states.Ip_right,
+                        .thermionic = left * (cv.bn[l] * row.vn * cv.du[f] - cv.bp[l] * row.vp * cv.dv[f]),
+                        .charge = 1e-4 * states.rho_if};
+    const TunnelStates& s = cv.tunnel_states;
+    for (std::size_t k = 0; k < s.energies.size(); ++k) {
+        if (s.energies[k].interface != interface) continue;
+        const TunnelStates::Gain& gain = s.gains[k];
+        c.n_left_tunnel += left * s.terms[k].In_left * gain.nL / (1.0 + gain.nL);
+        c.n_right_tunnel += right * s.terms[k].In_right * gain.nR / (1.0 + gain.nR);
+        c.p_left_tunnel += left * s.terms[k].Ip_left * gain.pL / (1.0 + gain.pL);
+        c.p_right_tunnel += right * s.terms[k].Ip_right * gain.pR / (1.0 + gain.pR);
+    }
+    return c;
 }
 
 double interface_recombination(const Problem& problem, const CalculationVariables& cv)

@@ -8,6 +8,7 @@
 #include "solver/newton_steps.h"
 #include "solver/tunnel_paths.h"
 #include "solver/tunnel_solve.h"
+#include "solver/tunnel_states.h"
 
 #include <cmath>
 
@@ -78,7 +79,10 @@ bool dc_Gummel_iteration_u_or_v(const Problem& problem, Workspace& work, Calcula
     const double relax = electrons ? settings.relax_n : settings.relax_p;
     int& its = electrons ? cv.its_u : cv.its_v;
     TunnelWork& tunnel = work.tunnel;
-    if (tunnel.active) find_tunnel_paths(problem, cv, carrier, tunnel);
+    if (tunnel.active) {
+        if (electrons) find_paths_into_states(problem, cv, tunnel);  // those of both carriers; psi stands still
+        find_tunnel_paths(problem, cv, carrier, tunnel);
+    }
     for (int k = 0;; ++k) {
         its = k;
         if (k > limit) {

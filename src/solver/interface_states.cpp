@@ -37,12 +37,13 @@ double total_density(const InterfaceRecombinationParameters& defect)
     return defect.N / peak_to_total(defect.energy_distribution, defect.Ekar);
 }
 
-/// Rates of the level that lies `above` EV at the left [eV]; the density on one side at which capture and emission
+/// Rates of a level; the density on one side at which capture and emission
 /// balance is that of the band edge's states, each side counted from its own edge.
 /// Source: Shockley, Read, Phys. Rev. 87 (1952) 835, for each of the two sides.
-void ifr_input_energie(const CalculationParameters& set3, const Sides& at, const InterfaceBands& bands, double above,
+void ifr_input_energie(const CalculationParameters& set3, const Sides& at, const InterfaceBands& bands,
                        const InterfaceRecombinationParameters& defect, InterfaceEnergy& r)
 {
+    const double above = r.above_EV_left;
     const OnMesh& on = set3.on;
     const double kT = set3.kT;
     r.cnL = on.vth_n[at.l] * defect.sigma_nleft;
@@ -79,8 +80,9 @@ void define_interface_states(const CalculationParameters& set3, const Mesh& mesh
                 r.defect = static_cast<int>(d);
                 const double offset = energy.E - defect.Et;
                 r.energy = counts_downward(defect.reference) ? defect.Et - offset : defect.Et + offset;
+                r.above_EV_left = above + offset;
                 r.Nt = total * energy.share;
-                ifr_input_energie(set3, sides, bands, above + offset, defect, r);
+                ifr_input_energie(set3, sides, bands, defect, r);
                 const bool captures = r.cnL + r.cnR + r.cpL + r.cpR > 0.0;
                 if (r.Nt > 0.0 && captures) states.energies.push_back(r);
             }

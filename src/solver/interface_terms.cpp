@@ -107,16 +107,27 @@ void add_transfer_sums(const InterfaceEnergy& level, const InterfaceCarriers& c,
     out.Ip_right_p += NR * (cpR * c.pR * n - T_p - p * r * (R_RR + R_LR - T_p));
 }
 
+const std::vector<InterfaceEnergy>& interface_energies(const Problem& problem, const CalculationVariables& cv)
+{
+    const std::vector<InterfaceEnergy>& with_tunnelling = cv.tunnel_states.energies;
+    return with_tunnelling.empty() ? problem.interface_states.energies : with_tunnelling;
+}
+
 void totale_ifrdcbijdrage(const Problem& problem, CalculationVariables& cv)
 {
-    const auto& energies = problem.interface_states.energies;
+    const auto& energies = interface_energies(problem, cv);
     for (InterfaceTerms& terms : cv.terms_interface) terms = {};
     for (std::size_t k = 0; k < energies.size();) {
-        const std::size_t j = energies[k].interface;
+        const std::size_t j = energies[k].interface, first = k;
         const InterfaceCarriers carriers = carriers_at_interface(problem, cv, j);
         InterfaceTerms& terms = cv.terms_interface[j];
         for (; k < energies.size() && energies[k].interface == j; ++k)
             ifrdcbijdrage_een_niveau(energies[k], carriers, terms);
+        if (cv.tunnel_states.terms.empty()) continue;
+        for (std::size_t e = first; e < k; ++e) {
+            cv.tunnel_states.terms[e] = {};
+            ifrdcbijdrage_een_niveau(energies[e], carriers, cv.tunnel_states.terms[e]);
+        }
     }
 }
 

@@ -62,7 +62,12 @@ void add_transfer_sums(const InterfaceEnergy& level, const InterfaceCarriers& c,
 /// Adds one energy to the terms of its interface.
 void ifrdcbijdrage_een_niveau(const InterfaceEnergy& level, const InterfaceCarriers& c, InterfaceTerms& out);
 
-/// All interface contributions of the present state into cv.terms_interface.
+/// The energies as the present state has them: with the capture by tunnelling, where there is any.
+[[nodiscard]] const std::vector<InterfaceEnergy>& interface_energies(const Problem& problem,
+                                                                     const CalculationVariables& cv);
+
+/// All interface contributions of the present state into cv.terms_interface: the whole currents into the states,
+/// wherever their carriers come from.
 void totale_ifrdcbijdrage(const Problem& problem, CalculationVariables& cv);
 
 }  // namespace kovin

@@ -12,6 +12,7 @@ void CalculationVariables::resize()
     jn_tunnel.clear();
     jp_tunnel.clear();
     contact_tunnel = {};
+    tunnel_states.clear();
 }
 
 }  // namespace kovin

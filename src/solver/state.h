@@ -10,6 +10,7 @@
 #pragma once
 
 #include "device/mesh.h"
+#include "solver/interface_energy.h"
 
 #include <algorithm>
 #include <array>
@@ -47,6 +48,24 @@ struct InterfaceTerms {
     double dIp_right_du_left = 0.0, dIp_right_du_right = 0.0, dIp_right_dv_left = 0.0, dIp_right_dv_right = 0.0;
 };
 
+/// States at interfaces that carriers reach by tunnelling as well; empty without. One element for each discrete energy
+/// of all interfaces, in their order.
+struct TunnelStates {
+    /// How much faster an energy captures by tunnelling, against its capture without.
+    struct Gain {
+        double nL = 0.0, nR = 0.0, pL = 0.0, pR = 0.0;
+    };
+    std::vector<InterfaceEnergy> energies;  ///< capture coefficients with tunnelling: c (1 + gain)
+    std::vector<Gain> gains;
+    std::vector<InterfaceTerms> terms;  ///< of each energy alone
+    void clear()
+    {
+        energies.clear();
+        gains.clear();
+        terms.clear();
+    }
+};
+
 /// Current densities at the mesh points [mA/cm2], positive from left to right.
 struct CurrentProfile {
     std::vector<double> j_n, j_p, j_tot;
@@ -76,7 +95,8 @@ struct CalculationVariables {
     DcTerms terms_total;
     std::vector<double> jn_tunnel, jp_tunnel;  ///< of the interval (i, i + 1) [mA/cm2]; empty without tunnelling
     ContactCurrents contact_tunnel;            ///< from the metals; 0 without tunnelling
-    std::array<InterfaceTerms, max_interfaces> terms_interface;          ///< 0 where an interface has no states
+    std::array<InterfaceTerms, max_interfaces> terms_interface;  ///< 0 where an interface has no states
+    TunnelStates tunnel_states;
     double V = 0.0;                                                      ///< [V]
     double V_kT = 0.0;                                                   ///< V/kT
     double max_delta_psi = 0.0, max_delta_Fn = 0.0, max_delta_Fp = 0.0;  ///< last updates [kT]

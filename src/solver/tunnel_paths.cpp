@@ -1,5 +1,7 @@
 #include "solver/tunnel_paths.h"
 
+#include "solver/tunnel_states.h"
+#include "solver/tunnel_walk.h"
 #include "solver/tunnel_wkb.h"
 
 #include <algorithm>
@@ -12,145 +14,7 @@ namespace {
 
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
-/// A contact or spike whose remaining slices would add less than this to the sum of those before is done.
-constexpr double negligible_tail = 1e-6;
-
-/// What the paths of one carrier are made from.
-struct View {
-    const Problem& problem;
-    const Mesh& mesh;
-    const TunnelPlaces& places;
-    const std::vector<std::size_t>& layer;
-    const std::vector<double>& E;  ///< barrier, upwards [kT]
-    const std::vector<double>&b, &mass, &vth;
-    const std::vector<double>&source, &W, &C;  ///< factors of the rows, see discretisation
-    double TunnelPlace::*place_mass;
-    double Discretisation::Interface::*velocity;
-    double S_left, S_right;
-    double unit;  ///< of the exponent
-    std::vector<TunnelPath>& paths;
-
-    [[nodiscard]] double exponent(double m, std::size_t from, std::size_t to, double level) const
-    {
-        return unit * std::sqrt(std::max(m, 0.0)) * wkb_integral(E.data(), mesh.h.data(), from, to, level);
-    }
-    [[nodiscard]] double chosen_mass(double m1, double m2) const
-    {
-        return ChooseTunnelMass(m1, m2, problem.set3.convergence.TunnelMassChoice);
-    }
-    [[nodiscard]] double N0(std::size_t i) const { return problem.set3.scale.N0[layer[i]]; }
-    [[nodiscard]] bool ends_layer(std::size_t i) const { return i == at(mesh.last[layer[i]]); }
-    [[nodiscard]] bool begins_layer(std::size_t i) const { return i == at(mesh.first[layer[i]]); }
-    /// What a unit of absolute flux that arrives adds to the row of a point.
-    [[nodiscard]] double row(std::size_t i) const
-    {
-        const double c = begins_layer(i) || ends_layer(i) ? C[i] : source[i] * W[i] * 2.0 / (mesh.h[i - 1] + mesh.h[i]);
-        return c / (N0(i) * b[i]);
-    }
-    void add(int from, std::size_t target, double strength) const
-    {
-        if (!(strength > 0.0)) return;
-        const double loss = from >= 0 ? strength * row(at(from)) : 0.0, gain = strength * row(target);
-        const int to = static_cast<int>(target);
-        if (!paths.empty() && paths.back().source == from && paths.back().target == to) {
-            TunnelPath& same = paths.back();
-            same.strength += strength;
-            same.loss += loss;
-            same.gain += gain;
-        } else {
-            paths.push_back({from, to, strength, loss, gain});
-        }
-    }
-};
-
-View view_of(const Problem& problem, const CalculationVariables& cv, Carrier carrier, TunnelWork& work)
-{
-    const CalculationParameters& set3 = problem.set3;
-    const OnMesh& on = set3.on;
-    const Discretisation& g = problem.grid;
-    const double unit = wkb_unit(set3.kT, set3.scale.x0);
-    if (carrier == Carrier::electrons)
-        return {problem,
-                cv.mesh,
-                set3.tunnel,
-                work.layer,
-                work.Ec,
-                cv.bn,
-                on.m_e,
-                on.vth_n,
-                g.n_source,
-                on.Wn,
-                g.n_C,
-                &TunnelPlace::m_e,
-                &Discretisation::Interface::vn,
-                set3.Sn_left,
-                set3.Sn_right,
-                unit,
-                work.n.paths};
-    return {problem,
-            cv.mesh,
-            set3.tunnel,
-            work.layer,
-            work.Ev,
-            cv.bp,
-            on.m_h,
-            on.vth_p,
-            g.p_source,
-            on.Wp,
-            g.p_C,
-            &TunnelPlace::m_h,
-            &Discretisation::Interface::vp,
-            set3.Sp_left,
-            set3.Sp_right,
-            unit,
-            work.p.paths};
-}
-
-void barriers(const CalculationParameters& set3, const CalculationVariables& cv, TunnelWork& work)
-{
-    for (std::size_t i = 0; i < cv.psi.size(); ++i) {
-        const double Ec = (set3.phi_left - set3.on.chi[i]) / set3.kT - cv.psi[i];
-        work.Ec[i] = Ec;
-        work.Ev[i] = set3.on.Eg[i] / set3.kT - Ec;
-    }
-}
-
-/// The walk away from a barrier's top at point s in direction d. Each point that lies lower than all before gives
-/// slices.
-struct Descent {
-    const View& view;
-    std::size_t s;
-    int d;
-    double top;          ///< E[s]
-    double floor;        ///< lowest energy that the walk can reach: the tail ends there
-    double mass;         ///< of the place
-    double least = 0.0;  ///< a path counts whose barrier rises at least this far above it [kT]
-    double highest = top;
-    double last = top;
-    double sum = 0.0;
-
-    /// Makes the paths of the energies between `upper` and `lower`, whose carriers end between the points near and k:
-    /// half at each. (All of them at k, driven by the mean of both, would let X swing from point to point where
-    /// tunnelling is stronger than diffusion.)
-    /// @return the tail is negligible from here on
-    bool slice(int source, double coefficient, std::size_t k, double upper, double lower)
-    {
-        upper = std::min(upper, highest - least);  // a slice that begins too near the top is cut, so that J has no step
-        if (!(upper > lower)) return false;
-        const double level = 0.5 * (upper + lower);
-        const std::size_t near = d > 0 ? k - 1 : k + 1;
-        const double T = view.exponent(view.chosen_mass(mass, view.mass[k]), std::min(s, k), std::max(s, k), level);
-        const double per_energy = std::exp(std::min(top - level - T, 700.0));
-        const double weight = (upper - lower) * per_energy;
-        // Between the energies of a step of the band there are states on its lower side alone.
-        const bool step = view.mesh.h[std::min(near, k)] == 0.0;
-        for (const std::size_t target : {step ? k : near, k}) view.add(source, target, 0.5 * coefficient * weight);
-        sum += weight;
-        return negligible_tail * sum > (lower - floor) * per_energy;
-    }
-};
-
-void walk_from_contact(const View& v, bool right)
+void walk_from_contact(const TunnelView& v, bool right)
 {
     const TunnelPlace& place = right ? v.places.right : v.places.left;
     if (!place.open) return;
@@ -160,12 +24,11 @@ void walk_from_contact(const View& v, bool right)
     const std::size_t m = static_cast<std::size_t>(std::min_element(v.E.begin(), v.E.end()) - v.E.begin());
     if (!(v.E[m] < v.E[s]) || m == s) return;
     const double coefficient = v.N0(s) * v.b[s] * (right ? v.S_right : v.S_left);
-    Descent walk{v, s, d, v.E[s], v.E[m], place.*v.place_mass};
+    TunnelWalk walk{v, s, d, v.E[s], v.E[m], place.*v.place_mass};
     for (std::size_t k = beyond(s);; k = beyond(k)) {
         if (v.E[k] < walk.last) {
-            const bool step = v.mesh.h[std::min(k, d > 0 ? k - 1 : k)] == 0.0;
             const double range = walk.last - v.E[k];
-            const int slices = step ? std::max(1, static_cast<int>(std::min(range, 1e4))) : 1;
+            const int slices = slices_of(range, walk.is_step(k));
             for (int n = 0; n < slices; ++n) {
                 const double upper = walk.last - range * n / slices;
                 if (walk.slice(right ? right_metal : left_metal, coefficient, k, upper,
@@ -178,14 +41,14 @@ void walk_from_contact(const View& v, bool right)
     }
 }
 
-void tunnelingToContacts(const View& v)
+void tunnelingToContacts(const TunnelView& v)
 {
     walk_from_contact(v, false);
     walk_from_contact(v, true);
 }
 
 /// Through the spike at interface j: carriers leave from its lower side and end in the flank beyond its top.
-void CalculateTunnelCurrentsNew(const View& v, std::size_t j)
+void CalculateTunnelCurrentsNew(const TunnelView& v, std::size_t j)
 {
     const std::size_t l = at(v.mesh.last[j]), f = l + 1, N = v.E.size();
     const int d = v.E[l] <= v.E[f] ? 1 : -1;
@@ -193,19 +56,17 @@ void CalculateTunnelCurrentsNew(const View& v, std::size_t j)
     const double bottom = v.E[a];
     const TunnelPlace& place = v.places.interface[j];
     const double coefficient = v.N0(l) * v.b[l] * (v.problem.grid.interfaces[j].*v.velocity);
-    Descent walk{v, b, d, v.E[b], bottom, place.*v.place_mass, v.problem.set3.convergence.tunnel_barrier_minimum};
+    TunnelWalk walk{v, b, d, v.E[b], bottom, place.*v.place_mass, v.problem.set3.convergence.tunnel_barrier_minimum};
     bool within = false;  // some point of the flank lies between top and source
     for (std::size_t k = b;;) {
         if (d > 0 ? k + 1 >= N : k == 0) return;
-        const std::size_t near = k;
         k = d > 0 ? k + 1 : k - 1;
         const bool ends = v.E[k] < bottom;
         if (ends && !within) return;
         const double lower = std::max(v.E[k], bottom);
         walk.highest = std::max(walk.highest, v.E[k]);
         if (v.E[k] < walk.last) {
-            const bool step = v.mesh.h[std::min(near, k)] == 0.0;
-            if (!step && walk.slice(static_cast<int>(a), coefficient, k, walk.last, lower)) return;
+            if (!walk.is_step(k) && walk.slice(static_cast<int>(a), coefficient, k, walk.last, lower)) return;
             walk.last = lower;
             within = true;
         }
@@ -214,7 +75,7 @@ void CalculateTunnelCurrentsNew(const View& v, std::size_t j)
 }
 
 /// Through a barrier inside the stack: from each point of its left flank to the same energy behind it.
-void CalculateTunnelBulkToBulk(const View& v, TunnelPaths& found)
+void CalculateTunnelBulkToBulk(const TunnelView& v, TunnelPaths& found)
 {
     const std::vector<double>& E = v.E;
     const std::size_t N = E.size();
@@ -248,7 +109,7 @@ void CalculateTunnelBulkToBulk(const View& v, TunnelPaths& found)
 }
 
 /// From interface a to a later one b, through a barrier that both bound.
-void CalculateTunnelIfaceToIface(const View& v, std::size_t a, std::size_t b)
+void CalculateTunnelIfaceToIface(const TunnelView& v, std::size_t a, std::size_t b)
 {
     const std::size_t la = at(v.mesh.last[a]), fa = la + 1, lb = at(v.mesh.last[b]), fb = lb + 1;
     if (!(v.E[la] < v.E[fa] && v.E[fb] < v.E[lb])) return;
@@ -270,7 +131,8 @@ void CalculateTunnelIfaceToIface(const View& v, std::size_t a, std::size_t b)
 
 /// Conduction electrons at the energies between point i and its neighbour in direction d that meet the valence band
 /// farther on.
-void band_to_band_from(const View& n, const View& p, std::size_t i, int d, std::vector<BandToBandPath>& paths)
+void band_to_band_from(const TunnelView& n, const TunnelView& p, std::size_t i, int d,
+                       std::vector<BandToBandPath>& paths)
 {
     const std::vector<double>&E = n.E, &Ev = p.E;
     const std::size_t N = E.size();
@@ -297,7 +159,7 @@ void band_to_band_from(const View& n, const View& p, std::size_t i, int d, std::
 }
 
 /// Each electron counts once: with its place in the conduction band.
-void BandToBandTunneling(const View& n, const View& p, std::vector<BandToBandPath>& paths)
+void BandToBandTunneling(const TunnelView& n, const TunnelView& p, std::vector<BandToBandPath>& paths)
 {
     const double highest_Ev = -*std::min_element(p.E.begin(), p.E.end());
     for (std::size_t i = 0; i < n.E.size(); ++i) {
@@ -352,7 +214,10 @@ void TunnelWork::prepare(const Mesh& mesh, bool on)
         for (std::size_t i = at(mesh.first[j]); i <= at(mesh.last[j]); ++i) layer[i] = j;
     Ec.assign(N, 0.0);
     Ev.assign(N, 0.0);
-    for (TunnelPaths* carrier : {&n, &p}) carrier->paths.reserve(2 * N);
+    for (TunnelPaths* carrier : {&n, &p}) {
+        carrier->paths.reserve(2 * N);
+        carrier->into_states.clear();
+    }
     outside.reserve(4 * N);
     change.resize(N);
     paths.resize(N);
@@ -362,13 +227,13 @@ void find_tunnel_paths(const Problem& problem, const CalculationVariables& cv, C
 {
     const bool electrons = carrier == Carrier::electrons;
     const TunnelPlaces& places = problem.set3.tunnel;
-    barriers(problem.set3, cv, work);
+    tunnel_barriers(problem.set3, cv, work);
     TunnelPaths& found = electrons ? work.n : work.p;
     found.paths.clear();
     found.pairs = false;
     found.metal_left = 1.0;
     found.metal_right = std::exp(electrons ? cv.V_kT : -cv.V_kT);
-    const View view = view_of(problem, cv, carrier, work);
+    const TunnelView view = tunnel_view(problem, cv, carrier, work);
     const std::size_t layers = at(cv.mesh.nlayers), interfaces = layers - 1;
     if (std::find(places.barrier.begin(), places.barrier.end(), true) != places.barrier.end())
         CalculateTunnelBulkToBulk(view, found);
@@ -382,7 +247,7 @@ void find_tunnel_paths(const Problem& problem, const CalculationVariables& cv, C
     if (!electrons) return;
     work.band_to_band.clear();
     if (std::find(places.band_to_band.begin(), places.band_to_band.end(), true) != places.band_to_band.end())
-        BandToBandTunneling(view, view_of(problem, cv, Carrier::holes, work), work.band_to_band);
+        BandToBandTunneling(view, tunnel_view(problem, cv, Carrier::holes, work), work.band_to_band);
 }
 
 void add_tunnel_residue(const TunnelWork& work, const CalculationVariables& cv, Carrier carrier, std::span<double> res)
@@ -394,6 +259,11 @@ void add_tunnel_residue(const TunnelWork& work, const CalculationVariables& cv, 
         const double driven = drive(t);
         if (t.source >= 0) res[at(t.source)] -= t.loss * driven;
         res[at(t.target)] += t.gain * driven;
+    }
+    for (const StatePath& t : found.into_states) {
+        const double I = current_into_state(cv.tunnel_states.terms[t.state], carrier, t.right).I;
+        res[t.source] -= t.loss * I;
+        res[t.target] += t.gain * I;
     }
     for (const BandToBandPath& t : work.band_to_band) {
         const double net = fermi(t.level - cv.Fn[at(t.from)]) - fermi(t.level - cv.Fp[at(t.to)]);
@@ -427,6 +297,15 @@ void add_tunnel_jacobian(TunnelWork& work, const CalculationVariables& cv, Carri
             add(t.target, t.source, -t.gain);
         }
         add(t.target, t.target, t.gain);
+    }
+    for (const StatePath& t : found.into_states) {
+        const StateCurrent c = current_into_state(cv.tunnel_states.terms[t.state], carrier, t.right);
+        const int source = static_cast<int>(t.source), target = static_cast<int>(t.target);
+        const int l = t.right ? target - 1 : target, f = l + 1;
+        add(source, l, t.loss * c.dI_dleft);
+        add(source, f, t.loss * c.dI_dright);
+        add(target, l, -t.gain * c.dI_dleft);
+        add(target, f, -t.gain * c.dI_dright);
     }
     for (const BandToBandPath& t : work.band_to_band) {
         if (electrons)
@@ -489,6 +368,11 @@ void store_tunnel_currents(const Problem& problem, TunnelWork& work, Calculation
             if (t.source == left_metal) at_left_contact += J;
             if (t.source == right_metal) at_right_contact -= J;
             j.add(source, t.target, J);
+        }
+        for (const StatePath& t : found.into_states) {
+            const Carrier carrier = sign < 0.0 ? Carrier::electrons : Carrier::holes;
+            const double I = current_into_state(cv.tunnel_states.terms[t.state], carrier, t.right).I;
+            spread(static_cast<int>(t.source), static_cast<int>(t.target), sign * unit * t.strength * I, j);
         }
     };
     cv.contact_tunnel = {};

@@ -11,15 +11,20 @@ namespace kovin {
 
 namespace {
 
-/// Sources of paths with elements outside the band, each once, in order.
+/// Points at interfaces that paths begin at or states stand at, each once, in order: one of them is row or column of
+/// every element outside the band.
 void collect_border(const TunnelPaths& found, std::vector<std::size_t>& border)
 {
     border.clear();
-    for (const TunnelPath& t : found.paths) {
-        if (t.source < 0) continue;
-        const auto s = static_cast<std::size_t>(t.source);
+    const auto add = [&](std::size_t s) {
         const auto place = std::lower_bound(border.begin(), border.end(), s);
         if (place == border.end() || *place != s) border.insert(place, s);
+    };
+    for (const TunnelPath& t : found.paths)
+        if (t.source >= 0) add(static_cast<std::size_t>(t.source));
+    for (const StatePath& t : found.into_states) {
+        add(t.target);
+        add(t.right ? t.target - 1 : t.target + 1);
     }
 }
 

@@ -33,9 +33,31 @@ struct BandToBandPath {
     double loss_n = 0.0, loss_p = 0;  ///< what one unit of flux does to the rows of electrons and holes
 };
 
+/// Carriers that one energy of the states at an interface captures from points of a flank: of the current I that it
+/// takes from that side, in all, the share
+///
+///     flux = strength I
+///
+/// leaves the mesh point `source` instead of the interface point `target`.
+struct StatePath {
+    std::size_t state = 0;  ///< number of the energy, see TunnelStates
+    bool right = false;     ///< from the right side
+    std::size_t source, target;
+    double strength;    ///< [N0 of the side, in m^-3]
+    double loss, gain;  ///< what one unit of I does to the rows of source and target
+};
+
+/// Energies of a flank in the order of descent, whose carriers end between point k and the one before it.
+struct FlankSlice {
+    std::size_t k;
+    double upper, lower;  ///< [kT]
+    double weight;        ///< (upper - lower) exp(top - E - T)
+};
+
 /// The paths of one carrier.
 struct TunnelPaths {
     std::vector<TunnelPath> paths;
+    std::vector<StatePath> into_states;
     double metal_left = 1.0, metal_right = 1.0;  ///< X of the contacts
     bool pairs = false;                          ///< there are paths from point to point through the bulk
 };
@@ -53,6 +75,7 @@ struct TunnelWork {
     std::vector<double> Ec, Ev;      ///< barrier of electrons and of holes, upwards for both [kT]
     TunnelPaths n, p;
     std::vector<BandToBandPath> band_to_band;
+    std::vector<FlankSlice> slices;
     std::vector<TunnelElement> outside;
     std::vector<double> change;  ///< of the tunnel current from the interval before
     std::vector<int> paths;      ///< that begin in an interval less those that have ended

@@ -35,19 +35,15 @@ void check_layer(std::size_t j, const LayerParameters& layer, Names& names)
     }
 }
 
-void check_interface_defect(const InterfaceRecombinationParameters& defect, const std::string& where,
-                            const ConvergenceParameters& settings, Names& names)
+void check_interface_defect(const InterfaceRecombinationParameters& defect, const std::string& where, Names& names)
 {
     // States at an interface have one level, whatever a file says.
     if (defect.defectType > DefectType::donor)
         names.push_back(where + "defect with several levels (" +
                         std::string(defect_type_words[static_cast<std::size_t>(defect.defectType)]) + ")");
-    const bool everywhere = settings.tunnel_paths == 0;
-    const bool chosen = settings.tunnel_paths != 1 && settings.Tunneliface_allowed != 0 && defect.tunneling;
-    if (everywhere || chosen) names.push_back(where + "tunnelling to the states");
 }
 
-void check_cell(const CellParameters& cell, const ConvergenceParameters& settings, Names& names)
+void check_cell(const CellParameters& cell, Names& names)
 {
     const auto layers = static_cast<std::size_t>(cell.layers);
     for (std::size_t j = 0; j < layers; ++j) check_layer(j, cell.layer[j], names);
@@ -56,7 +52,7 @@ void check_cell(const CellParameters& cell, const ConvergenceParameters& setting
         const std::string where = interface_name(i, interface);
         for (std::size_t d = 0; d < static_cast<std::size_t>(interface.defect_count); ++d)
             check_interface_defect(interface.defects[d], where + "defect " + integer(static_cast<long>(d) + 1) + ": ",
-                                   settings, names);
+                                   names);
     }
 }
 
@@ -91,10 +87,9 @@ bool levels_absorb(const CellParameters& cell)
 
 UnsupportedPhysics unsupported_physics(const Simulation& simulation)
 {
-    const ConvergenceParameters& settings = simulation.problem.input.convergence;
     const ActionList& actions = simulation.panel.actions;
     UnsupportedPhysics found;
-    check_cell(simulation.zonnecel.cell, settings, found.falsifies);
+    check_cell(simulation.zonnecel.cell, found.falsifies);
     check_idle_defects(simulation.zonnecel.cell, found.left_out);
 
     const WorkPoint& wp = simulation.panel.workPoint;
