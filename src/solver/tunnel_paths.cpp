@@ -372,7 +372,7 @@ void store_tunnel_currents(const Problem& problem, TunnelWork& work, Calculation
         for (const StatePath& t : found.into_states) {
             const Carrier carrier = sign < 0.0 ? Carrier::electrons : Carrier::holes;
             const double I = current_into_state(cv.tunnel_states.terms[t.state], carrier, t.right).I;
-            spread(static_cast<int>(t.source), static_cast<int>(t.target), sign * unit * t.strength * I, j);
+            j.add(static_cast<int>(t.source), static_cast<int>(t.target), sign * unit * t.strength * I);
         }
     };
     cv.contact_tunnel = {};

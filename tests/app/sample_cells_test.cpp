@@ -279,13 +279,6 @@ TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
         const char* named;
     };
     const Row rows[] = {
-        {"tunnelling to interface states",
-         [](Simulation& s) {
-             s.zonnecel.cell.interfaces[0].defect_count = 1;
-             s.zonnecel.cell.interfaces[0].defects[0].tunneling = true;
-             s.problem.input.convergence.Tunneliface_allowed = 1;
-         },
-         true, "interface 1"},
         {"interface states with two levels",
          [](Simulation& s) {
              s.zonnecel.cell.interfaces[0].defect_count = 1;
@@ -312,10 +305,13 @@ TEST(Supported, NamesWhatIsNotComputedAndCalculatesNothingThatWouldBeWrong)
              s.zonnecel.cell.layer[0].srh[0][0].holes.present = true;
          },
          false, "optical capture"},
-        {"tunnelling into a contact",
+        {"tunnelling into a contact and into interface states",
          [](Simulation& s) {
              s.zonnecel.cell.right.tunneling = true;
-             s.problem.input.convergence.Tunnelcontact_allowed = 1;
+             s.zonnecel.cell.interfaces[0].defect_count = 1;
+             s.zonnecel.cell.interfaces[0].defects[0].tunneling = true;
+             ConvergenceParameters& c = s.problem.input.convergence;
+             c.Tunnelcontact_allowed = c.Tunneliface_allowed = 1;
          },
          false, nullptr},
         {"tunnelling that is switched off", [](Simulation& s) { s.zonnecel.cell.right.tunneling = true; }, false,
