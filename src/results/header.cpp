@@ -141,6 +141,9 @@ std::string WriteOutputHeader(const std::string& version, const RunRecord& run, 
     out += "Workpoint bias voltage\t" + fixed(wp.V * run.polarity.V, 10, 4) + "\tVolt\n";
     out += "Frequency\t" + scientific(wp.frequency, 12, 4) + "\tHz\n\n";
     if (run.references_allowed) write_references(out, run);
+    if (run.unsettled > 0.0)
+        out += "remark: metastable pairs did not settle, their shares were still to change by up to " +
+               scientific(run.unsettled, 0, 1) + '\n';
     return out + '\n';
 }
 

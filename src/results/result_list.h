@@ -26,6 +26,7 @@ struct RunRecord {
     Polarity polarity;
     bool references_allowed = true;
     bool tunnelling = false;     ///< some tunnel path was open
+    double unsettled = 0.0;      ///< largest change of a share that metastable pairs still had to make; 0: settled
     int voltage_reference = -1;  ///< contact the voltage is applied to: -1 left, +1 right
     int reference_system = 1;    ///< 1: current positive when entering that contact
 };

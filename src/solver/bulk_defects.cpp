@@ -4,7 +4,6 @@
 #include "device/defect_levels.h"
 #include "device/on_mesh.h"
 
-#include <cassert>
 #include <cmath>
 #include <utility>
 
@@ -75,6 +74,13 @@ double moved(const BulkRecombinationParameters& level, double offset)
     return counts_downward(level.reference) ? level.Et - offset : level.Et + offset;
 }
 
+std::vector<WeightedEnergy> energies_of(const CalculationParameters& set3, const BulkRecombinationParameters& level)
+{
+    const ConvergenceParameters& settings = set3.convergence;
+    return discrete_energies(level.energy_distribution, level.Ekar, level.Et, settings.defectdiscretisations,
+                             settings.widthtail, settings.widthgauss);
+}
+
 /// One discrete energy of a defect, `offset` upward from the energies of its levels.
 void add_energy(const CalculationParameters& set3, const Mesh& mesh, const DefectLevels& levels, std::size_t layer,
                 double offset, double weight, BulkDefects& defects)
@@ -107,15 +113,12 @@ void add_energy(const CalculationParameters& set3, const Mesh& mesh, const Defec
 void define_defects(const CalculationParameters& set3, const Mesh& mesh, BulkDefects& defects)
 {
     defects = BulkDefects{};
-    const ConvergenceParameters& settings = set3.convergence;
     for (std::size_t j = 0; j < at(mesh.nlayers); ++j) {
         const LayerParameters& layer = set3.layer[j];
         for (std::size_t d = 0; d < at(layer.srhteller); ++d) {
             const BulkRecombinationParameters& level = layer.srh[d][0];
             if (level_without_capture(layer.srh[d]) >= 0) continue;
-            for (const WeightedEnergy& energy :
-                 discrete_energies(level.energy_distribution, level.Ekar, level.Et, settings.defectdiscretisations,
-                                   settings.widthtail, settings.widthgauss))
+            for (const WeightedEnergy& energy : energies_of(set3, level))
                 add_energy(set3, mesh, layer.srh[d], j, energy.E - level.Et, energy.share, defects);
         }
         for (std::size_t i = at(mesh.first[j]); i <= at(mesh.last[j]); ++i)
@@ -123,13 +126,19 @@ void define_defects(const CalculationParameters& set3, const Mesh& mesh, BulkDef
     }
 }
 
-void renew_densities(const CalculationParameters& set3, const Mesh& mesh, BulkDefects& defects)
+void renew_density(const CalculationParameters& set3, const Mesh& mesh, std::size_t layer, int defect,
+                   BulkDefects& defects)
 {
-    BulkDefects fresh;
-    define_defects(set3, mesh, fresh);
-    assert(fresh.energies.size() == defects.energies.size() && fresh.chains.size() == defects.chains.size());
-    for (std::size_t k = 0; k < defects.energies.size(); ++k) defects.energies[k].Nt = std::move(fresh.energies[k].Nt);
-    for (std::size_t k = 0; k < defects.chains.size(); ++k) defects.chains[k].Nt = std::move(fresh.chains[k].Nt);
+    const BulkRecombinationParameters& level = set3.layer[layer].srh[at(defect)][0];
+    const std::vector<WeightedEnergy> energies = energies_of(set3, level);
+    const auto renew = [&](auto& records) {
+        std::size_t energy = 0;
+        for (auto& record : records)
+            if (at(record.layer) == layer && record.defect == defect)
+                Full_Nt_x_Dependence(set3, mesh, level, energies[energy++].share, record.Nt);
+    };
+    renew(defects.energies);
+    renew(defects.chains);
 }
 
 }  // namespace kovin

@@ -9,7 +9,8 @@ namespace kovin {
 /// that only this level connects is not defined.
 void define_defects(const CalculationParameters& set3, const Mesh& mesh, BulkDefects& defects);
 
-/// Takes changed densities of the set into lists that are defined on this mesh; all rates stay.
-void renew_densities(const CalculationParameters& set3, const Mesh& mesh, BulkDefects& defects);
+/// Takes the changed density of one defect of the set into lists that are defined on this mesh; all rates stay.
+void renew_density(const CalculationParameters& set3, const Mesh& mesh, std::size_t layer, int defect,
+                   BulkDefects& defects);
 
 }  // namespace kovin

@@ -13,8 +13,8 @@ namespace kovin {
 
 namespace {
 
-constexpr double largest_F = 300.0;  ///< beyond it a share is nothing, and its square still a number
-constexpr double longest_step = 4.0;
+constexpr double largest_F = 300.0;                 ///< beyond it a share is nothing, and its square still a number
+constexpr double longest_step = 4.0, longer = 1.2;  ///< by which weights and steps grow again
 
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
@@ -97,7 +97,7 @@ double donor_share(double F) { return 1.0 / (1.0 + std::exp(F)); }
 
 MetaRatios initial_ratios(const CalculationParameters& set3, const Mesh& mesh)
 {
-    MetaRatios ratios{.mesh = mesh, .pairs = {}, .steps = 0};
+    MetaRatios ratios{.mesh = mesh, .pairs = {}, .steps = 0, .unsettled = 0.0, .longest_step = longest_step};
     const std::size_t N = at(mesh.N);
     for (std::size_t j = 0; j < at(mesh.nlayers); ++j)
         for (std::size_t k = 0; k < max_metastable; ++k) {
@@ -169,10 +169,18 @@ void Update_Meta_Ratios(MetaRatios& ratios, double damping)
         for (std::size_t i = 0; i < pair.F.size(); ++i) {
             const double wish = pair.F_new[i] - pair.F[i];
             double& weight = pair.weight[i];
-            weight = wish * pair.previous[i] < 0.0 ? 0.5 * weight : std::min(1.0, 1.2 * weight);
-            pair.F[i] += std::clamp(damping * weight * wish, -longest_step, longest_step);
+            weight = wish * pair.previous[i] < 0.0 ? 0.5 * weight : std::min(1.0, longer * weight);
+            pair.F[i] += std::clamp(damping * weight * wish, -ratios.longest_step, ratios.longest_step);
             pair.previous[i] = wish;
         }
+    ratios.longest_step = std::min(longest_step, longer * ratios.longest_step);
+}
+
+void halve_next_step(MetaRatios& ratios)
+{
+    ratios.longest_step *= 0.5;
+    for (MetaPairRatios& pair : ratios.pairs)
+        for (double& weight : pair.weight) weight *= 0.5;
 }
 
 std::vector<PlantedDensity> relaxed_densities(const MetaRatios& ratios, const CalculationParameters& set3)

@@ -32,7 +32,9 @@ struct MetaPairRatios {
 struct MetaRatios {
     Mesh mesh;
     std::vector<MetaPairRatios> pairs;
-    int steps = 0;  ///< of Update_Meta_Ratios
+    int steps = 0;              ///< of Update_Meta_Ratios
+    double unsettled = 0.0;     ///< largest change of a share that was to come when the steps ran out; 0: settled
+    double longest_step = 4.0;  ///< of F: the longest there is, less after steps that had to be taken back
 };
 
 /// Shares of a pair at F.
@@ -57,6 +59,9 @@ double Bereken_MetaUpdate_afwijking(const CalculationParameters& set3, const Bul
 
 /// One step towards F_new. @param damping  further factor of all weights, up to 1
 void Update_Meta_Ratios(MetaRatios& ratios, double damping);
+
+/// The next step goes half as far: the one that was tried from here led to no state.
+void halve_next_step(MetaRatios& ratios);
 
 /// The density of a defect as the relaxation leaves it, to be planted in another calculation of the same cell.
 struct PlantedDensity {

@@ -261,6 +261,11 @@ bool onder_belichting(const Problem& problem, Workspace& work, CalculationVariab
     return true;
 }
 
+void renew_mesh(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    if (on_fast_route(problem)) mesh_follows(problem, work, cv, 0.0);
+}
+
 void renew_current(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
     if (on_fast_route(problem))

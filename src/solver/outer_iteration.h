@@ -20,6 +20,11 @@ bool equilibrium(const Problem& problem, Workspace& work, CalculationVariables& 
 /// Solves at the present bias; refuses a state that has failed before. @return converged
 bool onder_belichting(const Problem& problem, Workspace& work, CalculationVariables& cv);
 
+/// Makes the mesh anew from the potential of a solved state, which is solved on it again; where that fails, the mesh
+/// and the state stay. Nothing on the classic route, whose mesh follows in every solve, and for a mesh that may not
+/// move.
+void renew_mesh(const Problem& problem, Workspace& work, CalculationVariables& cv);
+
 /// Renews the current of a state that was solved before and has been taken up again.
 void renew_current(const Problem& problem, Workspace& work, CalculationVariables& cv);
 

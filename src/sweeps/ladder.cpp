@@ -306,6 +306,7 @@ RunRecord run_record(const Surroundings& surroundings, const Simulation& s)
     run.wp = s.wp;
     run.polarity = s.polarity;
     run.tunnelling = s.set3.tunnel.any();
+    run.unsettled = s.metastable.unsettled;
     run.references_allowed = s.problem.input.convergence.allow_references != 0;
     run.voltage_reference = cell.voltage_reference;
     run.reference_system = cell.reference_system;
@@ -356,6 +357,7 @@ RunOutcome calculate(Surroundings& surroundings, Simulation& s, RunMode mode)
 RunOutcome calculate_withMeta(Surroundings& surroundings, Simulation& s)
 {
     s.planted.clear();
+    s.metastable = {};
     const CellParameters& cell = s.zonnecel.cell;
     if (!CheckMETAMode(cell)) return calculate(surroundings, s);
     bool can_react = true;

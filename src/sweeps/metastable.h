@@ -10,7 +10,8 @@ namespace kovin {
 /// s.metastable agree when it ends. With `usemetaclamping` 1 each step is scaled by `clamp_meta` until that limit is
 /// met, and goes on without.
 /// @param settled  false if the limit was not met (reported); the ratios are those that were reached
-/// @return false if a solve failed or the user stopped
+/// A step that leads to no state is taken back and shortened.
+/// @return false if no step was short enough or the user stopped
 bool relax_metastable_pairs(Surroundings& surroundings, Simulation& simulation, bool& settled);
 
 }  // namespace kovin

@@ -56,6 +56,8 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
     refused.insert(refused.find("\nlayer\n", refused.find("interface properties")),
                    "\ninterface recombination\ntype : amphoteric\nN : 1e14\n");
     scratch.put("refused.def", refused);
+    const std::string pairs = contents(home + "/def/metastable-cigs.def");
+    scratch.put("pairs.def", "convergence\nmaxmetaiter_full : 1\n" + pairs.substr(pairs.find("back contact")));
     scratch.put("gone.act", "dark : 0\nincident spectrum from file : gone.spe\n");
     for (const char* earlier : {"out/probed.qe", "out/refused.eb"}) scratch.put(earlier, "of an earlier run");
     scratch.put("slip.act", "dark : 1\nRs [ohm cm2] : 1\n");
@@ -121,6 +123,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
          "defect 7: layer 2 has"},
         {"a slip in an action list", "run 'my cell.def' slip.act -o slip", 0,
          "slip.act:2: unknown line \"Rs [ohm cm2]"},
+        {"pairs that do not settle", "run pairs.def -o pairs", 1, "No convergence in update metastable defects"},
         {"nothing to analyse", run + "-f --analyse", 1, "No CV or Cf-calculations are available !"},
         {"physics that is not there yet", "run refused.def -o out -f", 1, "defect with several levels (amphoteric)"},
         {"no action list", "run 'my cell.def' -o out", 0, "no action list"},
@@ -138,6 +141,11 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         EXPECT_TRUE(std::filesystem::exists(scratch.path() / "out" / (std::string("my cell.") + kind))) << kind;
     for (const char* kind : {"iv", "cv", "cf", "ac"})
         EXPECT_TRUE(std::filesystem::exists(scratch.path() / "far" / (std::string("silicon-pn.") + kind))) << kind;
+    for (const char* kind : {"iv", "occ"})
+        EXPECT_NE(contents(scratch.path() / "pairs" / (std::string("pairs.") + kind))
+                      .find("remark: metastable pairs did not settle"),
+                  std::string::npos)
+            << kind;
     EXPECT_FALSE(std::filesystem::exists(scratch.path() / "out/refused.eb")) << "nothing half right";
     EXPECT_FALSE(std::filesystem::exists(scratch.path() / "out/probed.qe")) << "nothing of another run";
     EXPECT_NE(kovin(scratch, "run probed.def -o out -f --json").out.find("\"points\":0,\"cut\":true"),
