@@ -75,7 +75,7 @@ void CalculateTunnelCurrentsNew(const TunnelView& v, std::size_t j)
 }
 
 /// Through a barrier inside the stack: from each point of its left flank to the same energy behind it.
-void CalculateTunnelBulkToBulk(const TunnelView& v, TunnelPaths& found)
+void CalculateTunnelBulkToBulk(const TunnelView& v)
 {
     const std::vector<double>& E = v.E;
     const std::size_t N = E.size();
@@ -101,9 +101,7 @@ void CalculateTunnelBulkToBulk(const TunnelView& v, TunnelPaths& found)
             const double rate = std::min(v.N0(s) * v.b[s] * v.vth[s], v.N0(t) * v.b[t] * v.vth[t]);
             const double T = v.exponent(v.chosen_mass(v.mass[s], far), s, t, E[s]);
             const double strength = width * rate * std::exp(-T);
-            if (!(strength > 0.0)) continue;
             v.add(static_cast<int>(s), t, strength);
-            found.pairs = true;
         }
     }
 }
@@ -230,13 +228,13 @@ void find_tunnel_paths(const Problem& problem, const CalculationVariables& cv, C
     tunnel_barriers(problem.set3, cv, work);
     TunnelPaths& found = electrons ? work.n : work.p;
     found.paths.clear();
-    found.pairs = false;
     found.metal_left = 1.0;
     found.metal_right = std::exp(electrons ? cv.V_kT : -cv.V_kT);
     const TunnelView view = tunnel_view(problem, cv, carrier, work);
     const std::size_t layers = at(cv.mesh.nlayers), interfaces = layers - 1;
     if (std::find(places.barrier.begin(), places.barrier.end(), true) != places.barrier.end())
-        CalculateTunnelBulkToBulk(view, found);
+        CalculateTunnelBulkToBulk(view);
+    found.pairs = found.paths.size();
     for (std::size_t j = 0; j < interfaces; ++j) {
         if (!places.interface[j].open) continue;
         CalculateTunnelCurrentsNew(view, j);

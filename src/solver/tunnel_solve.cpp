@@ -12,7 +12,7 @@ namespace kovin {
 namespace {
 
 /// Points at interfaces that paths begin at or states stand at, each once, in order: one of them is row or column of
-/// every element outside the band.
+/// every element outside the band but those of pairs in the bulk.
 void collect_border(const TunnelPaths& found, std::vector<std::size_t>& border)
 {
     border.clear();
@@ -20,8 +20,8 @@ void collect_border(const TunnelPaths& found, std::vector<std::size_t>& border)
         const auto place = std::lower_bound(border.begin(), border.end(), s);
         if (place == border.end() || *place != s) border.insert(place, s);
     };
-    for (const TunnelPath& t : found.paths)
-        if (t.source >= 0) add(static_cast<std::size_t>(t.source));
+    for (std::size_t k = found.pairs; k < found.paths.size(); ++k)
+        if (found.paths[k].source >= 0) add(static_cast<std::size_t>(found.paths[k].source));
     for (const StatePath& t : found.into_states) {
         add(t.target);
         add(t.right ? t.target - 1 : t.target + 1);
@@ -61,6 +61,90 @@ double dot(const double* a, const double* b, std::size_t n)
     return sum;
 }
 
+/// The band with work.res and one right-hand side more for each border column, by Thomas.
+bool solve_band(Workspace& w, std::size_t columns)
+{
+    TunnelWork& t = w.tunnel;
+    const std::size_t N = w.res.size();
+    for (std::size_t i = 0; i < N; ++i) {
+        const double sub = i > 0 ? w.sub[i] : 0.0;
+        const double pivot = w.main[i] - (i > 0 ? w.t[i - 1] * sub : 0.0);
+        if (pivot == 0.0) return false;
+        const double r = 1.0 / pivot;
+        w.t[i] = w.super[i] * r;
+        w.delta[i] = (w.res[i] - (i > 0 ? w.delta[i - 1] * sub : 0.0)) * r;
+        for (std::size_t k = 0; k < columns; ++k) {
+            double* column = t.columns.data() + k * N;
+            column[i] = (column[i] - (i > 0 ? column[i - 1] * sub : 0.0)) * r;
+        }
+    }
+    for (std::size_t i = N - 1; i-- > 0;) {
+        w.delta[i] -= w.t[i] * w.delta[i + 1];
+        for (std::size_t k = 0; k < columns; ++k) t.columns[k * N + i] -= w.t[i] * t.columns[k * N + i + 1];
+    }
+    return true;
+}
+
+/// Triangular factors of the band and of elements outside it, within the envelope of both.
+bool decompose_envelope(Workspace& w, const std::vector<TunnelElement>& elements)
+{
+    TunnelWork& t = w.tunnel;
+    const std::size_t N = w.res.size();
+    t.envelope_first.resize(N);
+    t.envelope_start.resize(N + 1);
+    auto& first = t.envelope_first;
+    for (std::size_t i = 0; i < N; ++i) first[i] = i > 0 ? i - 1 : 0;
+    for (const TunnelElement& e : elements) {
+        const std::size_t low = std::min(e.row, e.column), high = std::max(e.row, e.column);
+        first[high] = std::min(first[high], low);
+    }
+    t.envelope_start[0] = 0;
+    for (std::size_t i = 0; i < N; ++i) t.envelope_start[i + 1] = t.envelope_start[i] + (i - first[i]);
+    t.lower.assign(t.envelope_start[N], 0.0);  // row i from column first[i] to i - 1
+    t.upper.assign(t.envelope_start[N], 0.0);  // column i from row first[i] to i - 1
+    t.pivot = w.main;
+    const auto element = [&](std::vector<double>& half, std::size_t i, std::size_t k) -> double& {
+        return half[t.envelope_start[i] + (k - first[i])];
+    };
+    for (std::size_t i = 1; i < N; ++i) {
+        element(t.lower, i, i - 1) += w.sub[i];
+        element(t.upper, i, i - 1) += w.super[i - 1];
+    }
+    for (const TunnelElement& e : elements)
+        (e.row > e.column ? element(t.lower, e.row, e.column) : element(t.upper, e.column, e.row)) += e.value;
+
+    const auto overlap = [&](const std::vector<double>& a, std::size_t i, const std::vector<double>& b, std::size_t k,
+                             std::size_t end) {
+        const std::size_t begin = std::max(first[i], first[k]);
+        if (begin >= end) return 0.0;
+        return dot(&a[t.envelope_start[i] + (begin - first[i])], &b[t.envelope_start[k] + (begin - first[k])],
+                   end - begin);
+    };
+    for (std::size_t i = 0; i < N; ++i) {
+        for (std::size_t k = first[i]; k < i; ++k) {
+            element(t.upper, i, k) -= overlap(t.lower, k, t.upper, i, k);
+            double& l = element(t.lower, i, k);
+            l = (l - overlap(t.lower, i, t.upper, k, k)) / t.pivot[k];
+        }
+        t.pivot[i] -= overlap(t.lower, i, t.upper, i, i);
+        if (t.pivot[i] == 0.0) return false;
+    }
+    return true;
+}
+
+/// Replaces a right-hand side of N values by its solution.
+void solve_envelope(const TunnelWork& t, double* x)
+{
+    const std::size_t N = t.envelope_first.size();
+    for (std::size_t i = 0; i < N; ++i)
+        x[i] -= dot(&t.lower[t.envelope_start[i]], x + t.envelope_first[i], i - t.envelope_first[i]);
+    for (std::size_t i = N; i-- > 0;) {
+        x[i] /= t.pivot[i];
+        const double* column = &t.upper[t.envelope_start[i]];
+        for (std::size_t k = t.envelope_first[i]; k < i; ++k) x[k] -= *column++ * x[i];
+    }
+}
+
 }  // namespace
 
 bool solve_bordered(Workspace& w, const TunnelPaths& found)
@@ -75,12 +159,15 @@ bool solve_bordered(Workspace& w, const TunnelPaths& found)
         return static_cast<std::size_t>(std::lower_bound(t.border.begin(), t.border.end(), i) - t.border.begin());
     };
     const auto in_border = [&](std::size_t k, std::size_t i) { return k < n && t.border[k] == i; };
+    t.inside.clear();
     const auto move = [&](std::size_t row, std::size_t column, double value) {
         const std::size_t r = place(row), c = place(column);
         if (in_border(r, row))
             (in_border(c, column) ? t.small[r * n + c] : t.rows[r * N + column]) += value;
-        else
+        else if (in_border(c, column))
             t.columns[c * N + row] += value;
+        else
+            t.inside.push_back({row, column, value});
     };
     for (const TunnelElement& e : t.outside) move(e.row, e.column, e.value);
     for (const std::size_t s : t.border) {
@@ -95,22 +182,13 @@ bool solve_bordered(Workspace& w, const TunnelPaths& found)
         move(s, s, std::exchange(w.main[s], 1.0));
         t.small[n * n + place(s)] = std::exchange(w.res[s], 0.0);
     }
-    // The band with one right-hand side more for each border column.
-    for (std::size_t i = 0; i < N; ++i) {
-        const double sub = i > 0 ? w.sub[i] : 0.0;
-        const double pivot = w.main[i] - (i > 0 ? w.t[i - 1] * sub : 0.0);
-        if (pivot == 0.0) return false;
-        const double r = 1.0 / pivot;
-        w.t[i] = w.super[i] * r;
-        w.delta[i] = (w.res[i] - (i > 0 ? w.delta[i - 1] * sub : 0.0)) * r;
-        for (std::size_t k = 0; k < n; ++k) {
-            double* column = t.columns.data() + k * N;
-            column[i] = (column[i] - (i > 0 ? column[i - 1] * sub : 0.0)) * r;
-        }
-    }
-    for (std::size_t i = N - 1; i-- > 0;) {
-        w.delta[i] -= w.t[i] * w.delta[i + 1];
-        for (std::size_t k = 0; k < n; ++k) t.columns[k * N + i] -= w.t[i] * t.columns[k * N + i + 1];
+    if (t.inside.empty()) {
+        if (!solve_band(w, n)) return false;
+    } else {
+        if (!decompose_envelope(w, t.inside)) return false;
+        w.delta = w.res;
+        solve_envelope(t, w.delta.data());
+        for (std::size_t k = 0; k < n; ++k) solve_envelope(t, t.columns.data() + k * N);
     }
     const std::span<double> small(t.small.data(), n * n), x(t.small.data() + n * n, n);
     for (std::size_t r = 0; r < n; ++r) {
@@ -129,61 +207,16 @@ bool solve_bordered(Workspace& w, const TunnelPaths& found)
 
 bool calculate_dc_delta_u_or_v_sparse(Workspace& w)
 {
-    TunnelWork& t = w.tunnel;
-    const std::size_t N = w.res.size();
-    t.envelope_first.resize(N);
-    t.envelope_start.resize(N + 1);
-    auto& first = t.envelope_first;
-    for (std::size_t i = 0; i < N; ++i) first[i] = i > 0 ? i - 1 : 0;
-    for (const TunnelElement& e : t.outside) {
-        const std::size_t low = std::min(e.row, e.column), high = std::max(e.row, e.column);
-        first[high] = std::min(first[high], low);
-    }
-    t.envelope_start[0] = 0;
-    for (std::size_t i = 0; i < N; ++i) t.envelope_start[i + 1] = t.envelope_start[i] + (i - first[i]);
-    t.lower.assign(t.envelope_start[N], 0.0);  // row i from column first[i] to i - 1
-    t.upper.assign(t.envelope_start[N], 0.0);  // column i from row first[i] to i - 1
-    t.pivot = w.main;
-    const auto element = [&](std::vector<double>& half, std::size_t i, std::size_t k) -> double& {
-        return half[t.envelope_start[i] + (k - first[i])];
-    };
-    for (std::size_t i = 1; i < N; ++i) {
-        element(t.lower, i, i - 1) += w.sub[i];
-        element(t.upper, i, i - 1) += w.super[i - 1];
-    }
-    for (const TunnelElement& e : t.outside)
-        (e.row > e.column ? element(t.lower, e.row, e.column) : element(t.upper, e.column, e.row)) += e.value;
-
-    const auto overlap = [&](const std::vector<double>& a, std::size_t i, const std::vector<double>& b, std::size_t k,
-                             std::size_t end) {
-        const std::size_t begin = std::max(first[i], first[k]);
-        if (begin >= end) return 0.0;
-        return dot(&a[t.envelope_start[i] + (begin - first[i])], &b[t.envelope_start[k] + (begin - first[k])],
-                   end - begin);
-    };
-    for (std::size_t i = 0; i < N; ++i) {
-        for (std::size_t k = first[i]; k < i; ++k) {
-            element(t.upper, i, k) -= overlap(t.lower, k, t.upper, i, k);
-            double& l = element(t.lower, i, k);
-            l = (l - overlap(t.lower, i, t.upper, k, k)) / t.pivot[k];
-        }
-        t.pivot[i] -= overlap(t.lower, i, t.upper, i, i);
-        if (t.pivot[i] == 0.0) return false;
-        w.delta[i] = w.res[i];
-        for (std::size_t k = first[i]; k < i; ++k) w.delta[i] -= element(t.lower, i, k) * w.delta[k];
-    }
-    for (std::size_t i = N; i-- > 0;) {
-        w.delta[i] /= t.pivot[i];
-        for (std::size_t k = first[i]; k < i; ++k) w.delta[k] -= element(t.upper, i, k) * w.delta[i];
-    }
+    if (!decompose_envelope(w, w.tunnel.outside)) return false;
+    w.delta = w.res;
+    solve_envelope(w.tunnel, w.delta.data());
     return std::isfinite(w.delta.front()) && std::isfinite(w.delta.back());
 }
 
 bool solve_with_tunnel_paths(Carrier carrier, Workspace& work)
 {
     if (work.tunnel.outside.empty()) return calculate_dc_delta_u_or_v(work);
-    const TunnelPaths& found = carrier == Carrier::electrons ? work.tunnel.n : work.tunnel.p;
-    return found.pairs ? calculate_dc_delta_u_or_v_sparse(work) : solve_bordered(work, found);
+    return solve_bordered(work, carrier == Carrier::electrons ? work.tunnel.n : work.tunnel.p);
 }
 
 }  // namespace kovin

@@ -2,7 +2,7 @@
 //
 // Paths of contacts stay in the band. Those of interfaces begin at two points an interface at most: these are taken
 // out as border columns and rows, and what is left is tridiagonal, so that the cost is linear in the mesh. Paths from
-// point to point through the bulk form nested pairs; their matrix is decomposed within its envelope.
+// point to point through the bulk form nested pairs; with them what is left is decomposed within its envelope.
 // Source: Duff, Erisman, Reid, Direct Methods for Sparse Matrices (1986), chapters 8 and 11.
 #pragma once
 
@@ -15,8 +15,9 @@ namespace kovin {
 /// @return false if singular or not finite
 [[nodiscard]] bool solve_with_tunnel_paths(Carrier carrier, Workspace& work);
 
-/// The two ways to do so; both give the same.
+/// The way that it takes. @param paths  of the carrier whose elements are solved
 [[nodiscard]] bool solve_bordered(Workspace& work, const TunnelPaths& paths);
+/// The same with all elements within one envelope: cubic in the length of a path whose source lies left of its targets.
 [[nodiscard]] bool calculate_dc_delta_u_or_v_sparse(Workspace& work);
 
 }  // namespace kovin

@@ -57,9 +57,9 @@ struct FlankSlice {
 /// The paths of one carrier.
 struct TunnelPaths {
     std::vector<TunnelPath> paths;
+    std::size_t pairs = 0;  ///< the first ones, which run from point to point through the bulk
     std::vector<StatePath> into_states;
     double metal_left = 1.0, metal_right = 1.0;  ///< X of the contacts
-    bool pairs = false;                          ///< there are paths from point to point through the bulk
 };
 
 /// One element of a matrix outside its band.
@@ -79,8 +79,9 @@ struct TunnelWork {
     std::vector<TunnelElement> outside;
     std::vector<double> change;  ///< of the tunnel current from the interval before
     std::vector<int> paths;      ///< that begin in an interval less those that have ended
-    // of the solution: border columns and rows, or the envelope
-    std::vector<std::size_t> border;  ///< points taken out of the band, in order
+    // of the solution: border columns and rows, envelope of what is left
+    std::vector<std::size_t> border;    ///< points taken out, in order
+    std::vector<TunnelElement> inside;  ///< elements outside the band between the points that stay
     std::vector<double> columns, rows, small;
     std::vector<std::size_t> envelope_first, envelope_start;
     std::vector<double> lower, upper, pivot;

@@ -120,6 +120,14 @@ CellParameters window(double Nd = 3e24)
     return cell;
 }
 
+/// The same with paths from point to point as well.
+CellParameters window_and_bulk()
+{
+    CellParameters cell = window();
+    for (std::size_t j = 0; j < 2; ++j) cell.layer[j].material.tunneling = true;
+    return cell;
+}
+
 /// Two nanometres of InAlAs between layers of n-InGaAs.
 CellParameters thin_barrier()
 {
@@ -198,6 +206,7 @@ std::vector<Case> cases()
             {"contact, barrier layer", metal_on_barrier(), 0.02, 1e-5},
             {"interface", window(), 0.02, 1e-5},
             {"interfaces", thin_barrier(), 0.02, 1e-5},
+            {"interface and bulk", window_and_bulk(), 0.02, 1e-2},
             {"bulk", planar_doped_barrier(), 0.04, 0.1},
             {"band to band", tunnel_diode(), -0.05, 1e-4},
             {"states", junction_with_states(), 0.4, 1e-6},
