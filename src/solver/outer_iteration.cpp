@@ -83,6 +83,22 @@ bool failed(CalculationVariables& cv)
     return false;
 }
 
+/// exp(709) is the largest number; the factors of the equations take a little of it.
+constexpr double largest_exponent = 690.0;
+
+/// A failure of the classic route, which works with exp(psi), exp(Fn) and exp(-Fp) themselves.
+bool classic_failed(Workspace& work, CalculationVariables& cv)
+{
+    const auto beyond = [](double weight) {  // what is no number, or none any more, is beyond as well
+        const double exponent = std::fabs(std::log(weight));
+        return !(exponent < largest_exponent);
+    };
+    work.beyond_exponentials = false;
+    for (const auto* factor : {&cv.bn, &cv.bp, &cv.expFn, &cv.expmFp})
+        work.beyond_exponentials |= std::any_of(factor->begin(), factor->end(), beyond);
+    return failed(cv);
+}
+
 /// One pass of the decoupled schemes. @return false on failure; `moved` tells whether anything did
 bool decoupled_pass(const Problem& problem, Workspace& work, CalculationVariables& cv, bool& moved)
 {
@@ -153,11 +169,12 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
     keep_for_averaging(work, cv);
     CurrentTest test;
     work.relaxation.start();
+    work.beyond_exponentials = false;
     int mesh_alone = 0;  // passes in a row in which nothing but the mesh moved
     int coupled_from = first_coupled_pass(settings);
     for (int it = 1;; ++it) {
         cv.iterations = it;
-        if (problem.monitor != nullptr && problem.monitor->stopRequested()) return failed(cv);
+        if (problem.monitor != nullptr && problem.monitor->stopRequested()) return classic_failed(work, cv);
         bool moved = false;
         // Too far off, the coupled loop fails: decoupled passes go on from where it began, until they have finished the
         // point or there are twice as many.
@@ -165,10 +182,10 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
             coupled_from = std::max(surely_near_pass, 2 * it);
         if (it < coupled_from) {
             work.relaxation.before_pass(cv);
-            if (!decoupled_pass(problem, work, cv, moved)) return failed(cv);
+            if (!decoupled_pass(problem, work, cv, moved)) return classic_failed(work, cv);
             if (moved) relax_pass(problem.set3, work.relaxation, cv);
         }
-        if (it >= settings.maxiter) return failed(cv);
+        if (it >= settings.maxiter) return classic_failed(work, cv);
         // A solve ends when nothing moves; the test of the current is for long fights. It comes before the mesh moves,
         // so that the state that is left has been solved on its mesh.
         if (moved && it > min_outer && current_has_settled(problem, work, cv, test)) break;
@@ -281,6 +298,11 @@ double failed_voltage(const Problem& problem, const Workspace& work, const Calcu
 
 std::string failure_advice(const Problem& problem, const Workspace& work)
 {
+    if (work.beyond_exponentials)
+        return "Some 700 kT/q (16 V to 18 V at 300 K) take the exponentials of the classic route" +
+               std::string(work.tunnel.active ? ", which open tunnel paths need," : "") +
+               " out of the range of numbers. " +
+               (work.tunnel.active ? "With all tunnel paths closed the fast route goes on." : "--route fast goes on.");
     if (work.tunnel.active) return "Smaller steps of the voltage or fewer open tunnel paths may help.";
     if (!on_fast_route(problem)) return "Smaller steps of the voltage or --route fast may help.";
     const FastFailure& failure = work.fast.failure;

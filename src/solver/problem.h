@@ -108,6 +108,7 @@ struct Workspace {
     std::vector<double> psi_start, Fn_start, Fp_start;  ///< state before an attempt of the coupled loop
     FastWork fast;
     TunnelWork tunnel;
+    bool beyond_exponentials = false;  ///< the classic route has failed where exp(psi) leaves the range of numbers
     /// @param coupled  what the coupled schemes need as well; it stays empty without
     void resize(std::size_t points, std::size_t layers, bool coupled);
 };

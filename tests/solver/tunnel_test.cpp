@@ -481,6 +481,21 @@ TEST(Tunnelling, IntoStatesFollowsTheirSwitchAndConvergesForAnyNumber)
     }
 }
 
+// What stops the classic route far in reverse is told, with the way out.
+TEST(Tunnelling, BeyondTheRangeOfExponentialsTheAdviceIsToCloseThePaths)
+{
+    for (const bool open : {true, false}) {
+        CellParameters cell = silicon_junction();
+        cell.right.tunneling = open;
+        Device device(cell, 300.0, fixed_mesh);
+        ASSERT_TRUE(device.solve_equilibrium() && device.go_to(-16.0, 32));
+        EXPECT_FALSE(device.go_to(-20.0, 8));
+        const std::string advice = failure_advice(device.problem(), device.memory.work);
+        EXPECT_NE(advice.find("out of the range of numbers"), std::string::npos) << advice;
+        EXPECT_EQ(advice.find("all tunnel paths closed") != std::string::npos, open) << advice;
+    }
+}
+
 // At the energies of a step of the band there are states on its lower side alone.
 TEST(Tunnelling, OverAStepCarriersEndAtItsFoot)
 {
