@@ -16,6 +16,7 @@
 #include "device/grading.h"
 #include "device/grading_file.h"
 #include "device/line_check.h"
+#include "device/unit_systems.h"
 
 #include <algorithm>
 
@@ -110,8 +111,9 @@ int line_of_profile(const DefinitionPlaces& places, std::size_t layer, const std
 {
     const std::string section = "layer " + integer(static_cast<long>(layer) + 1);
     if (!name.starts_with("Nt of ")) return places.line(section, name);
-    const std::string defect = "Nt of defect ";
-    const std::string part = name.starts_with(defect) ? "/defect " + name.substr(defect.size()) : "/metastable";
+    const std::string defect = "Nt of defect ", pair = "Nt of metastable transition ";
+    const std::string part =
+        name.starts_with(defect) ? "/defect " + name.substr(defect.size()) : "/metastable " + name.substr(pair.size());
     for (const char* word : {"Nt(x)", "Nt(y)", "Nt(uniform)"})
         if (const int line = places.line(section + part, word); line > 0) return line;
     return 0;
@@ -137,6 +139,24 @@ void check_grading(Look& look, SiCell& cell)
     for (const Message& message : quiet.report.messages) look.find(0, message.text);
 }
 
+/// Pairs settle at the second working point, which only an action list gives; the one beside the cell is taken if none
+/// is named.
+void check_second_working_point(Look& look, const CellParameters& cell)
+{
+    if (!CheckMETAMode(cell)) return;
+    const auto pair =
+        std::ranges::find(look.watch.known, "Metastable properties", [](const auto& line) { return line.text; });
+    std::filesystem::path beside = look.file;
+    const auto text = read_whole_file(beside.replace_extension(".act"));
+    LineWatch lines;
+    Surroundings quiet;
+    if (text && watch_action_list(quiet, *text, beside.string(), lines).second_is_given) return;
+    const std::string why = text ? "has no lines of it" : "is not there";
+    look.find(pair == look.watch.known.end() ? 0 : pair->line,
+              "metastable pairs settle at the second working point; " + beside.filename().string() + ' ' + why +
+                  ": without another action list they settle in the dark at 0 V and 300 K");
+}
+
 /// @return false if there is nothing of the kind in the text
 bool check_text(Look& look, const std::string& text, FileKind kind)
 {
@@ -148,6 +168,7 @@ bool check_text(Look& look, const std::string& text, FileKind kind)
             Definition definition = watch_definition(quiet, text, look.file, look.watch);
             check_grading(look, definition.input.cell);
             check_physical_sense(definition, look.watch);
+            check_second_working_point(look, definition.input.cell.cell);
             check_repeats(look.watch);
             check_units(look.watch);
             ActionPanel lit = InitialiseActionPanel();  // by a model, which needs the filters and no file of its own

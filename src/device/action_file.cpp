@@ -146,7 +146,7 @@ bool parse(Surroundings& surroundings, std::string text, const std::string& name
     while (source.next()) {
         if (source.starts(second_prefix)) {
             if (read_point_line(source, second))
-                any = true;
+                any = found.second_is_given = true;
             else
                 source.not_known();
         } else if (all && (read_point_line(source, first) || read_resistances(source, found.workPoint) ||

@@ -105,7 +105,8 @@ void check_densities(PhysicsCheck& check, const LayerParameters& layer, const st
     }
     for (const auto& pair : layer.metastable)
         if (pair.present)
-            check_defect(pair.Nt, "metastable transition " + integer(pair.number + 1), name + "/metastable");
+            check_defect(pair.Nt, "metastable transition " + integer(pair.number + 1),
+                         name + "/metastable " + integer(pair.number + 1));
 }
 
 /// The levels of a defect against the gap wherever the defect is; told is the place where one lies furthest outside,
@@ -206,18 +207,12 @@ void check_interface(PhysicsCheck& check, std::size_t i)
 /// Metastable pairs: what keeps them from reacting, and what is hardly meant.
 void check_pairs(PhysicsCheck& check, const LayerParameters& layer, const std::string& name)
 {
-    const std::string section = name + "/metastable";
-    for (const std::string& fault : metastable_faults(layer))
-        check.find(section, fault.find("charge") == std::string::npos ? "DonorDefect" : "Donor charge state",
-                   name + ", " + fault);
-    for (const std::string& remark : metastable_remarks(layer)) {
-        std::string key = "UserDefined Activation Energies";
-        for (const char* word : activation_energy_words)
-            if (remark.find(std::string(": ") + word) != std::string::npos ||
-                remark.find(std::string("barrier ") + word) != std::string::npos)
-                key = word;
-        check.find(section, key, name + ", " + remark);
-    }
+    for (const auto& findings : {metastable_faults(layer), metastable_remarks(layer)})
+        for (const PairFinding& finding : findings) {
+            const std::string section = name + "/metastable " + integer(finding.transition + 1);
+            const bool has_line = check.places.line(section, finding.key) > 0;
+            check.find(section, has_line ? finding.key : "Metastable properties", name + ", " + finding.text);
+        }
 }
 
 void check_contact(PhysicsCheck& check, const ContactParameters& contact, const LayerParameters& layer,

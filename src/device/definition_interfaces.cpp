@@ -2,6 +2,7 @@
 #include "base/text_format.h"
 #include "base/text_scan.h"
 #include "device/defect_levels.h"
+#include "device/definition_places.h"
 #include "device/definition_sections.h"
 #include "device/definition_tables.h"
 
@@ -74,9 +75,7 @@ void read_metastable(Reading& reading)
 {
     KeyedSource& source = reading.source;
     LayerParameters& layer = reading.layer();
-    const NumberScan number = next_number(source.line());
-    const bool in_range = number.found && number.value >= 0.0 && number.value < max_metastable;
-    const auto index = in_range ? static_cast<std::size_t>(number.value) : std::size_t{0};
+    const auto index = static_cast<std::size_t>(pair_index(source.line()));
     MetaStableDefectParameters& pair = layer.metastable[index];
     pair.present = true;
     while (source.must_go_on()) {

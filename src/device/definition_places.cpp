@@ -1,11 +1,20 @@
 #include "device/definition_places.h"
 
+#include "base/constants.h"
 #include "base/text_format.h"
+#include "base/text_scan.h"
 
 #include <algorithm>
 #include <iterator>
 
 namespace kovin {
+
+int pair_index(std::string_view text)
+{
+    const NumberScan number = next_number(text);
+    const bool in_range = number.found && number.value >= 0.0 && number.value < max_metastable;
+    return in_range ? static_cast<int>(number.value) : 0;
+}
 
 DefinitionPlaces::DefinitionPlaces(const std::vector<LineWatch::Known>& known)
 {
@@ -30,7 +39,8 @@ DefinitionPlaces::DefinitionPlaces(const std::vector<LineWatch::Known>& known)
         } else if (key == "next" && defect > 0) {
             section = part + integer(++defect);
         } else if (key == "Metastable properties") {
-            open("layer " + integer(layer) + "/metastable");
+            open("layer " + integer(layer) + "/metastable " + integer(pair_index(rest) + 1));
+            line_of_.emplace(section + '/' + key, line);
         } else if (key == "interface properties" || key == "working point") {
             open(key);
         } else {

@@ -8,9 +8,13 @@
 
 namespace kovin {
 
+/// Which of the metastable pairs of a layer, from 0, a line "Metastable properties: transition 1" opens, from what
+/// stands behind the keyword: the first, unless it is the number of another.
+[[nodiscard]] int pair_index(std::string_view text);
+
 /// Lines of a definition file or action list by section and keyword.
 ///
-/// Sections are "left", "right", "layer 2", "layer 2/defect 1", "interface 1/defect 1", "metastable" within a layer,
+/// Sections are "left", "right", "layer 2", "layer 2/defect 1", "interface 1/defect 1", "layer 2/metastable 1",
 /// "interface properties", "working point", "Secondworkpoint" for the lines of a second working point, and "".
 class DefinitionPlaces {
 public:

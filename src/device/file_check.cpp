@@ -98,7 +98,7 @@ void defect_files(LayerParameters& layer, const std::string& start, const std::s
         if (pair.present)
             grading_file(pair.Nt,
                          start + " metastable transition " + integer(pair.number + 1) + ": Defect density grading file",
-                         "Nt grading", place + "/metastable", "Nt", each);
+                         "Nt grading", place + "/metastable " + integer(pair.number + 1), "Nt", each);
 }
 
 void layer_files(LayerParameters& layer, int number, bool lit, const NeededFileVisitor& each)

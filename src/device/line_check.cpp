@@ -1,5 +1,6 @@
 #include "device/line_check.h"
 
+#include "base/constants.h"
 #include "base/text_format.h"
 #include "base/text_scan.h"
 #include "base/unit_text.h"
@@ -58,6 +59,21 @@ std::string what_is_set(const LineWatch::Known& line, std::map<std::string, std:
         return "Mott" + lower_case(line.rest.substr(0, line.rest.find(':')));
     if (key.starts_with("Nt(")) return "Nt";
     return line.text;
+}
+
+/// The number of a metastable pair: one that a layer does not have, one that is there already.
+/// @param met  lines of the pairs of the present layer, by their index
+void check_pair_number(const LineWatch::Known& line, std::map<int, int>& met, LineWatch& watch)
+{
+    const int index = pair_index(line.rest);
+    const NumberScan number = next_number(line.rest);
+    if (!number.found || number.value != index)
+        watch.find(line.line, quoted(line) + "the pairs of a layer have the numbers 0 to " +
+                                  integer(max_metastable - 1) + "; it is read as " + integer(index));
+    const auto [first, is_new] = met.emplace(index, line.line);
+    if (!is_new)
+        watch.find(line.line, quoted(line) + "pair " + integer(index) + " stands already in line " +
+                                  integer(first->second) + "; both are read as one, of two lines the later counts");
 }
 
 // ---- units --------------------------------------------------------------------------------------------------------
@@ -153,7 +169,10 @@ void check_repeats(LineWatch& watch)
 {
     std::map<std::string, int> met;  // what is set in the present section, and where
     std::map<std::string, std::string> models;
+    std::map<int, int> pairs;
     for (const LineWatch::Known& line : watch.known) {
+        if (line.text == "layer") pairs.clear();
+        if (line.text == "Metastable properties") check_pair_number(line, pairs, watch);
         if (DefinitionPlaces::opens_section(line.text)) {
             met.clear();
             models.clear();

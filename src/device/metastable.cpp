@@ -6,6 +6,7 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 namespace kovin {
 
@@ -57,17 +58,36 @@ std::string pair_name(const MetaStableDefectParameters& pair)
     return "metastable transition " + integer(pair.number + 1);
 }
 
-/// One end of a pair against the defects of its layer; empty if it can react.
-std::string fault_of_end(const LayerParameters& layer, int defect, int charge_type, const std::string& configuration)
+std::string charge_text(int charge_type)
 {
-    if (defect < 0 || defect >= layer.srhteller) return "no defect stands for its " + configuration;
-    const DefectLevels& levels = layer.srh[static_cast<std::size_t>(defect)];
-    const std::string name = configuration + ", defect " + integer(defect + 1) + ",";
-    if (level_without_capture(levels) >= 0) return "its " + name + " has a level that captures neither carrier";
-    if (GetDefectStateFromChargeType(levels, charge_type) >= 0) return {};
     const bool known = charge_type >= 0 && charge_type < static_cast<int>(std::size(chargeTypeStrings));
-    return "its " + name + " has no state of charge " +
-           (known ? std::string(chargeTypeStrings[charge_type]) : integer(charge_of_type(charge_type)));
+    return known ? std::string(chargeTypeStrings[charge_type]) : integer(charge_of_type(charge_type));
+}
+
+/// One of the two defects of a pair.
+struct Configuration {
+    const char *key, *name;
+    int defect, charge_type;
+};
+std::array<Configuration, 2> configurations(const MetaStableDefectParameters& pair)
+{
+    return {{{"DonorDefect", "donor configuration", pair.donor_defect, pair.donor_charge_state},
+             {"AcceptorDefect", "acceptor configuration", pair.acceptor_defect, pair.donor_charge_state - 2}}};
+}
+
+/// A configuration against the defects of its layer; without a text if it can react.
+PairFinding fault_of(const LayerParameters& layer, const MetaStableDefectParameters& pair, const Configuration& c)
+{
+    const auto fault = [&](const char* key, const std::string& text) {
+        return PairFinding{pair.number, key, pair_name(pair) + ": " + text};
+    };
+    if (c.defect < 0 || c.defect >= layer.srhteller)
+        return fault(c.key, std::string("no defect stands for its ") + c.name);
+    const DefectLevels& levels = layer.srh[static_cast<std::size_t>(c.defect)];
+    const std::string its = std::string("its ") + c.name + ", defect " + integer(c.defect + 1) + ",";
+    if (level_without_capture(levels) >= 0) return fault(c.key, its + " has a level that captures neither carrier");
+    if (GetDefectStateFromChargeType(levels, c.charge_type) >= 0) return {};
+    return fault("Donor charge state", its + " has no state of charge " + charge_text(c.charge_type));
 }
 
 }  // namespace
@@ -161,48 +181,67 @@ void SynchroniseMetaCaptureCrossSectionsWithDefectCaptureCrossSections(MetaStabl
     take(pair.acceptor_defect, pair.donor_charge_state - 2, pair.sigma_acc_n, pair.sigma_acc_p);
 }
 
-std::vector<std::string> metastable_faults(const LayerParameters& layer)
+std::vector<PairFinding> metastable_faults(const LayerParameters& layer)
 {
-    std::vector<std::string> faults;
+    std::vector<PairFinding> faults;
     std::array<int, max_defects> parts{};
     for (const MetaStableDefectParameters& pair : layer.metastable) {
         if (!pair.present) continue;
-        const auto tell = [&](const std::string& what) {
-            if (!what.empty()) faults.push_back(pair_name(pair) + ": " + what);
-        };
-        tell(fault_of_end(layer, pair.donor_defect, pair.donor_charge_state, "donor configuration"));
-        tell(fault_of_end(layer, pair.acceptor_defect, pair.donor_charge_state - 2, "acceptor configuration"));
-        for (const int defect : {pair.donor_defect, pair.acceptor_defect})
-            if (defect >= 0 && defect < max_defects && ++parts[static_cast<std::size_t>(defect)] == 2)
-                tell("defect " + integer(defect + 1) + " takes part twice");
+        for (const Configuration& c : configurations(pair))
+            if (PairFinding fault = fault_of(layer, pair, c); !fault.text.empty()) faults.push_back(std::move(fault));
+        for (const Configuration& c : configurations(pair))
+            if (c.defect >= 0 && c.defect < max_defects && ++parts[static_cast<std::size_t>(c.defect)] == 2)
+                faults.push_back(
+                    {pair.number, c.key, pair_name(pair) + ": defect " + integer(c.defect + 1) + " takes part twice"});
     }
     return faults;
 }
 
-std::vector<std::string> metastable_remarks(const LayerParameters& layer)
+std::vector<PairFinding> metastable_remarks(const LayerParameters& layer)
 {
     constexpr double rounding = 1e-3;  // files write energies with three digits [eV]
     const double Eg = layer.material.Eg.left;
-    std::vector<std::string> remarks;
+    std::vector<PairFinding> remarks;
     for (const MetaStableDefectParameters& pair : layer.metastable) {
         if (!pair.present) continue;
-        const auto tell = [&](const std::string& what) { remarks.push_back(pair_name(pair) + ": " + what); };
+        const auto tell = [&](const char* key, const std::string& what) {
+            remarks.push_back({pair.number, key, pair_name(pair) + ": " + what});
+        };
         if (interpretEactgiven(interpretEactgiven(pair.derived_energy)) != pair.derived_energy)
-            tell(
-                "the flags must leave three activation energies of which the other two follow; Eact_EE and Eact_HE "
-                "are taken to follow");
+            tell("UserDefined Activation Energies",
+                 "the flags must leave three activation energies of which the other two follow; Eact_EE and Eact_HE "
+                 "are taken to follow");
         MetaStableDefectParameters used = pair;
         UpdateActivationEnergies(used, Eg);
         for (const E which : {E::TR, E::EC, E::EE, E::HC, E::HE}) {
-            const std::string name = activation_energy_words[static_cast<std::size_t>(which)];
+            const char* key = activation_energy_words[static_cast<std::size_t>(which)];
+            const std::string name = key;
             const double stored = pair.*field(which), value = used.*field(which);
             if (std::abs(value - stored) > rounding)
-                tell(name + " follows from the others as " + fixed(value, 0, 3) + " eV, not " + fixed(stored, 0, 3));
+                tell(key,
+                     name + " follows from the others as " + fixed(value, 0, 3) + " eV, not " + fixed(stored, 0, 3));
             if (which != E::TR && value < -rounding)
-                tell("the barrier " + name + " of " + fixed(value, 0, 3) + " eV is negative");
+                tell(key, "the barrier " + name + " of " + fixed(value, 0, 3) + " eV is negative");
         }
     }
     return remarks;
+}
+
+std::string pair_text(const LayerParameters& layer, const MetaStableDefectParameters& pair)
+{
+    std::string text = pair_name(pair) + ":";
+    for (const Configuration& c : configurations(pair))
+        text += std::string(" ") + c.name + " defect " + integer(c.defect + 1) + " in state " +
+                charge_text(c.charge_type) + ',';
+    MetaStableDefectParameters used = pair;
+    UpdateActivationEnergies(used, layer.material.Eg.left);
+    const DerivedEnergies follows = interpretEactgiven(interpretEactgiven(pair.derived_energy));
+    for (const E which : {E::TR, E::EC, E::EE, E::HC, E::HE}) {
+        const auto k = static_cast<std::size_t>(which);
+        text += std::string(" ") + activation_energy_words[k] + ' ' + fixed(used.*field(which), 0, 3) + " eV" +
+                (follows[k] ? " (follows)" : "") + (which == E::HE ? "" : ",");
+    }
+    return text;
 }
 
 double metastable_balance(const MetaStableDefectParameters& pair, const MetaPlace& place)

@@ -57,11 +57,19 @@ inline constexpr const char* chargeTypeStrings[] = {"3-", "2-", "-", "0", "+", "
 void SynchroniseMetaCaptureCrossSectionsWithDefectCaptureCrossSections(MetaStableDefectParameters& pair,
                                                                        const LayerParameters& layer);
 
-/// Why the pairs of a layer cannot be calculated, one sentence each; empty if they can.
-[[nodiscard]] std::vector<std::string> metastable_faults(const LayerParameters& layer);
+/// Something that is to be said of a pair.
+struct PairFinding {
+    int transition = 0;  ///< from 0
+    std::string key;     ///< line of the definition file that it is about
+    std::string text;    ///< one sentence with the number of the pair
+};
+/// Why the pairs of a layer cannot be calculated; empty if they can.
+[[nodiscard]] std::vector<PairFinding> metastable_faults(const LayerParameters& layer);
 /// What can be calculated and is hardly meant: flags without a code, energies that disagree with what follows from the
 /// others, negative barriers. @param layer  its Eg with the values at the left end
-[[nodiscard]] std::vector<std::string> metastable_remarks(const LayerParameters& layer);
+[[nodiscard]] std::vector<PairFinding> metastable_remarks(const LayerParameters& layer);
+/// The pair in one line: its defects with their charges, density, energies as they are used.
+[[nodiscard]] std::string pair_text(const LayerParameters& layer, const MetaStableDefectParameters& pair);
 
 /// One place of a pair, as its rates need it.
 struct MetaPlace {

@@ -16,7 +16,10 @@ WorkPoint InitialiseWorkPoint()
 
 ActionPanel InitialiseActionPanel()
 {
-    return {.workPoint = InitialiseWorkPoint(), .secondWorkPoint = InitialiseWorkPoint(), .actions = {}};
+    return {.workPoint = InitialiseWorkPoint(),
+            .secondWorkPoint = InitialiseWorkPoint(),
+            .second_is_given = false,
+            .actions = {}};
 }
 
 }  // namespace kovin

@@ -58,6 +58,7 @@ struct ActionList {
 /// What the action panel shows: user sign.
 struct ActionPanel {
     WorkPoint workPoint, secondWorkPoint;
+    bool second_is_given = false;  ///< by a line of some file; else it is the default, darkness at 0 V
     ActionList actions;
 };
 

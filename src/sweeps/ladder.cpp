@@ -366,11 +366,13 @@ RunOutcome calculate_withMeta(Surroundings& surroundings, Simulation& s)
         const auto tell = [&](const std::string& text) {
             KOVINErrorMessage(surroundings.report, "Metastable defects", place_of_profile(j, layer, text));
         };
-        const std::vector<std::string> faults = metastable_faults(layer);
-        for (const std::string& fault : faults) tell(fault);
+        const std::vector<PairFinding> faults = metastable_faults(layer);
+        for (const PairFinding& fault : faults) tell(fault.text);
         can_react = can_react && faults.empty();
         if (!faults.empty()) continue;
-        for (const std::string& remark : metastable_remarks(layer)) tell(remark);
+        for (const PairFinding& remark : metastable_remarks(layer)) tell(remark.text);
+        for (const MetaStableDefectParameters& pair : layer.metastable)
+            if (pair.present) surroundings.monitor.post({.text = place_of_profile(j, layer, pair_text(layer, pair))});
     }
     if (!can_react) {
         s.failures = {};
@@ -378,6 +380,11 @@ RunOutcome calculate_withMeta(Surroundings& surroundings, Simulation& s)
         return RunOutcome::failed;
     }
 
+    const WorkPoint& second = s.panel.secondWorkPoint;
+    surroundings.monitor.post({.text = std::string("metastable pairs settle ") +
+                                       (second.dark ? "in the dark" : "in the light") + " at " + fixed(second.V, 0, 3) +
+                                       " V and " + fixed(second.T, 0, 2) + " K" +
+                                       (s.panel.second_is_given ? "" : ": no second working point is given")});
     const RunOutcome settled = calculate(surroundings, s, RunMode::settle);
     if (settled != RunOutcome::done) {
         s.failures.work_point = true;  // that of the second working point is not the one that was asked for

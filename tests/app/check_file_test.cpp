@@ -2,6 +2,7 @@
 #include "app/check_file.h"
 
 #include "app/initialise.h"
+#include "base/line_file.h"
 #include "base/scratch_folder.h"
 
 #include <gmock/gmock.h>
@@ -309,19 +310,56 @@ TEST(CheckFile, TellsEachMentionOfAMissingFileAtItsLine)
                                    "layer\nd : 1e-6\nabsorptionmodel pure A material (y=0) : from file\n"
                                    "absorptionfile pure A material (y=0) : gone.abs\nfront contact\n" +
                                    filter + "working point\n";
-    expect_findings(check_file(*s, scratch.put("x.def", two_layers).string()),
-                    {"layer 1, metastable transition 1: its donor configuration, defect 1, has no state of charge 0",
-                     ":4: Filter file (left contact): 'gone.ftr' is not there", ":7: Layer 1: chi grading file",
-                     ":8: Layer 1: Eg grading file", ":10: Layer 1: absorption file (pure A)",
-                     ":10: Layer 1: absorption file (pure B)", ":13: Layer 1 defect 1: Defect density grading",
-                     ":15: Layer 1 metastable transition 1: Defect density grading",
-                     ":16: layer 1, metastable transition 1: no defect stands for its acceptor configuration",
-                     ":17: layer 1, metastable transition 1: Eact_EE follows from the others as 2.000 eV, not 0.500",
-                     ":21: Layer 2: absorption file", ":25: Filter file (right contact)"});
+    expect_findings(
+        check_file(*s, scratch.put("x.def", two_layers).string()),
+        {":4: Filter file (left contact): 'gone.ftr' is not there", ":7: Layer 1: chi grading file",
+         ":8: Layer 1: Eg grading file", ":10: Layer 1: absorption file (pure A)",
+         ":10: Layer 1: absorption file (pure B)", ":13: Layer 1 defect 1: Defect density grading",
+         ":14: layer 1, metastable transition 1: its donor configuration, defect 1, has no state of charge 0",
+         ":14: layer 1, metastable transition 1: no defect stands for its acceptor configuration",
+         ":14: metastable pairs settle at the second working point; x.act is not there",
+         ":15: Layer 1 metastable transition 1: Defect density grading",
+         ":17: layer 1, metastable transition 1: Eact_EE follows from the others as 2.000 eV, not 0.500",
+         ":21: Layer 2: absorption file", ":25: Filter file (right contact)"});
     const std::string dark = "dark : 0\n", light = "incident spectrum from file : gone.spe\n";
     const std::string second = "Secondworkpoint ";
     expect_findings(check_file(*s, scratch.put("x.act", second + dark + second + light + dark + light).string()),
                     {":2: Spectrum file (initial wp): 'gone.spe'", ":4: Spectrum file: 'gone.spe' is not there"});
+}
+
+TEST(CheckFile, TellsPairsThatAreCountedWrongAndWhereTheySettle)
+{
+    const ScratchFolder scratch;
+    const auto s = session();
+    std::string text = read_whole_file(KOVIN_SOURCE_DIR "/home/def/metastable-cigs.def").value_or("");
+    const auto begin = text.find("Metastable properties"), end = text.find("interface properties");
+    const std::string pair = text.substr(begin, end - begin);
+    const auto number = [&](const char* digit) {
+        std::string other = pair;
+        return text.substr(0, end) + other.replace(other.find(" 0"), 2, digit) + text.substr(end);
+    };
+    const Expected nowhere = {":97: metastable pairs settle at the second working point; x.act has no lines of it"};
+    const struct {
+        std::string cell, actions;
+        Expected expected;
+    } rows[] = {
+        {text, "dark : 1\n", nowhere},
+        {text, "Secondworkpoint dark : 1\n", {}},
+        {number(" 0"), "Secondworkpoint dark : 1\n", {":120: Metastable properties = \"transition 0\": pair 0 stands"}},
+        {number(" 2"),
+         "Secondworkpoint dark : 1\n",
+         {":120: Metastable properties = \"transition 2\": the pairs of a layer have the numbers 0 to 1; it is read as "
+          "0",
+          ":120: Metastable properties = \"transition 2\": pair 0 stands already in line 97"}},
+        {number(" 1"),
+         "Secondworkpoint dark : 1\n",
+         {":123: layer 1, metastable transition 2: defect 1 takes part twice",
+          ":124: layer 1, metastable transition 2: defect 2 takes part twice"}},
+    };
+    for (const auto& row : rows) {
+        scratch.put("x.act", row.actions);
+        expect_findings(check_file(*s, scratch.put("x.def", row.cell).string()), row.expected);
+    }
 }
 
 TEST(CheckFile, TellsAGradingFileThatIsSharedWithNobody)

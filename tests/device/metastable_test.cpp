@@ -126,7 +126,7 @@ TEST(Metastable, ThePartnersAreFoundByTheirChargeAndWhatCannotReactIsNamed)
         pair.acceptor_defect = f.acceptor;
         pair.donor_charge_state = f.charge_type;
         std::string all;
-        for (const std::string& fault : metastable_faults(layer)) all += fault + '\n';
+        for (const PairFinding& fault : metastable_faults(layer)) all += fault.text + '\n';
         EXPECT_TRUE(f.message == nullptr ? all.empty() : all.find(f.message) != std::string::npos) << f.what << all;
     }
     pair.donor_charge_state = 4;
