@@ -109,6 +109,7 @@ TEST(ImpurityPhotovoltaic, EveryPhotonIsAbsorbedOnceOrEscapes)
         {"many levels", Route::fast, 1200.0, 1e22, 1e19, 0.0},
         {"strong light", Route::fast, 1200.0, 1e24, 1e17, 0.0},
         {"far in reverse", Route::fast, 1200.0, 1e22, 1e17, -20.0},
+        {"in reverse, where the mesh of the classic route moves", Route::classic, 1200.0, 1e22, 1e17, -3.0},
         {"levels spread over energies", Route::fast, 0.0, 0.0, 1e17, 0.3,
          [](IndiumCell& run) {
              run.indium().energy_distribution = EnergyDistribution::gauss;
@@ -132,6 +133,9 @@ TEST(ImpurityPhotovoltaic, EveryPhotonIsAbsorbedOnceOrEscapes)
         if (r.change != nullptr) r.change(run);
         if (r.photons > 0.0) run.monochromatic(r.wavelength, r.photons);
         ASSERT_TRUE(run.solve()) << r.what;
+        if (r.V < 0.0) {
+            EXPECT_NE(run.s->currentCalcVars.mesh.x, run.s->evenwichtcv.mesh.x) << r.what;
+        }
         const PhotonBudget b = photon_budget(*run.s);
         EXPECT_NEAR(b.events, b.by_levels, 1e-6 * b.by_levels) << r.what;
         EXPECT_GT(b.by_levels, 0.02 * b.incident) << r.what << ": this case shows nothing";

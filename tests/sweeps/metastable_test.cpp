@@ -1,4 +1,5 @@
 #include "device/metastable.h"
+#include "device/charge_states.h"
 #include "device/definition_writer.h"
 #include "device/on_mesh.h"
 #include "results/profile_files.h"
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace kovin {
 namespace {
@@ -50,25 +52,54 @@ struct MetaRun : ShippedRun {
     }
 };
 
-/// Largest error of a share against the closed formula of equilibrium,
+/// Share of a defect in its state of a charge, by Gibbs: each electron more weighs exp((EF - E)/kT) and the ways to
+/// place it. @param above_EV  energy of a level
+template <class AboveEV>
+double share_of_charge(const DefectLevels& levels, int charge, double EF, double kT, const AboveEV& above_EV)
+{
+    const int count = level_count(levels);
+    double weight = 1.0, sum = 1.0, of_charge = 0.0;
+    for (int state = 0; state <= count; ++state) {
+        if (state > 0) {
+            const double ways = static_cast<double>(count - state + 1) / state;
+            weight *= ways * std::exp((EF - above_EV(levels[static_cast<std::size_t>(state - 1)])) / kT);
+            sum += weight;
+        }
+        if (charge_of_state_0(levels[0].aard) - state == charge) of_charge = weight;
+    }
+    return of_charge / sum;
+}
+
+/// Largest error of a share of any pair against the closed formula of equilibrium,
 ///
 ///     acceptors/donors = exp(2 (EF - E_TR)/kT) P_D/P_A
 ///
-/// with both levels 0.1 eV from their bands: the donor below EC, the acceptor above EV.
-double error_of_equilibrium(const Simulation& s, double up_to_um = 3.0)
+double error_of_equilibrium(const Simulation& s, double up_to_um = 1e9)
 {
     const CalculationVariables& cv = s.currentCalcVars;
+    const OnMesh& on = s.set3.on;
     const double kT = s.set3.kT;
-    const MetaPairRatios& pair = s.metastable.pairs.at(0);
     double worst = 0.0;
-    for (int k = cv.mesh.first[0] + 1; k < cv.mesh.last[0]; ++k) {
-        if (cv.mesh.x_um[static_cast<std::size_t>(k)] > up_to_um) break;
-        const auto i = static_cast<std::size_t>(k);
-        const double Eg = s.set3.on.Eg[i], EF = kT * std::log(s.set3.on.Nv[i] / cv.p[i]);
-        const double P_D = 1.0 / (1.0 + std::exp((EF - (Eg - 0.1)) / kT)),
-                     P_A = 1.0 / (1.0 + std::exp((0.1 - EF) / kT));
-        const double F = 2.0 * (EF - 0.19) / kT + std::log(P_D / P_A);
-        worst = std::max(worst, std::abs(acceptor_share(pair.F[i]) - acceptor_share(F)));
+    for (const MetaPairRatios& pair : s.metastable.pairs) {
+        const LayerParameters& layer = s.set3.layer[pair.layer];
+        const MetaStableDefectParameters& record = layer.metastable[pair.transition];
+        for (int k = cv.mesh.first[pair.layer] + 1; k < cv.mesh.last[pair.layer]; ++k) {
+            const auto i = static_cast<std::size_t>(k);
+            if (cv.mesh.x_um[i] > up_to_um) break;
+            const double Eg = on.Eg[i], EF = cv.p[i] > cv.n[i] ? kT * std::log(on.Nv[i] / cv.p[i])
+                                                               : Eg - kT * std::log(on.Nc[i] / cv.n[i]);
+            const auto P = [&](int defect, int charge_type) {
+                return share_of_charge(layer.srh[static_cast<std::size_t>(defect)], charge_type - 3, EF, kT,
+                                       [&](const BulkRecombinationParameters& level) {
+                                           return level.reference == EnergyReference::below_EC ? Eg - level.Et
+                                                                                               : level.Et;
+                                       });
+            };
+            const double F = 2.0 * (EF - record.Eact_TR) / kT +
+                             std::log(P(record.donor_defect, record.donor_charge_state)) -
+                             std::log(P(record.acceptor_defect, record.donor_charge_state - 2));
+            worst = std::max(worst, std::abs(acceptor_share(pair.F[i]) - acceptor_share(F)));
+        }
     }
     return worst;
 }
@@ -115,15 +146,19 @@ TEST(MetastableCell, InTheDarkTheyStandAtTheirEquilibriumWhateverTheProcesses)
         }
 }
 
-/// In the cold a step of the shares is many decades of free carriers: one that leads to no state is taken back.
-TEST(MetastableCell, AStepThatLeadsToNoStateIsShortened)
+/// In the cold a step of the shares is many decades of free carriers: one that leads to no state is taken back. In
+/// reverse the mesh moves with the depletion region on both routes.
+TEST(MetastableCell, AStepThatLeadsToNoStateIsShortenedAndAMeshThatMovesIsFollowed)
 {
-    for (const double T : {180.0, 160.0}) {
+    for (const auto& [T, route] : {std::pair{180.0, Route::fast}, std::pair{250.0, Route::classic}}) {
         MetaRun m;
+        m.convergence().route = route;
         m.second().T = T;
         m.second().V = -1.0;
         m.settle();
+        EXPECT_NE(m.s->metastable.mesh.x, m.s->evenwichtcv.mesh.x) << T;
         EXPECT_LT(error_of_equilibrium(*m.s, 2.0), m.convergence().termination_Meta_full) << T;
+        EXPECT_GT(m.share(2.8), 0.999) << T << ": no holes there";
     }
 }
 
@@ -174,6 +209,99 @@ TEST(MetastableCell, LightAndReverseBiasMakeAcceptors)
     EXPECT_NEAR(dark.share(1.0), 0.618, 1e-3);
     EXPECT_GT(reverse[0], dark.share(2.7) + 0.1) << "holes are emitted there and none is caught";
     EXPECT_LT(dark.s->JShortCircuit, J[0] - 0.02) << "more acceptors, a narrower field zone, less light collected";
+}
+
+/// Adds a pair of two defects that are there.
+void add_pair(LayerParameters& layer, std::size_t number, int donor, int charge_type, double E_TR, double density)
+{
+    MetaStableDefectParameters& pair = layer.metastable[number];
+    pair.present = true;
+    pair.donor_defect = donor;
+    pair.acceptor_defect = donor + 1;
+    pair.donor_charge_state = charge_type;
+    pair.Eact_TR = E_TR;
+    pair.Eact_EC = 0.1, pair.Eact_HC = 0.3;
+    pair.electron_process = static_cast<int>(number);
+    test::set_uniform(pair.Nt, density);
+}
+
+/// A single donor and a single acceptor, the levels 0.2 eV above EV [cm-3, cm2].
+void add_simple_pair(LayerParameters& layer, std::size_t number, double E_TR, double density)
+{
+    const int donor = layer.srhteller;
+    for (const DefectType type : {DefectType::donor, DefectType::acceptor}) {
+        BulkRecombinationParameters& level = test::add_defect(layer, type, EnergyDistribution::single, 0.2, density);
+        level.sigma_n = level.sigma_p = 1e-15;
+    }
+    add_pair(layer, number, donor, 4, E_TR, density);
+}
+
+TEST(MetastableCell, PairsOfAllKindsSettleTogetherAndForgetTheirStart)
+{
+    struct Row {
+        const char* what;
+        bool dark;
+        std::size_t pairs;
+        void (*change)(MetaRun&);
+    };
+    for (const Row& row : {
+             Row{"both pairs of a layer", true, 2, [](MetaRun& m) { add_simple_pair(m.absorber(), 1, 0.35, 1e16); }},
+             Row{"pairs in three layers", true, 4,
+                 [](MetaRun& m) {
+                     add_simple_pair(m.absorber(), 1, 0.35, 1e16);
+                     add_simple_pair(m.s->zonnecel.cell.layer[1], 0, 2.0, 1e17);
+                     add_simple_pair(m.s->zonnecel.cell.layer[2], 1, 3.0, 1e17);
+                 }},
+             Row{"chains: + of one goes over to - of the other", true, 2,
+                 [](MetaRun& m) {
+                     const int donor = m.absorber().srhteller;
+                     for (int k = 0; k < 2; ++k)
+                         for (auto& level : test::add_chain(m.absorber(), LevelType::plus_zero, {0.15, 0.4}, 1e16))
+                             level.sigma_n = 1e-15;
+                     add_pair(m.absorber(), 1, donor, 4, 0.3, 1e16);
+                 }},
+             Row{"chains: 0 and 2-", true, 2,
+                 [](MetaRun& m) {
+                     const int donor = m.absorber().srhteller;
+                     for (const LevelType first : {LevelType::plus_zero, LevelType::zero_minus})
+                         for (auto& level : test::add_chain(m.absorber(), first, {0.2, 0.25, 0.3}, 1e15))
+                             level.sigma_n = 1e-15;
+                     add_pair(m.absorber(), 1, donor, 3, 0.2, 1e15);
+                 }},
+             Row{"tunnel paths everywhere", true, 1,
+                 [](MetaRun& m) { m.s->problem.input.convergence.tunnel_paths = 0; }},
+             Row{"tunnel paths everywhere, in the light", false, 1,
+                 [](MetaRun& m) { m.s->problem.input.convergence.tunnel_paths = 0; }},
+             Row{"light on the levels of both configurations", false, 1,
+                 [](MetaRun& m) {
+                     for (const std::size_t d : {0U, 1U}) {
+                         BulkRecombinationParameters& level = m.absorber().srh[d][0];
+                         testing::let_absorb(level);
+                         level.electrons.from_model = level.holes.from_model = true;
+                     }
+                 }},
+         }) {
+        double share[2], J[2];
+        for (const std::size_t k : {0U, 1U}) {
+            MetaRun m;
+            row.change(m);
+            m.second().dark = row.dark;
+            m.convergence().termination_Meta_full = 1e-5;
+            for (LayerParameters& layer : m.s->zonnecel.cell.layer)
+                for (MetaStableDefectParameters& pair : layer.metastable)
+                    pair.initial_acceptor_configuration = k == 0 ? 0.1 : 0.9;
+            ASSERT_NO_FATAL_FAILURE(m.settle()) << row.what;
+            EXPECT_EQ(m.s->metastable.pairs.size(), row.pairs) << row.what;
+            if (row.dark) {
+                EXPECT_LT(error_of_equilibrium(*m.s), 1e-5) << row.what;
+            }
+            share[k] = m.share(1.0);
+            ASSERT_EQ(m.run(), RunOutcome::done) << row.what;
+            J[k] = m.s->JShortCircuit;
+        }
+        EXPECT_NEAR(share[0], share[1], 1e-3) << row.what;
+        EXPECT_NEAR(J[0], J[1], 3e-4 * std::abs(J[0])) << row.what;
+    }
 }
 
 TEST(MetastableCell, TheCellIsAsItWasWhateverHappens)
