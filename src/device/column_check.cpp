@@ -135,8 +135,11 @@ int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
         ++rows;
     }
     if (rows == 1)
-        watch.find(largest_line, kind == FileKind::generation ? "a single row gives no light: two are needed"
-                                                              : "a single row: its value counts everywhere");
+        watch.find(largest_line,
+                   kind == FileKind::generation ? "a single row gives no light: two are needed"
+                   : kind == FileKind::optical_capture
+                       ? "a single row: it counts at its own wavelength alone, nothing is absorbed beside it"
+                       : "a single row: its value counts everywhere");
     if (rule->x == wavelength && rows > 0 && largest_x < least_wavelength)
         watch.find(largest_x_line,
                    "the largest wavelength is " + shortest(largest_x) + ": nm are meant, this looks like um or eV");

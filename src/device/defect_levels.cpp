@@ -160,6 +160,12 @@ double level_above_EV(EnergyReference reference, double E, double Eg, double kT,
     }
 }
 
+OpticalThresholds optical_thresholds(EnergyReference reference, double Et, double Eg, double kT, double ratio)
+{
+    const double above_EV = level_above_EV(reference, Et, Eg, kT, ratio);
+    return {Eg - above_EV, above_EV};
+}
+
 double level_above_EV_left(EnergyReference reference, double E, const InterfaceBands& bands)
 {
     const double highest_EV = std::max(bands.dEv, 0.0);

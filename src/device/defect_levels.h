@@ -40,6 +40,14 @@ struct WeightedEnergy {
 /// Energy of a bulk level above the valence band [eV]. @param ratio Nv/Nc
 [[nodiscard]] double level_above_EV(EnergyReference reference, double E, double Eg, double kT, double ratio);
 
+/// Energy that a photon needs for either transition of a level [eV].
+struct OpticalThresholds {
+    double electrons;  ///< from the level to the conduction band
+    double holes;      ///< from the valence band to the level
+};
+[[nodiscard]] OpticalThresholds optical_thresholds(EnergyReference reference, double Et, double Eg, double kT,
+                                                   double ratio);
+
 /// Bands at an interface, counted from EV at the left [eV].
 struct InterfaceBands {
     double Eg_left = 0.0, Eg_right = 0.0;

@@ -1,9 +1,11 @@
 #include "device/definition_check.h"
 
 #include "base/text_format.h"
+#include "device/charge_states.h"
 #include "device/contacts.h"
 #include "device/defect_levels.h"
 #include "device/definition_places.h"
+#include "device/definition_tables.h"
 #include "device/graded_values.h"
 #include "device/grading.h"
 #include "device/metastable.h"
@@ -141,6 +143,36 @@ void check_levels(PhysicsCheck& check, const LayerParameters& layer, int number,
     }
 }
 
+/// Models of optical capture that give no cross section, by their figures at the left end of the layer.
+void check_capture_models(PhysicsCheck& check, const LayerParameters& layer, int number, const std::string& name)
+{
+    const MaterialParameters& m = layer.material;
+    if (!can_be_evaluated(layer, m.Eg) || !can_be_evaluated(layer, m.Nc) || !can_be_evaluated(layer, m.Nv)) return;
+    const auto& levels = layer.srh[static_cast<std::size_t>(number - 1)];
+    for (std::size_t k = 0; k < static_cast<std::size_t>(level_count(levels)); ++k) {
+        const BulkRecombinationParameters& level = levels[k];
+        const OpticalThresholds E0 =
+            optical_thresholds(level.reference, level.Et, m.Eg.left, kT_at_300K, m.Nv.left / m.Nc.left);
+        for (const definition_tables::Carrier& carrier : definition_tables::carriers) {
+            const OpticalCaptureProperties& capture = level.*carrier.capture;
+            if (!capture.present || !capture.from_model) continue;
+            const std::string key = "optical capture of " + std::string(carrier.word);
+            const auto tell = [&](const char* figure_of, const std::string& text) {
+                check.find(name + "/defect " + integer(number), key + figure_of,
+                           name + ", defect " + integer(number) + ": level " + integer(static_cast<long>(k) + 1) +
+                               ", " + key + ": " + text);
+            };
+            const double threshold =
+                carrier.capture == &BulkRecombinationParameters::electrons ? E0.electrons : E0.holes;
+            if (!(capture.n > 0.0)) tell(", n", "the model divides by n, which must be above 0");
+            if (!(capture.m_over_m0 > 0.0)) tell(", m*/m0", "the model divides by m*/m0, which must be above 0");
+            if (!(capture.Emax > threshold))
+                tell(", Emax (eV)", "the model ends at Emax, " + figure(capture.Emax) + " eV, and begins at " +
+                                        figure(threshold) + " eV: nothing is absorbed");
+        }
+    }
+}
+
 /// Band edges below the vacuum level, as energies [eV].
 struct Edges {
     double EV, EC, Ei;
@@ -262,7 +294,10 @@ void check_physical_sense(const Definition& definition, LineWatch& watch)
                            name + ": the grading file of " + std::string(row.word) +
                                " is not read, as the dependence is 2 (uniform)");
         }
-        for (int k = 0; k < cell.layer[i].srhteller; ++k) check_levels(check, cell.layer[i], k + 1, name);
+        for (int k = 0; k < cell.layer[i].srhteller; ++k) {
+            check_levels(check, cell.layer[i], k + 1, name);
+            check_capture_models(check, cell.layer[i], k + 1, name);
+        }
         check_pairs(check, cell.layer[i], name);
     }
     for (std::size_t i = 0; i + 1 < count; ++i) check_interface(check, i);

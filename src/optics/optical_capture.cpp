@@ -24,18 +24,6 @@ constexpr int model_rows = 50;
 
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
-/// Energy that a photon needs for either transition of a level [eV], at the left end of its layer.
-struct Thresholds {
-    double electrons, holes;
-};
-Thresholds thresholds(const CalculationParameters& set3, const LayerParameters& layer,
-                      const BulkRecombinationParameters& level)
-{
-    const MaterialParameters& m = layer.material;
-    const double above_EV = level_above_EV(level.reference, level.Et, m.Eg.left, set3.kT, m.Nv.left / m.Nc.left);
-    return {m.Eg.left - above_EV, above_EV};
-}
-
 /// One carrier of one level, `who` for messages. @return false if it cannot be used (reported)
 bool read_cross_sections(Surroundings& surroundings, const OpticalCaptureProperties& capture, double E0,
                          const std::string& who, CrossSections& found)
@@ -251,7 +239,9 @@ bool ReadOpticalCaptureParameters(Surroundings& surroundings, const CalculationP
                 const std::string who = "Layer " + integer(static_cast<long>(j) + 1) + ", defect " +
                                         integer(static_cast<long>(d) + 1) + ", level " +
                                         integer(static_cast<long>(s) + 1);
-                const Thresholds E0 = thresholds(set3, layer, level);
+                const MaterialParameters& m = layer.material;
+                const OpticalThresholds E0 =
+                    optical_thresholds(level.reference, level.Et, m.Eg.left, set3.kT, m.Nv.left / m.Nc.left);
                 OpticalCapture found;
                 found.layer = j, found.defect = d, found.level = s;
                 if (!read_cross_sections(surroundings, level.electrons, E0.electrons, who + ", electrons",

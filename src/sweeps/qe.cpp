@@ -134,13 +134,19 @@ void make_probe(Surroundings& surroundings, Simulation& s, std::vector<double> l
     bepaal_alfa(s.set3, s.currentCalcVars.mesh, probe);
 }
 
+/// Levels stand in a light of their own as long as this lives, and in none behind it.
+struct OwnLightOnLevels {
+    explicit OwnLightOnLevels(BulkDefects& which) : defects(which) {}
+    ~OwnLightOnLevels() { clear_optical_emission(defects); }
+    OwnLightOnLevels(const OwnLightOnLevels&) = delete;
+    OwnLightOnLevels& operator=(const OwnLightOnLevels&) = delete;
+    BulkDefects& defects;
+};
+
 /// Bias and probe as one light, for levels that take from both. A given G(x) has no photons for them.
 class LightOnLevels {
 public:
-    LightOnLevels(Simulation& simulation) : s(simulation) {}
-    ~LightOnLevels() { clear_optical_emission(s.memory.defects); }
-    LightOnLevels(const LightOnLevels&) = delete;
-    LightOnLevels& operator=(const LightOnLevels&) = delete;
+    LightOnLevels(Simulation& simulation) : s(simulation), own_light(simulation.memory.defects) {}
 
     /// @return false if a file cannot be used (reported)
     bool prepare(Surroundings& surroundings, const GenerationParameters& probe)
@@ -177,6 +183,7 @@ public:
 
 private:
     Simulation& s;
+    OwnLightOnLevels own_light;
     GenerationParameters both;
     std::vector<double> bias;  ///< photons of the bias [1/(m2 s)]
     WorkPoint lit;
@@ -256,12 +263,15 @@ std::optional<int> sign_of_light_current(Surroundings& surroundings, Simulation&
         filters_at_wavelengths(surroundings, s.light.filters, light);
         CalculateIncomingFluxes(light, photons_per_nm_W, FluxMode::work_point);
         light.materials = s.light.materials;
+        if (!ReadOpticalCaptureParameters(surroundings, s.set3, light)) return {};
         ReturnToAKnownStartingPoint(s, s.evenwichtcv);
         clear_optical_emission(s.memory.defects);
+        const OwnLightOnLevels until_the_end(s.memory.defects);
         CalculationVariables cv = s.evenwichtcv;
         update_generation(lit, s.set3, cv.mesh, light);
-        const Problem problem{s.set3,           s.memory.grid,        s.memory.defects, s.memory.interface_states,
-                              light.generation, &surroundings.monitor};
+        Problem problem{s.set3,           s.memory.grid,        s.memory.defects, s.memory.interface_states,
+                        light.generation, &surroundings.monitor};
+        if (!light.capture.empty()) problem.exchange.emplace(OpticalExchange{s.memory.defects, light});
         if (!light_up(problem, s.memory.work, cv, light.generation, s.wp.numberOfPoints)) {
             if (!surroundings.monitor.stopRequested())
                 KOVINErrorMessage(surroundings.report, title,

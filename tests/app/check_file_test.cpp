@@ -227,7 +227,8 @@ TEST(CheckFile, OtherKinds)
          "0.3 1e5\n1.24 5e3\n",
          {":2: the largest wavelength is 1.24: nm are meant, this looks like um or eV"}},
         {"x.spe", "4 1\n0.3 1\n", {":1: the largest wavelength is 4", ":2: wavelength falls"}},
-        {"x.opt", "300 1e-20\n", {":1: a single row: its value counts everywhere"}},
+        {"x.opt", "300 1e-20\n", {":1: a single row: it counts at its own wavelength alone"}},
+        {"x.abs", "300 1e5\n", {":1: a single row: its value counts everywhere"}},
         {"x.grad", "0 1\n", {":1: a single row"}},
         {"x.ftr", "300 0.5\n400 1\n", {":2: no value is above 1: percent is meant"}},
         {"x.ftr", "nan 3\n300 105\n", {":1: is no row", ":2: percentage 105", ":2: a single row"}},
@@ -325,6 +326,33 @@ TEST(CheckFile, TellsEachMentionOfAMissingFileAtItsLine)
     const std::string second = "Secondworkpoint ";
     expect_findings(check_file(*s, scratch.put("x.act", second + dark + second + light + dark + light).string()),
                     {":2: Spectrum file (initial wp): 'gone.spe'", ":4: Spectrum file: 'gone.spe' is not there"});
+}
+
+TEST(CheckFile, TellsModelsOfOpticalCaptureThatGiveNothing)
+{
+    const ScratchFolder scratch;
+    const auto s = session();
+    const std::string text = read_whole_file(KOVIN_SOURCE_DIR "/home/def/impurity-photovoltaic.def").value_or("");
+    const struct {
+        const char *line, *changed, *expected;
+    } rows[] = {
+        {"holes, Emax (eV): 1.1", "holes, Emax (eV): 0.15",
+         ":127: layer 2, defect 1: level 1, optical capture of holes: the model ends at Emax, 0.150 eV, and begins at "
+         "0.157 eV: nothing is absorbed"},
+        {"electrons, Emax (eV): 1.1", "electrons, Emax (eV): 0.5", ""},  // from a file
+        {"electrons, data from model: 0", "electrons, data from model: 1", ""},
+        {"Emax (eV): 1.1", "Emax (eV): 0.9", ""},
+        {"holes, m*/m0: 1.0", "holes, m*/m0: 0.0",
+         ":125: layer 2, defect 1: level 1, optical capture of holes: the model"},
+    };
+    for (const auto& row : rows) {
+        std::string changed = text;
+        const auto at = changed.find(row.line);
+        ASSERT_NE(at, std::string::npos) << row.line;
+        changed.replace(at, std::string(row.line).size(), row.changed);
+        expect_findings(check_file(*s, scratch.put("x.def", changed).string()),
+                        *row.expected == '\0' ? Expected{} : Expected{row.expected});
+    }
 }
 
 TEST(CheckFile, TellsPairsThatAreCountedWrongAndWhereTheySettle)
