@@ -119,26 +119,29 @@ void CalculateTunnelIfaceToIface(const TunnelView& v, std::size_t a, std::size_t
     const double step = (top - base) / slices;
     const double m = v.chosen_mass(v.places.interface[a].*v.place_mass, v.places.interface[b].*v.place_mass);
     double sum = 0.0;
-    for (int k = 0; k < slices; ++k) {
-        const double level = base + (k + 0.5) * step;
-        sum += std::exp(std::min(v.E[fa] - level - v.exponent(m, fa, lb, level), 700.0));
-    }
+    for (int k = 0; k < slices; ++k)
+        for (const double off : {-gauss_two, gauss_two}) {
+            const double level = base + (k + 0.5 + off) * step;
+            sum += 0.5 * std::exp(std::min(v.E[fa] - level - v.exponent(m, fa, lb, level), 700.0));
+        }
     const double coefficient = v.N0(la) * v.b[la] * (v.problem.grid.interfaces[a].*v.velocity);
     v.add(static_cast<int>(la), fb, coefficient * step * sum);
 }
 
 /// Conduction electrons at the energies between point i and its neighbour in direction d that meet the valence band
 /// farther on.
-void band_to_band_from(const TunnelView& n, const TunnelView& p, std::size_t i, int d,
+/// @param highest_Ev  of all points: slices end there, so that J has no step
+void band_to_band_from(const TunnelView& n, const TunnelView& p, std::size_t i, int d, double highest_Ev,
                        std::vector<BandToBandPath>& paths)
 {
     const std::vector<double>&E = n.E, &Ev = p.E;
     const std::size_t N = E.size();
     const auto at_end = [&](std::size_t k) { return d > 0 ? k + 1 >= N : k == 0; };
     if (at_end(i)) return;
-    const double level = E[i];
     const std::size_t next = d > 0 ? i + 1 : i - 1;
-    if (n.layer[next] != n.layer[i] || !(E[next] > level)) return;  // a step of the band has no width
+    const double width = std::min(E[next], highest_Ev) - E[i];
+    if (n.layer[next] != n.layer[i] || !(width > 0.0)) return;  // a step of the band has no width
+    const double level = E[i] + 0.5 * width;
     std::size_t j = i;
     do {
         if (at_end(j)) return;
@@ -150,7 +153,7 @@ void band_to_band_from(const TunnelView& n, const TunnelView& p, std::size_t i, 
     const double whole = wkb_integral(E.data(), n.mesh.h.data(), std::min(i, j), std::max(i, j), level);
     const double integral = whole - beyond * n.mesh.h[last_step] * wkb_step(E[before] - level, E[j] - level);
     const double T = n.unit * std::sqrt(std::max(n.mass[i], 0.0)) * integral;
-    const double strength = (E[next] - level) * n.N0(i) * n.problem.set3.on.Nc[i] * n.vth[i] * std::exp(-T);
+    const double strength = width * n.N0(i) * n.problem.set3.on.Nc[i] * n.vth[i] * std::exp(-T);
     if (!(strength > 0.0)) return;
     paths.push_back(
         {static_cast<int>(i), static_cast<int>(j), level, strength, strength * n.row(i), strength * p.row(j)});
@@ -162,7 +165,7 @@ void BandToBandTunneling(const TunnelView& n, const TunnelView& p, std::vector<B
     const double highest_Ev = -*std::min_element(p.E.begin(), p.E.end());
     for (std::size_t i = 0; i < n.E.size(); ++i) {
         if (!n.places.band_to_band[n.layer[i]] || !(n.E[i] < highest_Ev)) continue;
-        for (const int d : {-1, 1}) band_to_band_from(n, p, i, d, paths);
+        for (const int d : {-1, 1}) band_to_band_from(n, p, i, d, highest_Ev, paths);
     }
 }
 

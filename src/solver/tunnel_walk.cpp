@@ -97,6 +97,14 @@ double TunnelWalk::per_energy(std::size_t k, double level) const
     return std::exp(std::min(top - level - T, 700.0));
 }
 
+double TunnelWalk::mean_per_energy(std::size_t k, double upper, double lower) const
+{
+    const double middle = 0.5 * (upper + lower);
+    if (!is_step(k)) return per_energy(k, middle);
+    const double off = gauss_two * (upper - lower);
+    return 0.5 * (per_energy(k, middle - off) + per_energy(k, middle + off));
+}
+
 bool TunnelWalk::count(double upper, double lower, double per_energy)
 {
     sum += (upper - lower) * per_energy;
@@ -107,7 +115,7 @@ bool TunnelWalk::slice(int source, double coefficient, std::size_t k, double upp
 {
     upper = std::min(upper, highest - least);  // a slice that begins too near the top is cut, so that J has no step
     if (!(upper > lower)) return false;
-    const double density = per_energy(k, 0.5 * (upper + lower));
+    const double density = mean_per_energy(k, upper, lower);
     const double weight = (upper - lower) * density;
     // Between the energies of a step of the band there are states on its lower side alone.
     for (const std::size_t target : {is_step(k) ? k : before(k), k})

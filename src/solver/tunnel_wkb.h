@@ -36,6 +36,10 @@ namespace kovin {
 /// @param level  energy of the carrier [kT]
 [[nodiscard]] double wkb_integral(const double* E, const double* h, std::size_t from, std::size_t to, double level);
 
+/// The two energies of Gauss in a slice of width 1, from its middle. Supply and transmission fall exponentially: over
+/// 1 kT their middle is 4 % below the mean, the two are 2e-4.
+inline constexpr double gauss_two = 0.28867513459481287;
+
 /// T of a barrier is this times sqrt(m) times wkb_integral, m in electron masses.
 /// @param kT  [eV]
 /// @param x0  [m]

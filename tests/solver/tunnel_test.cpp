@@ -1,6 +1,5 @@
-// Tunnel paths: the exponent against closed forms, the currents against quadrature of transmission times supply, the
-// equations with them against differences, and what holds for any device.
-#include "devices.h"
+// Tunnel paths: the exponent against closed forms, the equations with them against differences, what opens and shuts
+// them.
 #include "solver/currents.h"
 #include "solver/estimates.h"
 #include "solver/interface_terms.h"
@@ -9,6 +8,8 @@
 #include "solver/tunnel_solve.h"
 #include "solver/tunnel_states.h"
 #include "solver/tunnel_wkb.h"
+#include "tunnel_cells.h"
+#include "tunnel_quadrature.h"
 
 #include <gtest/gtest.h>
 
@@ -20,6 +21,7 @@ namespace kovin {
 namespace {
 
 using namespace testing;
+using namespace testing::tunnelling;
 
 TEST(Wkb, IsExactForStraightBarriersAndAtTheirEdges)
 {
@@ -39,218 +41,6 @@ TEST(Wkb, IsExactForStraightBarriersAndAtTheirEdges)
     for (int choice = 0; choice < 6; ++choice)
         EXPECT_NEAR(ChooseTunnelMass(0.2, 0.8, choice), masses[choice], 1e-15) << choice;
     EXPECT_EQ(ChooseTunnelMass(0.0, 0.0, 4), 0.0);
-}
-
-constexpr LayerSketch silicon{1e-7, 1.12, 4.05, 11.9, 2.8e25, 1.04e25, 0.1, 0.04, 0.0, 0.0};
-
-LayerParameters& add(CellParameters& cell, LayerSketch sketch, double d, double Nd, double Na, double m)
-{
-    sketch.d = d, sketch.Nd = Nd, sketch.Na = Na;
-    LayerParameters& layer = add_layer(cell, sketch);
-    set_uniform(layer.material.m_e, m);
-    set_uniform(layer.material.m_h, m);
-    return layer;
-}
-
-CellParameters empty_cell()
-{
-    CellParameters cell;
-    InitialiseCellDefinition(cell);
-    for (ContactParameters* c : {&cell.left, &cell.right}) c->Sn = c->Sp = 1e5;
-    return cell;
-}
-
-void open(InterfaceParameters& interface, double m)
-{
-    interface.tunneling = true;
-    interface.m_e = interface.m_h = m;
-}
-
-/// Metal on n-silicon of 5e18 cm-3, barrier 0.7 eV, in two layers that meet 3 nm below the metal.
-CellParameters schottky()
-{
-    CellParameters cell = empty_cell();
-    add(cell, silicon, 3e-9, 5e24, 0.0, 0.26);
-    add(cell, silicon, 9.7e-8, 5e24, 0.0, 0.26);
-    cell.left.flatband = false;
-    cell.left.Fi_m = 4.75;
-    cell.left.tunneling = true;
-    cell.left.m_e = cell.left.m_h = 0.26;
-    return cell;
-}
-
-/// The same with holes in the part of the electrons.
-CellParameters schottky_of_holes()
-{
-    CellParameters cell = schottky();
-    for (std::size_t j = 0; j < 2; ++j) {
-        MaterialParameters& m = cell.layer[j].material;
-        std::swap(m.Nd, m.Na);
-        std::swap(m.Nc, m.Nv);
-        std::swap(m.mu_n, m.mu_p);
-        std::swap(m.v_th_n, m.v_th_p);
-    }
-    cell.left.Fi_m = 4.05 + 1.12 - 0.7;
-    return cell;
-}
-
-constexpr LayerSketch ingaas{3e-6, 0.74, 4.5, 13.9, 2.1e23, 7.7e24, 0.8, 0.025, 0.0, 0.0};
-constexpr LayerSketch inalas{1e-7, 1.46, 4.0, 12.5, 5.2e23, 9e24, 0.08, 0.0075, 0.0, 0.0};
-
-/// Metal on 3 nm of InAlAs on n-InGaAs: the band falls by 0.5 eV where the barrier ends.
-CellParameters metal_on_barrier()
-{
-    CellParameters cell = empty_cell();
-    add(cell, inalas, 3e-9, 0.0, 0.0, 0.075);
-    add(cell, ingaas, 3e-7, 1e23, 0.0, 0.041);
-    cell.left.flatband = false;
-    cell.left.Fi_m = 4.6;
-    cell.left.tunneling = true;
-    cell.left.m_e = cell.left.m_h = 0.075;
-    return cell;
-}
-
-/// n-InGaAs and a window of N-InAlAs: a spike of 0.5 eV, 14 nm wide.
-CellParameters window(double Nd = 3e24)
-{
-    CellParameters cell = empty_cell();
-    add(cell, ingaas, 3e-7, 1e23, 0.0, 0.041);
-    add(cell, inalas, 1e-7, Nd, 0.0, 0.075);
-    open(cell.interfaces[0], 0.075);
-    return cell;
-}
-
-/// The same with paths from point to point as well.
-CellParameters window_and_bulk()
-{
-    CellParameters cell = window();
-    for (std::size_t j = 0; j < 2; ++j) cell.layer[j].material.tunneling = true;
-    return cell;
-}
-
-/// Two nanometres of InAlAs between layers of n-InGaAs.
-CellParameters thin_barrier()
-{
-    CellParameters cell = empty_cell();
-    add(cell, ingaas, 1e-7, 1e23, 0.0, 0.041);
-    add(cell, inalas, 2e-9, 0.0, 0.0, 0.075);
-    add(cell, ingaas, 1.5e-7, 1e23, 0.0, 0.041);
-    for (std::size_t j = 0; j < 2; ++j) open(cell.interfaces[j], 0.075);
-    return cell;
-}
-
-/// A barrier made by a sheet of acceptors in n-silicon.
-CellParameters planar_doped_barrier()
-{
-    CellParameters cell = empty_cell();
-    add(cell, silicon, 5e-8, 2e24, 0.0, 0.1);
-    add(cell, silicon, 4e-9, 0.0, 2e25, 0.1);
-    add(cell, silicon, 5e-8, 2e24, 0.0, 0.1);
-    for (std::size_t j = 0; j < 3; ++j) cell.layer[j].material.tunneling = true;
-    return cell;
-}
-
-/// p+ and n+ of 0.7 eV and 3e19 cm-3 each: the bands cross in reverse.
-CellParameters tunnel_diode(double N = 3e25)
-{
-    CellParameters cell = empty_cell();
-    LayerSketch narrow = silicon;
-    narrow.Eg = 0.7;
-    add(cell, narrow, 5e-8, 0.0, N, 0.05);
-    add(cell, narrow, 5e-8, N, 0.0, 0.05);
-    for (std::size_t j = 0; j < 2; ++j) cell.layer[j].material.tunneling = true;
-    return cell;
-}
-
-/// p+ and n+ silicon with states amid the gap between them, which carriers of both sides reach through their flanks.
-CellParameters junction_with_states(double N = 1e16)
-{
-    CellParameters cell = empty_cell();
-    for (const bool p : {true, false}) add(cell, silicon, 2e-7, p ? 0.0 : 1e24, p ? 2.5e24 : 0.0, 0.1);
-    auto& states = add_sheet(cell, 0, DefectType::neutral, N, EnergyReference::above_EV_left, 0.56, 1e-19, 1e-19);
-    states.tunneling = true;
-    states.m_e = states.m_h = 0.1;
-    return cell;
-}
-/// The same with charged ones spread over the gap, which capture unlike on both sides, between layers of which one has
-/// a wider gap.
-CellParameters junction_with_spread_states()
-{
-    CellParameters cell = junction_with_states();
-    MaterialParameters& m = cell.layer[1].material;
-    set_uniform(m.Eg, 1.25);
-    set_uniform(m.chi, 4.0);
-    InterfaceRecombinationParameters& states = cell.interfaces[0].defects[0];
-    states.defectType = DefectType::acceptor;
-    states.energy_distribution = EnergyDistribution::uniform;
-    states.Ekar = 0.3;
-    states.sigma_nright = states.sigma_pleft = 3e-19;
-    return cell;
-}
-
-void all_kinds(ConvergenceParameters& c)
-{
-    c.Tunnelcontact_allowed = c.Tunnelintraband_allowed = c.TunnelBtoB_allowed = c.Tunneliface_allowed = 1;
-}
-
-struct Case {
-    const char* name;
-    CellParameters cell;
-    double V;
-    double mirror;  ///< relative difference of the mirrored device
-};
-std::vector<Case> cases()
-{
-    return {{"contact", schottky(), -0.05, 1e-5},
-            {"contact, holes", schottky_of_holes(), 0.05, 1e-5},
-            {"contact, barrier layer", metal_on_barrier(), 0.02, 1e-5},
-            {"interface", window(), 0.02, 1e-5},
-            {"interfaces", thin_barrier(), 0.02, 1e-5},
-            {"interface and bulk", window_and_bulk(), 0.02, 1e-2},
-            {"bulk", planar_doped_barrier(), 0.04, 0.1},
-            {"band to band", tunnel_diode(), -0.05, 1e-4},
-            {"states", junction_with_states(), 0.4, 1e-6},
-            {"spread states", junction_with_spread_states(), 0.4, 1e-6}};
-}
-
-void fixed_mesh(ConvergenceParameters& c)
-{
-    all_kinds(c);
-    c.recalculate_mesh = 0;
-}
-
-double current(const CellParameters& cell, double V, const Device::Settings& settings = fixed_mesh)
-{
-    Device device(cell, 300.0, settings);
-    EXPECT_TRUE(device.solve_equilibrium() && device.go_to(V, 2));
-    return device.cv.J_median;
-}
-
-TEST(Tunnelling, NoCurrentAtEquilibriumAndOneAlongTheDeviceElsewhere)
-{
-    for (const Case& c : cases()) {
-        Device device(c.cell, 300.0, fixed_mesh);
-        ASSERT_TRUE(device.solve_equilibrium()) << c.name;
-        ASSERT_TRUE(device.solve()) << c.name;
-        EXPECT_EQ(device.cv.J_median, 0.0) << c.name;
-        EXPECT_EQ(device.cv.J_spread, 0.0) << c.name;
-        ASSERT_TRUE(device.go_to(c.V)) << c.name;
-        EXPECT_LT(device.cv.iterations, 20) << c.name;
-        EXPECT_LT(device.cv.J_spread, 1e-5 * std::fabs(device.cv.J_median) + 5e-4) << c.name;
-        const ContactCurrents contact = contact_currents(device.problem(), device.cv);
-        const double J = device.cv.J_median;
-        EXPECT_NEAR(contact.j_n_left + contact.j_p_left, J, 2e-3 * std::fabs(J)) << c.name;
-        EXPECT_NEAR(contact.j_n_right + contact.j_p_right, J, 2e-3 * std::fabs(J)) << c.name;
-        const auto& jn = device.cv.jn_tunnel;
-        const auto& jp = device.cv.jp_tunnel;
-        double largest = 0.0;
-        for (std::size_t i = 0; i < jn.size(); ++i) largest = std::max(largest, std::fabs(jn[i]) + std::fabs(jp[i]));
-        EXPECT_GT(largest, 0.3 * std::fabs(device.cv.J_median)) << c.name << ": the current does tunnel";
-        const double closed = current(c.cell, c.V, [](ConvergenceParameters& s) { s.recalculate_mesh = 0; });
-        EXPECT_GT(std::fabs(device.cv.J_median), 1.2 * std::fabs(closed)) << c.name;
-        EXPECT_NEAR(current(mirrored(c.cell), -c.V) / device.cv.J_median, -1.0, c.mirror) << c.name;
-    }
-    EXPECT_NEAR(current(schottky_of_holes(), 0.05) / current(schottky(), -0.05), -1.0, 1e-3) << "but for the rest";
 }
 
 /// A state with levels that vary from point to point, so that no path is idle.
@@ -346,63 +136,6 @@ TEST(Tunnelling, JacobianIsTheDerivativeAndBothSolversSolveIt)
         }
 }
 
-/// Particle flux out of the source by quadrature over the energies from `bottom` to E[top_at], every path ending where
-/// the band crosses its energy, those that begin less than `least` below the top left out: strength of all paths with u
-/// = 1 at the source and 0 elsewhere.
-double supply_times_transmission(const Device& device, const std::vector<double>& E, std::size_t top_at, int d,
-                                 double bottom, double velocity, double density, double m, double least)
-{
-    const Mesh& mesh = device.cv.mesh;
-    const double unit = wkb_unit(device.set3.kT, device.set3.scale.x0) * std::sqrt(m);
-    constexpr int slices = 40000;
-    const double step = (E[top_at] - least - bottom) / slices;
-    double sum = 0.0;
-    for (int n = 0; n < slices; ++n) {
-        const double level = bottom + (n + 0.5) * step;
-        std::size_t k = top_at;
-        while (E[k] > level && (d > 0 ? k + 1 < E.size() : k > 0)) k = d > 0 ? k + 1 : k - 1;
-        sum += step *
-               std::exp(E[top_at] - level -
-                        unit * wkb_integral(E.data(), mesh.h.data(), std::min(top_at, k), std::max(top_at, k), level));
-    }
-    return density * velocity * sum;
-}
-
-TEST(Tunnelling, StrengthIsTransmissionTimesSupply)
-{
-    const auto strength = [](const Device& device) {
-        double sum = 0.0;
-        for (const TunnelPath& t : device.memory.work.tunnel.n.paths) sum += t.strength;
-        return sum;
-    };
-    const auto found = [](Device& device, double V) {
-        EXPECT_TRUE(device.solve_equilibrium() && device.go_to(V));
-        find_tunnel_paths(device.problem(), device.cv, Carrier::electrons, device.memory.work.tunnel);
-    };
-    {
-        Device device(schottky(), 300.0, fixed_mesh);
-        found(device, 0.05);
-        const auto& E = device.memory.work.tunnel.Ec;
-        const double bottom = *std::min_element(E.begin(), E.end());
-        const double exact = supply_times_transmission(device, E, 0, 1, bottom, device.set3.Sn_left,
-                                                       device.set3.scale.N0[0] * device.cv.bn[0], 0.26, 0.0);
-        EXPECT_NEAR(strength(device) / exact, 1.0, 2e-3) << "contact";
-    }
-    for (const auto& [turned, Nd] : {std::pair(false, 3e24), {true, 3e24}, {false, 3e23}}) {
-        const CellParameters cell = window(Nd);
-        Device device(turned ? mirrored(cell) : cell, 300.0, fixed_mesh);
-        found(device, turned ? -0.02 : 0.02);
-        const auto& E = device.memory.work.tunnel.Ec;
-        const std::size_t l = device.last(0), a = turned ? l + 1 : l, b = turned ? l : l + 1;
-        const auto split = E.begin() + static_cast<std::ptrdiff_t>(l) + 1;
-        const double end = turned ? *std::min_element(E.begin(), split) : *std::min_element(split, E.end());
-        const double bottom = std::max(E[a], end);
-        const double exact = supply_times_transmission(device, E, b, turned ? -1 : 1, bottom, device.set3.vn_if[0],
-                                                       device.set3.scale.N0[0] * device.cv.bn[l], 0.075, 2.0);
-        EXPECT_NEAR(strength(device) / exact, 1.0, 5e-3) << "interface, " << Nd;
-    }
-}
-
 // A state captures the carriers beside it and those whose energy lies above it; it gives as many electrons as holes, at
 // the points that its paths lead to.
 TEST(Tunnelling, StatesCaptureFromTheFlanksOfBothBands)
@@ -420,8 +153,9 @@ TEST(Tunnelling, StatesCaptureFromTheFlanksOfBothBands)
             const auto& E = electrons ? work.Ec : work.Ev;
             const auto split = E.begin() + static_cast<std::ptrdiff_t>(l) + (right ? 1 : 0);
             const double end = right ? *std::min_element(split, E.end()) : *std::min_element(E.begin(), split + 1);
-            return supply_times_transmission(device, E, right ? l + 1 : l, right ? 1 : -1, std::max(bottom, end), 1.0,
-                                             1.0, 0.1, 0.0);
+            const std::vector<double> nobody(E.size(), 0.0);
+            return descent(device, E, right ? l + 1 : l, right ? 1 : -1, std::max(bottom, end), 0.1, device.set3.on.m_e,
+                           0.0, 1.0, nobody);
         };
         double n_sum = 0.0, p_sum = 0.0, gain_sum = 0.0;
         for (std::size_t e = 0; e < cv.tunnel_states.energies.size(); ++e) {
