@@ -68,8 +68,8 @@ struct TunnelWalk {
     /// Supply times transmission of an energy whose path ends between k and the point before it, the supply at the top
     /// being 1 [per kT].
     [[nodiscard]] double per_energy(std::size_t k, double level) const;
-    /// Its mean over a slice: on a step of the band, whose slices are as wide as kT, from two energies (Gauss), else that
-    /// of the middle.
+    /// Its mean over a slice: on a step of the band, whose slices are as wide as kT, from two energies (Gauss), else
+    /// that of the middle.
     [[nodiscard]] double mean_per_energy(std::size_t k, double upper, double lower) const;
     /// Counts the slice from `upper` to `lower`. @return the tail is negligible from here on
     bool count(double upper, double lower, double per_energy);
