@@ -15,6 +15,7 @@ namespace {
 
 constexpr double largest_F = 300.0;                 ///< beyond it a share is nothing, and its square still a number
 constexpr double longest_step = 4.0, longer = 1.2;  ///< by which weights and steps grow again
+constexpr double all_of_one_kind = 20.0;            ///< F beyond which a share of 2e-9 is all that changes
 
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
@@ -170,7 +171,10 @@ void Update_Meta_Ratios(MetaRatios& ratios, double damping)
             const double wish = pair.F_new[i] - pair.F[i];
             double& weight = pair.weight[i];
             weight = wish * pair.previous[i] < 0.0 ? 0.5 * weight : std::min(1.0, longer * weight);
-            pair.F[i] += std::clamp(damping * weight * wish, -ratios.longest_step, ratios.longest_step);
+            // Back from where all are of one kind the way is free.
+            const double back = wish * pair.F[i] < 0.0 ? std::abs(pair.F[i]) - all_of_one_kind : 0.0;
+            const double longest = std::max(ratios.longest_step, back);
+            pair.F[i] += std::clamp(damping * weight * wish, -longest, longest);
             pair.previous[i] = wish;
         }
     ratios.longest_step = std::min(longest_step, longer * ratios.longest_step);

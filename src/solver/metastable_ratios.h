@@ -10,6 +10,8 @@
 //
 //     F += weight (F_new - F), at most 4;   weight halved where F_new - F has turned its sign, else a fifth larger up
 //     to 1
+//
+// Back from where all pairs are of one kind, |F| above 20, a step may be longer.
 #pragma once
 
 #include "solver/problem.h"

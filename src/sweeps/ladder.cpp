@@ -49,11 +49,13 @@ void CheckCutoffWavelengths(double& shorter, double& longer)
     if (longer - shorter <= 1e-4) longer = shorter + 1.0;
 }
 
-/// The second working point: the contacts and the side of the light are those of the first.
+/// The second working point: contacts, front and side of the light are those of the first.
 WorkPoint second_work_point(const ActionPanel& panel)
 {
     WorkPoint wp = panel.secondWorkPoint;
     wp.lightFromRight = panel.workPoint.lightFromRight;
+    wp.Rfront = panel.workPoint.Rfront;
+    wp.Tfront = panel.workPoint.Tfront;
     wp.RsPresent = panel.workPoint.RsPresent;
     wp.Rs = panel.workPoint.Rs;
     wp.GshPresent = panel.workPoint.GshPresent;

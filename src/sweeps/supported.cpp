@@ -2,6 +2,7 @@
 
 #include "base/text_format.h"
 #include "device/charge_states.h"
+#include "device/unit_systems.h"
 
 namespace kovin {
 
@@ -92,8 +93,10 @@ UnsupportedPhysics unsupported_physics(const Simulation& simulation)
     check_cell(simulation.zonnecel.cell, found.falsifies);
     check_idle_defects(simulation.zonnecel.cell, found.left_out);
 
-    const WorkPoint& wp = simulation.panel.workPoint;
-    const bool given_light = wp.generationSpecified && !wp.dark;
+    const auto given = [](const WorkPoint& wp) { return wp.generationSpecified && !wp.dark; };
+    const ActionPanel& panel = simulation.panel;
+    const bool given_light =
+        given(panel.workPoint) || (CheckMETAMode(simulation.zonnecel.cell) && given(panel.secondWorkPoint));
     const struct {
         bool asked;
         const char* name;
