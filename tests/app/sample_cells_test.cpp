@@ -129,6 +129,13 @@ TEST(SampleCells, OpenTunnelPathsHardlyMoveCellsWithoutBarriers)
             EXPECT_NEAR(open.iv.ivcurrent[i], open.iv.TotalRec[i] - open.iv.TotalGen[i],
                         1e-3 * std::max(std::fabs(open.iv.ivcurrent[i]), open.iv.TotalRec[i]))
                 << cell.name << " at " << open.iv.iv_as[i] << " V";
+        const auto never = session_with(cell.name);
+        for (Simulation* s : {&session->simulation, &never->simulation}) s->problem.input.convergence.tunnel_paths = 1;
+        EXPECT_EQ(curve_of(*session).iv.ivcurrent, curve_of(*never).iv.ivcurrent) << cell.name;
+        const CalculationVariables &after = session->simulation.werkpuntcv, &without = never->simulation.werkpuntcv;
+        EXPECT_EQ(after.psi, without.psi) << cell.name;
+        EXPECT_EQ(after.Fn, without.Fn) << cell.name;
+        EXPECT_TRUE(after.jn_tunnel.empty()) << cell.name << ": nothing stays once all paths are shut";
     }
 }
 

@@ -136,6 +136,50 @@ TEST(Tunnelling, JacobianIsTheDerivativeAndBothSolversSolveIt)
         }
 }
 
+// Sources on both sides of their targets, pairs around a barrier, one of which ends at a source.
+TEST(Tunnelling, BorderAndEnvelopeGiveOneSolutionOnLongMeshes)
+{
+    for (const std::size_t N : {60U, 600U, 3600U}) {
+        Workspace w;
+        w.resize(N, 1, false);
+        TunnelPaths found;
+        const auto path = [&](std::size_t from, std::size_t to) {
+            found.paths.push_back({static_cast<int>(from), static_cast<int>(to), 0.0, 0.0, 0.0});
+        };
+        for (std::size_t k = 2; k < N / 20; ++k) path(N / 2 - k, N / 2 + k);
+        path(N / 2 - N / 20, N / 3 * 2);
+        found.pairs = found.paths.size();
+        for (const std::size_t source : {N / 3, N / 3 + 1, N / 3 * 2})
+            for (std::size_t k = 2; k < N / 10; ++k) path(source, source == N / 3 ? source - k : source + k);
+        const auto solution = [&](bool bordered) {
+            w.tunnel.outside.clear();
+            for (std::size_t i = 0; i < N; ++i) {
+                const double x = static_cast<double>(i);
+                w.sub[i] = -1.0 - 0.3 * std::sin(x);
+                w.super[i] = -1.0 - 0.3 * std::cos(2.0 * x);
+                w.main[i] = 0.01 - w.sub[i] - w.super[i];
+                w.res[i] = std::sin(0.7 * x * x);
+            }
+            double strength = 0.1;
+            for (const TunnelPath& t : found.paths) {
+                const auto s = static_cast<std::size_t>(t.source), e = static_cast<std::size_t>(t.target);
+                strength = std::fmod(strength + 0.37, 1.0);
+                w.main[s] += strength;
+                w.main[e] += strength;
+                w.tunnel.outside.push_back({s, e, -strength});
+                w.tunnel.outside.push_back({e, s, -strength});
+            }
+            EXPECT_TRUE(bordered ? solve_bordered(w, found) : calculate_dc_delta_u_or_v_sparse(w)) << N;
+            return w.delta;
+        };
+        const std::vector<double> a = solution(true), b = solution(false);
+        EXPECT_EQ(w.tunnel.border.size(), 3U);
+        EXPECT_FALSE(w.tunnel.inside.empty());
+        const double size = *std::max_element(b.begin(), b.end());
+        for (std::size_t i = 0; i < N; ++i) ASSERT_NEAR(a[i], b[i], 1e-12 * size) << N << " at " << i;
+    }
+}
+
 // A state captures the carriers beside it and those whose energy lies above it; it gives as many electrons as holes, at
 // the points that its paths lead to.
 TEST(Tunnelling, StatesCaptureFromTheFlanksOfBothBands)
