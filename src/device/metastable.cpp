@@ -75,6 +75,18 @@ std::array<Configuration, 2> configurations(const MetaStableDefectParameters& pa
              {"AcceptorDefect", "acceptor configuration", pair.acceptor_defect, pair.donor_charge_state - 2}}};
 }
 
+/// "; the donor could react as 4 (+)", nothing where one of the defects is not there.
+std::string states_that_fit(const LayerParameters& layer, const MetaStableDefectParameters& pair)
+{
+    const auto there = [&](int defect) { return defect >= 0 && defect < layer.srhteller; };
+    if (!there(pair.donor_defect) || !there(pair.acceptor_defect)) return {};
+    std::string text;
+    for (const int type : fill_meta_chargestates(layer.srh[static_cast<std::size_t>(pair.donor_defect)],
+                                                 layer.srh[static_cast<std::size_t>(pair.acceptor_defect)]))
+        text += (text.empty() ? "; the donor could react as " : ", ") + integer(type) + " (" + charge_text(type) + ')';
+    return text.empty() ? "; no charge fits both defects" : text;
+}
+
 /// A configuration against the defects of its layer; without a text if it can react.
 PairFinding fault_of(const LayerParameters& layer, const MetaStableDefectParameters& pair, const Configuration& c)
 {
@@ -87,7 +99,8 @@ PairFinding fault_of(const LayerParameters& layer, const MetaStableDefectParamet
     const std::string its = std::string("its ") + c.name + ", defect " + integer(c.defect + 1) + ",";
     if (level_without_capture(levels) >= 0) return fault(c.key, its + " has a level that captures neither carrier");
     if (GetDefectStateFromChargeType(levels, c.charge_type) >= 0) return {};
-    return fault("Donor charge state", its + " has no state of charge " + charge_text(c.charge_type));
+    return fault("Donor charge state",
+                 its + " has no state of charge " + charge_text(c.charge_type) + states_that_fit(layer, pair));
 }
 
 }  // namespace
@@ -163,6 +176,15 @@ int GetDefectStateFromChargeType(const DefectLevels& levels, int charge_type)
     return state >= 0 && state <= level_count(levels) ? state : -1;
 }
 
+std::vector<int> fill_meta_chargestates(const DefectLevels& donor, const DefectLevels& acceptor)
+{
+    std::vector<int> types;
+    for (int type = 0; type < static_cast<int>(std::size(chargeTypeStrings)); ++type)
+        if (GetDefectStateFromChargeType(donor, type) >= 0 && GetDefectStateFromChargeType(acceptor, type - 2) >= 0)
+            types.push_back(type);
+    return types;
+}
+
 void SynchroniseMetaCaptureCrossSectionsWithDefectCaptureCrossSections(MetaStableDefectParameters& pair,
                                                                        const LayerParameters& layer)
 {
@@ -211,6 +233,9 @@ std::vector<PairFinding> metastable_remarks(const LayerParameters& layer)
             tell("UserDefined Activation Energies",
                  "the flags must leave three activation energies of which the other two follow; Eact_EE and Eact_HE "
                  "are taken to follow");
+        const bool frozen =
+            pair.electron_process != 0 && pair.hole_process != 0 && pair.sigma_don_n <= 0.0 && pair.sigma_acc_p <= 0.0;
+        if (frozen) tell("sigma_don_n", "sigma_don_n and sigma_acc_p are 0: it keeps its initial configuration");
         MetaStableDefectParameters used = pair;
         UpdateActivationEnergies(used, Eg);
         for (const E which : {E::TR, E::EC, E::EE, E::HC, E::HE}) {
@@ -233,6 +258,13 @@ std::string pair_text(const LayerParameters& layer, const MetaStableDefectParame
     for (const Configuration& c : configurations(pair))
         text += std::string(" ") + c.name + " defect " + integer(c.defect + 1) + " in state " +
                 charge_text(c.charge_type) + ',';
+    const auto process = [&](const char* carriers, int flag, double sigma_cm2) {
+        text += std::string(" ") + carriers +
+                (flag == 0 ? "two at a time, " + scientific(pair.phonon_frequency, 0, 1) + " Hz,"
+                           : "one for one of the other kind, " + scientific(sigma_cm2, 0, 1) + " cm2,");
+    };
+    process("electrons ", pair.electron_process, pair.sigma_don_n);
+    process("holes ", pair.hole_process, pair.sigma_acc_p);
     MetaStableDefectParameters used = pair;
     UpdateActivationEnergies(used, layer.material.Eg.left);
     const DerivedEnergies follows = interpretEactgiven(interpretEactgiven(pair.derived_energy));

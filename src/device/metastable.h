@@ -53,6 +53,10 @@ inline constexpr const char* chargeTypeStrings[] = {"3-", "2-", "-", "0", "+", "
 /// has none: its states are not told apart.
 [[nodiscard]] int GetDefectStateFromChargeType(const DefectLevels& levels, int charge_type);
 
+/// The charge types of the donor that fit both defects: the donor has a state of this charge, the acceptor one with two
+/// electrons more.
+[[nodiscard]] std::vector<int> fill_meta_chargestates(const DefectLevels& donor, const DefectLevels& acceptor);
+
 /// Capture cross sections of the pair from the levels beside the states that take part, where they exist.
 void SynchroniseMetaCaptureCrossSectionsWithDefectCaptureCrossSections(MetaStableDefectParameters& pair,
                                                                        const LayerParameters& layer);
@@ -66,9 +70,10 @@ struct PairFinding {
 /// Why the pairs of a layer cannot be calculated; empty if they can.
 [[nodiscard]] std::vector<PairFinding> metastable_faults(const LayerParameters& layer);
 /// What can be calculated and is hardly meant: flags without a code, energies that disagree with what follows from the
-/// others, negative barriers. @param layer  its Eg with the values at the left end
+/// others, negative barriers, no way that is open. @param layer  its Eg with the values at the left end
 [[nodiscard]] std::vector<PairFinding> metastable_remarks(const LayerParameters& layer);
-/// The pair in one line: its defects with their charges, density, energies as they are used.
+/// The pair in one line: its defects with their charges, processes and energies as they are used.
+/// @param layer  in the user's units
 [[nodiscard]] std::string pair_text(const LayerParameters& layer, const MetaStableDefectParameters& pair);
 
 /// One place of a pair, as its rates need it.

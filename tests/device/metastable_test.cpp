@@ -93,6 +93,7 @@ TEST(Metastable, ThePartnersAreFoundByTheirChargeAndWhatCannotReactIsNamed)
     test::add_defect(layer, DefectType::acceptor, EnergyDistribution::single, 0.1, 1e22).sigma_p = 4e-20;
     const DefectLevels& chain = test::add_chain(layer, LevelType::plus_zero, {0.3, 0.6}, 1e22);  // + 0 -
     test::add_defect(layer, DefectType::neutral, EnergyDistribution::single, 0.1, 1e22);
+    test::add_chain(layer, LevelType::zero_minus, {0.3, 0.6}, 1e22);  // 0 - 2-
     struct State {
         const DefectLevels& levels;
         int charge_type, state;
@@ -118,7 +119,10 @@ TEST(Metastable, ThePartnersAreFoundByTheirChargeAndWhatCannotReactIsNamed)
     };
     for (const Fault& f :
          {Fault{"a donor and an acceptor of one level", 0, 1, 4, nullptr}, Fault{"states of a chain", 2, 1, 4, nullptr},
-          Fault{"the default charge state fits no single donor", 0, 1, 3, "no state of charge 2-"},
+          Fault{"the default charge state fits no single donor", 0, 1, 3,
+                "no state of charge 2-; the donor could react as 4 (+)\n"},
+          Fault{"chains offer more", 2, 4, 5, "no state of charge 2+; the donor could react as 3 (0), 4 (+)\n"},
+          Fault{"an acceptor for a donor", 1, 0, 4, "no charge fits both defects"},
           Fault{"no donor", -1, 1, 4, "no defect stands"}, Fault{"one defect for both", 2, 2, 4, "takes part twice"},
           Fault{"a neutral defect", 3, 1, 4, "no state of charge +"},
           Fault{"no such charge", 0, 1, 9, "no state of charge 6"}}) {
@@ -140,6 +144,8 @@ TEST(Metastable, ThePartnersAreFoundByTheirChargeAndWhatCannotReactIsNamed)
     EXPECT_EQ(metastable_remarks(layer).size(), 2U) << "the stored energy disagrees, the barrier is negative";
     pair.derived_energy = {};
     EXPECT_EQ(metastable_remarks(layer).size(), 3U) << "and the flags say nothing";
+    pair.sigma_don_n = pair.sigma_acc_p = 0.0;
+    EXPECT_EQ(metastable_remarks(layer).size(), 4U) << "and no way is open";
 }
 
 }  // namespace
