@@ -129,6 +129,15 @@ struct MaterialParameters {
     Absorption absorption;
 };
 
+/// What a layer is for: 0 physical layer; interlayers 1 optical, 2 electrical, 3 electro-optical; contact layers 11,
+/// 12, 13 likewise. Only the C-V of an MIS structure asks.
+inline constexpr int electrical_interlayer = 2, electro_optical_interlayer = 3, last_functional_type = 13;
+/// Is it an insulator that no carrier passes?
+[[nodiscard]] constexpr bool is_electrical_interlayer(int functional_type)
+{
+    return functional_type == electrical_interlayer || functional_type == electro_optical_interlayer;
+}
+
 struct LayerParameters {
     std::string name;
     int layernumber = 0;
@@ -139,7 +148,7 @@ struct LayerParameters {
     Profile composition;
     bool is_new = true;
     std::array<MetaStableDefectParameters, max_metastable> metastable;
-    int functional_type = 0;  ///< 0 physical layer, 1-3 interlayers, 11-13 contact layers
+    int functional_type = 0;  ///< see is_electrical_interlayer
 };
 
 /// One sheet of states at an interface.

@@ -319,6 +319,8 @@ void read_layer(Reading& reading)
         } else if (source.starts("Tunneling in layer")) {
             if (source.flag("Tunneling in layer", material.tunneling))
                 reading.open_path(material.tunneling, &C::Tunnelintraband_allowed);
+        } else if (source.starts(functional_key.word)) {
+            read_value(source, functional_key.word, functional_key, layer);
         } else if (source.starts_exactly("absorption grading")) {
             if (InputLineToProfile(source, "absorption grading", material.absorption.grading))
                 material.absorption.grading.dependence = Dependence::on_y;

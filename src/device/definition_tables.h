@@ -218,6 +218,13 @@ inline constexpr KeyRow<CellParameters> reference_keys[] = {
      .unit = " (1: as a consumer (consumed power = +VJ; 0: as a generator (generated power = +VJ) )"},
 };
 
+/// Without this line a layer is a physical one; it is written for others alone.
+inline constexpr KeyRow<LayerParameters> functional_key = {
+    .word = "functional type",
+    .whole = &LayerParameters::functional_type,
+    .limits = {0, last_functional_type},
+    .unit = " (0: physical layer; 2: interlayer, electrical; 3: interlayer, electro-optical)"};
+
 // ---- graded quantities -------------------------------------------------------------------------------------------
 
 /// Values that a quantity can have in a file.

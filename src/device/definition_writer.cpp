@@ -207,6 +207,7 @@ void add_layer(std::string& out, const CellParameters& cell, int index, const Fo
     const LayerParameters& layer = cell.layer[static_cast<std::size_t>(index)];
     out += "layer\n\nname : " + layer.name + "\n";
     out += "d : " + scientific(layer.material.d, 9, 3) + " [m]\n";
+    if (layer.functional_type != 0) add_row(out, functional_key, layer);
     add_material(out, layer, form);
     for (int k = 0; k < layer.srhteller; ++k) add_bulk_defect(out, layer.srh[static_cast<std::size_t>(k)], k == 0);
     for (int k = 0; k < max_metastable; ++k) {

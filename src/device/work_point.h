@@ -47,12 +47,14 @@ struct ActionList {
     bool CV_calculate = false;
     double CV_startV = -0.8, CV_stopV = 0.4;
     int CV_points = 25;
-    bool MIS_CV_calculate = false;
+    bool MIS_CV_calculate = false;        ///< the C-V is one of an MIS structure, see solver/mis.h
+    bool minority_carriers_wait = false;  ///< in it: deep depletion; no file holds it
     bool Cf_calculate = false;
     double Cf_startf = 1e2, Cf_stopf = 1e6;
     int Cf_points = 21;
     bool stopAfterVoc = false;
     bool pause = false;
+    [[nodiscard]] bool asks_for_CV() const { return CV_calculate || MIS_CV_calculate; }
 };
 
 /// What the action panel shows: user sign.

@@ -71,6 +71,11 @@ void write_cut(std::string& out, bool failed, std::size_t done, std::size_t aske
            integer(static_cast<long>(done)) + " of " + integer(static_cast<long>(asked)) + " points)\n\n";
 }
 
+void write_remark(std::string& out, const std::string& remark)
+{
+    if (!remark.empty()) out += "remark: " + remark + "\n\n";
+}
+
 void write_tunnelling(std::string& out, const RunRecord& run)
 {
     if (run.tunnelling)
@@ -111,6 +116,7 @@ std::string cv_naar_file(const std::string& version, std::span<const DataListEle
             write_rows<CvCurve>(out, without_doping, curve, done, element.CV_points, ActionListMode);
         }
         write_cut(out, curve.failed, done, element.CV_points);
+        write_remark(out, curve.remark);
         write_tunnelling(out, element.run);
     }
     return out;

@@ -62,6 +62,8 @@ struct CvCurve {
     std::string layer_name;                          ///< of NW.layer
     CellOnMesh cell;
     double frequency = 0.0;  ///< [Hz]; 0: not known
+    bool mis = false;        ///< of an MIS structure: the DC columns are those of its flat levels, 1/C^2 has no Vbi
+    std::string remark;      ///< on how it was calculated, for its file; empty: in the usual way
 
     bool failed = false;  ///< the sweep ended with a point that did not converge; false behind a stop
 

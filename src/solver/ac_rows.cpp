@@ -25,8 +25,11 @@ struct View {
     double value_right;                ///< of w in equilibrium with the right contact
 };
 
+// In a parted cell each contact is in balance with the level beside it, also where that is one of absent carriers.
+
 View electrons(const Problem& problem, const CalculationVariables& cv)
 {
+    const bool parted = problem.closed_interface.has_value();
     const CalculationParameters& set3 = problem.set3;
     return {1.0,
             set3.on.Dn,
@@ -41,13 +44,14 @@ View electrons(const Problem& problem, const CalculationVariables& cv)
             &Discretisation::Interface::vn,
             set3.Sn_left,
             set3.Sn_right,
-            std::expm1(cv.Fn.front()),
-            std::exp(cv.V_kT) * std::expm1(cv.Fn.back() - cv.V_kT),
-            std::exp(cv.V_kT)};
+            parted ? 0.0 : std::expm1(cv.Fn.front()),
+            parted ? 0.0 : std::exp(cv.V_kT) * std::expm1(cv.Fn.back() - cv.V_kT),
+            parted ? cv.expFn.back() : std::exp(cv.V_kT)};
 }
 
 View holes(const Problem& problem, const CalculationVariables& cv)
 {
+    const bool parted = problem.closed_interface.has_value();
     const CalculationParameters& set3 = problem.set3;
     return {-1.0,
             set3.on.Dp,
@@ -62,9 +66,9 @@ View holes(const Problem& problem, const CalculationVariables& cv)
             &Discretisation::Interface::vp,
             set3.Sp_left,
             set3.Sp_right,
-            std::expm1(-cv.Fp.front()),
-            std::exp(-cv.V_kT) * std::expm1(cv.V_kT - cv.Fp.back()),
-            std::exp(-cv.V_kT)};
+            parted ? 0.0 : std::expm1(-cv.Fp.front()),
+            parted ? 0.0 : std::exp(-cv.V_kT) * std::expm1(cv.V_kT - cv.Fp.back()),
+            parted ? cv.expmFp.back() : std::exp(-cv.V_kT)};
 }
 
 void links(const Problem& problem, const CalculationVariables& cv, const View& c, AcLinks& link)
@@ -81,7 +85,9 @@ void links(const Problem& problem, const CalculationVariables& cv, const View& c
         }
     for (std::size_t j = 0; j + 1 < at(mesh.nlayers); ++j) {
         const std::size_t l = at(mesh.last[j]), f = l + 1;
-        const double g = c.b[l] * problem.grid.interfaces[j].*c.velocity;
+        // In a parted cell the levels are flat but for places that no carrier passes.
+        const bool closed = problem.closed_interface && (j == *problem.closed_interface || c.step[f] != 0.0);
+        const double g = closed ? 0.0 : c.b[l] * problem.grid.interfaces[j].*c.velocity;
         link.left[f] = g * c.w[l];
         link.right[f] = g * c.w[f];
         link.net[f] = g * c.step[f];
@@ -174,11 +180,11 @@ void interface_rows(const Problem& problem, const CalculationVariables& cv, std:
     for (const InterfaceEnergy& level : interface_energies(problem, cv))
         if (level.interface == j) add_transfer_sums(level, c, sums);
 
-    r.C = {{{0.0, r.sheet * uR * t.drho_if_du_right, r.sheet * vR * t.drho_if_dv_right},
-            {rows.n.super_psi[l], rows.n.super[l] + r.n_left * uR * t.dIn_left_du_right,
-             r.n_left * vR * t.dIn_left_dv_right},
-            {rows.p.super_psi[l], r.p_left * uR * t.dIp_left_du_right,
-             rows.p.super[l] + r.p_left * vR * t.dIp_left_dv_right}}};
+    r.C = {{{0.0, r.sheet * (uR * t.drho_if_du_right), r.sheet * (vR * t.drho_if_dv_right)},
+            {rows.n.super_psi[l], rows.n.super[l] + r.n_left * (uR * t.dIn_left_du_right),
+             r.n_left * (vR * t.dIn_left_dv_right)},
+            {rows.p.super_psi[l], r.p_left * (uR * t.dIp_left_du_right),
+             rows.p.super[l] + r.p_left * (vR * t.dIp_left_dv_right)}}};
     const double In_Fn = uL * t.dIn_right_du_left, In_Fp = vL * t.dIn_right_dv_left;
     const double Ip_Fn = uL * t.dIp_right_du_left, Ip_Fp = vL * t.dIp_right_dv_left;
     r.A = {{{-1.0, 0.0, 0.0},

@@ -21,9 +21,26 @@ void join_iv(const Simulation& s, const IvCurve& dc, DataListElement& element)
     extract_characteristics(s, element.iv, element.characteristics);
 }
 
+/// Why a point of an MIS structure has no solution; there is none but this reason that has been met.
+constexpr const char* no_mis_state =
+    "Poisson's equation has no solution there: beyond some 15 V at 300 K exp(qV/kT) is beyond the numbers.";
+
+/// How the curve of an MIS structure came about.
+std::string remark_on_mis(const Simulation& s, const MisStructure& mis, Minority minority)
+{
+    const auto layer = [&](std::size_t j) {
+        return "layer " + integer(static_cast<long>(j) + 1) + " (" + s.set3.layer[j].name + ')';
+    };
+    return "MIS structure: both quasi-Fermi levels are flat on either side of the border between " +
+           layer(mis.interface) + " and " + layer(mis.interface + 1) + ", which no carrier passes" +
+           (minority == Minority::left_out ? "; deep depletion: no minority carriers are generated" : "") +
+           (s.wp.dark ? "" : "; light has no part in it");
+}
+
 }  // namespace
 
-SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecision& decision, DataListElement& element)
+SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecision& decision, DataListElement& element,
+                    const std::optional<MisStructure>& mis)
 {
     const ActionList& asked = s.actie;
     const double omega_us = 2.0 * std::numbers::pi * s.wp.frequency;
@@ -32,9 +49,10 @@ SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecisi
     RecombinationProfile recombination;
     SmallSignalWork work;
     SmallSignal answer;
+    const Minority minority = asked.minority_carriers_wait ? Minority::left_out : Minority::in_equilibrium;
     const auto measure = [&](double v_cell, bool) {
-        if (!calculate_small_signal_ac(s.solver_problem(), s.currentCalcVars, omega_us, work, answer))
-            return AfterPoint::failed;
+        const Problem problem = mis ? parted(s.solver_problem(), *mis) : s.solver_problem();
+        if (!calculate_small_signal_ac(problem, s.currentCalcVars, omega_us, work, answer)) return AfterPoint::failed;
         const Admittance Y = at_terminals(answer.median, omega_us, circuit);
         add_dc_point(s, v_cell, recombination, curve.dc);
         curve.v_cell.push_back(v_cell);
@@ -43,19 +61,25 @@ SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecisi
         return AfterPoint::go_on;
     };
     const auto shown = [&](double V) { return fixed(V * s.polarity.V, 0, 3); };
-    const SweepEnd end =
-        run_voltages(surroundings, s, decision,
-                     {.start = asked.CV_startV,
-                      .stop = asked.CV_stopV,
-                      .points = asked.CV_points,
-                      .name = "C(V)",
-                      .progress = "Calculating C(V) at " + scientific(s.wp.frequency, 8, 2) + " Hz from " +
-                                  shown(asked.CV_startV) + " V to " + shown(asked.CV_stopV) + " V: V = ",
-                      .refusal_title = "Error in function calccv()",
-                      .failure_title = "While calculating C(V)...",
-                      .behind_volt = "",
-                      .no_answer = no_small_signal},
-                     measure);
+    VoltageSweep sweep{.start = asked.CV_startV,
+                       .stop = asked.CV_stopV,
+                       .points = asked.CV_points,
+                       .name = "C(V)",
+                       .progress = "Calculating C(V) at " + scientific(s.wp.frequency, 8, 2) + " Hz from " +
+                                   shown(asked.CV_startV) + " V to " + shown(asked.CV_stopV) + " V: V = ",
+                       .refusal_title = "Error in function calccv()",
+                       .failure_title = "While calculating C(V)...",
+                       .behind_volt = "",
+                       .no_answer = no_small_signal};
+
+    if (mis) {
+        sweep.go_to = [&](double V) {
+            return mis_naar_spanning(parted(s.solver_problem(surroundings), *mis), s.memory.work, s.currentCalcVars,
+                                     *mis, minority, V);
+        };
+        sweep.no_answer = sweep.advice = no_mis_state;
+    }
+    const SweepEnd end = run_voltages(surroundings, s, decision, sweep, measure);
     if (end.outcome == SweepOutcome::refused) return end.outcome;
     s.failures.CV = curve.points() < end.points;
     curve.failed = end.failed;
@@ -68,7 +92,12 @@ SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecisi
         }
         to_user_sign(curve.dc, s.polarity);
         curve.cv_as = curve.dc.iv_as;
-        join_iv(s, curve.dc, element);
+        if (mis) {
+            curve.mis = true;
+            curve.remark = remark_on_mis(s, *mis, minority);
+        } else {
+            join_iv(s, curve.dc, element);
+        }
 
         const CellParameters& cell = s.problem.input.cell.cell;
         curve.cell = cell_on_mesh(s.set3, s.currentCalcVars.mesh);

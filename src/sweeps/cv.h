@@ -1,7 +1,10 @@
 // The capacitance-voltage sweep: the small-signal admittance of each point at the frequency of the working point.
 #pragma once
 
+#include "solver/mis.h"
 #include "sweeps/voltage_sweep.h"
+
+#include <optional>
 
 namespace kovin {
 
@@ -9,8 +12,10 @@ namespace kovin {
 /// depletion width and apparent doping of the settings in the problem. What the terminals show counts: with series
 /// resistance and shunt. The states of the sweep join the I-V curve of the element, whose characteristics are read
 /// anew. A point that does not converge cuts the curve before it (reported; failures.CV stays true).
+/// @param mis  the C-V of an MIS structure: every point is solved by mis_naar_spanning, from the present state in the
+///             order asked for, and no state joins the I-V curve
 /// @return as calciv
 SweepOutcome calccv(Surroundings& surroundings, Simulation& simulation, const StartDecision& decision,
-                    DataListElement& element);
+                    DataListElement& element, const std::optional<MisStructure>& mis = std::nullopt);
 
 }  // namespace kovin

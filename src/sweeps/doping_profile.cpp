@@ -171,6 +171,7 @@ std::optional<MottSchottkyLine> mott_schottky_line(const CvCurve& curve)
 {
     constexpr double margin = 0.1;  // of what may be called a built-in voltage over the gap [V]
     constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
+    if (curve.mis) return std::nullopt;
     if (curve.NW_of_line) {
         CvCurve other = curve;
         RecalculateNW(other, *curve.NW_of_line);

@@ -244,20 +244,55 @@ RunOutcome calculate_IV(Surroundings& surroundings, Simulation& s, DataListEleme
     return sweep == SweepOutcome::stopped ? RunOutcome::stopped : RunOutcome::done;
 }
 
+/// The structure of a C-V in MIS mode; nothing for an ordinary C-V. Tells what the mode cannot do.
+std::optional<MisStructure> wanted_mis_structure(Surroundings& surroundings, Simulation& s)
+{
+    if (!s.actie.MIS_CV_calculate) return std::nullopt;
+    const std::optional<MisStructure> mis = mis_structure(s.solver_problem(), s.evenwichtcv);
+    const auto tell = [&](const char* text) {
+        KOVINErrorMessage(surroundings.report, "C(V) of an MIS structure", text);
+    };
+    if (!mis) {
+        tell(
+            "No layer beside another one is an electrical interlayer (key \"functional type\", 2 or 3): the C(V) is "
+            "the "
+            "ordinary one.");
+        return std::nullopt;
+    }
+    if (!s.wp.dark) tell("The levels are flat on both sides of the insulator: the light has no part in C(V).");
+    if (s.actie.minority_carriers_wait && !has_minority_carriers(s.solver_problem(), s.evenwichtcv, *mis)) {
+        tell("No deep depletion: on one side of the insulator the doping is not of one type.");
+        s.actie.minority_carriers_wait = false;
+    }
+    return mis;
+}
+
 RunOutcome calculate_CV(Surroundings& surroundings, Simulation& s, DataListElement& element)
 {
+    const std::optional<MisStructure> mis = wanted_mis_structure(surroundings, s);
     StartDecision decision;
-    const StartOutcome start =
-        CalculateStartingPoint(surroundings, s, "C(V)", s.actie.CV_startV, s.actie.CV_stopV, decision);
-    if (start == StartOutcome::stopped) return RunOutcome::stopped;
-    if (start == StartOutcome::failed) return RunOutcome::failed;
-    const SweepOutcome sweep = calccv(surroundings, s, decision, element);
+    const MeshWishes wishes = s.memory.mesh_wishes;
+    if (mis) {
+        ReturnToAKnownStartingPoint(s, s.evenwichtcv);
+        refine_mesh_for_mis(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars);
+    } else {
+        const StartOutcome start =
+            CalculateStartingPoint(surroundings, s, "C(V)", s.actie.CV_startV, s.actie.CV_stopV, decision);
+        if (start == StartOutcome::stopped) return RunOutcome::stopped;
+        if (start == StartOutcome::failed) return RunOutcome::failed;
+    }
+    const SweepOutcome sweep = calccv(surroundings, s, decision, element, mis);
     const std::string volt = " V = " + fixed(s.currentCalcVars.V * s.polarity.V, 0, 3) + " Volt";
     const std::string at_frequency = "; f = " + scientific(s.wp.frequency, 8, 2) + " Hz";
     surroundings.monitor.post(
         {.text = element.cv.failed ? "C(V) stopped at" + volt : "C(V) done;" + volt + at_frequency,
          .done = static_cast<int>(element.cv.points()),
          .total = static_cast<int>(element.cv.points())});
+    // Flat levels are no state that another measurement could go on from.
+    if (mis) {
+        s.memory.mesh_wishes = wishes;
+        ReturnToAKnownStartingPoint(s, s.werkpuntcv);
+    }
     return sweep == SweepOutcome::stopped ? RunOutcome::stopped : RunOutcome::done;
 }
 
@@ -333,7 +368,7 @@ RunOutcome calculate(Surroundings& surroundings, Simulation& s, RunMode mode)
         RunOutcome (*calculate)(Surroundings&, Simulation&, DataListElement&);
     } measurements[] = {
         {s.actie.IV_calculate, calculate_IV},
-        {s.actie.CV_calculate, calculate_CV},
+        {s.actie.asks_for_CV(), calculate_CV},
         {s.actie.Cf_calculate, calculate_Cf},
         {s.actie.QE_calculate, calculate_QE},
     };
@@ -346,9 +381,9 @@ RunOutcome calculate(Surroundings& surroundings, Simulation& s, RunMode mode)
         return calculate ? static_cast<std::size_t>(std::max(points, 2)) : 0;
     };
     element.IV_points = asked(s.actie.IV_calculate, s.actie.IV_points);
-    element.CV_points = asked(s.actie.CV_calculate, s.actie.CV_points);
+    element.CV_points = asked(s.actie.asks_for_CV(), s.actie.CV_points);
     element.Cf_points = asked(s.actie.Cf_calculate, s.actie.Cf_points);
-    if (s.actie.CV_calculate || s.actie.Cf_calculate) element.work_point = work_point_admittance(surroundings, s);
+    if (s.actie.asks_for_CV() || s.actie.Cf_calculate) element.work_point = work_point_admittance(surroundings, s);
     // What one of them does not reach is no matter to the next, which begins at a state of its own.
     for (const auto& measurement : measurements)
         if (measurement.asked && measurement.calculate(surroundings, s, element) == RunOutcome::stopped)

@@ -103,7 +103,6 @@ UnsupportedPhysics unsupported_physics(const Simulation& simulation)
     } others[] = {
         {given_light && levels_absorb(simulation.zonnecel.cell),
          "optical capture (a given G(x) has no photons for levels)"},
-        {actions.MIS_CV_calculate, "measurement C-V of an MIS structure"},
         {actions.pause, "pause at each step"},
     };
     for (const auto& other : others)

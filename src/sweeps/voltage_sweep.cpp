@@ -70,7 +70,10 @@ SweepEnd run_voltages(Surroundings& surroundings, Simulation& simulation, const 
                       .text = sweep.progress + shown(v_cell[i], 3) + " Volt",
                       .done = static_cast<int>(i),
                       .total = static_cast<int>(n)});
-        if (i > 0) converged = i == secondLeg ? solve_from_start(v_cell[i]) : solve_from(v_cell[i - 1], v_cell[i]);
+        if (sweep.go_to)
+            converged = sweep.go_to(v_cell[i]);
+        else if (i > 0)
+            converged = i == secondLeg ? solve_from_start(v_cell[i]) : solve_from(v_cell[i - 1], v_cell[i]);
         if (monitor.stopRequested()) {
             end.outcome = SweepOutcome::stopped;
             break;
@@ -78,19 +81,21 @@ SweepEnd run_voltages(Surroundings& surroundings, Simulation& simulation, const 
         AfterPoint next = AfterPoint::failed;
         if (converged) {
             // The sweep may begin at a stored state: its currents are not those of the last solve.
-            if (i == 0) renew_current(simulation.solver_problem(), simulation.memory.work, cv);
+            if (i == 0 && !sweep.go_to) renew_current(simulation.solver_problem(), simulation.memory.work, cv);
             next = measure(v_cell[i], i > 0 && i != secondLeg);
         }
         if (next == AfterPoint::failed) {
             end.failed = true;
-            KOVINErrorMessage(surroundings.report, sweep.failure_title,
-                              std::string(converged ? "No solution" : "Convergence failure") +
-                                  " at V = " + shown(v_cell[i], 6) + " Volt" + sweep.behind_volt + '\n' +
-                                  (i > 0 ? sweep.name + " calculation cut at V = " + shown(v_cell[i - 1], 6) + " Volt" +
-                                               sweep.behind_volt + '\n'
-                                         : "") +
-                                  (converged ? sweep.no_answer
-                                             : failure_advice(simulation.solver_problem(), simulation.memory.work)));
+            KOVINErrorMessage(
+                surroundings.report, sweep.failure_title,
+                std::string(converged ? "No solution" : "Convergence failure") + " at V = " + shown(v_cell[i], 6) +
+                    " Volt" + sweep.behind_volt + '\n' +
+                    (i > 0 ? sweep.name + " calculation cut at V = " + shown(v_cell[i - 1], 6) + " Volt" +
+                                 sweep.behind_volt + '\n'
+                           : "") +
+                    (converged     ? sweep.no_answer
+                     : sweep.go_to ? sweep.advice
+                                   : failure_advice(simulation.solver_problem(), simulation.memory.work)));
             break;
         }
         if (next != AfterPoint::leave_leg) continue;

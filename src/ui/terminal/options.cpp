@@ -63,7 +63,9 @@ void add_settings(CLI::App& run, Options& options, Typed& typed)
     auto* rows = run.add_option("--cut-curves", typed.rows, "Rows behind a convergence failure")
                      ->check(CLI::IsMember(std::vector<std::string>(std::begin(row_words), std::end(row_words))))
                      ->type_name("");
-    for (CLI::Option* option : {route, scheme, switch_at, termination, rows}) option->group(group);
+    auto* deep = run.add_flag("--deep-depletion", options.deep_depletion,
+                              "C-V of an MIS structure: too fast for minority carriers to be generated");
+    for (CLI::Option* option : {deep, route, scheme, switch_at, termination, rows}) option->group(group);
 }
 
 /// Takes over what was typed; all of it has been checked.

@@ -50,6 +50,7 @@ struct Options {
     std::optional<int> scheme;          ///< coupling scheme, 11 to 14
     std::optional<int> switch_at;       ///< pass from which scheme 14 solves all equations together
     std::optional<double> termination;  ///< of psi, Fn and Fp [kT]
+    bool deep_depletion = false;        ///< C-V of an MIS structure without minority carriers
     int cut_curves = 0;                 ///< rows behind a cut: 0 none, 1 zeros, 2 blanks
 };
 

@@ -47,15 +47,15 @@ std::vector<ResultFile> planned_files(const Session& session, const Options& opt
     std::vector<ResultFile> files;
     const ActionList& asked = s.panel.actions;
     // The states of a C-V belong to the I-V curve.
-    files.push_back(file("iv", &ResultTexts::iv, asked.IV_calculate || asked.CV_calculate));
-    files.push_back(file("cv", &ResultTexts::cv, asked.CV_calculate));
+    files.push_back(file("iv", &ResultTexts::iv, asked.IV_calculate || asked.asks_for_CV()));
+    files.push_back(file("cv", &ResultTexts::cv, asked.asks_for_CV()));
     files.push_back(file("cf", &ResultTexts::cf, asked.Cf_calculate));
     files.push_back(file("qe", &ResultTexts::qe, asked.QE_calculate));
     files.push_back(file("as", &ResultTexts::as, options.analyse && asked.Cf_calculate));
     files.push_back(file("eb", &ResultTexts::eb));
     files.push_back(file("gen", &ResultTexts::gen));
     files.push_back(file("occ", &ResultTexts::occ));
-    files.push_back(file("ac", &ResultTexts::ac, asked.CV_calculate || asked.Cf_calculate));
+    files.push_back(file("ac", &ResultTexts::ac, asked.asks_for_CV() || asked.Cf_calculate));
     if (options.absorption_table) files.push_back(file("abs", &ResultTexts::absorption));
     if (options.grading_table) files.push_back(file("grading", &ResultTexts::grading));
     return files;
@@ -136,6 +136,7 @@ void apply_settings(Session& session, const Options& options)
     if (options.scheme) settings.coupling_scheme = *options.scheme;
     if (options.switch_at) settings.gummel_to_coupled_iteration = *options.switch_at;
     if (options.termination) set_terminations(settings, *options.termination);
+    session.simulation.panel.actions.minority_carriers_wait = options.deep_depletion;
     session.ActionListMode = static_cast<CutCurves>(options.cut_curves);
     const char* why = options.route ? " (--route)" : classic_settings ? " (a setting of it is given)" : "";
     session.surroundings.monitor.post(
@@ -180,7 +181,7 @@ ExitStatus status_of(const Session& session, SimulateOutcome outcome)
     if (outcome == SimulateOutcome::failed && s.failures.work_point) return ExitStatus::nothing_calculated;
     const ActionList& asked = s.panel.actions;
     const bool cut = (asked.IV_calculate && (s.failures.first_IV_point || s.failures.IV)) ||
-                     (asked.CV_calculate && s.failures.CV) || (asked.Cf_calculate && s.failures.Cf) ||
+                     (asked.asks_for_CV() && s.failures.CV) || (asked.Cf_calculate && s.failures.Cf) ||
                      (asked.QE_calculate && s.failures.QE) || s.failures.admittance || s.failures.metastable;
     const bool complete = outcome == SimulateOutcome::done && !cut && session.unsupported.empty();
     return complete ? ExitStatus::good : ExitStatus::incomplete;

@@ -1,0 +1,252 @@
+#include "solver/mis.h"
+
+#include "solver/estimates.h"
+#include "solver/fast_equilibrium.h"
+#include "solver/fast_mesh.h"
+#include "solver/gummel.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kovin {
+
+namespace {
+
+constexpr int finer = 4;  ///< parts that an interval of the usual mesh is cut into
+/// exp(V/kT) and its products must be numbers.
+constexpr double largest_V_kT = 700.0;
+
+std::size_t at(int i) { return static_cast<std::size_t>(i); }
+
+bool insulates(const CalculationParameters& set3, std::size_t j)
+{
+    return is_electrical_interlayer(set3.layer[j].functional_type);
+}
+
+/// First point that has the level of the right contact.
+std::size_t first_on_the_right(const CalculationVariables& cv, const MisStructure& mis)
+{
+    return at(cv.mesh.first[mis.interface + 1]);
+}
+
+/// Layers on one side of the closed interface.
+struct Side {
+    std::size_t begin, end;  ///< layers
+    double level;            ///< of their contact [kT]
+};
+std::array<Side, 2> sides(const CalculationVariables& cv, const MisStructure& mis)
+{
+    return {{{0, mis.interface + 1, 0.0}, {mis.interface + 1, at(cv.mesh.nlayers), cv.V_kT}}};
+}
+
+/// Points of the semiconductors of a side.
+template <class Do>
+void for_each_semiconductor_point(const Problem& problem, const CalculationVariables& cv, const Side& side,
+                                  const Do& act)
+{
+    for (std::size_t j = side.begin; j < side.end; ++j)
+        if (!insulates(problem.set3, j))
+            for (std::size_t i = at(cv.mesh.first[j]); i <= at(cv.mesh.last[j]); ++i) act(i);
+}
+
+/// Doping sign of all semiconductors of a side: 1 donors, -1 acceptors, 0 none or both.
+int doping_type(const Problem& problem, const CalculationVariables& cv, const Side& side)
+{
+    bool donors = false, acceptors = false;
+    for_each_semiconductor_point(problem, cv, side, [&](std::size_t i) {
+        donors = donors || problem.set3.on.doping[i] > 0.0;
+        acceptors = acceptors || problem.set3.on.doping[i] < 0.0;
+    });
+    return (donors ? 1 : 0) - (acceptors ? 1 : 0);
+}
+
+/// Moves the voltage: psi goes along with the level of its side, and falls linearly in the insulator.
+void shift_to(const CalculationParameters& set3, CalculationVariables& cv, const MisStructure& mis, double V)
+{
+    const double dV_kT = (V - cv.V) / set3.kT;
+    const auto& x = cv.mesh.x;
+    const double left = x[at(cv.mesh.first[mis.first])], right = x[at(cv.mesh.last[mis.last])];
+    for (std::size_t i = 0; i < x.size(); ++i)
+        cv.psi[i] -= dV_kT * std::clamp((x[i] - left) / (right - left), 0.0, 1.0);
+    cv.V = V;
+    cv.V_kT = V / set3.kT;
+    cv.psi.front() = 0.0;
+    cv.psi.back() = (set3.phi_left - set3.phi_right - V) / set3.kT;
+}
+
+void flat_levels(CalculationVariables& cv, const MisStructure& mis)
+{
+    const auto border = static_cast<std::ptrdiff_t>(first_on_the_right(cv, mis));
+    for (auto* level : {&cv.Fn, &cv.Fp}) {
+        std::fill(level->begin(), level->begin() + border, 0.0);
+        std::fill(level->begin() + border, level->end(), cv.V_kT);
+    }
+}
+
+/// Many times more than in equilibrium are still too few to count in an insulator, and enough for the accumulation
+/// layer of one that conducts.
+constexpr double more_than_in_equilibrium = 1e3, fewest = 1e-200;
+
+/// Levels inside the electrical interlayers where the carriers pass their limit. @return whether they do anywhere
+bool limit_carriers_of_insulators(const Problem& problem, CalculationVariables& cv, const MisStructure& mis)
+{
+    const OnMesh& on = problem.set3.on;
+    bool limited = false;
+    for (std::size_t j = 0; j < at(cv.mesh.nlayers); ++j) {
+        if (!insulates(problem.set3, j)) continue;
+        const std::size_t first = at(cv.mesh.first[j]), last = at(cv.mesh.last[j]);
+        double Fn = cv.Fn[first], Fp = cv.Fp[first];
+        for (std::size_t i = first; i <= last; ++i) {
+            Fn = std::min(Fn, std::log(mis.most_n[j] / on.Wn[i]) - cv.psi[i]);
+            Fp = std::max(Fp, -std::log(mis.most_p[j] / on.Wp[i]) - cv.psi[i]);
+        }
+        limited = limited || Fn < cv.Fn[first] || Fp > cv.Fp[first];
+        std::fill(cv.Fn.begin() + cv.mesh.first[j], cv.Fn.begin() + cv.mesh.last[j] + 1, Fn);
+        std::fill(cv.Fp.begin() + cv.mesh.first[j], cv.Fp.begin() + cv.mesh.last[j] + 1, Fp);
+    }
+    return limited;
+}
+
+/// Deep depletion: nowhere more minority carriers than in neutral material, ni^2/N. Nor are there fewer of the others,
+/// which is nothing beside N and keeps the small signals within the numbers.
+/// @param margin  by exp(margin) fewer of either [kT]
+void leave_out_minority(const Problem& problem, CalculationVariables& cv, const MisStructure& mis, double margin)
+{
+    const OnMesh& on = problem.set3.on;
+    for (const Side& side : sides(cv, mis)) {
+        const int type = doping_type(problem, cv, side);
+        if (type == 0) continue;
+        for_each_semiconductor_point(problem, cv, side, [&](std::size_t i) {
+            const double Wn = on.Wn[i], Wp = on.Wp[i];
+            const double N = std::max(std::fabs(on.doping[i]), std::sqrt(Wn * Wp));
+            // Levels of n = ni^2/N and of p = ni^2/N.
+            const double Fn = std::log(Wp / N) - cv.psi[i] - margin, Fp = std::log(N / Wn) - cv.psi[i] + margin;
+            cv.Fn[i] = type < 0 ? std::min(cv.Fn[i], Fn) : std::max(cv.Fn[i], Fn);
+            cv.Fp[i] = type < 0 ? std::min(cv.Fp[i], Fp) : std::max(cv.Fp[i], Fp);
+        });
+    }
+}
+
+bool solve_psi(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    update_psivar(problem.set3, cv);
+    update_Fn(cv);
+    update_Fp(cv);
+    return fast_equilibrium_from_here(problem, work, cv);
+}
+
+/// @param way  farther than psi moves [kT]
+bool solve(const Problem& problem, Workspace& work, CalculationVariables& cv, const MisStructure& mis,
+           Minority minority, double way)
+{
+    const bool wait = minority == Minority::left_out;
+    const auto levels = [&](double margin) {
+        flat_levels(cv, mis);
+        const bool limited = limit_carriers_of_insulators(problem, cv, mis);
+        if (wait) leave_out_minority(problem, cv, mis, margin);
+        return limited || wait;
+    };
+    // Levels that follow psi: first with hardly any of the carriers, then with as many as there may be. psi is the
+    // same, and the levels are smooth in V.
+    if (!levels(way)) return solve_psi(problem, work, cv);
+    if (!solve_psi(problem, work, cv)) return false;
+    levels(0.0);
+    return solve_psi(problem, work, cv);
+}
+
+/// Times that a step of the voltage is halved where Newton's method does not find its way at once.
+constexpr int most_halvings = 6;
+
+bool walk(const Problem& problem, Workspace& work, CalculationVariables& cv, const MisStructure& mis, Minority minority,
+          double V, int halvings)
+{
+    if (std::fabs(V) > largest_V_kT * problem.set3.kT) return false;
+    const double before = cv.V;
+    const std::vector<double> psi = cv.psi;
+    const auto [lowest, highest] = std::ranges::minmax(psi);
+    const double way = std::fabs(V - before) / problem.set3.kT + highest - lowest;  // no psi moves farther
+    shift_to(problem.set3, cv, mis, V);
+    if (solve(problem, work, cv, mis, minority, way)) return true;
+    if (halvings == 0 || V == before) return false;
+    shift_to(problem.set3, cv, mis, before);
+    cv.psi = psi;
+    return walk(problem, work, cv, mis, minority, 0.5 * (before + V), halvings - 1) &&
+           walk(problem, work, cv, mis, minority, V, halvings - 1);
+}
+
+}  // namespace
+
+std::optional<MisStructure> mis_structure(const Problem& problem, const CalculationVariables& equilibrium)
+{
+    const CalculationParameters& set3 = problem.set3;
+    const auto layers = at(set3.layers);
+    if (layers < 2) return std::nullopt;
+    std::size_t first = 0;
+    while (first < layers && !insulates(set3, first)) ++first;
+    if (first == layers) return std::nullopt;
+    if (first > 0 && insulates(set3, layers - 1)) {
+        first = layers - 1;
+        while (insulates(set3, first - 1)) --first;
+    }
+    std::size_t last = first;
+    while (last + 1 < layers && insulates(set3, last + 1)) ++last;
+    // Between the insulator at the left contact and the rest, otherwise in front of the insulator; a cell of insulators
+    // alone has its border behind the first.
+    const std::size_t interface = first > 0 ? first - 1 : last + 1 < layers ? last : 0;
+    MisStructure mis{.interface = interface, .first = first, .last = last, .states = problem.interface_states};
+    for (InterfaceEnergy& level : mis.states.energies) {
+        const bool left = insulates(set3, level.interface), right = insulates(set3, level.interface + 1);
+        if (left && !right) level.cnL = level.cpL = 0.0;
+        if (right && !left) level.cnR = level.cpR = 0.0;
+    }
+    const Mesh& mesh = equilibrium.mesh;
+    const auto most = [&](const std::vector<double>& density, std::size_t j) {
+        const auto begin = density.begin() + mesh.first[j], end = density.begin() + mesh.last[j] + 1;
+        return more_than_in_equilibrium * std::max(*std::max_element(begin, end), fewest);
+    };
+    for (std::size_t j = 0; j < layers; ++j) {
+        mis.most_n[j] = most(equilibrium.n, j);
+        mis.most_p[j] = most(equilibrium.p, j);
+    }
+    return mis;
+}
+
+Problem parted(const Problem& p, const MisStructure& mis)
+{
+    return {p.set3,   p.grid,         p.defects,  mis.states, p.G,          p.monitor,
+            p.report, p.voltage_sign, p.adaption, p.exchange, mis.interface};
+}
+
+bool has_minority_carriers(const Problem& problem, const CalculationVariables& cv, const MisStructure& mis)
+{
+    bool any = false;
+    for (const Side& side : sides(cv, mis)) {
+        bool semiconductor = false;
+        for_each_semiconductor_point(problem, cv, side, [&](std::size_t) { semiconductor = true; });
+        if (semiconductor && doping_type(problem, cv, side) == 0) return false;
+        any = any || semiconductor;
+    }
+    return any;
+}
+
+void refine_mesh_for_mis(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    if (problem.set3.convergence.route != Route::fast || !problem.mesh_may_move()) return;
+    int& refine = problem.adaption->memory.mesh_wishes.refine;
+    refine = finer * std::max(refine, 1);
+    fast_mesh_change(problem, work, cv, 0.0);
+}
+
+bool mis_naar_spanning(const Problem& problem, Workspace& work, CalculationVariables& cv, const MisStructure& mis,
+                       Minority minority, double V)
+{
+    bool converged = walk(problem, work, cv, mis, minority, V, most_halvings);
+    if (converged && problem.set3.convergence.route == Route::fast &&
+        fast_mesh_change(problem, work, cv, fast_mesh_too_steep_in_sweep) == MeshChange::changed)
+        converged = solve(problem, work, cv, mis, minority, 0.0);
+    if (!converged) cv.iterations = -1;
+    cv.J_median = cv.J_spread = 0.0;  // whatever deep depletion leaves moving in the semiconductor
+    return converged;
+}
+
+}  // namespace kovin

@@ -1,0 +1,69 @@
+// States of a metal-insulator-semiconductor structure: Poisson's equation alone, each side of the insulator in
+// equilibrium with its own contact.
+//
+// An insulator that no carrier passes parts the cell at one interface. On its left both quasi-Fermi levels are that of
+// the left contact, on its right that of the right contact,
+//
+//     Fn = Fp = 0        Fn = Fp = V/kT
+//
+// which in the dark is the exact steady state of all equations with that interface closed. The small signals of such a
+// state are those of the ordinary rows with the interface closed (Problem::closed_interface): the current is constant
+// along x, and at low frequency C is dQ/dV.
+//
+// Inside the insulator the level of its contact would come into a band where the field is large. What stops carriers
+// there is that they cannot get in: they stay as few as in equilibrium, within a factor.
+//
+// Deep depletion is what a voltage finds that came too fast for minority carriers to be generated: their level stays
+// so far away that their density nowhere exceeds that of neutral material, and no inversion layer forms.
+// Source: Nicollian, Brews, MOS Physics and Technology (1982), chapters 2, 3 and 9.
+#pragma once
+
+#include "solver/problem.h"
+#include "solver/state.h"
+
+#include <array>
+#include <cstddef>
+#include <optional>
+
+namespace kovin {
+
+/// Where a cell is parted; layers and interfaces from 0.
+struct MisStructure {
+    std::size_t interface = 0;        ///< that no carrier passes, between the layer of this number and the next
+    std::size_t first = 0, last = 0;  ///< layers of the insulator, on one side of that interface
+    /// Most carriers that an electrical interlayer may hold [N0 of the layer]; others are not limited.
+    std::array<double, max_layers> most_n{}, most_p{};
+    InterfaceStates states;  ///< those of the cell, without capture from insulators
+};
+
+/// The insulator is the first row of neighbouring electrical interlayers that lies at the left contact, else at the
+/// right one, else inside; it belongs to the contact that it lies at, or else to the right one.
+/// @param equilibrium  the state at V = 0, which tells the carriers of the insulator
+/// @return nothing if there is none, or no second layer
+[[nodiscard]] std::optional<MisStructure> mis_structure(const Problem& problem,
+                                                        const CalculationVariables& equilibrium);
+
+/// The problem with the interface closed; refers to `mis` and to what `problem` refers to.
+[[nodiscard]] Problem parted(const Problem& problem, const MisStructure& mis);
+
+/// Minority carriers at DC.
+enum class Minority {
+    in_equilibrium,  ///< with the contact of their side
+    left_out         ///< deep depletion; only in a side whose semiconductors are all of one type
+};
+
+/// Are all semiconductors of the structure of one type on their side, so that minority carriers can be left out?
+[[nodiscard]] bool has_minority_carriers(const Problem& problem, const CalculationVariables& cv,
+                                         const MisStructure& mis);
+
+/// A finer mesh for the sweep, on the fast route: at the edge of a depletion layer in uniform material the usual one is
+/// wider than a Debye length, and 1/C^2 is not smooth. The state is solved anew by the next mis_naar_spanning.
+/// The mesh wishes keep it so.
+void refine_mesh_for_mis(const Problem& problem, Workspace& work, CalculationVariables& cv);
+
+/// From the present voltage to V [V, internal sign]; any state will do. @pre the problem is parted. Fills terms and
+/// currents. @return converged
+bool mis_naar_spanning(const Problem& problem, Workspace& work, CalculationVariables& cv, const MisStructure& mis,
+                       Minority minority, double V);
+
+}  // namespace kovin
