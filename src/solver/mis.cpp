@@ -240,6 +240,10 @@ void refine_mesh_for_mis(const Problem& problem, Workspace& work, CalculationVar
 bool mis_naar_spanning(const Problem& problem, Workspace& work, CalculationVariables& cv, const MisStructure& mis,
                        Minority minority, double V)
 {
+    // What tunnelling left in the state that this one comes from.
+    cv.tunnel_states.clear();
+    for (auto* current : {&cv.jn_tunnel, &cv.jp_tunnel}) current->clear();
+    cv.contact_tunnel = {};
     bool converged = walk(problem, work, cv, mis, minority, V, most_halvings);
     if (converged && problem.set3.convergence.route == Route::fast &&
         fast_mesh_change(problem, work, cv, fast_mesh_too_steep_in_sweep) == MeshChange::changed)

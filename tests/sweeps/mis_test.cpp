@@ -183,6 +183,11 @@ TEST(MisSmallSignals, KeepTheCurrentAndFollowTheChargeAtDc)
     const Row rows[] = {
         {"the sample", [](MisRun&) {}},
         {"states at the interface", states},
+        {"states that carriers tunnel to at other times",
+         [&](MisRun& run) {
+             states(run);
+             run.s->problem.input.convergence.tunnel_paths = 0;
+         }},
         {"turned, with states", [&](MisRun& run) { states(run), run.turn(); }},
         {"deep donors",
          [](MisRun& run) { testing::add_defect(run.layer(1), DefectType::donor, 5e15, 0.7, 1e-15, 1e-15).layer = 1; }},
