@@ -79,6 +79,9 @@ bool dc_Gummel_iteration_u_or_v(const Problem& problem, Workspace& work, Calcula
     const double relax = electrons ? settings.relax_n : settings.relax_p;
     int& its = electrons ? cv.its_u : cv.its_v;
     TunnelWork& tunnel = work.tunnel;
+    // A choice for experts: with the band of the matrix alone strong paths take four times the passes.
+    const int use_sparse = electrons ? settings.use_sparse_n : settings.use_sparse_p;
+    const bool use_outside = use_sparse == 1 || use_sparse == 3;
     if (tunnel.active) {
         if (electrons) find_paths_into_states(problem, cv, tunnel);  // those of both carriers; psi stands still
         find_tunnel_paths(problem, cv, carrier, tunnel);
@@ -99,6 +102,7 @@ bool dc_Gummel_iteration_u_or_v(const Problem& problem, Workspace& work, Calcula
         if (tunnel.active) {
             add_tunnel_residue(tunnel, cv, carrier, work.res);
             add_tunnel_jacobian(tunnel, cv, carrier, jac);
+            if (!use_outside) tunnel.outside.clear();
         }
         if (tunnel.active ? !solve_with_tunnel_paths(carrier, work) : !calculate_dc_delta_u_or_v(work)) {
             its = -1;

@@ -289,6 +289,25 @@ TEST(Tunnelling, OverAStepCarriersEndAtItsFoot)
     EXPECT_LT(head, 0.1 * foot);
 }
 
+// The current does not depend on the elements outside the band, but a strong path takes more passes without them.
+TEST(Tunnelling, ElementsOutsideTheBandSavePasses)
+{
+    for (const int use : {0, 1, 3}) {
+        const auto settings = [use](int limit) {
+            return [=](ConvergenceParameters& c) {
+                fixed_mesh(c);
+                c.use_sparse_n = c.use_sparse_p = use;
+                c.maxiter_n = c.maxiter_p = limit;
+            };
+        };
+        for (const CellParameters& cell : {window(), thin_barrier()})
+            EXPECT_NEAR(current(cell, 0.02, settings(100)) / current(cell, 0.02), 1.0, 1e-5) << use;
+        Device device(thin_barrier(), 300.0, settings(5));
+        ASSERT_TRUE(device.solve_equilibrium());
+        EXPECT_EQ(device.go_to(0.02), use != 0) << use;
+    }
+}
+
 TEST(Tunnelling, FollowsMassWindowAndSettings)
 {
     const auto J = [](double m, double Nd, double least) {
