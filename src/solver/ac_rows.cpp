@@ -170,7 +170,8 @@ void interface_rows(const Problem& problem, const CalculationVariables& cv, std:
     r.p_right = rows.p.scale[f];
 
     // Slopes to Fn and Fp of both sides; their sums where much passes through the states are formed apart.
-    const InterfaceTerms& t = cv.terms_interface[j];
+    InterfaceTerms own;
+    const InterfaceTerms& t = cv.tunnel_states.energies.empty() ? cv.terms_interface[j] : own;
     const double uL = cv.expFn[l], uR = cv.expFn[f], vL = -cv.expmFp[l], vR = -cv.expmFp[f];
     InterfaceCarriers c = carriers_at_interface(problem, cv, j);
     c.du /= uL;
@@ -179,6 +180,9 @@ void interface_rows(const Problem& problem, const CalculationVariables& cv, std:
     InterfaceTransferSums sums;
     for (const InterfaceEnergy& level : interface_energies(problem, cv))
         if (level.interface == j) add_transfer_sums(level, c, sums);
+    if (&t == &own)  // with the capture by tunnelling at the interface itself
+        for (const InterfaceEnergy& level : cv.tunnel_states.energies)
+            if (level.interface == j) ifrdcbijdrage_een_niveau(level, carriers_at_interface(problem, cv, j), own);
 
     r.C = {{{0.0, r.sheet * (uR * t.drho_if_du_right), r.sheet * (vR * t.drho_if_dv_right)},
             {rows.n.super_psi[l], rows.n.super[l] + r.n_left * (uR * t.dIn_left_du_right),

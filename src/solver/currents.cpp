@@ -1,6 +1,7 @@
 #include "solver/currents.h"
 
 #include "solver/bulk_terms.h"
+#include "solver/tunnel_states.h"
 
 #include <algorithm>
 #include <cmath>
@@ -107,15 +108,20 @@ InterfaceCurrents interface_currents(const Problem& problem, const CalculationVa
                         .p_right = right * states.Ip_right,
                         .thermionic = left * (cv.bn[l] * row.vn * cv.du[f] - cv.bp[l] * row.vp * cv.dv[f]),
                         .charge = 1e-4 * states.rho_if};
-    const TunnelStates& s = cv.tunnel_states;
-    for (std::size_t k = 0; k < s.energies.size(); ++k) {
-        if (s.energies[k].interface != interface) continue;
-        const TunnelStates::Gain& gain = s.gains[k];
-        c.n_left_tunnel += left * s.terms[k].In_left * gain.nL / (1.0 + gain.nL);
-        c.n_right_tunnel += right * s.terms[k].In_right * gain.nR / (1.0 + gain.nR);
-        c.p_left_tunnel += left * s.terms[k].Ip_left * gain.pL / (1.0 + gain.pL);
-        c.p_right_tunnel += right * s.terms[k].Ip_right * gain.pR / (1.0 + gain.pR);
-    }
+    const auto tunnelling = [&](Carrier carrier, const TunnelStates::Carriers& paths, double& at_left,
+                                double& at_right) {
+        const std::vector<double>& F = carrier == Carrier::electrons ? cv.Fn : cv.Fp;
+        for (const TunnelStates::Group& group : paths.groups) {
+            if (group.b != l && group.b != f) continue;
+            const GroupCurrent current = current_of_group(cv, carrier, group);
+            double sum = (group.share_b - 1.0 / (1.0 + group.gain)) * current.flux(current.F_b);
+            for (std::size_t k = group.first_path; k < group.end_path; ++k)
+                sum += paths.paths[k].share * current.flux(F[paths.paths[k].point]);
+            (group.right ? at_right : at_left) += (group.right ? right : left) * sum;
+        }
+    };
+    tunnelling(Carrier::electrons, cv.tunnel_states.n, c.n_left_tunnel, c.n_right_tunnel);
+    tunnelling(Carrier::holes, cv.tunnel_states.p, c.p_left_tunnel, c.p_right_tunnel);
     return c;
 }
 

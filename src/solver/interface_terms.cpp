@@ -2,6 +2,7 @@
 
 #include "base/constants.h"
 #include "device/charge_states.h"
+#include "solver/tunnel_states.h"
 
 #include <algorithm>
 #include <cmath>
@@ -41,7 +42,7 @@ InterfaceCarriers carriers_at_interface(const Problem& problem, const Calculatio
         cv.du[l + 1], cv.dv[l + 1]);
 }
 
-void ifrdcbijdrage_een_niveau(const InterfaceEnergy& level, const InterfaceCarriers& c, InterfaceTerms& out)
+StateFilling filling_of(const InterfaceEnergy& level, const InterfaceCarriers& c)
 {
     const double cnL = level.cnL, cnR = level.cnR, cpL = level.cpL, cpR = level.cpR;
     const double enL = level.enL, enR = level.enR, epL = level.epL, epR = level.epR;
@@ -50,8 +51,22 @@ void ifrdcbijdrage_een_niveau(const InterfaceEnergy& level, const InterfaceCarri
     const double r = 1.0 / (e_L + e_R + h_L + h_R + negligible_rate);
     const double f = (epL * cpL + epR * cpR + c.nL * cnL + c.nR * cnR) * r;
     const double g = (c.pL * cpL + c.pR * cpR + enL * cnL + enR * cnR) * r;
-    const double df_duL = c.bnL * cnL * g * r, df_duR = c.bnR * cnR * g * r;
-    const double df_dvL = -c.bpL * cpL * f * r, df_dvR = -c.bpR * cpR * f * r;
+    return {.r = r,
+            .f = f,
+            .g = g,
+            .df_duL = c.bnL * cnL * g * r,
+            .df_duR = c.bnR * cnR * g * r,
+            .df_dvL = -c.bpL * cpL * f * r,
+            .df_dvR = -c.bpR * cpR * f * r};
+}
+
+void ifrdcbijdrage_een_niveau(const InterfaceEnergy& level, const InterfaceCarriers& c, InterfaceTerms& out)
+{
+    const double cnL = level.cnL, cnR = level.cnR, cpL = level.cpL, cpR = level.cpR;
+    const double enL = level.enL, enR = level.enR, epL = level.epL, epR = level.epR;
+    const double e_L = cnL * (c.nL + enL), e_R = cnR * (c.nR + enR);
+    const double h_L = cpL * (c.pL + epL), h_R = cpR * (c.pR + epR);
+    const auto [r, f, g, df_duL, df_duR, df_dvL, df_dvR] = filling_of(level, c);
     const double df_dpsi = ((c.nL * cnL + c.nR * cnR) * g + (c.pL * cpL + c.pR * cpR) * f) * r;
 
     const double charge = elementary_charge * level.Nt * level.charged;
@@ -115,19 +130,15 @@ const std::vector<InterfaceEnergy>& interface_energies(const Problem& problem, c
 
 void totale_ifrdcbijdrage(const Problem& problem, CalculationVariables& cv)
 {
-    const auto& energies = interface_energies(problem, cv);
     for (InterfaceTerms& terms : cv.terms_interface) terms = {};
+    if (!cv.tunnel_states.energies.empty()) return terms_with_tunnelling(problem, cv);
+    const auto& energies = problem.interface_states.energies;
     for (std::size_t k = 0; k < energies.size();) {
-        const std::size_t j = energies[k].interface, first = k;
+        const std::size_t j = energies[k].interface;
         const InterfaceCarriers carriers = carriers_at_interface(problem, cv, j);
         InterfaceTerms& terms = cv.terms_interface[j];
         for (; k < energies.size() && energies[k].interface == j; ++k)
             ifrdcbijdrage_een_niveau(energies[k], carriers, terms);
-        if (cv.tunnel_states.terms.empty()) continue;
-        for (std::size_t e = first; e < k; ++e) {
-            cv.tunnel_states.terms[e] = {};
-            ifrdcbijdrage_een_niveau(energies[e], carriers, cv.tunnel_states.terms[e]);
-        }
     }
 }
 

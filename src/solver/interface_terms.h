@@ -59,6 +59,14 @@ struct InterfaceTransferSums {
 /// p
 void add_transfer_sums(const InterfaceEnergy& level, const InterfaceCarriers& c, InterfaceTransferSums& out);
 
+/// How far one energy is filled, f, what is left, g = 1 - f, and the slopes of f.
+struct StateFilling {
+    double r;  ///< 1/D
+    double f, g;
+    double df_duL, df_duR, df_dvL, df_dvR;
+};
+[[nodiscard]] StateFilling filling_of(const InterfaceEnergy& level, const InterfaceCarriers& c);
+
 /// Adds one energy to the terms of its interface.
 void ifrdcbijdrage_een_niveau(const InterfaceEnergy& level, const InterfaceCarriers& c, InterfaceTerms& out);
 

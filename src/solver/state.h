@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <vector>
 
 namespace kovin {
@@ -48,22 +49,45 @@ struct InterfaceTerms {
     double dIp_right_du_left = 0.0, dIp_right_du_right = 0.0, dIp_right_dv_left = 0.0, dIp_right_dv_right = 0.0;
 };
 
-/// States at interfaces that carriers reach by tunnelling as well; empty without. One element for each discrete energy
-/// of all interfaces, in their order.
+/// States at interfaces that carriers reach by tunnelling as well, see tunnel_states; empty without. One element for
+/// each discrete energy of all interfaces, in their order.
 struct TunnelStates {
-    /// How much faster an energy captures by tunnelling, against its capture without.
-    struct Gain {
+    /// Numbers of an energy for both carriers and sides.
+    struct Sides {
         double nL = 0.0, nR = 0.0, pL = 0.0, pR = 0.0;
     };
-    std::vector<InterfaceEnergy> energies;  ///< capture coefficients with tunnelling: c (1 + gain)
-    std::vector<Gain> gains;
-    std::vector<InterfaceTerms> terms;  ///< of each energy alone
-    void clear()
-    {
-        energies.clear();
-        gains.clear();
-        terms.clear();
-    }
+    /// From a point of a flank to the states.
+    struct Path {
+        std::size_t point;
+        double share;  ///< of all that the states capture from their side
+        double loss;   ///< what one unit of current does to the row of the point
+    };
+    /// Energies of one defect, one after the other, that a carrier reaches from one side by the same paths.
+    struct Group {
+        bool right;             ///< the side
+        std::size_t b, beyond;  ///< points at the interface: on this side, on the other one
+        std::size_t first_energy, end_energy, first_path, end_path;
+        double gain;               ///< gamma
+        double share_b;            ///< the share of b, what ends there by tunnelling included
+        double row_b, row_beyond;  ///< what one unit of current does to their rows
+        double N0;                 ///< of the side [m^-3]
+        double excess = 0.0;       ///< mean of u or v over the paths and b, against b, less 1
+    };
+    struct Carriers {
+        std::vector<Group> groups;
+        std::vector<Path> paths;
+        std::vector<std::array<int, 2>> group_of;  ///< of each energy, left and right; -1: reached from b alone
+    };
+    /// What one unit of u or v more at all paths adds to the captured current, and its derivatives to the means.
+    struct Supply {
+        double K = 0.0, dK_dleft = 0.0, dK_dright = 0.0;
+    };
+    Carriers n, p;
+    std::vector<InterfaceEnergy> energies;        ///< capture coefficients with tunnelling: c (1 + gamma)
+    std::vector<Sides> excess;                    ///< of the group of each energy
+    std::vector<InterfaceTerms> terms;            ///< of each energy alone, to the means of u and v
+    std::vector<std::array<Supply, 4>> supplies;  ///< nL, nR, pL, pR
+    void clear() { *this = {}; }
 };
 
 /// Current densities at the mesh points [mA/cm2], positive from left to right.

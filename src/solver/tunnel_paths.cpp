@@ -217,7 +217,8 @@ void TunnelWork::prepare(const Mesh& mesh, bool on)
     Ev.assign(N, 0.0);
     for (TunnelPaths* carrier : {&n, &p}) {
         carrier->paths.reserve(2 * N);
-        carrier->into_states.clear();
+        carrier->sheets.clear();
+        carrier->means = 0;
     }
     outside.reserve(4 * N);
     change.resize(N);
@@ -261,11 +262,7 @@ void add_tunnel_residue(const TunnelWork& work, const CalculationVariables& cv, 
         if (t.source >= 0) res[at(t.source)] -= t.loss * driven;
         res[at(t.target)] += t.gain * driven;
     }
-    for (const StatePath& t : found.into_states) {
-        const double I = current_into_state(cv.tunnel_states.terms[t.state], carrier, t.right).I;
-        res[t.source] -= t.loss * I;
-        res[t.target] += t.gain * I;
-    }
+    add_states_residue(cv, carrier, res);
     for (const BandToBandPath& t : work.band_to_band) {
         const double net = fermi(t.level - cv.Fn[at(t.from)]) - fermi(t.level - cv.Fp[at(t.to)]);
         if (electrons)
@@ -299,15 +296,10 @@ void add_tunnel_jacobian(TunnelWork& work, const CalculationVariables& cv, Carri
         }
         add(t.target, t.target, t.gain);
     }
-    for (const StatePath& t : found.into_states) {
-        const StateCurrent c = current_into_state(cv.tunnel_states.terms[t.state], carrier, t.right);
-        const int source = static_cast<int>(t.source), target = static_cast<int>(t.target);
-        const int l = t.right ? target - 1 : target, f = l + 1;
-        add(source, l, t.loss * c.dI_dleft);
-        add(source, f, t.loss * c.dI_dright);
-        add(target, l, -t.gain * c.dI_dleft);
-        add(target, f, -t.gain * c.dI_dright);
-    }
+    add_states_jacobian(cv, carrier, jac, work.outside);
+    work.sizes = electrons ? cv.expFn : cv.expmFp;
+    for (const TunnelStates::Group& group : (electrons ? cv.tunnel_states.n : cv.tunnel_states.p).groups)
+        work.sizes.push_back(work.sizes[group.b] * (1.0 + group.excess));
     for (const BandToBandPath& t : work.band_to_band) {
         if (electrons)
             jac.main[at(t.from)] += t.loss_n * fermi_slope(t.level - cv.Fn[at(t.from)], cv.Fn[at(t.from)]);
@@ -370,10 +362,16 @@ void store_tunnel_currents(const Problem& problem, TunnelWork& work, Calculation
             if (t.source == right_metal) at_right_contact -= J;
             j.add(source, t.target, J);
         }
-        for (const StatePath& t : found.into_states) {
-            const Carrier carrier = sign < 0.0 ? Carrier::electrons : Carrier::holes;
-            const double I = current_into_state(cv.tunnel_states.terms[t.state], carrier, t.right).I;
-            j.add(static_cast<int>(t.source), static_cast<int>(t.target), sign * unit * t.strength * I);
+        const Carrier carrier = sign < 0.0 ? Carrier::electrons : Carrier::holes;
+        const std::vector<double>& F = sign < 0.0 ? cv.Fn : cv.Fp;
+        const TunnelStates::Carriers& states = sign < 0.0 ? cv.tunnel_states.n : cv.tunnel_states.p;
+        for (const TunnelStates::Group& group : states.groups) {
+            const GroupCurrent c = current_of_group(cv, carrier, group);
+            for (std::size_t k = group.first_path; k < group.end_path; ++k) {
+                const TunnelStates::Path& path = states.paths[k];
+                j.add(static_cast<int>(path.point), static_cast<int>(group.b),
+                      sign * unit * group.N0 * path.share * c.flux(F[path.point]));
+            }
         }
     };
     cv.contact_tunnel = {};

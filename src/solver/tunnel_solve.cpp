@@ -11,9 +11,9 @@ namespace kovin {
 
 namespace {
 
-/// Points at interfaces that paths begin at or states stand at, each once, in order: one of them is row or column of
-/// every element outside the band but those of pairs in the bulk.
-void collect_border(const TunnelPaths& found, std::vector<std::size_t>& border)
+/// Points at interfaces that paths begin at or states stand at and the means behind the mesh of N points, each once, in
+/// order: one of them is row or column of every element outside the band but those of pairs in the bulk.
+void collect_border(const TunnelPaths& found, std::size_t N, std::vector<std::size_t>& border)
 {
     border.clear();
     const auto add = [&](std::size_t s) {
@@ -22,10 +22,8 @@ void collect_border(const TunnelPaths& found, std::vector<std::size_t>& border)
     };
     for (std::size_t k = found.pairs; k < found.paths.size(); ++k)
         if (found.paths[k].source >= 0) add(static_cast<std::size_t>(found.paths[k].source));
-    for (const StatePath& t : found.into_states) {
-        add(t.target);
-        add(t.right ? t.target - 1 : t.target + 1);
-    }
+    for (const std::size_t s : found.sheets) add(s);
+    for (std::size_t m = 0; m < found.means; ++m) border.push_back(N + m);
 }
 
 /// Gauss elimination of a small system of n unknowns with partial pivoting; the solution replaces b.
@@ -150,8 +148,9 @@ void solve_envelope(const TunnelWork& t, double* x)
 bool solve_bordered(Workspace& w, const TunnelPaths& found)
 {
     TunnelWork& t = w.tunnel;
-    collect_border(found, t.border);
-    const std::size_t N = w.res.size(), n = t.border.size();
+    const std::size_t N = w.res.size();
+    collect_border(found, N, t.border);
+    const std::size_t n = t.border.size();
     t.columns.assign(N * n, 0.0);
     t.rows.assign(N * n, 0.0);
     t.small.assign(n * n + n, 0.0);
@@ -171,6 +170,7 @@ bool solve_bordered(Workspace& w, const TunnelPaths& found)
     };
     for (const TunnelElement& e : t.outside) move(e.row, e.column, e.value);
     for (const std::size_t s : t.border) {
+        if (s >= N) break;  // a mean: all its elements are among those outside
         if (s > 0) {
             move(s, s - 1, std::exchange(w.sub[s], 0.0));
             if (w.super[s - 1] != 0.0) move(s - 1, s, std::exchange(w.super[s - 1], 0.0));
@@ -191,17 +191,29 @@ bool solve_bordered(Workspace& w, const TunnelPaths& found)
         for (std::size_t k = 0; k < n; ++k) solve_envelope(t, t.columns.data() + k * N);
     }
     const std::span<double> small(t.small.data(), n * n), x(t.small.data() + n * n, n);
+    // Unknowns relative to their present values, rows to their largest element: u and v of the interfaces may lie 1e50
+    // apart.
+    const auto size = [&](std::size_t c) { return t.sizes.empty() ? 1.0 : t.sizes[t.border[c]]; };
     for (std::size_t r = 0; r < n; ++r) {
         const double* row = t.rows.data() + r * N;
         x[r] -= dot(row, w.delta.data(), N);
-        for (std::size_t c = 0; c < n; ++c) small[r * n + c] -= dot(row, t.columns.data() + c * N, N);
+        double largest = 0.0;
+        for (std::size_t c = 0; c < n; ++c) {
+            double& e = small[r * n + c];
+            e = (e - dot(row, t.columns.data() + c * N, N)) * size(c);
+            largest = std::max(largest, std::fabs(e));
+        }
+        if (!(largest > 0.0)) return false;
+        for (std::size_t c = 0; c < n; ++c) small[r * n + c] /= largest;
+        x[r] /= largest;
     }
     if (!solve_small(small, x)) return false;
+    for (std::size_t k = 0; k < n; ++k) x[k] *= size(k);
     for (std::size_t k = 0; k < n; ++k) {
         const double* column = t.columns.data() + k * N;
         for (std::size_t i = 0; i < N; ++i) w.delta[i] -= x[k] * column[i];
     }
-    for (std::size_t k = 0; k < n; ++k) w.delta[t.border[k]] = x[k];
+    for (std::size_t k = 0; k < n && t.border[k] < N; ++k) w.delta[t.border[k]] = x[k];
     return std::isfinite(w.delta.front()) && std::isfinite(w.delta.back());
 }
 

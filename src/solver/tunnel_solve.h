@@ -17,7 +17,8 @@ namespace kovin {
 
 /// The way that it takes. @param paths  of the carrier whose elements are solved
 [[nodiscard]] bool solve_bordered(Workspace& work, const TunnelPaths& paths);
-/// The same with all elements within one envelope: cubic in the length of a path whose source lies left of its targets.
+/// The same with all elements within one envelope, without means: cubic in the length of a path whose source lies left
+/// of its targets.
 [[nodiscard]] bool calculate_dc_delta_u_or_v_sparse(Workspace& work);
 
 }  // namespace kovin

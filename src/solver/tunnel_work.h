@@ -33,20 +33,6 @@ struct BandToBandPath {
     double loss_n = 0.0, loss_p = 0;  ///< what one unit of flux does to the rows of electrons and holes
 };
 
-/// Carriers that one energy of the states at an interface captures from points of a flank: of the current I that it
-/// takes from that side, in all, the share
-///
-///     flux = strength I
-///
-/// leaves the mesh point `source` instead of the interface point `target`.
-struct StatePath {
-    std::size_t state = 0;  ///< number of the energy, see TunnelStates
-    bool right = false;     ///< from the right side
-    std::size_t source, target;
-    double strength;    ///< [N0 of the side, in m^-3]
-    double loss, gain;  ///< what one unit of I does to the rows of source and target
-};
-
 /// Energies of a flank in the order of descent, whose carriers end between point k and the one before it.
 struct FlankSlice {
     std::size_t k;
@@ -58,11 +44,14 @@ struct FlankSlice {
 struct TunnelPaths {
     std::vector<TunnelPath> paths;
     std::size_t pairs = 0;  ///< the first ones, which run from point to point through the bulk
-    std::vector<StatePath> into_states;
+    /// Of the paths into states at interfaces, see tunnel_states: the points on both sides of these, and the number of
+    /// means, unknowns behind those of the mesh.
+    std::vector<std::size_t> sheets;
+    std::size_t means = 0;
     double metal_left = 1.0, metal_right = 1.0;  ///< X of the contacts
 };
 
-/// One element of a matrix outside its band.
+/// One element of a matrix outside its band. Rows and columns from the number of mesh points on are those of means.
 struct TunnelElement {
     std::size_t row, column;
     double value;
@@ -79,6 +68,7 @@ struct TunnelWork {
     std::vector<TunnelElement> outside;
     std::vector<double> change;  ///< of the tunnel current from the interval before
     std::vector<int> paths;      ///< that begin in an interval less those that have ended
+    std::vector<double> sizes;   ///< of the unknowns: u or v at the points, behind them the means
     // of the solution: border columns and rows, envelope of what is left
     std::vector<std::size_t> border;    ///< points taken out, in order
     std::vector<TunnelElement> inside;  ///< elements outside the band between the points that stay
