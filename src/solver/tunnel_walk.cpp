@@ -108,7 +108,7 @@ double TunnelWalk::mean_per_energy(std::size_t k, double upper, double lower) co
 bool TunnelWalk::count(double upper, double lower, double per_energy)
 {
     sum += (upper - lower) * per_energy;
-    return negligible_tail * sum > (lower - floor) * per_energy;
+    return negligible_tail * sum >= (lower - floor) * per_energy;
 }
 
 bool TunnelWalk::slice(int source, double coefficient, std::size_t k, double upper, double lower)
