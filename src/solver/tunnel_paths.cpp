@@ -14,6 +14,9 @@ namespace {
 
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
+/// Pairs through one barrier that are weaker than this against the strongest are left out.
+constexpr double negligible_pair = 1e-10;
+
 void walk_from_contact(const TunnelView& v, bool right)
 {
     const TunnelPlace& place = right ? v.places.right : v.places.left;
@@ -89,6 +92,8 @@ void CalculateTunnelBulkToBulk(const TunnelView& v)
             if (E[i] > E[maximum]) maximum = i;
         }
         if (i == begin) return;  // what is no number has no order
+        const std::size_t first = v.paths.size();
+        double strongest = 0.0;
         for (std::size_t s = minimum; s < maximum; ++s) {
             if (!(E[s + 1] > E[s]) || v.ends_layer(s) || !v.places.barrier[v.layer[s]]) continue;
             const double width = std::min(E[s + 1], E[maximum] - least) - E[s];
@@ -101,8 +106,13 @@ void CalculateTunnelBulkToBulk(const TunnelView& v)
             const double rate = std::min(v.N0(s) * v.b[s] * v.vth[s], v.N0(t) * v.b[t] * v.vth[t]);
             const double T = v.exponent(v.chosen_mass(v.mass[s], far), s, t, E[s]);
             const double strength = width * rate * std::exp(-T);
+            strongest = std::max(strongest, strength);
             v.add(static_cast<int>(s), t, strength);
         }
+        // Long paths that carry nothing would widen the envelope.
+        const auto idle = [=](const TunnelPath& path) { return path.strength < negligible_pair * strongest; };
+        const auto here = v.paths.begin() + static_cast<std::ptrdiff_t>(first);
+        v.paths.erase(std::remove_if(here, v.paths.end(), idle), v.paths.end());
     }
 }
 
