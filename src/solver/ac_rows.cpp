@@ -29,7 +29,7 @@ struct View {
 
 View electrons(const Problem& problem, const CalculationVariables& cv)
 {
-    const bool parted = problem.closed_interface.has_value();
+    const bool parted = problem.parted.has_value();
     const CalculationParameters& set3 = problem.set3;
     return {1.0,
             set3.on.Dn,
@@ -51,7 +51,7 @@ View electrons(const Problem& problem, const CalculationVariables& cv)
 
 View holes(const Problem& problem, const CalculationVariables& cv)
 {
-    const bool parted = problem.closed_interface.has_value();
+    const bool parted = problem.parted.has_value();
     const CalculationParameters& set3 = problem.set3;
     return {-1.0,
             set3.on.Dp,
@@ -71,6 +71,13 @@ View holes(const Problem& problem, const CalculationVariables& cv)
             parted ? cv.expmFp.back() : std::exp(-cv.V_kT)};
 }
 
+/// In a parted cell the levels are flat but for places that no carrier passes.
+bool is_closed(const PartedCell& parted, std::size_t interface, double step)
+{
+    return interface == parted.closed_interface || parted.empty[interface] || parted.empty[interface + 1] ||
+           step != 0.0;
+}
+
 void links(const Problem& problem, const CalculationVariables& cv, const View& c, AcLinks& link)
 {
     const Mesh& mesh = cv.mesh;
@@ -85,8 +92,7 @@ void links(const Problem& problem, const CalculationVariables& cv, const View& c
         }
     for (std::size_t j = 0; j + 1 < at(mesh.nlayers); ++j) {
         const std::size_t l = at(mesh.last[j]), f = l + 1;
-        // In a parted cell the levels are flat but for places that no carrier passes.
-        const bool closed = problem.closed_interface && (j == *problem.closed_interface || c.step[f] != 0.0);
+        const bool closed = problem.parted && is_closed(*problem.parted, j, c.step[f]);
         const double g = closed ? 0.0 : c.b[l] * problem.grid.interfaces[j].*c.velocity;
         link.left[f] = g * c.w[l];
         link.right[f] = g * c.w[f];
@@ -133,6 +139,22 @@ void carrier_rows(const CalculationVariables& cv, const View& c, const std::vect
         rows.rate[i] = scale * rate;
     }
     rows.to_V = rows.scale.back() * c.b.back() * c.S_right * c.value_right;
+}
+
+/// In layers without carriers the levels mean nothing: they stay.
+void hold_levels(const Mesh& mesh, const PartedCell& parted, AcCarrierRows& rows, bool electrons)
+{
+    for (std::size_t j = 0; j < at(mesh.nlayers); ++j) {
+        if (!parted.empty[j]) continue;
+        for (std::size_t i = at(mesh.first[j]); i <= at(mesh.last[j]); ++i) {
+            for (auto* v : {&rows.sub_psi, &rows.sub, &rows.super_psi, &rows.super, &rows.sum_psi, &rows.sum_Fn,
+                            &rows.sum_Fp, &rows.storage, &rows.rate, &rows.scale})
+                (*v)[i] = 0.0;
+            (electrons ? rows.sum_Fn : rows.sum_Fp)[i] = -1.0;
+            for (auto* v : {&rows.link.left, &rows.link.right, &rows.link.net, &rows.link.slope}) (*v)[i] = 0.0;
+        }
+        if (at(mesh.last[j]) + 1 == at(mesh.N)) rows.to_V = 0.0;
+    }
 }
 
 void poisson_rows(const Problem& problem, const CalculationVariables& cv, AcPoissonRows& rows)
@@ -237,6 +259,7 @@ void calculate_ac_jacobian(const Problem& problem, const CalculationVariables& c
         AcCarrierRows& of = c.sign > 0.0 ? rows.n : rows.p;
         links(problem, cv, c, of.link);
         carrier_rows(cv, c, rows.from_left, of);
+        if (problem.parted) hold_levels(cv.mesh, *problem.parted, of, c.sign > 0.0);
     }
     for (std::size_t j = 0; j < rows.interfaces.size(); ++j) interface_rows(problem, cv, j, rows);
 }

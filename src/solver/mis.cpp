@@ -83,28 +83,21 @@ void flat_levels(CalculationVariables& cv, const MisStructure& mis)
     }
 }
 
-/// Many times more than in equilibrium are still too few to count in an insulator, and enough for the accumulation
-/// layer of one that conducts.
-constexpr double more_than_in_equilibrium = 1e3, fewest = 1e-200;
+/// Insulators with fewer carriers than this in equilibrium, where they are most, are empty [m^-3].
+constexpr double hardly_any = 1e9;
+/// Levels of an empty layer lie this far behind those of the contact that gives less carriers [kT].
+constexpr double far_behind = 40.0;
 
-/// Levels inside the electrical interlayers where the carriers pass their limit. @return whether they do anywhere
-bool limit_carriers_of_insulators(const Problem& problem, CalculationVariables& cv, const MisStructure& mis)
+void no_carriers_in_insulators(CalculationVariables& cv, const MisStructure& mis)
 {
-    const OnMesh& on = problem.set3.on;
-    bool limited = false;
     for (std::size_t j = 0; j < at(cv.mesh.nlayers); ++j) {
-        if (!insulates(problem.set3, j)) continue;
-        const std::size_t first = at(cv.mesh.first[j]), last = at(cv.mesh.last[j]);
-        double Fn = cv.Fn[first], Fp = cv.Fp[first];
-        for (std::size_t i = first; i <= last; ++i) {
-            Fn = std::min(Fn, std::log(mis.most_n[j] / on.Wn[i]) - cv.psi[i]);
-            Fp = std::max(Fp, -std::log(mis.most_p[j] / on.Wp[i]) - cv.psi[i]);
-        }
-        limited = limited || Fn < cv.Fn[first] || Fp > cv.Fp[first];
-        std::fill(cv.Fn.begin() + cv.mesh.first[j], cv.Fn.begin() + cv.mesh.last[j] + 1, Fn);
-        std::fill(cv.Fp.begin() + cv.mesh.first[j], cv.Fp.begin() + cv.mesh.last[j] + 1, Fp);
+        if (!mis.empty[j]) continue;
+        const auto fill = [&](std::vector<double>& level, double value) {
+            std::fill(level.begin() + cv.mesh.first[j], level.begin() + cv.mesh.last[j] + 1, value);
+        };
+        fill(cv.Fn, std::min(0.0, cv.V_kT) - far_behind);
+        fill(cv.Fp, std::max(0.0, cv.V_kT) + far_behind);
     }
-    return limited;
 }
 
 /// Deep depletion: nowhere more minority carriers than in neutral material, ni^2/N. Nor are there fewer of the others,
@@ -139,18 +132,16 @@ bool solve_psi(const Problem& problem, Workspace& work, CalculationVariables& cv
 bool solve(const Problem& problem, Workspace& work, CalculationVariables& cv, const MisStructure& mis,
            Minority minority, double way)
 {
-    const bool wait = minority == Minority::left_out;
-    const auto levels = [&](double margin) {
-        flat_levels(cv, mis);
-        const bool limited = limit_carriers_of_insulators(problem, cv, mis);
-        if (wait) leave_out_minority(problem, cv, mis, margin);
-        return limited || wait;
-    };
+    flat_levels(cv, mis);
+    no_carriers_in_insulators(cv, mis);
+    if (minority == Minority::in_equilibrium) return solve_psi(problem, work, cv);
     // Levels that follow psi: first with hardly any of the carriers, then with as many as there may be. psi is the
     // same, and the levels are smooth in V.
-    if (!levels(way)) return solve_psi(problem, work, cv);
+    leave_out_minority(problem, cv, mis, way);
     if (!solve_psi(problem, work, cv)) return false;
-    levels(0.0);
+    flat_levels(cv, mis);
+    no_carriers_in_insulators(cv, mis);
+    leave_out_minority(problem, cv, mis, 0.0);
     return solve_psi(problem, work, cv);
 }
 
@@ -200,21 +191,29 @@ std::optional<MisStructure> mis_structure(const Problem& problem, const Calculat
         if (right && !left) level.cnR = level.cpR = 0.0;
     }
     const Mesh& mesh = equilibrium.mesh;
-    const auto most = [&](const std::vector<double>& density, std::size_t j) {
-        const auto begin = density.begin() + mesh.first[j], end = density.begin() + mesh.last[j] + 1;
-        return more_than_in_equilibrium * std::max(*std::max_element(begin, end), fewest);
-    };
     for (std::size_t j = 0; j < layers; ++j) {
-        mis.most_n[j] = most(equilibrium.n, j);
-        mis.most_p[j] = most(equilibrium.p, j);
+        const auto most = [&](const std::vector<double>& density) {
+            return set3.scale.N0[j] *
+                   *std::max_element(density.begin() + mesh.first[j], density.begin() + mesh.last[j] + 1);
+        };
+        mis.empty[j] = insulates(set3, j) && most(equilibrium.n) < hardly_any && most(equilibrium.p) < hardly_any;
     }
     return mis;
 }
 
 Problem parted(const Problem& p, const MisStructure& mis)
 {
-    return {p.set3,   p.grid,         p.defects,  mis.states, p.G,          p.monitor,
-            p.report, p.voltage_sign, p.adaption, p.exchange, mis.interface};
+    return {p.set3,
+            p.grid,
+            p.defects,
+            mis.states,
+            p.G,
+            p.monitor,
+            p.report,
+            p.voltage_sign,
+            p.adaption,
+            p.exchange,
+            PartedCell{mis.interface, mis.empty}};
 }
 
 bool has_minority_carriers(const Problem& problem, const CalculationVariables& cv, const MisStructure& mis)

@@ -7,11 +7,11 @@
 //     Fn = Fp = 0        Fn = Fp = V/kT
 //
 // which in the dark is the exact steady state of all equations with that interface closed. The small signals of such a
-// state are those of the ordinary rows with the interface closed (Problem::closed_interface): the current is constant
+// state are those of the ordinary rows with the interface closed (PartedCell): the current is constant
 // along x, and at low frequency C is dQ/dV.
 //
-// Inside the insulator the level of its contact would come into a band where the field is large. What stops carriers
-// there is that they cannot get in: they stay as few as in equilibrium, within a factor.
+// Where an insulator holds hardly any carrier in equilibrium it holds none: with a field in it the level of the contact
+// would come into a band, but what stops carriers there is that they cannot get in.
 //
 // Deep depletion is what a voltage finds that came too fast for minority carriers to be generated: their level stays
 // so far away that their density nowhere exceeds that of neutral material, and no inversion layer forms.
@@ -29,16 +29,15 @@ namespace kovin {
 
 /// Where a cell is parted; layers and interfaces from 0.
 struct MisStructure {
-    std::size_t interface = 0;        ///< that no carrier passes, between the layer of this number and the next
-    std::size_t first = 0, last = 0;  ///< layers of the insulator, on one side of that interface
-    /// Most carriers that an electrical interlayer may hold [N0 of the layer]; others are not limited.
-    std::array<double, max_layers> most_n{}, most_p{};
-    InterfaceStates states;  ///< those of the cell, without capture from insulators
+    std::size_t interface = 0;             ///< that no carrier passes, between the layer of this number and the next
+    std::size_t first = 0, last = 0;       ///< layers of the insulator, on one side of that interface
+    std::array<bool, max_layers> empty{};  ///< electrical interlayers without carriers
+    InterfaceStates states;                ///< those of the cell, without capture from insulators
 };
 
 /// The insulator is the first row of neighbouring electrical interlayers that lies at the left contact, else at the
 /// right one, else inside; it belongs to the contact that it lies at, or else to the right one.
-/// @param equilibrium  the state at V = 0, which tells the carriers of the insulator
+/// @param equilibrium  the state at V = 0, which tells which insulators are empty
 /// @return nothing if there is none, or no second layer
 [[nodiscard]] std::optional<MisStructure> mis_structure(const Problem& problem,
                                                         const CalculationVariables& equilibrium);

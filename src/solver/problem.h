@@ -131,19 +131,25 @@ struct OpticalExchange {
     GenerationParameters& light;
 };
 
+/// A cell that an insulator parts, see mis.h.
+struct PartedCell {
+    std::size_t closed_interface = 0;      ///< no carrier passes it
+    std::array<bool, max_layers> empty{};  ///< layers without carriers
+};
+
 /// Links to what one solve reads; made afresh for each call of the upper floors.
 struct Problem {
     const CalculationParameters& set3;
     const Discretisation& grid;
     const BulkDefects& defects;
     const InterfaceStates& interface_states;
-    const std::vector<double>& G;                   ///< generation at the mesh points [D0 N0/x0^2]
-    const Monitor* monitor = nullptr;               ///< asked for a stop between two passes
-    Report* report = nullptr;                       ///< told when a loop comes to its limit, if the settings ask for it
-    double voltage_sign = 1.0;                      ///< of the user's voltage against the internal one, for messages
-    std::optional<MeshAdaption> adaption{};         ///< lets the mesh follow the solution, where the settings want it
-    std::optional<OpticalExchange> exchange{};      ///< where levels absorb light
-    std::optional<std::size_t> closed_interface{};  ///< no carrier passes it, see mis.h; small signals only
+    const std::vector<double>& G;               ///< generation at the mesh points [D0 N0/x0^2]
+    const Monitor* monitor = nullptr;           ///< asked for a stop between two passes
+    Report* report = nullptr;                   ///< told when a loop comes to its limit, if the settings ask for it
+    double voltage_sign = 1.0;                  ///< of the user's voltage against the internal one, for messages
+    std::optional<MeshAdaption> adaption{};     ///< lets the mesh follow the solution, where the settings want it
+    std::optional<OpticalExchange> exchange{};  ///< where levels absorb light
+    std::optional<PartedCell> parted{};         ///< in MIS mode; read by the small signals alone
     [[nodiscard]] bool mesh_may_move() const { return adaption && set3.convergence.recalculate_mesh != 0; }
 };
 

@@ -6,6 +6,7 @@
 #include "sweeps/doping_profile.h"
 #include "sweeps/outer_circuit.h"
 
+#include <cmath>
 #include <numbers>
 
 namespace kovin {
@@ -21,9 +22,19 @@ void join_iv(const Simulation& s, const IvCurve& dc, DataListElement& element)
     extract_characteristics(s, element.iv, element.characteristics);
 }
 
+/// The same current everywhere and C > 0, as resistors and capacitors have it; rounding that is all there is has not.
+bool is_that_of_a_capacitor(const SmallSignal& answer)
+{
+    constexpr double same = 1e-3;
+    const Complex J = answer.J_median, other = answer.J_mean - J;
+    return answer.median.C > 0.0 && std::hypot(other.re, other.im) < same * std::hypot(J.re, J.im);
+}
+
 /// Why a point of an MIS structure has no solution; there is none but this reason that has been met.
 constexpr const char* no_mis_state =
-    "Poisson's equation has no solution there: beyond some 15 V at 300 K exp(qV/kT) is beyond the numbers.";
+    "Beyond some 15 V at 300 K, less where it is cold, exp(qV/kT) is beyond the numbers; lower voltages may help.";
+
+constexpr const char* no_deep_depletion = " Deep depletion asks for a frequency at which generation does not count.";
 
 /// How the curve of an MIS structure came about.
 std::string remark_on_mis(const Simulation& s, const MisStructure& mis, Minority minority)
@@ -53,6 +64,7 @@ SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecisi
     const auto measure = [&](double v_cell, bool) {
         const Problem problem = mis ? parted(s.solver_problem(), *mis) : s.solver_problem();
         if (!calculate_small_signal_ac(problem, s.currentCalcVars, omega_us, work, answer)) return AfterPoint::failed;
+        if (mis && !is_that_of_a_capacitor(answer)) return AfterPoint::failed;
         const Admittance Y = at_terminals(answer.median, omega_us, circuit);
         add_dc_point(s, v_cell, recombination, curve.dc);
         curve.v_cell.push_back(v_cell);
@@ -73,11 +85,13 @@ SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecisi
                        .no_answer = no_small_signal};
 
     if (mis) {
+        surroundings.monitor.post({.text = remark_on_mis(s, *mis, minority)});
         sweep.go_to = [&](double V) {
             return mis_naar_spanning(parted(s.solver_problem(surroundings), *mis), s.memory.work, s.currentCalcVars,
                                      *mis, minority, V);
         };
         sweep.no_answer = sweep.advice = no_mis_state;
+        if (minority == Minority::left_out) sweep.no_answer += no_deep_depletion;
     }
     const SweepEnd end = run_voltages(surroundings, s, decision, sweep, measure);
     if (end.outcome == SweepOutcome::refused) return end.outcome;

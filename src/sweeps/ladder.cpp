@@ -244,36 +244,38 @@ RunOutcome calculate_IV(Surroundings& surroundings, Simulation& s, DataListEleme
     return sweep == SweepOutcome::stopped ? RunOutcome::stopped : RunOutcome::done;
 }
 
-/// The structure of a C-V in MIS mode; nothing for an ordinary C-V. Tells what the mode cannot do.
-std::optional<MisStructure> wanted_mis_structure(Surroundings& surroundings, Simulation& s)
+/// The structure of a C-V in MIS mode, with the state at equilibrium taken up; nothing for an ordinary C-V. Tells what
+/// the mode cannot do.
+std::optional<MisStructure> take_up_mis_structure(Surroundings& surroundings, Simulation& s)
 {
     if (!s.actie.MIS_CV_calculate) return std::nullopt;
-    const std::optional<MisStructure> mis = mis_structure(s.solver_problem(), s.evenwichtcv);
     const auto tell = [&](const char* text) {
         KOVINErrorMessage(surroundings.report, "C(V) of an MIS structure", text);
     };
+    const std::optional<MisStructure> mis = mis_structure(s.solver_problem(), s.evenwichtcv);
     if (!mis) {
         tell(
-            "No layer beside another one is an electrical interlayer (key \"functional type\", 2 or 3): the C(V) is "
-            "the "
-            "ordinary one.");
+            "No layer beside another one is an electrical interlayer (\"functional type\" 2 or 3): it is an ordinary "
+            "C(V).");
+        s.failures.mis = true;
         return std::nullopt;
     }
+    ReturnToAKnownStartingPoint(s, s.evenwichtcv);
     if (!s.wp.dark) tell("The levels are flat on both sides of the insulator: the light has no part in C(V).");
-    if (s.actie.minority_carriers_wait && !has_minority_carriers(s.solver_problem(), s.evenwichtcv, *mis)) {
+    if (s.actie.minority_carriers_wait && !has_minority_carriers(s.solver_problem(), s.currentCalcVars, *mis)) {
         tell("No deep depletion: on one side of the insulator the doping is not of one type.");
         s.actie.minority_carriers_wait = false;
+        s.failures.mis = true;
     }
     return mis;
 }
 
 RunOutcome calculate_CV(Surroundings& surroundings, Simulation& s, DataListElement& element)
 {
-    const std::optional<MisStructure> mis = wanted_mis_structure(surroundings, s);
+    const std::optional<MisStructure> mis = take_up_mis_structure(surroundings, s);
     StartDecision decision;
     const MeshWishes wishes = s.memory.mesh_wishes;
     if (mis) {
-        ReturnToAKnownStartingPoint(s, s.evenwichtcv);
         refine_mesh_for_mis(s.solver_problem(surroundings), s.memory.work, s.currentCalcVars);
     } else {
         const StartOutcome start =

@@ -58,6 +58,7 @@ inline Definition full_definition()
         layer.name = m.name = "front contact of layer " + std::to_string(i + 1);
         m.d = another(1e-7);
         m.tunneling = i == 1;
+        layer.functional_type = i;
         Profile& y = layer.composition;
         constexpr struct {
             Law law;

@@ -297,19 +297,20 @@ TEST(MisMode, TellsWhatItCannotDoAndDoesTheRest)
         std::function<void(MisRun&)> change;
         std::size_t points;  ///< at least
         const char* told;    ///< nullptr: nothing
-        double C = 0.0;      ///< at the last point [nF/cm2]; 0: not known
+        bool another_mode = false;
+        double C = 0.0;  ///< at the last point [nF/cm2]; 0: not known
     };
     const double C_ox = 1e5 * IdealCapacitor{}.C_ox();
     const Row rows[] = {
-        {"no interlayer", [](MisRun& run) { run.layer(0).functional_type = 0; }, 1, "ordinary"},
-        {"an optical one is none", [](MisRun& run) { run.layer(0).functional_type = 1; }, 1, "ordinary"},
+        {"no interlayer", [](MisRun& run) { run.layer(0).functional_type = 0; }, 1, "ordinary", true},
+        {"an optical one is none", [](MisRun& run) { run.layer(0).functional_type = 1; }, 1, "ordinary", true},
         {"one layer alone",
          [](MisRun& run) {
              run.layer(0) = run.layer(1);
              run.layer(0).functional_type = 2;
              run.s->zonnecel.cell.layers = 1;
          },
-         1, "ordinary"},
+         1, "ordinary", true},
         {"electro-optical", [](MisRun& run) { run.layer(0).functional_type = 3; }, 7, nullptr},
         {"insulators alone",
          [](MisRun& run) {
@@ -318,7 +319,7 @@ TEST(MisMode, TellsWhatItCannotDoAndDoesTheRest)
              run.layer(1).srhteller = 0;
              run.s->zonnecel.cell.right = run.s->zonnecel.cell.left;
          },
-         7, nullptr, 0.5 * C_ox},
+         7, nullptr, false, 0.5 * C_ox},
         {"insulators on both sides",
          [](MisRun& run) {
              CellParameters& cell = run.s->zonnecel.cell;
@@ -331,12 +332,19 @@ TEST(MisMode, TellsWhatItCannotDoAndDoesTheRest)
          },
          7, nullptr},
         {"light", [](MisRun& run) { run.wp().dark = false; }, 7, "light"},
+        {"deep depletion under light",
+         [](MisRun& run) {
+             run.wp().dark = false;
+             run.wp().V = 0.1;
+             run.actions().minority_carriers_wait = true;
+         },
+         7, "light"},
         {"deep depletion of an undoped layer",
          [](MisRun& run) {
              test::set_uniform(run.layer(1).material.Na, 0.0);
              run.actions().minority_carriers_wait = true;
          },
-         7, "not of one type"},
+         7, "not of one type", true},
         {"cold", [](MisRun& run) { run.wp().T = 150.0; }, 7, nullptr},
         {"1 nm of oxide", [](MisRun& run) { run.layer(0).material.d = 1e-3; }, 7, nullptr},
         {"beyond the numbers", [](MisRun& run) { run.actions().CV_stopV = 27.0; }, 5, "beyond the numbers"},
@@ -354,6 +362,7 @@ TEST(MisMode, TellsWhatItCannotDoAndDoesTheRest)
                 EXPECT_NEAR(curve.cvcap.back() / row.C, 1.0, 1e-6);
             }
             EXPECT_EQ(run.surroundings.report.messages.empty(), row.told == nullptr);
+            EXPECT_EQ(run.s->failures.mis, row.another_mode);
             if (row.told != nullptr) {
                 EXPECT_TRUE(run.told(row.told));
             }

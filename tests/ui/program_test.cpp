@@ -106,6 +106,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhy)
         {"findings and a file without", "check broken.def missing.def", 3, ""},
         {"check of what cannot be checked", "check x.script", 3, ""},
         {"results where a file is", "run '" + cell + "' -o 'a file'", 6, "a file"},
+        {"deep depletion of what is no MIS structure", run + "--deep-depletion", 2, "MIS CV_calculate"},
         {"route that is none", run + "--route scenic", 2, "--route"},
         {"route that is told", "'" + cell + "' --route classic -v", 0, "classic route (--route)"},
         {"scheme that is none", run + "--scheme 15", 2, "--scheme"},

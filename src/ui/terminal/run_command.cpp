@@ -182,7 +182,8 @@ ExitStatus status_of(const Session& session, SimulateOutcome outcome)
     const ActionList& asked = s.panel.actions;
     const bool cut = (asked.IV_calculate && (s.failures.first_IV_point || s.failures.IV)) ||
                      (asked.asks_for_CV() && s.failures.CV) || (asked.Cf_calculate && s.failures.Cf) ||
-                     (asked.QE_calculate && s.failures.QE) || s.failures.admittance || s.failures.metastable;
+                     (asked.QE_calculate && s.failures.QE) || s.failures.admittance || s.failures.mis ||
+                     s.failures.metastable;
     const bool complete = outcome == SimulateOutcome::done && !cut && session.unsupported.empty();
     return complete ? ExitStatus::good : ExitStatus::incomplete;
 }
@@ -229,6 +230,10 @@ ExitStatus run_command(Session& session, const Options& options, Summary& summar
     if (!complete_actions(session, options, files)) return ExitStatus::input;
     apply_settings(session, options);
     Simulation& s = session.simulation;
+    if (options.deep_depletion && !s.panel.actions.MIS_CV_calculate) {
+        tell(session, "Command line", "--deep-depletion: no C-V of an MIS structure is asked for (MIS CV_calculate)");
+        return ExitStatus::usage;
+    }
     if (options.analyse) {
         if (const std::string complaint = prepare_analysis(s, options.analysis); !complaint.empty()) {
             tell(session, "Command line", "--analysis: " + complaint);
