@@ -89,10 +89,7 @@ constexpr double largest_exponent = 690.0;
 /// A failure of the classic route, which works with exp(psi), exp(Fn) and exp(-Fp) themselves.
 bool classic_failed(Workspace& work, CalculationVariables& cv)
 {
-    const auto beyond = [](double weight) {  // what is no number, or none any more, is beyond as well
-        const double exponent = std::fabs(std::log(weight));
-        return !(exponent < largest_exponent);
-    };
+    const auto beyond = [](double factor) { return std::fabs(std::log(factor)) >= largest_exponent; };
     work.beyond_exponentials = false;
     for (const auto* factor : {&cv.bn, &cv.bp, &cv.expFn, &cv.expmFp})
         work.beyond_exponentials |= std::any_of(factor->begin(), factor->end(), beyond);
@@ -299,11 +296,12 @@ double failed_voltage(const Problem& problem, const Workspace& work, const Calcu
 std::string failure_advice(const Problem& problem, const Workspace& work)
 {
     if (work.beyond_exponentials)
-        return "Some 700 kT/q (16 V to 18 V at 300 K) take the exponentials of the classic route" +
+        return "Some 700 kT/q (15 V to 18 V at 300 K) take the exponentials of the classic route" +
                std::string(work.tunnel.active ? ", which open tunnel paths need," : "") +
                " out of the range of numbers. " +
                (work.tunnel.active ? "With all tunnel paths closed the fast route goes on." : "--route fast goes on.");
-    if (work.tunnel.active) return "Smaller steps of the voltage or fewer open tunnel paths may help.";
+    if (work.tunnel.active)
+        return "Smaller steps of the voltage may help, or all tunnel paths closed: the fast route takes over then.";
     if (!on_fast_route(problem)) return "Smaller steps of the voltage or --route fast may help.";
     const FastFailure& failure = work.fast.failure;
     if (!failure.known) return "Look at the units of the cell; less extreme values may help.";
