@@ -64,8 +64,10 @@ inline double descent(const Device& device, const std::vector<double>& E, std::s
 {
     return integral(bottom, E[s] - least, [&](double level) {
         const Crossing end(E, s, d, level);
+        const bool step = device.cv.mesh.h[std::min(end.near, end.k)] == 0.0;  // its foot alone has states
         const double m = std::min(mass, layer_mass[end.k]);
-        return std::exp(E[s] - level - std::sqrt(m) * exponent(device, E, s, end.k, level)) * (X_source - end.of(X));
+        return std::exp(E[s] - level - std::sqrt(m) * exponent(device, E, s, end.k, level)) *
+               (X_source - (step ? X[end.k] : end.of(X)));
     });
 }
 

@@ -34,13 +34,22 @@ double lowest(const std::vector<double>& E, std::size_t from, std::size_t to)
 
 TEST(TunnelQuadrature, Contacts)
 {
-    for (const auto& [V, step] : {std::pair(0.05, 0.0), {-0.05, 0.0}, {0.05, 0.002}, {0.05, 0.02}, {0.05, -0.002}}) {
-        const Device device = solved(schottky(step), V);
+    const struct {
+        CellParameters cell;
+        double V, Nc, m;
+    } rows[] = {{schottky(), 0.05, 2.8e25, 0.26},
+                {schottky(), -0.05, 2.8e25, 0.26},
+                {schottky(0.002), 0.05, 2.8e25, 0.26},
+                {schottky(0.02), 0.05, 2.8e25, 0.26},
+                {schottky(-0.002), 0.05, 2.8e25, 0.26},
+                {metal_on_barrier(), 0.02, 5.2e23, 0.075}};  // most of it ends at a step of 0.5 eV
+    for (const auto& row : rows) {
+        const Device device = solved(row.cell, row.V);
         const auto& E = device.memory.work.tunnel.Ec;
         const double flux =
-            2.8e25 * 1e5 * std::exp(-E[0]) *
-            descent(device, E, 0, 1, lowest(E, 0, E.size() - 1), 0.26, device.set3.on.m_e, 0.0, 1.0, device.cv.expFn);
-        EXPECT_NEAR(device.cv.contact_tunnel.j_n_left / current_of(flux, 1), 1.0, 3e-3) << V;
+            row.Nc * 1e5 * std::exp(-E[0]) *
+            descent(device, E, 0, 1, lowest(E, 0, E.size() - 1), row.m, device.set3.on.m_e, 0.0, 1.0, device.cv.expFn);
+        EXPECT_NEAR(device.cv.contact_tunnel.j_n_left / current_of(flux, 1), 1.0, 3e-3) << row.V << ' ' << row.m;
     }
 }
 
