@@ -9,6 +9,7 @@
 #include "solver/gummel.h"
 #include "solver/mesh_adapt.h"
 #include "solver/optical_occupation.h"
+#include "solver/tunnel_junctions.h"
 #include "solver/tunnel_paths.h"
 
 #include <algorithm>
@@ -56,6 +57,14 @@ void AverageDynamicVariables(const Problem& problem, const Workspace& work, Calc
     update_Fn(cv);
     update_Fp(cv);
     totale_rdcbijdrage(problem, cv);
+}
+
+/// Nothing moves: has what is left on one side of a tunnel junction no part in the current?
+bool junctions_agree(const Problem& problem, Workspace& work, CalculationVariables& cv)
+{
+    if (!work.tunnel.active || work.tunnel.band_to_band.empty()) return true;
+    find_current(problem, work, cv);
+    return current_passes_junctions(work, cv);
 }
 
 /// Has the current settled, and is it constant along the device?
@@ -194,7 +203,7 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
             work.relaxation.mesh_has_changed();
         }
         mesh_alone = moved ? 0 : mesh_alone + (mesh_moved ? 1 : 0);
-        if (!moved && !mesh_moved) break;
+        if (!moved && !mesh_moved && junctions_agree(problem, work, cv)) break;
     }
     totale_rdcbijdrage(problem, cv);
     find_current(problem, work, cv);
