@@ -301,19 +301,17 @@ void add_states_jacobian(const CalculationVariables& cv, Carrier carrier, const 
         const auto dK_own = [&](const auto& x) { return group.right ? x.dK_dright : x.dK_dleft; };
         const auto dK_other = [&](const auto& x) { return group.right ? x.dK_dleft : x.dK_dright; };
         const GroupCurrent c = current_of_group(cv, carrier, group);
-        // The rows of the interface itself hang on the mean where they hung on the point b.
+        // The unknown is the mean less the value at b, to which the rows of the interface have their derivatives.
         double dI = 0.0, dI_beyond = 0.0, dK = 0.0;
         for (std::size_t e = group.first_energy; e < group.end_energy; ++e) {
             dI += own(current_into_state(states.terms[e], carrier, group.right));
             dI_beyond += own(current_into_state(states.terms[e], carrier, !group.right));
             dK += dK_own(supply_of(states, e, carrier, group.right));
         }
-        jac.main[b] -= group.row_b * dI;
-        (group.right ? jac.super : jac.sub)[group.beyond] -= group.row_beyond * dI_beyond;
         outside.push_back({b, mean, group.row_b * dI});
         outside.push_back({group.beyond, mean, group.row_beyond * dI_beyond});
         outside.push_back({mean, mean, -1.0});
-        outside.push_back({mean, b, group.share_b});
+        outside.push_back({mean, b, group.share_b - 1.0});
         for (std::size_t k = group.first_path; k < group.end_path; ++k) {
             const TunnelStates::Path& path = found.paths[k];
             const double gain = path.share * group.row_b, beyond_mean = c.beyond_mean(F[path.point]);
@@ -321,17 +319,20 @@ void add_states_jacobian(const CalculationVariables& cv, Carrier carrier, const 
             jac.main[path.point] += path.loss * c.K;
             outside.push_back({b, path.point, -gain * c.K});
             const double slope = dI - c.K + dK * beyond_mean;
-            outside.push_back({path.point, mean, path.loss * slope});
+            for (const std::size_t column : {mean, b}) outside.push_back({path.point, column, path.loss * slope});
             outside.push_back({b, mean, -gain * slope});
+            jac.main[b] -= gain * slope;
             for (std::size_t e = group.first_energy; e < group.end_energy;) {
                 const int there = found.group_of[e][!group.right];
-                const std::size_t column = there >= 0 ? N + at(there) : group.beyond;
                 double value = 0.0;
                 for (; e < group.end_energy && found.group_of[e][!group.right] == there; ++e)
                     value += other(current_into_state(states.terms[e], carrier, group.right)) +
                              dK_other(supply_of(states, e, carrier, group.right)) * beyond_mean;
-                outside.push_back({path.point, column, path.loss * value});
-                outside.push_back({b, column, -gain * value});
+                outside.push_back({path.point, group.beyond, path.loss * value});
+                outside.push_back({b, group.beyond, -gain * value});
+                if (there < 0) continue;
+                outside.push_back({path.point, N + at(there), path.loss * value});
+                outside.push_back({b, N + at(there), -gain * value});
             }
         }
     }

@@ -43,7 +43,7 @@ struct GroupCurrent {
 
 /// Adds what leaves the points of the paths instead of the interface to the residual of a carrier.
 void add_states_residue(const CalculationVariables& cv, Carrier carrier, std::span<double> res);
-/// Adds its derivatives, with the mean of each group as an unknown more.
+/// Adds its derivatives, with what the mean of each group exceeds its point b by as an unknown more.
 void add_states_jacobian(const CalculationVariables& cv, Carrier carrier, const Tridiagonal& jac,
                          std::vector<TunnelElement>& outside);
 

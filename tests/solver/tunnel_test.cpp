@@ -393,7 +393,7 @@ TEST(Tunnelling, ElementsOutsideTheBandSavePasses)
                 c.maxiter_n = c.maxiter_p = limit;
             };
         };
-        for (const CellParameters& cell : {window(), thin_barrier()})
+        for (const CellParameters& cell : {window(), thin_barrier(), junction_with_states()})
             EXPECT_NEAR(current(cell, 0.02, settings(100)) / current(cell, 0.02), 1.0, 1e-5) << use;
         Device device(thin_barrier(), 300.0, settings(5));
         ASSERT_TRUE(device.solve_equilibrium());
