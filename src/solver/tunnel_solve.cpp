@@ -152,7 +152,7 @@ bool solve_bordered(Workspace& w, const TunnelPaths& found)
     collect_border(found, N, t.border);
     const std::size_t n = t.border.size();
     t.columns.assign(N * n, 0.0);
-    t.rows.assign(N * n, 0.0);
+    t.rows.clear();
     t.small.assign(n * n + n, 0.0);
     const auto place = [&](std::size_t i) {
         return static_cast<std::size_t>(std::lower_bound(t.border.begin(), t.border.end(), i) - t.border.begin());
@@ -161,8 +161,10 @@ bool solve_bordered(Workspace& w, const TunnelPaths& found)
     t.inside.clear();
     const auto move = [&](std::size_t row, std::size_t column, double value) {
         const std::size_t r = place(row), c = place(column);
-        if (in_border(r, row))
-            (in_border(c, column) ? t.small[r * n + c] : t.rows[r * N + column]) += value;
+        if (in_border(r, row) && in_border(c, column))
+            t.small[r * n + c] += value;
+        else if (in_border(r, row))
+            t.rows.push_back({r, column, value});
         else if (in_border(c, column))
             t.columns[c * N + row] += value;
         else
@@ -194,13 +196,15 @@ bool solve_bordered(Workspace& w, const TunnelPaths& found)
     // Unknowns relative to their present values, rows to their largest element: u and v of the interfaces may lie 1e50
     // apart.
     const auto size = [&](std::size_t c) { return t.sizes.empty() ? 1.0 : t.sizes[t.border[c]]; };
+    for (const TunnelElement& e : t.rows) {
+        x[e.row] -= e.value * w.delta[e.column];
+        for (std::size_t c = 0; c < n; ++c) small[e.row * n + c] -= e.value * t.columns[c * N + e.column];
+    }
     for (std::size_t r = 0; r < n; ++r) {
-        const double* row = t.rows.data() + r * N;
-        x[r] -= dot(row, w.delta.data(), N);
         double largest = 0.0;
         for (std::size_t c = 0; c < n; ++c) {
             double& e = small[r * n + c];
-            e = (e - dot(row, t.columns.data() + c * N, N)) * size(c);
+            e *= size(c);
             largest = std::max(largest, std::fabs(e));
         }
         if (!(largest > 0.0)) return false;

@@ -72,7 +72,8 @@ struct TunnelWork {
     // of the solution: border columns and rows, envelope of what is left
     std::vector<std::size_t> border;    ///< points taken out, in order
     std::vector<TunnelElement> inside;  ///< elements outside the band between the points that stay
-    std::vector<double> columns, rows, small;
+    std::vector<TunnelElement> rows;    ///< of the border, numbered as in it
+    std::vector<double> columns, small;
     std::vector<std::size_t> envelope_first, envelope_start;
     std::vector<double> lower, upper, pivot;
 
