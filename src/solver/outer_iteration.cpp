@@ -59,12 +59,14 @@ void AverageDynamicVariables(const Problem& problem, const Workspace& work, Calc
     totale_rdcbijdrage(problem, cv);
 }
 
+bool has_junctions(const Workspace& work) { return work.tunnel.active && !work.tunnel.band_to_band.empty(); }
+
 /// Nothing moves: has what is left on one side of a tunnel junction no part in the current?
 bool junctions_agree(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
-    if (!work.tunnel.active || work.tunnel.band_to_band.empty()) return true;
+    if (!has_junctions(work)) return true;
     find_current(problem, work, cv);
-    return current_passes_junctions(work, cv);
+    return current_passes_junctions(problem, work, cv);
 }
 
 /// Has the current settled, and is it constant along the device?
@@ -117,7 +119,7 @@ bool decoupled_pass(const Problem& problem, Workspace& work, CalculationVariable
         return false;
     }
     moved = cv.its_psi >= 1 || cv.its_u >= 1 || cv.its_v >= 1;
-    return true;
+    return !has_junctions(work) || couple_junctions(problem, work, cv, moved);
 }
 
 /// Two decoupled passes bring any state that has been met near enough for the coupled loop.

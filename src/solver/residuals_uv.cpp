@@ -143,4 +143,27 @@ void calculate_dc_jacobian(const Problem& problem, const CalculationVariables& c
     jac.main.back() += w.C.back() * w.S_right;
 }
 
+void dc_jacobian_row_sums(const Problem& problem, const CalculationVariables& cv, Carrier carrier,
+                          std::span<double> sums)
+{
+    const View w = view_of(problem, cv, carrier);
+    const auto half_cell = [&](std::size_t k, std::size_t m) {
+        return w.factor[k] * w.source[k] * (own_half_cell * w.drec[k] + neighbour_half_cell * w.drec[m]);
+    };
+    for (std::size_t j = 0; j < at(cv.mesh.nlayers); ++j) {
+        const std::size_t first = at(cv.mesh.first[j]), last = at(cv.mesh.last[j]);
+        for (std::size_t i = first + 1; i < last; ++i) sums[i] = w.factor[i] * w.source[i] * w.drec[i];
+        sums[first] = half_cell(first, first + 1);
+        sums[last] = half_cell(last, last - 1);
+    }
+    for (std::size_t j = 0; j < problem.grid.interfaces.size(); ++j) {
+        const std::size_t l = at(cv.mesh.last[j]), f = l + 1;
+        const InterfaceTerms& states = cv.terms_interface[j];
+        sums[l] += w.C[l] / w.b[l] * (states.*w.dI_left_left + states.*w.dI_left_right);
+        sums[f] += w.C[f] / w.b[f] * (states.*w.dI_right_left + states.*w.dI_right_right);
+    }
+    sums.front() += w.C.front() * w.S_left;
+    sums.back() += w.C.back() * w.S_right;
+}
+
 }  // namespace kovin

@@ -3,6 +3,15 @@
 // The continuity equation of one carrier cannot tell whether the current goes on in the other one behind such a path.
 // Where the path conducts well a difference of currents moves the levels by less than any termination: what the
 // iteration is judged by here is the current itself.
+//
+// The two equations together have the sides of a junction move as one. With steps of the levels as unknowns a row is
+//
+//     (left + right + paths + sum) x[i] - left x[i-1] - right x[i+1] - paths x'[end] = res
+//
+// and the stack between two junctions is held by its row sums alone, which may be 1e-20 of the couplings. Elimination
+// therefore carries the row sums along and forms each pivot as a sum of positive numbers: nothing cancels. Points
+// between two ends of paths go first, then the ends themselves in a dense system. Source: Grassmann, Taksar, Heyman,
+// Operations Research 33 (1985) 1107; Alfa, Xue, Ye, Math. Comp. 71 (2002) 217.
 #pragma once
 
 #include "solver/problem.h"
@@ -14,6 +23,12 @@ namespace kovin {
 /// their median currents: the rounding of single intervals cancels in these, and what is left of it is measured by the
 /// differences of neighbours.
 /// @pre work.currents and work.tunnel.band_to_band are those of the state
-[[nodiscard]] bool current_passes_junctions(Workspace& work, const CalculationVariables& cv);
+[[nodiscard]] bool current_passes_junctions(const Problem& problem, Workspace& work, const CalculationVariables& cv);
+
+/// Newton steps of electrons and holes together with psi held, across all paths from band to band; recombination is
+/// differentiated to the own carrier only, paths within a band are left to the equations of one carrier.
+/// @param moved  set where a level moved by more than its termination, else left alone
+/// @return false if a step is no number
+[[nodiscard]] bool couple_junctions(const Problem& problem, Workspace& work, CalculationVariables& cv, bool& moved);
 
 }  // namespace kovin

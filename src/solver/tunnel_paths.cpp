@@ -205,6 +205,15 @@ struct Drive {
 
 }  // namespace
 
+BandToBandOccupation occupation_of(const BandToBandPath& t, const CalculationVariables& cv)
+{
+    const double Fn = cv.Fn[at(t.from)], Fp = cv.Fp[at(t.to)];
+    const double n = fermi(t.level - Fn), p = fermi(t.level - Fp);
+    const double n_empty = fermi(Fn - t.level), p_empty = fermi(Fp - t.level);
+    const double net = Fn > Fp ? -n * p_empty * std::expm1(Fp - Fn) : p * n_empty * std::expm1(Fn - Fp);
+    return {net, n * n_empty, p * p_empty, net * (p_empty - n)};
+}
+
 bool take_the_route_of_tunnelling(CalculationParameters& set3)
 {
     if (!set3.tunnel.any()) return false;
@@ -274,7 +283,7 @@ void add_tunnel_residue(const TunnelWork& work, const CalculationVariables& cv, 
     }
     add_states_residue(cv, carrier, res);
     for (const BandToBandPath& t : work.band_to_band) {
-        const double net = fermi(t.level - cv.Fn[at(t.from)]) - fermi(t.level - cv.Fp[at(t.to)]);
+        const double net = occupation_of(t, cv).net;
         if (electrons)
             res[at(t.from)] -= t.loss_n * net;
         else
@@ -390,7 +399,7 @@ void store_tunnel_currents(const Problem& problem, TunnelWork& work, Calculation
         IntervalCurrents j(work, N);
         add(work.n, cv.expFn, -1.0, contact.j_n_left, contact.j_n_right, j);
         for (const BandToBandPath& t : work.band_to_band) {
-            const double net = fermi(t.level - cv.Fn[at(t.from)]) - fermi(t.level - cv.Fp[at(t.to)]);
+            const double net = occupation_of(t, cv).net;
             j.add(t.from, t.to, -unit * t.strength * net);
         }
         j.write(cv.jn_tunnel);

@@ -28,6 +28,15 @@ bool take_the_route_of_tunnelling(CalculationParameters& set3);
 /// The paths of one carrier in the present potential; those from band to band come with the electrons.
 void find_tunnel_paths(const Problem& problem, const CalculationVariables& cv, Carrier carrier, TunnelWork& work);
 
+/// What drives a path from band to band, and its derivatives.
+struct BandToBandOccupation {
+    double net;         ///< f(level - Fn[from]) - f(level - Fp[to]), exact where the levels are nearly equal
+    double per_Fn;      ///< d net/dFn
+    double per_Fp;      ///< -d net/dFp
+    double difference;  ///< per_Fn - per_Fp
+};
+[[nodiscard]] BandToBandOccupation occupation_of(const BandToBandPath& path, const CalculationVariables& cv);
+
 /// Adds the paths to the residual of their carrier.
 void add_tunnel_residue(const TunnelWork& work, const CalculationVariables& cv, Carrier carrier, std::span<double> res);
 /// Adds their derivatives: to the band, and into work.outside what does not lie in it.

@@ -57,6 +57,19 @@ struct TunnelElement {
     double value;
 };
 
+/// Equations of both carriers together across tunnel junctions, see tunnel_junctions; empty without such paths.
+struct JunctionWork {
+    /// Rows of one carrier as a chain of points.
+    struct Chain {
+        std::vector<double> left, right, sum;  ///< couplings to the neighbours, sum of the row
+        std::vector<double> res, pivot, step;
+        std::vector<std::size_t> ends;  ///< points that paths begin or end at, in order
+    };
+    Chain n, p;
+    std::vector<double> couplings, sums, steps;  ///< between the ends of both carriers, electrons first
+    std::vector<double> both;                    ///< steps of both carriers, one after the other
+};
+
 /// Everything of tunnelling that a calculation keeps; without tunnel paths in the cell it stays empty.
 struct TunnelWork {
     bool active = false;
@@ -76,6 +89,7 @@ struct TunnelWork {
     std::vector<double> columns, small;
     std::vector<std::size_t> envelope_first, envelope_start;
     std::vector<double> lower, upper, pivot;
+    JunctionWork junctions;
 
     /// @param on  some path is open
     void prepare(const Mesh& mesh, bool on);

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 namespace kovin::testing::tunnelling {
@@ -153,6 +154,32 @@ inline CellParameters tunnel_diode(double N = 3e25)
     add(cell, narrow, 5e-8, 0.0, N, 0.05);
     add(cell, narrow, 5e-8, N, 0.0, 0.05);
     for (std::size_t j = 0; j < 2; ++j) cell.layer[j].material.tunneling = true;
+    return cell;
+}
+
+/// The left and the right subcell of silicon, p on n each, with the half of a tunnel junction that belongs to it.
+inline void add_subcell(CellParameters& cell, bool left)
+{
+    const auto part = [&](double d, double Nd, double Na) {
+        LayerParameters& layer = add(cell, silicon, d, Nd, Na, 0.1);
+        layer.material.tunneling = std::max(Nd, Na) > 1e25;
+        add_defect(layer, DefectType::neutral, 1e22, 0.56, 1e-19, 1e-19);
+    };
+    if (!left) part(2e-8, 0.0, 1e26);
+    part(left ? 1e-6 : 5e-7, 0.0, 1e22);
+    part(1e-7, 1e24, 0.0);
+    if (left) part(2e-8, 1e26, 0.0);
+}
+inline CellParameters subcell(bool left)
+{
+    CellParameters cell = empty_cell();
+    add_subcell(cell, left);
+    return cell;
+}
+inline CellParameters tandem()
+{
+    CellParameters cell = empty_cell();
+    for (const bool left : {true, false}) add_subcell(cell, left);
     return cell;
 }
 

@@ -460,5 +460,44 @@ TEST(Tunnelling, FromBandToBandGrowsWithTheFieldAndNeedsCrossedBands)
     EXPECT_NEAR(slope(1, 2) / slope(0, 1), 1.0, 0.15);
 }
 
+// One current along a stack: two subcells in series share its voltage, and the one with less light sets the current.
+TEST(Tunnelling, AJunctionInsideAStackPutsSubcellsInSeries)
+{
+    const auto allow = [](ConvergenceParameters& c) { c.TunnelBtoB_allowed = 1; };
+    const auto voltage = [&](bool left, double J) {  // of a subcell alone
+        Device device(subcell(left), 300.0, allow);
+        EXPECT_TRUE(device.solve_equilibrium());
+        double before = 0.0;
+        for (double V = 0.02; V < 0.9; V += 0.02) {
+            EXPECT_TRUE(device.go_to(V)) << V;
+            if (device.cv.J_median > J)
+                return V - 0.02 * std::log(device.cv.J_median / J) / std::log(device.cv.J_median / before);
+            before = device.cv.J_median;
+        }
+        return 0.0;
+    };
+    const auto expect_one_current = [](const Device& device, double tolerance) {
+        EXPECT_NEAR(device.memory.work.currents.j_tot.front(), device.cv.J_median, tolerance);
+        EXPECT_NEAR(device.memory.work.currents.j_tot.back(), device.cv.J_median, tolerance);
+    };
+    Device dark(tandem(), 300.0, allow);
+    ASSERT_TRUE(dark.solve_equilibrium());
+    for (const double V : {0.4, 0.8, 1.1}) {
+        ASSERT_TRUE(dark.go_to(V, 2)) << V;
+        EXPECT_LT(dark.cv.iterations, 20) << V;
+        const double J = dark.cv.J_median;
+        expect_one_current(dark, 1e-3 * J + 5e-3);
+        EXPECT_NEAR(voltage(true, J) + voltage(false, J), V, 3e-3) << V;
+    }
+    // 30 mA/cm2 from the right, of which the left subcell absorbs those that pass 0.64 um.
+    Device lit(tandem(), 300.0, allow);
+    lit.illuminate_exponentially(30.0, 2e-7);
+    ASSERT_TRUE(lit.solve_equilibrium() && lit.solve());
+    expect_one_current(lit, 5e-3);
+    const double left = 30.0 * std::exp(-0.62 / 0.2);
+    EXPECT_LT(std::fabs(lit.cv.J_median), left + 0.02);
+    EXPECT_GT(std::fabs(lit.cv.J_median), 0.5 * left);
+}
+
 }  // namespace
 }  // namespace kovin
