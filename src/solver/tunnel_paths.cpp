@@ -105,7 +105,7 @@ void CalculateTunnelBulkToBulk(const TunnelView& v)
             const double far = v.mass[t - 1] * (1.0 - share) + v.mass[t] * share;
             const double rate = std::min(v.N0(s) * v.b[s] * v.vth[s], v.N0(t) * v.b[t] * v.vth[t]);
             const double T = v.exponent(v.chosen_mass(v.mass[s], far), s, t, E[s]);
-            const double strength = width * rate * std::exp(-T);
+            const double strength = width * rate * std::exp(-T) * v.limit(static_cast<int>(s), t, std::exp(-E[s]));
             strongest = std::max(strongest, strength);
             v.add(static_cast<int>(s), t, strength);
         }
@@ -132,7 +132,8 @@ void CalculateTunnelIfaceToIface(const TunnelView& v, std::size_t a, std::size_t
     for (int k = 0; k < slices; ++k)
         for (const double off : {-gauss_two, gauss_two}) {
             const double level = base + (k + 0.5 + off) * step;
-            sum += 0.5 * std::exp(std::min(v.E[fa] - level - v.exponent(m, fa, lb, level), 700.0));
+            const double supply = std::exp(std::min(v.E[fa] - level - v.exponent(m, fa, lb, level), 700.0));
+            sum += 0.5 * supply * v.limit(static_cast<int>(la), fb, std::exp(-level));
         }
     const double coefficient = v.N0(la) * v.b[la] * (v.problem.grid.interfaces[a].*v.velocity);
     v.add(static_cast<int>(la), fb, coefficient * step * sum);

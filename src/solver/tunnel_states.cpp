@@ -32,7 +32,7 @@ void walk_down(TunnelWalk& walk, std::vector<FlankSlice>& slices)
         const int count = slices_of(range, walk.is_step(k));
         for (int n = 0; n < count; ++n) {
             const double upper = begin - range * n / count, lower = begin - range * (n + 1) / count;
-            const double density = walk.mean_per_energy(k, upper, lower);
+            const double density = walk.energies_of(k, upper, lower).mean();
             slices.push_back({k, upper, lower, (upper - lower) * density});
             walk.last = lower;
             if (walk.count(upper, lower, density)) return;
@@ -86,7 +86,7 @@ void interfaceTrapTunneling(const TunnelView& v, const OneDefect& defect, bool r
         for (const FlankSlice& s : work.slices) {
             if (s.upper <= bottom) break;
             double w = s.weight;
-            if (s.lower < bottom) w = (s.upper - bottom) * walk.mean_per_energy(s.k, s.upper, bottom);
+            if (s.lower < bottom) w = (s.upper - bottom) * walk.energies_of(s.k, s.upper, bottom).mean();
             if (!(w > 0.0)) continue;
             group.gain += w;
             // As all slices do these end half at either point, at the foot alone over a step of the band.

@@ -14,6 +14,15 @@ namespace kovin {
 /// The barrier of both carriers at the points of the mesh into work.Ec and work.Ev.
 void tunnel_barriers(const CalculationParameters& set3, const CalculationVariables& cv, TunnelWork& work);
 
+/// What Boltzmann's supply at an energy E, a = X exp(-E) at one end and b at the other one, has to be multiplied by for
+/// that of states which hold one carrier each:
+///
+///     (ln(1 + a) - ln(1 + b))/(a - b),   1/(1 + a) where both are equal
+///
+/// @return at most 1; 1 where that is off by less than 1e-6
+/// Source: Tsu, Esaki, Appl. Phys. Lett. 22 (1973) 562.
+[[nodiscard]] double supply_limit(double a, double b);
+
 /// What the paths of one carrier are made from.
 struct TunnelView {
     const Problem& problem;
@@ -22,6 +31,8 @@ struct TunnelView {
     const std::vector<std::size_t>& layer;
     const std::vector<double>& E;  ///< barrier, upwards [kT]
     const std::vector<double>&b, &mass, &vth;
+    const std::vector<double>& X;              ///< u or v
+    double X_right_metal;                      ///< that of the left one is 1
     const std::vector<double>&source, &W, &C;  ///< factors of the rows, see discretisation
     double TunnelPlace::*place_mass;
     double Discretisation::Interface::*velocity;
@@ -40,6 +51,16 @@ struct TunnelView {
     {
         const double c = begins_layer(i) || ends_layer(i) ? C[i] : source[i] * W[i] * 2.0 / (mesh.h[i - 1] + mesh.h[i]);
         return c / (N0(i) * b[i]);
+    }
+    /// X of a point or a metal.
+    [[nodiscard]] double X_of(int from) const
+    {
+        return from >= 0 ? X[static_cast<std::size_t>(from)] : from == right_metal ? X_right_metal : 1.0;
+    }
+    /// The supply_limit of a path at an energy. @param boltzmann  exp(-E)
+    [[nodiscard]] double limit(int from, std::size_t target, double boltzmann) const
+    {
+        return supply_limit(X_of(from) * boltzmann, X[target] * boltzmann);
     }
     /// Adds a path from a point or a metal; one that ends where the last one does joins it.
     void add(int from, std::size_t target, double strength) const;
@@ -68,9 +89,12 @@ struct TunnelWalk {
     /// Supply times transmission of an energy whose path ends between k and the point before it, the supply at the top
     /// being 1 [per kT].
     [[nodiscard]] double per_energy(std::size_t k, double level) const;
-    /// Its mean over a slice: on a step of the band, whose slices are as wide as kT, from two energies (Gauss), else
-    /// that of the middle.
-    [[nodiscard]] double mean_per_energy(std::size_t k, double upper, double lower) const;
+    /// The energies of a slice and what they have: the mean is that over the slice.
+    struct Energies {
+        double level[2], density[2];  ///< the latter per kT
+        [[nodiscard]] double mean() const { return 0.5 * (density[0] + density[1]); }
+    };
+    [[nodiscard]] Energies energies_of(std::size_t k, double upper, double lower) const;
     /// Counts the slice from `upper` to `lower`. @return the tail is negligible from here on
     bool count(double upper, double lower, double per_energy);
     /// Makes the paths of the energies between `upper` and `lower`, whose carriers end between k and the point before

@@ -26,7 +26,13 @@ double ChooseTunnelMass(double m1, double m2, int choice)
 double wkb_integral(const double* E, const double* h, std::size_t from, std::size_t to, double level)
 {
     double sum = 0.0;
-    for (std::size_t i = from; i < to; ++i) sum += h[i] * wkb_step(E[i] - level, E[i + 1] - level);
+    double a = E[from] - level, ra = std::sqrt(std::max(a, 0.0));
+    for (std::size_t i = from; i < to; ++i) {
+        const double b = E[i + 1] - level, rb = std::sqrt(std::max(b, 0.0));
+        sum += h[i] * wkb_step(a, b, ra, rb);
+        a = b;
+        ra = rb;
+    }
     return sum;
 }
 

@@ -5,6 +5,7 @@
 // The integral over one step is exact. Source: Landau, Lifshitz, Quantum Mechanics, section 50.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 
@@ -19,15 +20,18 @@ namespace kovin {
 ///     (a^1.5 - b^1.5)/(a - b) = (a + sqrt(ab) + b)/(sqrt(a) + sqrt(b))
 ///
 /// without cancellation for a flat step; from a > 0 to b < 0 the share a/(a - b) of the step counts.
+///
+/// @param ra,rb  roots of a and b where these are positive
+[[nodiscard]] inline double wkb_step(double a, double b, double ra, double rb)
+{
+    if (a > 0.0 && b > 0.0) return (a + ra * rb + b) / (ra + rb);
+    if (a > 0.0) return a / (a - b) * ra;
+    if (b > 0.0) return b / (b - a) * rb;
+    return 0.0;
+}
 [[nodiscard]] inline double wkb_step(double a, double b)
 {
-    if (a > 0.0 && b > 0.0) {
-        const double ra = std::sqrt(a), rb = std::sqrt(b);
-        return (a + ra * rb + b) / (ra + rb);
-    }
-    if (a > 0.0) return a / (a - b) * std::sqrt(a);
-    if (b > 0.0) return b / (b - a) * std::sqrt(b);
-    return 0.0;
+    return wkb_step(a, b, std::sqrt(std::max(a, 0.0)), std::sqrt(std::max(b, 0.0)));
 }
 
 /// Sum of h wkb_step over the steps between the points from and to, from <= to.

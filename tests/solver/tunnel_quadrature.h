@@ -56,18 +56,26 @@ double integral(double a, double b, const F& f)
     return sum * (b - a) / slices;
 }
 
-/// Integral of exp(top - E - T) (X_source - X) from `bottom` to `least` below the top, E[s]: the carriers end in the
-/// flank beyond s. Masses are the smaller of the place and the layer.
+/// Supply of Tsu and Esaki from one end less that from the other one, over exp(-level).
+inline double driven(double level, double X_source, double X)
+{
+    return std::exp(level) * (std::log1p(X_source * std::exp(-level)) - std::log1p(X * std::exp(-level)));
+}
+/// What each energy of a descent brings.
+using Drive = double (*)(double level, double X_source, double X);
+
+/// Integral of exp(top - E - T) `drive` from `bottom` to `least` below the top, E[s]: the carriers end in the flank
+/// beyond s. Masses are the smaller of the place and the layer.
 inline double descent(const Device& device, const std::vector<double>& E, std::size_t s, int d, double bottom,
                       double mass, const std::vector<double>& layer_mass, double least, double X_source,
-                      const std::vector<double>& X)
+                      const std::vector<double>& X, Drive drive = driven)
 {
     return integral(bottom, E[s] - least, [&](double level) {
         const Crossing end(E, s, d, level);
         const bool step = device.cv.mesh.h[std::min(end.near, end.k)] == 0.0;  // its foot alone has states
         const double m = std::min(mass, layer_mass[end.k]);
         return std::exp(E[s] - level - std::sqrt(m) * exponent(device, E, s, end.k, level)) *
-               (X_source - (step ? X[end.k] : end.of(X)));
+               drive(level, X_source, step ? X[end.k] : end.of(X));
     });
 }
 

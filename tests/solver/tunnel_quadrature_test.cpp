@@ -42,6 +42,9 @@ TEST(TunnelQuadrature, Contacts)
                 {schottky(0.002), 0.05, 2.8e25, 0.26},
                 {schottky(0.02), 0.05, 2.8e25, 0.26},
                 {schottky(-0.002), 0.05, 2.8e25, 0.26},
+                {schottky(), -0.5, 2.8e25, 0.26},  // energies far below the level of the metal
+                {schottky(), -1.0, 2.8e25, 0.26},
+                {schottky(), -2.0, 2.8e25, 0.26},
                 {metal_on_barrier(), 0.02, 5.2e23, 0.075}};  // most of it ends at a step of 0.5 eV
     for (const auto& row : rows) {
         const Device device = solved(row.cell, row.V);
@@ -58,7 +61,7 @@ TEST(TunnelQuadrature, SpikesAtInterfaces)
     const struct {
         CellParameters cell;
         bool turned;
-    } rows[] = {{window(), false}, {mirrored(window()), true}, {window(3e23), false}, {graded_window(), false}};
+    } rows[] = {{window(), false}, {mirrored(window()), true}, {window(3e23), false}, {window(3e22), false}, {graded_window(), false}};
     for (const auto& row : rows) {
         const int d = row.turned ? -1 : 1;
         const Device device = solved(row.cell, 0.02 * d);
@@ -81,8 +84,9 @@ TEST(TunnelQuadrature, InterfaceToInterface)
         const auto& u = device.cv.expFn;
         const std::size_t la = device.last(0), fa = la + 1, lb = device.last(1), fb = lb + 1;
         const double flux =
-            2.1e23 * 1e5 * (u[la] - u[fb]) * integral(std::max(E[la], E[fb]), lowest(E, fa, lb), [&](double level) {
-                return std::exp(-level - std::sqrt(0.075) * exponent(device, E, fa, lb, level));
+            2.1e23 * 1e5 * integral(std::max(E[la], E[fb]), lowest(E, fa, lb), [&](double level) {
+                const double T = std::sqrt(0.075) * exponent(device, E, fa, lb, level);
+                return std::exp(-level - T) * driven(level, u[la], u[fb]);
             });
         double J = 0.0;
         for (const TunnelPath& t : device.memory.work.tunnel.n.paths)
@@ -104,7 +108,7 @@ TEST(TunnelQuadrature, BarriersInTheBulk)
         const double flux = 2.8e25 * 1e5 * integral(bottom, E[top] - 2.0, [&](double level) {
                                 const Crossing left(E, top, -1, level), right(E, top, 1, level);
                                 const double T = std::sqrt(0.1) * exponent(device, E, left, right, level);
-                                return std::exp(-level - T) * (left.of(u) - right.of(u));
+                                return std::exp(-level - T) * driven(level, left.of(u), right.of(u));
                             });
         EXPECT_NEAR(device.cv.jn_tunnel[top] / current_of(flux, 1), 1.0, 0.1) << V;
     }

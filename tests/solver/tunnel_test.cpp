@@ -7,6 +7,7 @@
 #include "solver/tunnel_paths.h"
 #include "solver/tunnel_solve.h"
 #include "solver/tunnel_states.h"
+#include "solver/tunnel_walk.h"
 #include "solver/tunnel_wkb.h"
 #include "tunnel_cells.h"
 #include "tunnel_quadrature.h"
@@ -41,6 +42,22 @@ TEST(Wkb, IsExactForStraightBarriersAndAtTheirEdges)
     for (int choice = 0; choice < 6; ++choice)
         EXPECT_NEAR(ChooseTunnelMass(0.2, 0.8, choice), masses[choice], 1e-15) << choice;
     EXPECT_EQ(ChooseTunnelMass(0.0, 0.0, 4), 0.0);
+}
+
+TEST(Wkb, SupplyIsThatOfStatesWithOneCarrierEach)
+{
+    for (const double a : {0.0, 1e-9, 1e-3, 1.0, 1e5, 1e200})
+        for (const double b : {0.0, 1e-9, 1e-3, 0.9, 1e8}) {
+            const double limit = supply_limit(a, b), exact = std::log1p(a) - std::log1p(b);
+            EXPECT_NEAR(limit * (a - b), exact, 1e-6 * std::fabs(exact)) << a << ' ' << b;
+            EXPECT_EQ(limit, supply_limit(b, a));
+            EXPECT_TRUE(limit > 0.0 && limit <= 1.0) << a << ' ' << b;
+        }
+    for (const double a : {0.5, 1e6}) {
+        EXPECT_NEAR(supply_limit(a, a) * (1.0 + a), 1.0, 1e-15);
+        EXPECT_NEAR(supply_limit(a * (1.0 + 1e-15), a) * (1.0 + a), 1.0, 1e-14) << "nothing cancels";
+    }
+    EXPECT_TRUE(std::isfinite(supply_limit(HUGE_VAL, HUGE_VAL)));
 }
 
 /// A state with levels that vary from point to point, so that no path is idle.
@@ -254,7 +271,7 @@ TEST(Tunnelling, StatesCaptureFromTheFlanksOfBothBands)
             const double end = right ? *std::min_element(split, E.end()) : *std::min_element(E.begin(), split + 1);
             const std::vector<double> nobody(E.size(), 0.0);
             return descent(device, E, right ? l + 1 : l, right ? 1 : -1, std::max(bottom, end), 0.1, device.set3.on.m_e,
-                           0.0, 1.0, nobody);
+                           0.0, 1.0, nobody, [](double, double X_source, double) { return X_source; });
         };
         double n_sum = 0.0, p_sum = 0.0, gain_sum = 0.0;
         for (std::size_t e = 0; e < cv.tunnel_states.energies.size(); ++e) {
