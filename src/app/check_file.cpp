@@ -170,6 +170,7 @@ bool check_text(Look& look, const std::string& text, FileKind kind)
             check_physical_sense(definition, look.watch);
             check_second_working_point(look, definition.input.cell.cell);
             check_repeats(look.watch);
+            check_reflection(look.watch);
             check_units(look.watch);
             ActionPanel lit = InitialiseActionPanel();  // by a model, which needs the filters and no file of its own
             lit.workPoint.dark = lit.workPoint.spectrumFromFile = false;

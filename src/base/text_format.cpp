@@ -50,6 +50,11 @@ std::string scientific(double value, int width, int digits, int exponent_digits)
     return padded(std::move(text), width);
 }
 
+std::string plain(double value, int digits)
+{
+    return std::abs(value) < 1e6 ? fixed(value, 0, digits) : scientific(value, 0, digits);
+}
+
 std::string shortest(double value)
 {
     if (std::isnan(value)) return "nan";

@@ -15,6 +15,9 @@ namespace kovin {
 /// Scientific notation with `digits` behind the point and at least `exponent_digits` (normally 2): 2.000e-06.
 [[nodiscard]] std::string scientific(double value, int width = 0, int digits = 6, int exponent_digits = 2);
 
+/// `value` with `digits` behind the point, from a million on in scientific notation: for sentences.
+[[nodiscard]] std::string plain(double value, int digits);
+
 /// The shortest text that reads back as the same double.
 [[nodiscard]] std::string shortest(double value);
 

@@ -134,6 +134,39 @@ std::string_view trimmed(std::string_view text)
     return text;
 }
 
+std::size_t utf8_length(std::string_view text, std::size_t at)
+{
+    const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
+    const unsigned char lead = byte(at);
+    if (lead < 0x80) return 1;
+    const std::size_t length = lead >= 0xC2 && lead < 0xE0   ? 2
+                               : lead >= 0xE0 && lead < 0xF0 ? 3
+                               : lead >= 0xF0 && lead < 0xF5 ? 4
+                                                             : 0;
+    if (length == 0 || at + length > text.size()) return 0;
+    for (std::size_t k = 1; k < length; ++k)
+        if ((byte(at + k) & 0xC0) != 0x80) return 0;
+    // Overlong forms, surrogates and what lies beyond the last code point.
+    const unsigned char second = byte(at + 1);
+    if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) || (lead == 0xF0 && second < 0x90) ||
+        (lead == 0xF4 && second > 0x8F))
+        return 0;
+    return length;
+}
+
+std::string quotable(std::string_view text, std::size_t most)
+{
+    const std::string_view part = trimmed(text.substr(0, most));
+    std::string shown;
+    for (std::size_t i = 0; i < part.size();) {
+        const std::size_t length = utf8_length(part, i);
+        const bool control = static_cast<unsigned char>(part[i]) < ' ' || part[i] == '\x7f';
+        shown += length == 0 || control ? "?" : part.substr(i, length);
+        i += std::max<std::size_t>(length, 1);
+    }
+    return shown;
+}
+
 std::string_view nearest_word(std::string_view text, std::span<const std::string> words)
 {
     constexpr std::size_t longest = 80;

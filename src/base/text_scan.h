@@ -17,6 +17,11 @@ namespace kovin {
 /// Position of `pattern` in `text` without regard to case, npos if there is none.
 [[nodiscard]] std::size_t find_ignoring_case(std::string_view text, std::string_view pattern, std::size_t from = 0);
 [[nodiscard]] std::string_view trimmed(std::string_view text);  ///< without white space at both ends
+/// Length of the UTF-8 sequence that begins at `at`; 0 if what stands there is none.
+[[nodiscard]] std::size_t utf8_length(std::string_view text, std::size_t at);
+/// The start of a text of a file, to be quoted: at most so many bytes, trimmed, '?' for control characters and for
+/// bytes that are no UTF-8.
+[[nodiscard]] std::string quotable(std::string_view text, std::size_t most);
 
 /// The word that `text` most likely was meant to begin with: fewest letters missing, added, wrong or exchanged, at most
 /// a quarter of the word. Case and a colon at the end of the word do not count. Empty: none is near.

@@ -64,9 +64,7 @@ struct Doubts {
     {
         if (count++ > 0) return;
         line = number;
-        text = trimmed(what.substr(0, 40));
-        for (char& c : text)
-            if (static_cast<unsigned char>(c) < ' ') c = '?';
+        text = quotable(what, 40);
     }
     /// "line 7: '310 nan' what", with the number of lines of the kind.
     void tell(const std::string& what, std::vector<std::string>& doubts) const
@@ -141,9 +139,7 @@ std::string why_no_row(std::string_view text, FileKind kind)
     LineReader reader(std::string(text), two_column_line_limit);
     while (trimmed(first).empty() && reader.ReadLine(first)) {
     }
-    std::string line(trimmed(std::string_view(first).substr(0, shown)));
-    for (char& c : line)
-        if (static_cast<unsigned char>(c) < ' ') c = '?';
+    const std::string line = quotable(first, shown);
     const char* wanted = kind == FileKind::file_list    ? "with \"file:\""
                          : kind == FileKind::value_list ? "that begins with a number"
                                                         : "of two numbers parted by blanks";

@@ -1,6 +1,7 @@
 #include "device/definition_check.h"
 
 #include "base/text_format.h"
+#include "device/capture_model.h"
 #include "device/charge_states.h"
 #include "device/contacts.h"
 #include "device/defect_levels.h"
@@ -20,7 +21,7 @@ namespace {
 
 constexpr double rounding = 1e-6;  ///< [eV]: files write energies with three to six digits
 
-std::string figure(double value) { return fixed(value, 0, 3); }
+std::string figure(double value) { return plain(value, 3); }
 
 struct PhysicsCheck {
     const CellParameters& cell;
@@ -143,7 +144,7 @@ void check_levels(PhysicsCheck& check, const LayerParameters& layer, int number,
     }
 }
 
-/// Models of optical capture that give no cross section, by their figures at the left end of the layer.
+/// Models of optical capture that give none or more than any defect has, by their figures at the left end of the layer.
 void check_capture_models(PhysicsCheck& check, const LayerParameters& layer, int number, const std::string& name)
 {
     const MaterialParameters& m = layer.material;
@@ -157,18 +158,12 @@ void check_capture_models(PhysicsCheck& check, const LayerParameters& layer, int
             const OpticalCaptureProperties& capture = level.*carrier.capture;
             if (!capture.present || !capture.from_model) continue;
             const std::string key = "optical capture of " + std::string(carrier.word);
-            const auto tell = [&](const char* figure_of, const std::string& text) {
-                check.find(name + "/defect " + integer(number), key + figure_of,
-                           name + ", defect " + integer(number) + ": level " + integer(static_cast<long>(k) + 1) +
-                               ", " + key + ": " + text);
-            };
             const double threshold =
                 carrier.capture == &BulkRecombinationParameters::electrons ? E0.electrons : E0.holes;
-            if (!(capture.n > 0.0)) tell(", n", "the model divides by n, which must be above 0");
-            if (!(capture.m_over_m0 > 0.0)) tell(", m*/m0", "the model divides by m*/m0, which must be above 0");
-            if (!(capture.Emax > threshold))
-                tell(", Emax (eV)", "the model ends at Emax, " + figure(capture.Emax) + " eV, and begins at " +
-                                        figure(threshold) + " eV: nothing is absorbed");
+            for (const CaptureFinding& finding : capture_findings(capture, threshold))
+                check.find(name + "/defect " + integer(number), key + finding.key,
+                           name + ", defect " + integer(number) + ": level " + integer(static_cast<long>(k) + 1) +
+                               ", " + key + ": " + finding.text);
         }
     }
 }

@@ -130,8 +130,7 @@ void read_working_point(Reading& reading)
             if (reflection) front.Tfront = 1.0 - front.Rfront;
             // The transmission is written with fewer digits than the reflection in front of it, which it must not
             // spoil.
-            const bool rounded =
-                !reflection && has_reflection && std::abs(front.Tfront - point.Tfront) <= 0.5001e-4 * front.Tfront;
+            const bool rounded = !reflection && has_reflection && is_transmission_of(point.Rfront, front.Tfront);
             has_reflection = has_reflection || reflection;
             if (rounded) continue;
             point.Tfront = front.Tfront;

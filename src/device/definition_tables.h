@@ -200,6 +200,8 @@ inline constexpr KeyRow<Point> front_keys[] = {
      .digits = 4,
      .scientific = true},
 };
+/// Is T one minus R, to the digits with which it is written?
+[[nodiscard]] inline bool is_transmission_of(double R, double T) { return std::abs(T - (1.0 - R)) <= 0.5001e-4 * T; }
 // Each switch is followed by its value; both are written where it is on.
 inline constexpr KeyRow<Point> resistance_keys[] = {
     {.word = "Series resistance", .flag = &Point::RsPresent, .unit = " (1: Rs enabled; 0: Rs disabled)"},

@@ -27,7 +27,7 @@ std::string quoted(const LineWatch::Known& line)
 {
     constexpr std::size_t most = 80;
     const std::string_view value = value_of(line);
-    return line.text + (value.empty() ? "" : " = \"" + std::string(value.substr(0, most)) + '"') + ": ";
+    return line.text + (value.empty() ? "" : " = \"" + quotable(value, most) + '"') + ": ";
 }
 
 // ---- repetitions --------------------------------------------------------------------------------------------------
@@ -184,6 +184,25 @@ void check_repeats(LineWatch& watch)
         if (!is_new)
             watch.find(line.line, quoted(line) + "given already in line " + integer(first->second) +
                                       "; of the two the later line counts");
+    }
+}
+
+void check_reflection(LineWatch& watch)
+{
+    const LineWatch::Known* other = nullptr;  // the line before that says the same
+    for (const LineWatch::Known& line : watch.known) {
+        if (line.text != "internal Rfront" && line.text != "internal Tfront") continue;
+        const NumberScan number = next_number(value_of(line));
+        if (!number.found) continue;
+        if (other != nullptr && other->text != line.text) {
+            const double before = next_number(value_of(*other)).value;
+            const bool reflection = line.text == "internal Rfront";
+            const double R = reflection ? number.value : before, T = reflection ? before : number.value;
+            if (!definition_tables::is_transmission_of(R, T))
+                watch.find(line.line, quoted(line) + "it is one minus the " + other->text + " of " + shortest(before) +
+                                          " in line " + integer(other->line) + "; of the two the later line counts");
+        }
+        other = &line;
     }
 }
 

@@ -53,6 +53,12 @@ double log_of_sum(double a, double b)
     return std::isinf(high) ? high : high + std::log1p(std::exp(std::min(a, b) - high));
 }
 
+/// Beyond it a process never happens, and the difference of two such barriers has lost its digits [eV].
+constexpr double highest_barrier = 1000.0;
+
+/// Does a process happen at all? @param rate  its cross section or frequency; 0 closes it
+bool is_open(double rate, double to, double back) { return rate > 0.0 && std::max(to, back) <= highest_barrier; }
+
 std::string pair_name(const MetaStableDefectParameters& pair)
 {
     return "metastable transition " + integer(pair.number + 1);
@@ -233,20 +239,23 @@ std::vector<PairFinding> metastable_remarks(const LayerParameters& layer)
             tell("UserDefined Activation Energies",
                  "the flags must leave three activation energies of which the other two follow; Eact_EE and Eact_HE "
                  "are taken to follow");
-        const bool frozen =
-            pair.electron_process != 0 && pair.hole_process != 0 && pair.sigma_don_n <= 0.0 && pair.sigma_acc_p <= 0.0;
-        if (frozen) tell("sigma_don_n", "sigma_don_n and sigma_acc_p are 0: it keeps its initial configuration");
         MetaStableDefectParameters used = pair;
         UpdateActivationEnergies(used, Eg);
+        const auto rate = [&](int process, double sigma) { return process == 0 ? pair.phonon_frequency : sigma; };
+        const double electrons = rate(pair.electron_process, pair.sigma_don_n);
+        if (!is_open(electrons, used.Eact_EC, used.Eact_EE) &&
+            !is_open(rate(pair.hole_process, pair.sigma_acc_p), used.Eact_HC, used.Eact_HE))
+            tell(electrons > 0.0 ? "Eact_EC" : "sigma_don_n",
+                 "no process is open, with a cross section of 0 or a barrier above " + plain(highest_barrier, 0) +
+                     " eV: it keeps its initial configuration");
         for (const E which : {E::TR, E::EC, E::EE, E::HC, E::HE}) {
             const char* key = activation_energy_words[static_cast<std::size_t>(which)];
             const std::string name = key;
             const double stored = pair.*field(which), value = used.*field(which);
             if (std::abs(value - stored) > rounding)
-                tell(key,
-                     name + " follows from the others as " + fixed(value, 0, 3) + " eV, not " + fixed(stored, 0, 3));
+                tell(key, name + " follows from the others as " + plain(value, 3) + " eV, not " + plain(stored, 3));
             if (which != E::TR && value < -rounding)
-                tell(key, "the barrier " + name + " of " + fixed(value, 0, 3) + " eV is negative");
+                tell(key, "the barrier " + name + " of " + plain(value, 3) + " eV is negative");
         }
     }
     return remarks;
@@ -270,7 +279,7 @@ std::string pair_text(const LayerParameters& layer, const MetaStableDefectParame
     const DerivedEnergies follows = interpretEactgiven(interpretEactgiven(pair.derived_energy));
     for (const E which : {E::TR, E::EC, E::EE, E::HC, E::HE}) {
         const auto k = static_cast<std::size_t>(which);
-        text += std::string(" ") + activation_energy_words[k] + ' ' + fixed(used.*field(which), 0, 3) + " eV" +
+        text += std::string(" ") + activation_energy_words[k] + ' ' + plain(used.*field(which), 3) + " eV" +
                 (follows[k] ? " (follows)" : "") + (which == E::HE ? "" : ",");
     }
     return text;
@@ -278,8 +287,11 @@ std::string pair_text(const LayerParameters& layer, const MetaStableDefectParame
 
 double metastable_balance(const MetaStableDefectParameters& pair, const MetaPlace& place)
 {
+    constexpr double nothing = -std::numeric_limits<double>::infinity();
+    const auto ln_rate = [](double k, double to, double back) { return is_open(k, to, back) ? std::log(k) : nothing; };
     const double ln_n = std::log(place.n_over_Nc), ln_p = std::log(place.p_over_Nv);
-    const double k_n = std::log(place.k_electrons), k_p = std::log(place.k_holes);
+    const double k_n = ln_rate(place.k_electrons, pair.Eact_EC, pair.Eact_EE);
+    const double k_p = ln_rate(place.k_holes, pair.Eact_HC, pair.Eact_HE);
     const bool two_electrons = pair.electron_process == 0, two_holes = pair.hole_process == 0;
     const auto way = [&](double ln_k, double ln_carriers, double barrier) {
         return ln_k + ln_carriers - barrier / place.kT;
@@ -290,7 +302,6 @@ double metastable_balance(const MetaStableDefectParameters& pair, const MetaPlac
                                        way(k_n, two_electrons ? 0.0 : ln_p, pair.Eact_EE));
     const double ln_R1 = to_acceptor + std::log(place.donor_share);
     const double ln_R2 = to_donor + std::log(place.acceptor_share);
-    constexpr double nothing = -std::numeric_limits<double>::infinity();
     if (ln_R1 == nothing && ln_R2 == nothing) return std::numeric_limits<double>::quiet_NaN();
     return ln_R1 - ln_R2;
 }

@@ -4,6 +4,7 @@
 #include "base/constants.h"
 #include "device/absorption_models.h"
 #include "device/alpha_interpolation.h"
+#include "device/capture_model.h"
 
 #include <array>
 #include <compare>
@@ -33,11 +34,6 @@ struct AbsorptionOnMesh {
     std::vector<Mixture> mixture;                           ///< of the entry; entries of a layer stand together
     std::array<std::size_t, max_layers + 1> first_entry{};  ///< of each layer, and the end
     std::vector<int> of_point;                              ///< index into alpha, one a mesh point
-};
-
-/// Cross section over wavelength as read, wavelengths rising; empty where light does nothing.
-struct CrossSections {
-    std::vector<double> wavelength, sigma;  ///< [nm], [m2]
 };
 
 /// What light does to one level of a defect. Values on the mesh stand at the points of its layer.

@@ -18,39 +18,49 @@ namespace kovin {
 
 namespace {
 
-/// No level is larger: a square of 1 um. Numbers stay finite with it, whatever a file says.
-constexpr double largest_cross_section = 1e-12;  // [m2]
-constexpr int model_rows = 50;
-
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
-/// One carrier of one level, `who` for messages. @return false if it cannot be used (reported)
+/// One carrier of one level, `who` for messages. @param told  true: remarks are not repeated
+/// @return false if it cannot be used (reported)
 bool read_cross_sections(Surroundings& surroundings, const OpticalCaptureProperties& capture, double E0,
-                         const std::string& who, CrossSections& found)
+                         const std::string& who, bool told, CrossSections& found)
 {
+    const auto tell = [&](const std::string& text) {
+        KOVINErrorMessage(surroundings.report, "Optical capture", who + ": " + text + '.');
+    };
     const auto refuse = [&](const std::string& text) {
-        KOVINErrorMessage(surroundings.report, "Optical capture", who + ": " + text);
+        tell(text);
         return false;
     };
     found = {};
     if (!capture.present) return true;
     if (capture.from_model) {
-        if (!(capture.n > 0.0 && capture.m_over_m0 > 0.0))
-            return refuse("the model of the cross section divides by n and m*/m0, which must be above 0.");
-        found = ReadOpticalCaptureParametersFromModel(capture, E0);
-    } else {
-        if (capture.file.empty()) return refuse("no file with the cross section is named.");
-        TwoColumns rows;
-        if (ReadKOVINFile(surroundings, capture.file, FileKind::optical_capture, 1, false, rows) < 1)
-            return refuse("the file '" + capture.file + "' gives no cross section.");
-        MakeNonNegative(rows.y);
-        found = {std::move(rows.x), std::move(rows.y)};
+        bool refused = false;
+        for (const CaptureFinding& finding : capture_findings(capture, E0)) {
+            if (finding.refused || !told) tell(finding.text);
+            refused = refused || finding.refused;
+        }
+        if (!refused) found = ReadOpticalCaptureParametersFromModel(capture, E0);
+        return !refused;
     }
+    if (capture.file.empty()) return refuse("no file with the cross section is named");
+    const std::string file = "the file '" + capture.file + "' ";
+    TwoColumns rows;
+    if (ReadKOVINFile(surroundings, capture.file, FileKind::optical_capture, 1, false, rows) < 1)
+        return refuse(file + "gives no cross section");
+    MakeNonNegative(rows.y);
+    found = {std::move(rows.x), std::move(rows.y)};
     const auto largest = std::max_element(found.sigma.begin(), found.sigma.end());
-    if (largest == found.sigma.end() || *largest <= largest_cross_section) return true;
-    return refuse("a cross section of " + scientific(*largest, 0, 1) + " m2 at " +
-                  fixed(found.wavelength[static_cast<std::size_t>(largest - found.sigma.begin())], 0, 1) +
-                  " nm is that of no defect; files hold m2.");
+    const double wavelength = found.wavelength[static_cast<std::size_t>(largest - found.sigma.begin())];
+    if (!(*largest <= largest_cross_section))
+        return refuse("a cross section of " + scientific(*largest, 0, 1) + " m2 at " + plain(wavelength, 1) +
+                      " nm is that of no defect; files hold m2");
+    if (told) return true;
+    if (*largest == 0.0)
+        tell(file + "has no cross section above 0: nothing is absorbed");
+    else if (found.sigma.size() == 1)
+        tell(file + "has one row: it counts at " + plain(wavelength, 1) + " nm alone, nothing is absorbed beside it");
+    return true;
 }
 
 std::vector<double> at_wavelengths(const CrossSections& table, const std::vector<double>& lambda)
@@ -227,7 +237,7 @@ bool has_optical_capture(const CalculationParameters& set3)
 }
 
 bool ReadOpticalCaptureParameters(Surroundings& surroundings, const CalculationParameters& set3,
-                                  GenerationParameters& gp)
+                                  GenerationParameters& gp, bool& told)
 {
     gp.capture.clear();
     for (std::size_t j = 0; j < at(set3.layers); ++j) {
@@ -244,9 +254,9 @@ bool ReadOpticalCaptureParameters(Surroundings& surroundings, const CalculationP
                     optical_thresholds(level.reference, level.Et, m.Eg.left, set3.kT, m.Nv.left / m.Nc.left);
                 OpticalCapture found;
                 found.layer = j, found.defect = d, found.level = s;
-                if (!read_cross_sections(surroundings, level.electrons, E0.electrons, who + ", electrons",
+                if (!read_cross_sections(surroundings, level.electrons, E0.electrons, who + ", electrons", told,
                                          found.electrons) ||
-                    !read_cross_sections(surroundings, level.holes, E0.holes, who + ", holes", found.holes))
+                    !read_cross_sections(surroundings, level.holes, E0.holes, who + ", holes", told, found.holes))
                     return false;
                 if (!found.electrons.sigma.empty() || !found.holes.sigma.empty())
                     gp.capture.push_back(std::move(found));
@@ -254,23 +264,8 @@ bool ReadOpticalCaptureParameters(Surroundings& surroundings, const CalculationP
         }
     }
     InterpolateOpticalCaptureProperties(gp);
+    told = true;
     return true;
-}
-
-CrossSections ReadOpticalCaptureParametersFromModel(const OpticalCaptureProperties& capture, double E0)
-{
-    CrossSections table;
-    if (!(E0 > 0.0 && capture.Emax >= E0)) return table;
-    const double shortest = hc_eV_nm / capture.Emax, longest = hc_eV_nm / E0;
-    const double scale = 9.3e-21 * capture.Eeff_over_E0 * capture.Eeff_over_E0 / (E0 * capture.n * capture.m_over_m0);
-    for (int i = 0; i < model_rows; ++i) {
-        const double lambda = shortest + (longest - shortest) * i / (model_rows - 1);
-        const double r = std::max(hc_eV_nm / lambda / E0, 1.0), above = r - 1.0;
-        if (!table.wavelength.empty() && lambda <= table.wavelength.back()) break;
-        table.wavelength.push_back(lambda);
-        table.sigma.push_back(scale * std::sqrt(above * above * above) / (r * r * r));
-    }
-    return table;
 }
 
 void InterpolateOpticalCaptureProperties(GenerationParameters& gp)

@@ -28,17 +28,10 @@ namespace kovin {
 
 /// The cross sections of all levels with optical capture, from their files or from the model, into gp.capture, at the
 /// wavelengths of gp.
+/// @param told  true: what absorbs nothing is told already; else it is told, and `told` is true afterwards
 /// @return false if a file or the numbers of a model cannot be used (reported)
 [[nodiscard]] bool ReadOpticalCaptureParameters(Surroundings& surroundings, const CalculationParameters& set3,
-                                                GenerationParameters& gp);
-
-/// The model of a level that is bound by a short-range potential, at 50 wavelengths from 1239.977/Emax to 1239.977/E0:
-///
-///     sigma = 9.3e-21 m2 eV (Eeff/E0)^2 / (E0 n m*/m0) sqrt((r - 1)^3)/r^3,   r = hv/E0
-///
-/// @param E0  threshold [eV]; at or above Emax, or not positive, there are no rows
-/// Source: Lucovsky, Solid State Commun. 3 (1965) 299; 9.3e-21 m2 eV is (16 pi/3)(fine structure) hbar^2/m0.
-[[nodiscard]] CrossSections ReadOpticalCaptureParametersFromModel(const OpticalCaptureProperties& capture, double E0);
+                                                GenerationParameters& gp, bool& told);
 
 /// gp.capture at the wavelengths of gp: logarithmically between rows, 0 outside them.
 void InterpolateOpticalCaptureProperties(GenerationParameters& gp);

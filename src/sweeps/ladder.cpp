@@ -98,7 +98,7 @@ bool read_light(Surroundings& surroundings, Simulation& s)
     if (!s.actie.QE_calculate && !read_filters(surroundings, cell, s.light.filters)) return false;
     filters_at_wavelengths(surroundings, s.light.filters, s.light);
     CalculateIncomingFluxes(s.light, photons_per_nm_W, FluxMode::work_point);
-    if (!ReadOpticalCaptureParameters(surroundings, s.set3, s.light)) return false;
+    if (!ReadOpticalCaptureParameters(surroundings, s.set3, s.light, s.told_of_capture)) return false;
     return s.actie.QE_calculate || read_absorption(surroundings, s.set3, s.light);
 }
 
@@ -397,6 +397,7 @@ RunOutcome calculate_withMeta(Surroundings& surroundings, Simulation& s)
 {
     s.planted.clear();
     s.metastable = {};
+    s.told_of_capture = false;
     const CellParameters& cell = s.zonnecel.cell;
     if (!CheckMETAMode(cell)) return calculate(surroundings, s);
     bool can_react = true;

@@ -162,7 +162,7 @@ public:
                                std::back_inserter(both.lambda));
         both.n = static_cast<int>(both.lambda.size());
         if (!BerekenFilterSpectra(surroundings, s.problem.input.cell.cell, both) ||
-            !ReadOpticalCaptureParameters(surroundings, s.set3, both))
+            !ReadOpticalCaptureParameters(surroundings, s.set3, both, s.told_of_capture))
             return false;
         bias.assign(both.lambda.size(), 0.0);
         for (std::size_t k = 0; k < s.light.incomingFlux_us.size(); ++k)
@@ -263,7 +263,7 @@ std::optional<int> sign_of_light_current(Surroundings& surroundings, Simulation&
         filters_at_wavelengths(surroundings, s.light.filters, light);
         CalculateIncomingFluxes(light, photons_per_nm_W, FluxMode::work_point);
         light.materials = s.light.materials;
-        if (!ReadOpticalCaptureParameters(surroundings, s.set3, light)) return {};
+        if (!ReadOpticalCaptureParameters(surroundings, s.set3, light, s.told_of_capture)) return {};
         ReturnToAKnownStartingPoint(s, s.evenwichtcv);
         clear_optical_emission(s.memory.defects);
         const OwnLightOnLevels until_the_end(s.memory.defects);

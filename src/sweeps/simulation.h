@@ -49,6 +49,7 @@ struct Simulation {
     CalculationVariables currentCalcVars, evenwichtcv, kortsluitcv, werkpuntcv;
     MetaRatios metastable;                ///< of the pairs, while they settle and as they were left
     std::vector<PlantedDensity> planted;  ///< densities that stand in for those of the cell in the present run
+    bool told_of_capture = false;         ///< that light does nothing to a level, in the present run
     double JShortCircuit = 0.0, JWorkingPoint = 0.0;  ///< internal sign [mA/cm2]
 
     // bookkeeping: which rungs were calculated

@@ -108,6 +108,8 @@ TEST(CheckFile, NamesTheLineAndTheFault)
         {"optical filter : reflection", "filterfile : a.ftr", "right contact: the filter file is not read without"},
         {"eps : 10", "eps : 10 10 0 1 1 10 10 12 2 a.grad", "layer 1: the grading file of eps is not read"},
         {"Rfront : 0.1", "Rfront : 1.1", "internal Rfront"},
+        {"Rfront : 0.1", "Rfront : 0.1\ninternal Tfront : 0.8",
+         "internal Tfront = \"0.8\": it is one minus the internal Rfront of 0.1 in line"},
         {"model : power law 1", "model : stairs", "the absorption model is not known"},
         // laws on x stand between the left and right values
         {"eps : 10", "eps : 10 10 0 0 0 0 10 1 1", "7: eps"},
@@ -228,6 +230,8 @@ TEST(CheckFile, OtherKinds)
          {":2: the largest wavelength is 1.24: nm are meant, this looks like um or eV"}},
         {"x.spe", "4 1\n0.3 1\n", {":1: the largest wavelength is 4", ":2: wavelength falls"}},
         {"x.opt", "300 1e-20\n", {":1: a single row: it counts at its own wavelength alone"}},
+        {"x.opt", "300 1e-12\n400 1e-10\n", {":2: cross section 1e-10 has no physical sense"}},
+        {"x.opt", "300 0\n400 0\n", {":1: no cross section is above 0"}},
         {"x.abs", "300 1e5\n", {":1: a single row: its value counts everywhere"}},
         {"x.grad", "0 1\n", {":1: a single row"}},
         {"x.ftr", "300 0.5\n400 1\n", {":2: no value is above 1: percent is meant"}},
@@ -344,6 +348,9 @@ TEST(CheckFile, TellsModelsOfOpticalCaptureThatGiveNothing)
         {"Emax (eV): 1.1", "Emax (eV): 0.9", ""},
         {"holes, m*/m0: 1.0", "holes, m*/m0: 0.0",
          ":125: layer 2, defect 1: level 1, optical capture of holes: the model"},
+        {"holes, m*/m0: 1.0", "holes, m*/m0: 1e-12",
+         ":125: layer 2, defect 1: level 1, optical capture of holes: the model gives more than 1e-12 m2, the cross "
+         "section of no defect, with n of 3.42, m*/m0 of 1e-12, Eeff/E0 of "},
     };
     for (const auto& row : rows) {
         std::string changed = text;

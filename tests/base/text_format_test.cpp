@@ -26,6 +26,8 @@ TEST(TextFormat, WidthPrecisionAndExponent)
         {"one digit of exponent asked", scientific(0.0, 10, 2, 1), "   0.00e+0"},
         {"the largest double in fixed notation", fixed(1e300, 0, 0).substr(0, 3), "100"},
         {"not a number has one spelling", fixed(-std::nan(""), 5, 2), "  nan"},
+        {"a figure of a sentence", plain(999999.5, 1), "999999.5"},
+        {"and one that would fill it", plain(-1e300, 3), "-1.000e+300"},
         {"padding of dates", integer(7, 2, '0'), "07"},
         {"the zero goes behind the sign", integer(-7, 4, '0'), "-007"},
         {"the blank before it", integer(-7, 4), "  -7"},

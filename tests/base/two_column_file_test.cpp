@@ -126,10 +126,11 @@ TEST_F(TwoColumnFileTest, FaultsAndLimits)
     EXPECT_TRUE(rows.heading.empty());
     EXPECT_EQ(CountLinesInFile(here, "  ", FileKind::spectrum), -1);
     EXPECT_EQ(CountLinesInFile(here, "none.spe", FileKind::spectrum), -1);
-    folder.put("spectrum/c.spe", "\n300, 0.5\n400, 0.6\n");
+    folder.put("spectrum/c.spe", "\n300, 0.5\t\xff\x80\x7f \xc3\xa4\n400, 0.6\n");
     EXPECT_EQ(here.report.messages.size(), 4u) << "each fault is reported once";
     EXPECT_EQ(CountLinesInFile(here, "c.spe", FileKind::spectrum), -1);
-    EXPECT_NE(here.report.messages.back().text.find("two numbers parted by blanks; its first line is: 300, 0.5"),
+    EXPECT_NE(here.report.messages.back().text.find("parted by blanks; its first line is: 300, 0.5???"
+                                                    "? \xc3\xa4"),
               std::string::npos);
 
     std::string many;

@@ -81,6 +81,9 @@ TEST(Metastable, InEquilibriumTheBalanceKnowsTheTransitionEnergyAlone)
     MetaPlace closed{.n_over_Nc = 1e-9, .p_over_Nv = 1e-3, .kT = 0.0259};
     EXPECT_TRUE(std::isnan(metastable_balance(example(1, 1), closed))) << "no way is open";
     closed.k_electrons = 1e9;
+    MetaStableDefectParameters blocked = example(1, 1);
+    blocked.Eact_EC = blocked.Eact_EE = 1e300;
+    EXPECT_TRUE(std::isnan(metastable_balance(blocked, closed))) << "a barrier that nothing passes";
     closed.acceptor_share = 0.0;
     EXPECT_EQ(metastable_balance(example(1, 1), closed), std::numeric_limits<double>::infinity()) << "one way alone";
 }
@@ -146,6 +149,12 @@ TEST(Metastable, ThePartnersAreFoundByTheirChargeAndWhatCannotReactIsNamed)
     EXPECT_EQ(metastable_remarks(layer).size(), 3U) << "and the flags say nothing";
     pair.sigma_don_n = pair.sigma_acc_p = 0.0;
     EXPECT_EQ(metastable_remarks(layer).size(), 4U) << "and no way is open";
+    pair = example(0, 0);
+    pair.Eact_EC = pair.Eact_HC = 1e300;
+    const std::vector<PairFinding> blocked = metastable_remarks(layer);
+    ASSERT_EQ(blocked.size(), 3U) << "the derived barriers are those of the small ones";
+    EXPECT_NE(blocked[0].text.find("no process is open"), std::string::npos) << blocked[0].text;
+    EXPECT_NE(blocked[1].text.find("as 1.000e+300 eV, not 0."), std::string::npos) << blocked[1].text;
 }
 
 }  // namespace

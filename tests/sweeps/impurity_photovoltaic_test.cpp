@@ -264,22 +264,28 @@ TEST(ImpurityPhotovoltaic, WhatCannotBeUsedIsTold)
         const char *what, *text;
         double n;
         bool runs;
-        const char* told;
+        const char* told;  // once
     };
     const Row rows[] = {
         {"no file named", "", 3.0, false, "no file with the cross section is named"},
         {"a file that is not there", nullptr, 3.0, false, "gives no cross section"},
         {"no rows", "nothing\n", 3.0, false, "gives no cross section"},
-        {"cross sections of no defect", "900 1e-20\n1100 1e250\n", 3.0, false, "that of no defect"},
-        {"negative cross sections count as none", "900 -1e-20\n1100 -1\n", 3.0, true, ""},
-        {"one row", "900 1e-20\n", 3.0, true, ""},
+        {"cross sections of no defect", "900 1e-20\n1100 1e250\n", 3.0, false, "no defect; files hold m2."},
+        {"negative cross sections count as none", "900 -1e-20\n1100 -1\n", 3.0, true, "has no cross section above 0"},
+        {"one row", "900 1e-20\n", 3.0, true, "it counts at 900.0 nm alone"},
+        {"two rows", "900 1e-20\n1100 1e-20\n", 3.0, true, ""},
         {"a model that divides by zero", "model", 0.0, false, "must be above 0"},
+        {"a model beyond all defects", "model", 1e-300, false, "m2, the cross section of no defect, with n of 1e-300"},
+        {"a model that no photon reaches", "model of few", 3.0, true, "the model ends at Emax, 0.100 eV"},
     };
     for (const Row& r : rows) {
         IndiumCell run;
         OpticalCaptureProperties& capture = run.indium().electrons;
         const std::string text = r.text == nullptr ? "" : r.text, file = (run.scratch.path() / "table.opt").string();
-        capture.from_model = text == "model";
+        capture.from_model = text.starts_with("model");
+        if (text == "model of few") capture.Emax = 0.1;
+        run.actions().QE_calculate = r.runs;  // it reads them again
+        run.actions().QE_points = 2;
         capture.file = text.empty() && r.text != nullptr ? "" : file;
         if (!text.empty()) std::ofstream(file) << text;
         capture.n = r.n;
@@ -287,6 +293,7 @@ TEST(ImpurityPhotovoltaic, WhatCannotBeUsedIsTold)
         std::string told;
         for (const auto& message : run.surroundings.report.messages) told += message.text + '\n';
         EXPECT_NE(told.find(r.told), std::string::npos) << r.what << ": " << told;
+        EXPECT_TRUE(*r.told == '\0' ? told.empty() : told.find(r.told) == told.rfind(r.told)) << told;
     }
 }
 

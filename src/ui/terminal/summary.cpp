@@ -1,6 +1,7 @@
 #include "ui/terminal/summary.h"
 
 #include "base/text_format.h"
+#include "base/text_scan.h"
 #include "sweeps/admittance_spectroscopy.h"
 #include "sweeps/doping_profile.h"
 
@@ -10,27 +11,6 @@
 namespace kovin {
 
 namespace {
-
-/// Length of the UTF-8 sequence that begins at `at`; 0 if what stands there is none.
-std::size_t utf8_length(std::string_view text, std::size_t at)
-{
-    const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
-    const unsigned char lead = byte(at);
-    if (lead < 0x80) return 1;
-    const std::size_t length = lead >= 0xC2 && lead < 0xE0   ? 2
-                               : lead >= 0xE0 && lead < 0xF0 ? 3
-                               : lead >= 0xF0 && lead < 0xF5 ? 4
-                                                             : 0;
-    if (length == 0 || at + length > text.size()) return 0;
-    for (std::size_t k = 1; k < length; ++k)
-        if ((byte(at + k) & 0xC0) != 0x80) return 0;
-    // Overlong forms, surrogates and what lies beyond the last code point.
-    const unsigned char second = byte(at + 1);
-    if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) || (lead == 0xF0 && second < 0x90) ||
-        (lead == 0xF4 && second > 0x8F))
-        return 0;
-    return length;
-}
 
 /// Quoted; a byte that is no UTF-8 (texts of files are Latin-1) becomes the code point of its value.
 std::string json_text(std::string_view text)
