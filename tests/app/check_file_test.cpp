@@ -348,7 +348,7 @@ TEST(CheckFile, TellsModelsOfOpticalCaptureThatGiveNothing)
         {"Emax (eV): 1.1", "Emax (eV): 0.9", ""},
         {"holes, m*/m0: 1.0", "holes, m*/m0: 0.0",
          ":125: layer 2, defect 1: level 1, optical capture of holes: the model"},
-        {"holes, m*/m0: 1.0", "holes, m*/m0: 1e-12",
+        {"holes, m*/m0: 1.0", "holes, m*/m0: 1e-12 ",
          ":125: layer 2, defect 1: level 1, optical capture of holes: the model gives more than 1e-12 m2, the cross "
          "section of no defect, with n of 3.42, m*/m0 of 1e-12, Eeff/E0 of "},
     };
