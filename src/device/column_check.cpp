@@ -31,7 +31,7 @@ constexpr ColumnRule rules[] = {
     {FileKind::absorption, wavelength, "absorption coefficient", positive, not_negative},
     {FileKind::filter, wavelength, "percentage", positive, {0.0, 100.0}, MAX_NUMBER_OF_INPUT_POINTS, true},
     {FileKind::generation, "position", "generation", not_negative, light, max_generation_points, true},
-    {FileKind::optical_capture, wavelength, "cross section", positive, {0.0, largest_cross_section}},
+    {FileKind::optical_capture, wavelength, "cross section", positive, not_negative},
     {FileKind::grading, "position or composition", "value", not_negative, any_number, MAX_NUMBER_OF_INPUT_POINTS, true},
 };
 
@@ -82,6 +82,9 @@ void check_size(FileKind kind, const std::vector<std::string>& heading, double l
             watch.find(line, "the largest absorption coefficient is " + scientific(alpha / per_cm_to_per_m, 0, 3) +
                                  " 1/cm: the unit looks wrong; a heading line \"1/cm\" or \"1/m\" tells it");
     }
+    if (kind == FileKind::optical_capture && largest > largest_cross_section)
+        watch.find(line, "the largest cross section is " + scientific(largest, 0, 1) +
+                             " m2, that of no defect, and is refused; files hold m2");
     if (kind == FileKind::optical_capture && largest <= 0.0)
         watch.find(line, "no cross section is above 0: nothing is absorbed");
     if (kind == FileKind::filter && filter_looks_like_fractions(largest))

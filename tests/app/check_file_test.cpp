@@ -230,7 +230,7 @@ TEST(CheckFile, OtherKinds)
          {":2: the largest wavelength is 1.24: nm are meant, this looks like um or eV"}},
         {"x.spe", "4 1\n0.3 1\n", {":1: the largest wavelength is 4", ":2: wavelength falls"}},
         {"x.opt", "300 1e-20\n", {":1: a single row: it counts at its own wavelength alone"}},
-        {"x.opt", "300 1e-12\n400 1e-10\n", {":2: cross section 1e-10 has no physical sense"}},
+        {"x.opt", "300 1e-12\n400 1e-10\n", {":2: the largest cross section is 1.0e-10 m2"}},
         {"x.opt", "300 0\n400 0\n", {":1: no cross section is above 0"}},
         {"x.abs", "300 1e5\n", {":1: a single row: its value counts everywhere"}},
         {"x.grad", "0 1\n", {":1: a single row"}},
