@@ -132,6 +132,10 @@ struct MaterialParameters {
 /// What a layer is for: 0 physical layer; interlayers 1 optical, 2 electrical, 3 electro-optical; contact layers 11,
 /// 12, 13 likewise. Only the C-V of an MIS structure asks.
 inline constexpr int electrical_interlayer = 2, electro_optical_interlayer = 3, last_functional_type = 13;
+[[nodiscard]] constexpr bool is_functional_type(int type)
+{
+    return (type >= 0 && type <= 3) || (type >= 11 && type <= last_functional_type);
+}
 /// Is it an insulator that no carrier passes?
 [[nodiscard]] constexpr bool is_electrical_interlayer(int functional_type)
 {

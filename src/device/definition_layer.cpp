@@ -320,7 +320,12 @@ void read_layer(Reading& reading)
             if (source.flag("Tunneling in layer", material.tunneling))
                 reading.open_path(material.tunneling, &C::Tunnelintraband_allowed);
         } else if (source.starts(functional_key.word)) {
-            read_value(source, functional_key.word, functional_key, layer);
+            if (int type = 0; source.whole(functional_key.word, type, 0, last_functional_type)) {
+                if (is_functional_type(type))
+                    layer.functional_type = type;
+                else
+                    source.refuse(functional_key.word, "the types are 0 to 3 and 11 to 13");
+            }
         } else if (source.starts_exactly("absorption grading")) {
             if (InputLineToProfile(source, "absorption grading", material.absorption.grading))
                 material.absorption.grading.dependence = Dependence::on_y;

@@ -13,8 +13,6 @@ namespace kovin {
 namespace {
 
 constexpr int finer = 4;  ///< parts that an interval of the usual mesh is cut into
-/// exp(V/kT) and its products must be numbers.
-constexpr double largest_V_kT = 700.0;
 
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
@@ -49,15 +47,33 @@ void for_each_semiconductor_point(const Problem& problem, const CalculationVaria
             for (std::size_t i = at(cv.mesh.first[j]); i <= at(cv.mesh.last[j]); ++i) act(i);
 }
 
-/// Doping sign of all semiconductors of a side: 1 donors, -1 acceptors, 0 none or both.
-int doping_type(const Problem& problem, const CalculationVariables& cv, const Side& side)
+/// psi of neutral material at the points of a state, in equilibrium, with the charge of deep levels [kT].
+std::vector<double> neutral_psi(const Problem& problem, Workspace& work, const CalculationVariables& cv)
 {
-    bool donors = false, acceptors = false;
+    CalculationVariables neutral = cv;
+    start_from_neutrality(problem, work, neutral);
+    // Contacts have their work functions.
+    neutral.psi.front() = neutral.psi[1];
+    neutral.psi.back() = neutral.psi[neutral.psi.size() - 2];
+    return std::move(neutral.psi);
+}
+
+/// Neutral material is of a type if it has this many times more carriers of one kind.
+constexpr double clearly_more = 10.0;
+
+/// Type of all semiconductors of a side: 1 n, -1 p, 0 neither or both.
+/// @param neutral  of neutral_psi
+int semiconductor_type(const Problem& problem, const CalculationVariables& cv, const Side& side,
+                       const std::vector<double>& neutral)
+{
+    bool n_type = false, p_type = false;
     for_each_semiconductor_point(problem, cv, side, [&](std::size_t i) {
-        donors = donors || problem.set3.on.doping[i] > 0.0;
-        acceptors = acceptors || problem.set3.on.doping[i] < 0.0;
+        const double n = problem.set3.on.Wn[i] * std::exp(neutral[i]);
+        const double p = problem.set3.on.Wp[i] * std::exp(-neutral[i]);
+        n_type = n_type || n > clearly_more * p;
+        p_type = p_type || p > clearly_more * n;
     });
-    return (donors ? 1 : 0) - (acceptors ? 1 : 0);
+    return (n_type ? 1 : 0) - (p_type ? 1 : 0);
 }
 
 /// Moves the voltage: psi goes along with the level of its side, and falls linearly in the insulator.
@@ -100,20 +116,22 @@ void no_carriers_in_insulators(CalculationVariables& cv, const MisStructure& mis
     }
 }
 
-/// Deep depletion: nowhere more minority carriers than in neutral material, ni^2/N. Nor are there fewer of the others,
-/// which is nothing beside N and keeps the small signals within the numbers.
-/// @param margin  by exp(margin) fewer of either [kT]
-void leave_out_minority(const Problem& problem, CalculationVariables& cv, const MisStructure& mis, double margin)
+/// Deep depletion: nowhere more minority carriers than in neutral material. Nor are there fewer of the others, which is
+/// nothing beside those of neutral material and keeps the small signals within the numbers.
+/// @param neutral  of neutral_psi
+/// @param margin   by exp(margin) fewer of either [kT]
+void leave_out_minority(const Problem& problem, CalculationVariables& cv, const MisStructure& mis,
+                        const std::vector<double>& neutral, double margin)
 {
     const OnMesh& on = problem.set3.on;
     for (const Side& side : sides(cv, mis)) {
-        const int type = doping_type(problem, cv, side);
+        const int type = semiconductor_type(problem, cv, side, neutral);
         if (type == 0) continue;
         for_each_semiconductor_point(problem, cv, side, [&](std::size_t i) {
-            const double Wn = on.Wn[i], Wp = on.Wp[i];
-            const double N = std::max(std::fabs(on.doping[i]), std::sqrt(Wn * Wp));
-            // Levels of n = ni^2/N and of p = ni^2/N.
-            const double Fn = std::log(Wp / N) - cv.psi[i] - margin, Fp = std::log(N / Wn) - cv.psi[i] + margin;
+            // Levels at which there are as many electrons, or holes, as minority carriers in neutral material.
+            const double few = std::log(type < 0 ? on.Wn[i] : on.Wp[i]) - type * neutral[i];
+            const double Fn = few - std::log(on.Wn[i]) - cv.psi[i] - margin;
+            const double Fp = std::log(on.Wp[i]) - few - cv.psi[i] + margin;
             cv.Fn[i] = type < 0 ? std::min(cv.Fn[i], Fn) : std::max(cv.Fn[i], Fn);
             cv.Fp[i] = type < 0 ? std::min(cv.Fp[i], Fp) : std::max(cv.Fp[i], Fp);
         });
@@ -137,11 +155,12 @@ bool solve(const Problem& problem, Workspace& work, CalculationVariables& cv, co
     if (minority == Minority::in_equilibrium) return solve_psi(problem, work, cv);
     // Levels that follow psi: first with hardly any of the carriers, then with as many as there may be. psi is the
     // same, and the levels are smooth in V.
-    leave_out_minority(problem, cv, mis, way);
+    const std::vector<double> neutral = neutral_psi(problem, work, cv);
+    leave_out_minority(problem, cv, mis, neutral, way);
     if (!solve_psi(problem, work, cv)) return false;
     flat_levels(cv, mis);
     no_carriers_in_insulators(cv, mis);
-    leave_out_minority(problem, cv, mis, 0.0);
+    leave_out_minority(problem, cv, mis, neutral, 0.0);
     return solve_psi(problem, work, cv);
 }
 
@@ -151,7 +170,7 @@ constexpr int most_halvings = 6;
 bool walk(const Problem& problem, Workspace& work, CalculationVariables& cv, const MisStructure& mis, Minority minority,
           double V, int halvings)
 {
-    if (std::fabs(V) > largest_V_kT * problem.set3.kT) return false;
+    if (std::fabs(V) > mis_largest_V_kT * problem.set3.kT) return false;
     const double before = cv.V;
     const std::vector<double> psi = cv.psi;
     const auto [lowest, highest] = std::ranges::minmax(psi);
@@ -175,12 +194,10 @@ std::optional<MisStructure> mis_structure(const Problem& problem, const Calculat
     std::size_t first = 0;
     while (first < layers && !insulates(set3, first)) ++first;
     if (first == layers) return std::nullopt;
-    if (first > 0 && insulates(set3, layers - 1)) {
-        first = layers - 1;
-        while (insulates(set3, first - 1)) --first;
-    }
     std::size_t last = first;
     while (last + 1 < layers && insulates(set3, last + 1)) ++last;
+    for (std::size_t j = 0; j < layers; ++j)
+        if (insulates(set3, j) && (j < first || j > last)) return std::nullopt;  // nothing gives its level between them
     // Between the insulator at the left contact and the rest, otherwise in front of the insulator; a cell of insulators
     // alone has its border behind the first.
     const std::size_t interface = first > 0 ? first - 1 : last + 1 < layers ? last : 0;
@@ -216,13 +233,15 @@ Problem parted(const Problem& p, const MisStructure& mis)
             PartedCell{mis.interface, mis.empty}};
 }
 
-bool has_minority_carriers(const Problem& problem, const CalculationVariables& cv, const MisStructure& mis)
+bool has_minority_carriers(const Problem& problem, Workspace& work, const CalculationVariables& cv,
+                           const MisStructure& mis)
 {
+    const std::vector<double> neutral = neutral_psi(problem, work, cv);
     bool any = false;
     for (const Side& side : sides(cv, mis)) {
         bool semiconductor = false;
         for_each_semiconductor_point(problem, cv, side, [&](std::size_t) { semiconductor = true; });
-        if (semiconductor && doping_type(problem, cv, side) == 0) return false;
+        if (semiconductor && semiconductor_type(problem, cv, side, neutral) == 0) return false;
         any = any || semiconductor;
     }
     return any;
@@ -243,13 +262,36 @@ bool mis_naar_spanning(const Problem& problem, Workspace& work, CalculationVaria
     cv.tunnel_states.clear();
     for (auto* current : {&cv.jn_tunnel, &cv.jp_tunnel}) current->clear();
     cv.contact_tunnel = {};
+    const double before = cv.V;
+    const std::vector<double> psi = cv.psi;
     bool converged = walk(problem, work, cv, mis, minority, V, most_halvings);
+    if (!converged) {  // the next point starts from what is a state
+        shift_to(problem.set3, cv, mis, before);
+        cv.psi = psi;
+    }
     if (converged && problem.set3.convergence.route == Route::fast &&
         fast_mesh_change(problem, work, cv, fast_mesh_too_steep_in_sweep) == MeshChange::changed)
         converged = solve(problem, work, cv, mis, minority, 0.0);
     if (!converged) cv.iterations = -1;
     cv.J_median = cv.J_spread = 0.0;  // whatever deep depletion leaves moving in the semiconductor
     return converged;
+}
+
+std::optional<Admittance> mis_admittance(const CalculationVariables& cv, const MisStructure& mis, Minority minority,
+                                         const SmallSignal& answer)
+{
+    constexpr double same = 1e-3;
+    const Mesh& mesh = cv.mesh;
+    const auto at_border = at(mis.first > mis.interface ? mesh.first[mis.first] : mesh.last[mis.last] - 1);
+    const Complex J{answer.del_j_tot_re[at_border], answer.del_j_tot_im[at_border]};
+    const double far = same * std::hypot(J.re, J.im);
+    const Admittance Y = admittance(J, answer);
+    if (!(Y.C > 0.0)) return std::nullopt;
+    for (auto i = at(mesh.first[mis.first]); i < at(mesh.last[mis.last]); ++i)
+        if (!(std::hypot(answer.del_j_tot_re[i] - J.re, answer.del_j_tot_im[i] - J.im) <= far)) return std::nullopt;
+    const Complex other = answer.J_mean - J;
+    if (minority == Minority::left_out && !(std::hypot(other.re, other.im) <= far)) return std::nullopt;
+    return Y;
 }
 
 }  // namespace kovin

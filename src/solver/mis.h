@@ -19,6 +19,7 @@
 #pragma once
 
 #include "solver/problem.h"
+#include "solver/small_signal.h"
 #include "solver/state.h"
 
 #include <array>
@@ -35,10 +36,11 @@ struct MisStructure {
     InterfaceStates states;                ///< those of the cell, without capture from insulators
 };
 
-/// The insulator is the first row of neighbouring electrical interlayers that lies at the left contact, else at the
-/// right one, else inside; it belongs to the contact that it lies at, or else to the right one.
+/// The insulator is a row of neighbouring electrical interlayers; it belongs to the contact that it lies at, or else to
+/// the right one.
 /// @param equilibrium  the state at V = 0, which tells which insulators are empty
-/// @return nothing if there is none, or no second layer
+/// @return nothing if there is none, no second layer, or another insulator behind a semiconductor: no contact gives
+///         what lies between two of them its level
 [[nodiscard]] std::optional<MisStructure> mis_structure(const Problem& problem,
                                                         const CalculationVariables& equilibrium);
 
@@ -51,8 +53,9 @@ enum class Minority {
     left_out         ///< deep depletion; only in a side whose semiconductors are all of one type
 };
 
-/// Are all semiconductors of the structure of one type on their side, so that minority carriers can be left out?
-[[nodiscard]] bool has_minority_carriers(const Problem& problem, const CalculationVariables& cv,
+/// Are all semiconductors of the structure of one type on their side, so that minority carriers can be left out? The
+/// type is that of neutral material, deep levels included.
+[[nodiscard]] bool has_minority_carriers(const Problem& problem, Workspace& work, const CalculationVariables& cv,
                                          const MisStructure& mis);
 
 /// A finer mesh for the sweep, on the fast route: at the edge of a depletion layer in uniform material the usual one is
@@ -60,9 +63,20 @@ enum class Minority {
 /// The mesh wishes keep it so.
 void refine_mesh_for_mis(const Problem& problem, Workspace& work, CalculationVariables& cv);
 
+/// exp(V/kT) and its products must be numbers.
+inline constexpr double mis_largest_V_kT = 700.0;
+
 /// From the present voltage to V [V, internal sign]; any state will do. @pre the problem is parted. Fills terms and
-/// currents. @return converged
+/// currents. @return converged; otherwise psi and V are what they were
 bool mis_naar_spanning(const Problem& problem, Workspace& work, CalculationVariables& cv, const MisStructure& mis,
                        Minority minority, double V);
+
+/// The admittance that the insulator shows beside the closed interface: a displacement alone where it is empty. At low
+/// frequency the rounding of the currents in the semiconductor is more than what charges the insulator.
+/// @param answer  to the problem parted, at a frequency above 0
+/// @return nothing where C is not above 0, or the current differs along the insulator or, for deep depletion, along the
+///         cell: no network of resistors and capacitors has that
+[[nodiscard]] std::optional<Admittance> mis_admittance(const CalculationVariables& cv, const MisStructure& mis,
+                                                       Minority minority, const SmallSignal& answer);
 
 }  // namespace kovin

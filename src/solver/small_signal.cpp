@@ -378,12 +378,9 @@ void extract_small_signal_ac_currents(const Problem& problem, const CalculationV
     }
     summarise(mesh, out.del_j_tot_re, work.total, out.J_mean.re, out.J_median.re);
     summarise(mesh, out.del_j_tot_im, work.total, out.J_mean.im, out.J_median.im);
-    const double volts = small_signal_amplitude * set3.kT;
-    const auto admittance = [&](Complex J) {
-        return Admittance{J.re / volts, omega_us != 0.0 ? J.im / (volts * omega_us) : 0.0};
-    };
-    out.median = admittance(out.J_median);
-    out.mean = admittance(out.J_mean);
+    out.volts = small_signal_amplitude * set3.kT;
+    out.median = admittance(out.J_median, out);
+    out.mean = admittance(out.J_mean, out);
 }
 
 }  // namespace

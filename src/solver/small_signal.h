@@ -36,8 +36,15 @@ struct SmallSignal {
     double omega_us = 0.0;                                           ///< angular frequency [1/s]
     Complex J_median, J_mean;                                        ///< of the total current over the intervals [A/m2]
     Admittance median, mean;                                         ///< of the cell, from either; C = 0 at omega = 0
+    double volts = 0.0;                                              ///< the signal [V]
     void resize(std::size_t points);
 };
+
+/// What a current of the answer makes [A/m2].
+[[nodiscard]] inline Admittance admittance(Complex J, const SmallSignal& answer)
+{
+    return {J.re / answer.volts, answer.omega_us != 0.0 ? J.im / (answer.volts * answer.omega_us) : 0.0};
+}
 
 /// Work space of the analysis; it takes memory when the mesh gets another size, not otherwise.
 struct SmallSignalWork {

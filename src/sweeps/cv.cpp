@@ -22,19 +22,25 @@ void join_iv(const Simulation& s, const IvCurve& dc, DataListElement& element)
     extract_characteristics(s, element.iv, element.characteristics);
 }
 
-/// The same current everywhere and C > 0, as resistors and capacitors have it; rounding that is all there is has not.
-bool is_that_of_a_capacitor(const SmallSignal& answer)
+/// Is the voltage, together with what densities add to it, near to where there are no numbers left?
+bool is_near_the_end(double V, double kT) { return std::fabs(V) > 0.8 * mis_largest_V_kT * kT; }
+
+/// Why a point of an MIS structure has no solution.
+std::string no_mis_state(double V, double kT)
 {
-    constexpr double same = 1e-3;
-    const Complex J = answer.J_median, other = answer.J_mean - J;
-    return answer.median.C > 0.0 && std::hypot(other.re, other.im) < same * std::hypot(J.re, J.im);
+    if (is_near_the_end(V, kT))
+        return "So far away exp(qV/kT), or a density, is beyond the numbers: at 300 K from some 15 V on.";
+    return "Newton's method did not find the solution of Poisson's equation from the point before.";
 }
 
-/// Why a point of an MIS structure has no solution; there is none but this reason that has been met.
-constexpr const char* no_mis_state =
-    "Beyond some 15 V at 300 K, less where it is cold, exp(qV/kT) is beyond the numbers; lower voltages may help.";
-
-constexpr const char* no_deep_depletion = " Deep depletion asks for a frequency at which generation does not count.";
+/// Why a state of an MIS structure has no C.
+std::string no_mis_signal(double V, double kT, Minority minority)
+{
+    if (is_near_the_end(V, kT)) return no_mis_state(V, kT);
+    return std::string("C is not above 0, or the current of the small signal is not the same along x.") +
+           (minority == Minority::left_out ? " Deep depletion asks for a frequency at which generation does not count."
+                                           : "");
+}
 
 /// How the curve of an MIS structure came about.
 std::string remark_on_mis(const Simulation& s, const MisStructure& mis, Minority minority)
@@ -64,8 +70,10 @@ SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecisi
     const auto measure = [&](double v_cell, bool) {
         const Problem problem = mis ? parted(s.solver_problem(), *mis) : s.solver_problem();
         if (!calculate_small_signal_ac(problem, s.currentCalcVars, omega_us, work, answer)) return AfterPoint::failed;
-        if (mis && !is_that_of_a_capacitor(answer)) return AfterPoint::failed;
-        const Admittance Y = at_terminals(answer.median, omega_us, circuit);
+        const std::optional<Admittance> cell =
+            mis ? mis_admittance(s.currentCalcVars, *mis, minority, answer) : answer.median;
+        if (!cell) return AfterPoint::failed;
+        const Admittance Y = at_terminals(*cell, omega_us, circuit);
         add_dc_point(s, v_cell, recombination, curve.dc);
         curve.v_cell.push_back(v_cell);
         curve.cvcap.push_back(Y.C * nF_cm2_per_F_m2);
@@ -87,11 +95,11 @@ SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecisi
     if (mis) {
         surroundings.monitor.post({.text = remark_on_mis(s, *mis, minority)});
         sweep.go_to = [&](double V) {
+            sweep.advice = no_mis_state(V, s.set3.kT);
+            sweep.no_answer = no_mis_signal(V, s.set3.kT, minority);
             return mis_naar_spanning(parted(s.solver_problem(surroundings), *mis), s.memory.work, s.currentCalcVars,
                                      *mis, minority, V);
         };
-        sweep.no_answer = sweep.advice = no_mis_state;
-        if (minority == Minority::left_out) sweep.no_answer += no_deep_depletion;
     }
     const SweepEnd end = run_voltages(surroundings, s, decision, sweep, measure);
     if (end.outcome == SweepOutcome::refused) return end.outcome;

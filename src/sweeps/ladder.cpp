@@ -255,15 +255,17 @@ std::optional<MisStructure> take_up_mis_structure(Surroundings& surroundings, Si
     const std::optional<MisStructure> mis = mis_structure(s.solver_problem(), s.evenwichtcv);
     if (!mis) {
         tell(
-            "No layer beside another one is an electrical interlayer (\"functional type\" 2 or 3): it is an ordinary "
-            "C(V).");
+            "It takes one electrical interlayer (\"functional type\" 2 or 3), or several that touch, beside a layer "
+            "that "
+            "is none: it is an ordinary C(V).");
         s.failures.mis = true;
         return std::nullopt;
     }
     ReturnToAKnownStartingPoint(s, s.evenwichtcv);
     if (!s.wp.dark) tell("The levels are flat on both sides of the insulator: the light has no part in C(V).");
-    if (s.actie.minority_carriers_wait && !has_minority_carriers(s.solver_problem(), s.currentCalcVars, *mis)) {
-        tell("No deep depletion: on one side of the insulator the doping is not of one type.");
+    if (s.actie.minority_carriers_wait &&
+        !has_minority_carriers(s.solver_problem(), s.memory.work, s.currentCalcVars, *mis)) {
+        tell("No deep depletion: on one side of the insulator the semiconductors are not of one type.");
         s.actie.minority_carriers_wait = false;
         s.failures.mis = true;
     }

@@ -85,17 +85,20 @@ SweepEnd run_voltages(Surroundings& surroundings, Simulation& simulation, const 
             next = measure(v_cell[i], i > 0 && i != secondLeg);
         }
         if (next == AfterPoint::failed) {
+            if (sweep.go_to && end.failed) continue;  // told once
             end.failed = true;
             KOVINErrorMessage(
                 surroundings.report, sweep.failure_title,
                 std::string(converged ? "No solution" : "Convergence failure") + " at V = " + shown(v_cell[i], 6) +
                     " Volt" + sweep.behind_volt + '\n' +
-                    (i > 0 ? sweep.name + " calculation cut at V = " + shown(v_cell[i - 1], 6) + " Volt" +
-                                 sweep.behind_volt + '\n'
-                           : "") +
+                    (sweep.go_to ? sweep.name + ": points without a solution are left out\n"
+                     : i > 0     ? sweep.name + " calculation cut at V = " + shown(v_cell[i - 1], 6) + " Volt" +
+                                   sweep.behind_volt + '\n'
+                             : "") +
                     (converged     ? sweep.no_answer
                      : sweep.go_to ? sweep.advice
                                    : failure_advice(simulation.solver_problem(), simulation.memory.work)));
+            if (sweep.go_to) continue;
             break;
         }
         if (next != AfterPoint::leave_leg) continue;

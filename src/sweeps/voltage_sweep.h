@@ -26,7 +26,8 @@ struct VoltageSweep {
     std::string failure_title;   ///< of the message on a point that does not converge
     std::string behind_volt;     ///< ends the lines of that message
     std::string no_answer = {};  ///< why a point that was solved failed all the same
-    /// Brings the state to another voltage in place of volgende_iv_punt, terms and currents included. @return converged
+    /// Brings the state to another voltage in place of volgende_iv_punt, terms and currents included, from any point
+    /// before: one that fails is left out, and the sweep goes on. @return converged
     std::function<bool(double V)> go_to = {};
     std::string advice = {};  ///< where go_to fails
 };

@@ -58,7 +58,8 @@ inline Definition full_definition()
         layer.name = m.name = "front contact of layer " + std::to_string(i + 1);
         m.d = another(1e-7);
         m.tunneling = i == 1;
-        layer.functional_type = i;
+        constexpr int types[] = {0, 1, 2, 3, 11, 12, 13};
+        layer.functional_type = types[i];
         Profile& y = layer.composition;
         constexpr struct {
             Law law;

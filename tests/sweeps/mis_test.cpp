@@ -101,6 +101,21 @@ TEST(MisCapacitance, IsThatOfTheExactTheory)
         ideal.tox = 50e-9;
     };
     const auto nothing = [](MisRun&, IdealCapacitor&) {};
+    const auto doped = [](MisRun& run, IdealCapacitor& ideal, double N) {  // [m^-3]
+        ideal.V_fb += ideal.kT * std::log(ideal.N / N);
+        ideal.N = N;
+        test::set_uniform(run.layer(1).material.Na, 1e-6 * N);
+    };
+    const auto much_turned = [&](MisRun& run, IdealCapacitor& ideal) {
+        doped(run, ideal, 1e24);
+        run.turn();
+    };
+    const auto by_levels = [&](MisRun& run, IdealCapacitor& ideal) {
+        doped(run, ideal, 9e21);
+        test::set_uniform(run.layer(1).material.Na, 0.0);
+        test::set_uniform(run.layer(1).material.Nd, 1e15);
+        testing::add_defect(run.layer(1), DefectType::acceptor, 1e16, 0.05, 1e-15, 1e-15).layer = 1;
+    };
     const auto classic = [](MisRun& run, IdealCapacitor&) { run.s->problem.input.convergence.route = Route::classic; };
     const Row rows[] = {
         {"high frequency", fast, Electrons::redistribute, nothing},
@@ -110,6 +125,9 @@ TEST(MisCapacitance, IsThatOfTheExactTheory)
         {"n silicon, deep depletion", fast, Electrons::absent, to_n_silicon, -1},
         {"gate at the right, low frequency", slow, Electrons::follow, turn, -1},
         {"gate at the right, deep depletion", fast, Electrons::absent, turn, -1},
+        // The currents of the silicon are rounding there.
+        {"gate at the right, much doping, lowest frequency", 1e-9, Electrons::follow, much_turned, -1, 3e-3},
+        {"acceptors are levels, deep depletion", fast, Electrons::absent, by_levels, 1, 2e-3},
         {"50 nm, high frequency", fast, Electrons::redistribute, thick},
         // 100 points a layer are wide at the edge of the depletion layer.
         {"classic route, high frequency", fast, Electrons::redistribute, classic, 1, 2.5e-3},
@@ -330,7 +348,7 @@ TEST(MisMode, TellsWhatItCannotDoAndDoesTheRest)
              cell.layers = 3;
              cell.right = cell.left;
          },
-         7, nullptr},
+         0, "ordinary", true},
         {"light", [](MisRun& run) { run.wp().dark = false; }, 7, "light"},
         {"deep depletion under light",
          [](MisRun& run) {
@@ -347,7 +365,8 @@ TEST(MisMode, TellsWhatItCannotDoAndDoesTheRest)
          7, "not of one type", true},
         {"cold", [](MisRun& run) { run.wp().T = 150.0; }, 7, nullptr},
         {"1 nm of oxide", [](MisRun& run) { run.layer(0).material.d = 1e-3; }, 7, nullptr},
-        {"beyond the numbers", [](MisRun& run) { run.actions().CV_stopV = 27.0; }, 5, "beyond the numbers"},
+        {"its first points are beyond the numbers", [](MisRun& run) { run.actions().CV_startV = -27.0; }, 4,
+         "beyond the numbers"},
     };
     for (const Row& row : rows)
         for (const Route route : {Route::fast, Route::classic}) {
