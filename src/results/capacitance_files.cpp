@@ -79,7 +79,9 @@ void write_remark(std::string& out, const std::string& remark)
 void write_tunnelling(std::string& out, const RunRecord& run)
 {
     if (run.tunnelling)
-        out += "remark: small signals do not pass the tunnel paths, whose conductance and share of C are left out\n\n";
+        out +=
+            "remark: small signals do not pass the tunnel paths, whose conductance and share of C are left out; what "
+            "tunnels into states at interfaces enters with paths that stand still, so that G is not dJ/dV\n\n";
 }
 
 /// How the doping was found.

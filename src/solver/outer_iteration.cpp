@@ -11,6 +11,7 @@
 #include "solver/optical_occupation.h"
 #include "solver/tunnel_junctions.h"
 #include "solver/tunnel_paths.h"
+#include "solver/tunnel_states.h"
 
 #include <algorithm>
 #include <cassert>
@@ -268,6 +269,7 @@ bool equilibrium(const Problem& problem, Workspace& work, CalculationVariables& 
     eerste_schatting(problem.set3, cv);
     const bool converged = dc_Gummel_iteration_psi(problem, work, cv, problem.set3.convergence.maxiter_psi_equilibrium);
     cv.iterations = cv.its_psi;
+    if (converged) find_paths_into_states(problem, cv, work.tunnel);  // small signals answer with them
     totale_rdcbijdrage(problem, cv);
     extraheer_stroom(problem, cv, work.currents);
     return converged;

@@ -4,6 +4,7 @@
 #include "solver/estimates.h"
 #include "solver/interface_terms.h"
 #include "solver/newton_steps.h"
+#include "solver/small_signal.h"
 #include "solver/tunnel_paths.h"
 #include "solver/tunnel_solve.h"
 #include "solver/tunnel_states.h"
@@ -367,6 +368,19 @@ TEST(Tunnelling, IntoStatesFollowsTheirSwitchAndConvergesForAnyNumber)
         EXPECT_LT(device.cv.iterations, 10) << N;
         EXPECT_GT(10.0 * std::log10(device.cv.J_median / open), 5.0) << N;
     }
+}
+
+TEST(Tunnelling, SmallSignalsOfStatesAreThoseOfTheirPathsAtEquilibriumToo)
+{
+    const auto conductance = [](double V) {
+        Device device(junction_with_states(), 300.0, [](ConvergenceParameters& c) { c.tunnel_paths = 0; });
+        EXPECT_TRUE(device.solve_equilibrium() && (V == 0.0 || device.go_to(V, 1))) << V;
+        SmallSignalWork work;
+        SmallSignal answer;
+        EXPECT_TRUE(calculate_small_signal_ac(device.problem(), device.cv, 0.1, work, answer));
+        return answer.J_mean.re;
+    };
+    EXPECT_NEAR(conductance(0.0) / conductance(1e-4), 1.0, 0.01);
 }
 
 // What stops the classic route far in reverse is told, with the way out.
