@@ -155,10 +155,10 @@ void graded_values(const CalculationParameters& set3, const Mesh& mesh, Profile 
     }
 }
 
-void Full_Nt_x_Dependence(const CalculationParameters& set3, const Mesh& mesh, const BulkRecombinationParameters& level,
-                          double weight, std::span<double> Nt)
+void Full_Nt_x_Dependence(const CalculationParameters& set3, const Mesh& mesh, std::size_t layer,
+                          const BulkRecombinationParameters& level, double weight, std::span<double> Nt)
 {
-    const LayerPoints points = points_of(set3, mesh, static_cast<std::size_t>(level.layer));
+    const LayerPoints points = points_of(set3, mesh, layer);
     assert(Nt.size() == points.count);
     points.evaluate(level.Nt, Nt);
     for (double& value : Nt) value *= weight;

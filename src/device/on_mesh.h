@@ -21,10 +21,11 @@ void Full_x_Dependence(CalculationParameters& set3, Mesh& mesh);
 void graded_values(const CalculationParameters& set3, const Mesh& mesh, Profile MaterialParameters::*quantity,
                    std::span<double> values);
 
-/// Density of a defect level at the points of its layer in units of N0, times `weight`; `Nt` holds the layer's points.
-void Full_Nt_x_Dependence(const CalculationParameters& set3, const Mesh& mesh, const BulkRecombinationParameters& level,
-                          double weight, std::span<double> Nt);
-/// The same of a metastable pair of layer `layer`: of both configurations together.
+/// Density of a defect level of layer `layer` at its points in units of N0, times `weight`; `Nt` holds the layer's
+/// points.
+void Full_Nt_x_Dependence(const CalculationParameters& set3, const Mesh& mesh, std::size_t layer,
+                          const BulkRecombinationParameters& level, double weight, std::span<double> Nt);
+/// The same of a metastable pair: of both configurations together.
 void Full_MetaNt_x_Dependence(const CalculationParameters& set3, const Mesh& mesh, std::size_t layer,
                               const MetaStableDefectParameters& pair, std::span<double> Nt);
 /// Positions of the points of a layer from its left end [um].

@@ -146,9 +146,9 @@ void add_metastable_columns(const ProfileSource& source, std::vector<DefectColum
             const auto count = static_cast<std::size_t>(mesh.n_in_layer[j]);
             std::vector<double> acceptors(count), donors(count);
             const auto& defects = set3.layer[j].srh;
-            Full_Nt_x_Dependence(set3, mesh, defects[static_cast<std::size_t>(pair.acceptor_defect)][0], 1.0,
+            Full_Nt_x_Dependence(set3, mesh, j, defects[static_cast<std::size_t>(pair.acceptor_defect)][0], 1.0,
                                  acceptors);
-            Full_Nt_x_Dependence(set3, mesh, defects[static_cast<std::size_t>(pair.donor_defect)][0], 1.0, donors);
+            Full_Nt_x_Dependence(set3, mesh, j, defects[static_cast<std::size_t>(pair.donor_defect)][0], 1.0, donors);
             for (std::size_t k = 0; k < count; ++k) {
                 const double total = acceptors[k] + donors[k];
                 for (double* share : {&acceptors[k], &donors[k]}) *share = total > 0.0 ? *share / total : 0.0;

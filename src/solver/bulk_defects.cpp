@@ -52,7 +52,7 @@ Record empty_record(const CalculationParameters& set3, const Mesh& mesh, const B
     r.charge = charge_of_state_0(first_level.aard);
     r.Nt.assign(count, 0.0);
     for (auto* v : {&r.cn, &r.cp, &r.en, &r.ep}) v->assign(levels * count, 0.0);
-    Full_Nt_x_Dependence(set3, mesh, first_level, weight, r.Nt);
+    Full_Nt_x_Dependence(set3, mesh, layer, first_level, weight, r.Nt);
     return r;
 }
 
@@ -135,7 +135,7 @@ void renew_density(const CalculationParameters& set3, const Mesh& mesh, std::siz
         std::size_t energy = 0;
         for (auto& record : records)
             if (at(record.layer) == layer && record.defect == defect)
-                Full_Nt_x_Dependence(set3, mesh, level, energies[energy++].share, record.Nt);
+                Full_Nt_x_Dependence(set3, mesh, layer, level, energies[energy++].share, record.Nt);
     };
     renew(defects.energies);
     renew(defects.chains);

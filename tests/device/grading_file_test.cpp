@@ -143,8 +143,8 @@ TEST(GradingFile, DefectDensityAndSharedRange)
     for (std::size_t j = 0; j < 2; ++j) {
         const auto first = static_cast<std::size_t>(mesh.first[j]), n = static_cast<std::size_t>(mesh.n_in_layer[j]);
         std::vector<double> Nt(n), Nt_y(n);
-        Full_Nt_x_Dependence(set3, mesh, set3.layer[j].srh[0][0], 0.5, Nt);
-        if (j == 1) Full_Nt_x_Dependence(set3, mesh, set3.layer[j].srh[1][0], 1.0, Nt_y);
+        Full_Nt_x_Dependence(set3, mesh, j, set3.layer[j].srh[0][0], 0.5, Nt);
+        if (j == 1) Full_Nt_x_Dependence(set3, mesh, j, set3.layer[j].srh[1][0], 1.0, Nt_y);
         for (std::size_t k = 0; k < n; k += 7) {
             const double x = mesh.x_um[first + k];
             EXPECT_NEAR(Nt[k] * set3.scale.N0[j], 0.5 * (1e20 + 1e20 * x), 1e12);

@@ -152,7 +152,7 @@ TEST(OnMesh, LinearGradingInPositionAndComposition)
     EXPECT_NEAR(set3.on.Gp[9] - set3.on.Gp[5], (1.6 - 1.2) / 0.0259, 1e-9);
 
     std::vector<double> Nt(5);
-    Full_Nt_x_Dependence(set3, mesh, set3.layer[1].srh[0][0], 0.5, Nt);
+    Full_Nt_x_Dependence(set3, mesh, 1, set3.layer[1].srh[0][0], 0.5, Nt);
     EXPECT_NEAR(Nt[4], 0.5 * 6e20 / 3e22, 1e-15);
 }
 

@@ -381,7 +381,7 @@ TEST(MetastableCell, APairWithoutProcessesKeepsItsRatioAndTheSharesAreInTheOccup
               std::string::npos);
     EXPECT_NE(text.find("\t  3.00000000e-01\t  7.00000000e-01\n"), std::string::npos);
     std::vector<double> Nt(static_cast<std::size_t>(cv.mesh.n_in_layer[0]));
-    Full_Nt_x_Dependence(m.s->set3, cv.mesh, m.s->set3.layer[0].srh[1][0], m.s->set3.scale.N0[0], Nt);
+    Full_Nt_x_Dependence(m.s->set3, cv.mesh, 0, m.s->set3.layer[0].srh[1][0], m.s->set3.scale.N0[0], Nt);
     EXPECT_NEAR(Nt.front() / (0.3 * 2e22), 1.0, 1e-12);
     EXPECT_NEAR(Nt.back() / (0.3 * 1e22), 1.0, 1e-12);
 }
