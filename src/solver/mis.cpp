@@ -52,9 +52,12 @@ std::vector<double> neutral_psi(const Problem& problem, Workspace& work, const C
 {
     CalculationVariables neutral = cv;
     start_from_neutrality(problem, work, neutral);
-    // Contacts have their work functions.
-    neutral.psi.front() = neutral.psi[1];
-    neutral.psi.back() = neutral.psi[neutral.psi.size() - 2];
+    // Contacts have their work functions, the two points of an interface their mean.
+    for (std::size_t j = 0; j < at(cv.mesh.nlayers); ++j) {
+        const std::size_t first = at(cv.mesh.first[j]), last = at(cv.mesh.last[j]);
+        neutral.psi[first] = neutral.psi[first + 1];
+        neutral.psi[last] = neutral.psi[last - 1];
+    }
     return std::move(neutral.psi);
 }
 
