@@ -61,7 +61,11 @@ TEST(TunnelQuadrature, SpikesAtInterfaces)
     const struct {
         CellParameters cell;
         bool turned;
-    } rows[] = {{window(), false}, {mirrored(window()), true}, {window(3e23), false}, {window(3e22), false}, {graded_window(), false}};
+    } rows[] = {{window(), false},
+                {mirrored(window()), true},
+                {window(3e23), false},
+                {window(3e22), false},
+                {graded_window(), false}};
     for (const auto& row : rows) {
         const int d = row.turned ? -1 : 1;
         const Device device = solved(row.cell, 0.02 * d);
@@ -83,11 +87,10 @@ TEST(TunnelQuadrature, InterfaceToInterface)
         const auto& E = device.memory.work.tunnel.Ec;
         const auto& u = device.cv.expFn;
         const std::size_t la = device.last(0), fa = la + 1, lb = device.last(1), fb = lb + 1;
-        const double flux =
-            2.1e23 * 1e5 * integral(std::max(E[la], E[fb]), lowest(E, fa, lb), [&](double level) {
-                const double T = std::sqrt(0.075) * exponent(device, E, fa, lb, level);
-                return std::exp(-level - T) * driven(level, u[la], u[fb]);
-            });
+        const double flux = 2.1e23 * 1e5 * integral(std::max(E[la], E[fb]), lowest(E, fa, lb), [&](double level) {
+                                const double T = std::sqrt(0.075) * exponent(device, E, fa, lb, level);
+                                return std::exp(-level - T) * driven(level, u[la], u[fb]);
+                            });
         double J = 0.0;
         for (const TunnelPath& t : device.memory.work.tunnel.n.paths)
             if (t.source == static_cast<int>(la) && t.target == static_cast<int>(fb))
