@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 
 namespace kovin {
@@ -61,6 +62,16 @@ void AverageDynamicVariables(const Problem& problem, const Workspace& work, Calc
 }
 
 bool has_junctions(const Workspace& work) { return work.tunnel.active && !work.tunnel.band_to_band.empty(); }
+
+bool reaches_far_within_a_band(const Workspace& work, const CalculationVariables& cv)
+{
+    const auto is_far = [](const TunnelPath& t) { return t.source >= 0 && std::abs(t.source - t.target) > 1; };
+    const auto any = [&](const TunnelPaths& found) {
+        return std::any_of(found.paths.begin(), found.paths.end(), is_far);
+    };
+    return any(work.tunnel.n) || any(work.tunnel.p) || !cv.tunnel_states.n.groups.empty() ||
+           !cv.tunnel_states.p.groups.empty();
+}
 
 /// Nothing moves: has what is left on one side of a tunnel junction no part in the current?
 bool junctions_agree(const Problem& problem, Workspace& work, CalculationVariables& cv)
@@ -120,7 +131,10 @@ bool decoupled_pass(const Problem& problem, Workspace& work, CalculationVariable
         return false;
     }
     moved = cv.its_psi >= 1 || cv.its_u >= 1 || cv.its_v >= 1;
-    return !has_junctions(work) || couple_junctions(problem, work, cv, moved);
+    if (!has_junctions(work)) return true;
+    // Steps without paths that reach far within a band lead astray while these still move the state.
+    if (reaches_far_within_a_band(work, cv) && (moved || junctions_agree(problem, work, cv))) return true;
+    return couple_junctions(problem, work, cv, moved);
 }
 
 /// Two decoupled passes bring any state that has been met near enough for the coupled loop.
