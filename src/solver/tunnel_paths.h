@@ -8,10 +8,10 @@
 //
 //     strength = n_e S (E1 - E2) exp(E_top - E - T) supply_limit(X[source] exp(-E), X[target] exp(-E))
 //
-// with n_e = Wn exp(psi) and the velocity S at the top of the barrier, the mean of two energies E of the slice. The last
-// factor (tunnel_walk) takes the X that the paths are found with: it stands still with them, the sums stay linear in X,
-// and the state that everything has settled at has the one that belongs to it. Each row of the continuity equations takes what
-// arrives there or leaves, in its own scale; at equilibrium all fluxes are exactly 0.
+// with n_e = Wn exp(psi) and the velocity S at the top of the barrier, the mean of two energies E of the slice. The
+// last factor (tunnel_walk) takes the X that the paths are found with: it stands still with them, the sums stay linear
+// in X, and the state that everything has settled at has the one that belongs to it. Each row of the continuity
+// equations takes what arrives there or leaves, in its own scale; at equilibrium all fluxes are exactly 0.
 // Source: Yang, East, Haddad, Solid-State Electron. 36 (1993) 321; Ieong et al., IEDM (1998) 733.
 #pragma once
 
