@@ -16,6 +16,7 @@ constexpr double smallest_um = 1e-4;       ///< step of the mesh, and distance o
 constexpr double relative_step = 0.4;      ///< of the logarithm of a quantity
 constexpr double negligible = 1e-6;        ///< of the largest value
 constexpr double composition_step = 0.05;  ///< shifts an absorption edge by some 30 meV
+constexpr double share_step = 0.03;        ///< as much of a charge that turns from donors to acceptors
 constexpr double growth = 0.25;            ///< of the steps away from a change
 constexpr std::size_t most_places = 4000;  ///< at which the quantities are looked at
 constexpr std::size_t most_points = 300;
@@ -134,10 +135,14 @@ double ProfilePoints::place_of(double steps) const
     return x_um[k] + (steps - whole) * (x_um[k + 1] - x_um[k]);
 }
 
-ProfilePoints profile_points(const LayerParameters& layer, double kT)
+ProfilePoints profile_points(const LayerParameters& layer, double kT, std::span<const Profile> shares)
 {
     ProfilePoints points;
     std::vector<Course> courses = courses_of(layer, kT, points.name);
+    for (const Profile& share : shares) {
+        courses.push_back({&share, share_step, false});
+        points.name.emplace_back("share of a metastable pair");
+    }
     if (courses.empty()) return points;
     const LayerPlaces places = places_of(layer, courses);
     const std::vector<double>& x = places.x_um;

@@ -5,6 +5,7 @@
 #include "device/cell.h"
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,8 @@ struct ProfilePoints {
 /// any other quantity, as far as that exceeds a millionth of its largest value. No step is below 0.1 nm.
 /// @param layer  in SI units, with its grading files loaded
 /// @param kT     [eV]
-[[nodiscard]] ProfilePoints profile_points(const LayerParameters& layer, double kT);
+/// @param shares of densities over the layer, 0 to 1, of which a step may hold 0.03
+[[nodiscard]] ProfilePoints profile_points(const LayerParameters& layer, double kT,
+                                           std::span<const Profile> shares = {});
 
 }  // namespace kovin

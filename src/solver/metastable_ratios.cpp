@@ -2,8 +2,12 @@
 
 #include "device/metastable.h"
 #include "device/on_mesh.h"
+#include "solver/band_solve.h"
+#include "solver/bulk_terms.h"
 #include "solver/mesh_adapt.h"
+#include "solver/newton_steps.h"
 #include "solver/occupation.h"
+#include "solver/residuals.h"
 
 #include <algorithm>
 #include <cassert>
@@ -14,7 +18,8 @@ namespace kovin {
 namespace {
 
 constexpr double largest_F = 300.0;                 ///< beyond it a share is nothing, and its square still a number
-constexpr double longest_step = 4.0, longer = 1.2;  ///< by which weights and steps grow again
+constexpr double longest_step = 4.0, longer = 1.5;  ///< by which weights and steps grow again
+constexpr double dpsi = 1e-4;                       ///< [kT]
 constexpr double all_of_one_kind = 20.0;            ///< F beyond which a share of 2e-9 is all that changes
 
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
@@ -24,25 +29,41 @@ const MetaStableDefectParameters& record_of(const CalculationParameters& set3, c
     return set3.layer[pair.layer].metastable[pair.transition];
 }
 
-/// Share of a defect in one of its states at the points of its layer, all its energies together.
-std::vector<double> share_in_state(const std::vector<DefectTransition>& transitions, std::size_t layer, int defect,
-                                   int state)
+/// One configuration of a pair at the points of its layer, all energies of its defect together.
+struct Configuration {
+    std::vector<double> share;   ///< in the state that reacts
+    std::vector<double> charge;  ///< mean
+};
+
+/// @param charge_type  of the state that reacts
+Configuration configuration_of(const std::vector<DefectTransition>& transitions, const LayerParameters& parameters,
+                               std::size_t layer, int defect, int charge_type)
 {
-    std::vector<double> share, total;
+    const DefectLevels& levels = parameters.srh[at(defect)];
+    const int state = GetDefectStateFromChargeType(levels, charge_type);
+    Configuration c;
+    std::vector<double> total;
     for (const DefectTransition& t : transitions) {
+        if (at(t.layer) != layer || t.defect != defect) continue;
         // State s is the one without the electron of level s, and the one with that of level s - 1.
-        if (at(t.layer) != layer || t.defect != defect || t.level != std::max(state - 1, 0)) continue;
+        const bool reacts = t.level == std::max(state - 1, 0);
         const std::vector<double>& f = state == 0 ? t.een_min_f_t : t.f_t;
-        share.resize(f.size());
+        c.share.resize(f.size());
+        c.charge.resize(f.size());
         total.resize(f.size());
         for (std::size_t k = 0; k < f.size(); ++k) {
             const double Nt = std::max(t.Nt[k], 1e-200);  // where there is no defect, its energies count alike
-            share[k] += Nt * f[k];
+            c.charge[k] -= Nt * t.f_t[k];
+            if (!reacts) continue;
+            c.share[k] += Nt * f[k];
             total[k] += Nt;
         }
     }
-    for (std::size_t k = 0; k < share.size(); ++k) share[k] /= total[k];
-    return share;
+    for (std::size_t k = 0; k < total.size(); ++k) {
+        c.share[k] /= total[k];
+        c.charge[k] = charge_of_state_0(levels[0].aard) + c.charge[k] / total[k];
+    }
+    return c;
 }
 
 /// Balance of one pair at the inner points of its layer, the ends as their neighbours.
@@ -51,28 +72,37 @@ void find_balance(const CalculationParameters& set3, const std::vector<DefectTra
 {
     const MetaStableDefectParameters& record = record_of(set3, pair);
     const LayerParameters& layer = set3.layer[pair.layer];
-    const auto share = [&](int defect, int charge_type) {
-        const int state = GetDefectStateFromChargeType(layer.srh[at(defect)], charge_type);
-        return share_in_state(transitions, pair.layer, defect, state);
-    };
-    const std::vector<double> donors = share(record.donor_defect, record.donor_charge_state);
-    const std::vector<double> acceptors = share(record.acceptor_defect, record.donor_charge_state - 2);
+    const int donor_type = record.donor_charge_state, acceptor_type = donor_type - 2;
+    const Configuration donor = configuration_of(transitions, layer, pair.layer, record.donor_defect, donor_type);
+    const Configuration acceptor =
+        configuration_of(transitions, layer, pair.layer, record.acceptor_defect, acceptor_type);
     const OnMesh& on = set3.on;
     const std::size_t first = at(cv.mesh.first[pair.layer]), last = at(cv.mesh.last[pair.layer]);
     const double phonons = record.phonon_frequency * set3.scale.t0;
     MetaStableDefectParameters barriers = record;
+    pair.dF_dpsi.assign(pair.F.size(), 0.0);
+    pair.charge.assign(pair.F.size(), 0.0);
     for (std::size_t i = first + 1; i < last; ++i) {
         if (i == first + 1 || on.Eg[i] != on.Eg[i - 1]) UpdateActivationEnergies(barriers, on.Eg[i]);
-        const MetaPlace place{
-            .n_over_Nc = cv.n[i] / on.Nc[i],
-            .p_over_Nv = cv.p[i] / on.Nv[i],
-            .kT = set3.kT,
-            .k_electrons = record.electron_process == 0 ? phonons : record.sigma_don_n * on.vth_n[i] * on.Nc[i],
-            .k_holes = record.hole_process == 0 ? phonons : record.sigma_acc_p * on.vth_p[i] * on.Nv[i],
-            .donor_share = donors[i - first],
-            .acceptor_share = acceptors[i - first]};
-        const double F = metastable_balance(barriers, place);
-        pair.F_new[i] = std::isnan(F) ? pair.F[i] : std::clamp(F, -largest_F, largest_F);
+        const std::size_t k = i - first;
+        const auto balance = [&](double rise) {
+            return metastable_balance(
+                barriers,
+                {.n_over_Nc = cv.n[i] / on.Nc[i] * (1.0 + rise),
+                 .p_over_Nv = cv.p[i] / on.Nv[i] / (1.0 + rise),
+                 .kT = set3.kT,
+                 .k_electrons = record.electron_process == 0 ? phonons : record.sigma_don_n * on.vth_n[i] * on.Nc[i],
+                 .k_holes = record.hole_process == 0 ? phonons : record.sigma_acc_p * on.vth_p[i] * on.Nv[i],
+                 .donor_share = donor.share[k],
+                 .acceptor_share = acceptor.share[k]});
+        };
+        const double F = balance(0.0);
+        const bool open = !std::isnan(F);
+        pair.F_new[i] = open ? std::clamp(F, -largest_F, largest_F) : pair.F[i];
+        pair.charge[i] = donor.charge[k] - acceptor.charge[k];
+        // More electrons in a configuration: its share in a state of charge q grows by the mean charge less q.
+        const double in_states = pair.charge[i] - (charge_of_type(donor_type) - charge_of_type(acceptor_type));
+        if (open) pair.dF_dpsi[i] = (balance(dpsi) - F) / dpsi + in_states;
     }
     pair.F_new[first] = first + 1 < last ? pair.F_new[first + 1] : pair.F[first];
     pair.F_new[last] = first + 1 < last ? pair.F_new[last - 1] : pair.F[last];
@@ -110,6 +140,9 @@ MetaRatios initial_ratios(const CalculationParameters& set3, const Mesh& mesh)
                                                                             .transition = k,
                                                                             .F = std::vector<double>(N),
                                                                             .F_new = {},
+                                                                            .dF_dpsi = {},
+                                                                            .charge = {},
+                                                                            .wish = {},
                                                                             .weight = {},
                                                                             .previous = std::vector<double>(N)});
             std::fill(pair.F.begin() + mesh.first[j], pair.F.begin() + mesh.last[j] + 1, F);
@@ -163,17 +196,49 @@ double Bereken_MetaUpdate_afwijking(const CalculationParameters& set3, const Bul
     return deviation;
 }
 
+bool find_wishes(const Problem& problem, Workspace& work, CalculationVariables& cv, MetaRatios& ratios)
+{
+    totale_rdcbijdrage(problem, cv, Terms::psi);
+    total_charge(problem, cv, work.rho_total);
+    const std::vector<double> of_defects = cv.terms_total.drho_dpsi;
+    for (const MetaPairRatios& pair : ratios.pairs) {
+        const std::size_t first = at(cv.mesh.first[pair.layer]), count = at(cv.mesh.n_in_layer[pair.layer]);
+        std::vector<double> total(count);
+        Full_MetaNt_x_Dependence(problem.set3, cv.mesh, pair.layer, record_of(problem.set3, pair), total);
+        for (std::size_t k = 0; k < count; ++k) {
+            const std::size_t i = first + k;
+            const double drho_dF = -total[k] * acceptor_share(pair.F[i]) * donor_share(pair.F[i]) * pair.charge[i];
+            work.rho_total[i] += drho_dF * (pair.F_new[i] - pair.F[i]);
+            // Far from equilibrium the product may take the other sign; it then gives no hold.
+            cv.terms_total.drho_dpsi[i] += std::min(drho_dF * pair.dF_dpsi[i], 0.0);
+        }
+    }
+    calculate_dc_residue_psi(problem, cv, work.rho_total, work.res);
+    calculate_dc_jacobian_psi(problem, cv, {work.sub, work.main, work.super}, work.extra);
+    cv.terms_total.drho_dpsi = of_defects;
+    if (!calculate_dc_delta_psi(cv.mesh, work)) return false;
+    for (MetaPairRatios& pair : ratios.pairs) {
+        pair.wish.assign(pair.F.size(), 0.0);
+        for (std::size_t i = at(cv.mesh.first[pair.layer]); i <= at(cv.mesh.last[pair.layer]); ++i)
+            pair.wish[i] = pair.F_new[i] - pair.F[i] + pair.dF_dpsi[i] * work.delta[i];
+        if (!std::isfinite(MaximumAbsoluteValue(pair.wish))) return false;
+    }
+    return true;
+}
+
 void Update_Meta_Ratios(MetaRatios& ratios, double damping)
 {
     ++ratios.steps;
     for (MetaPairRatios& pair : ratios.pairs)
         for (std::size_t i = 0; i < pair.F.size(); ++i) {
-            const double wish = pair.F_new[i] - pair.F[i];
+            const double wish = pair.wish[i];
             double& weight = pair.weight[i];
             weight = wish * pair.previous[i] < 0.0 ? 0.5 * weight : std::min(1.0, longer * weight);
-            // Back from where all are of one kind the way is free.
-            const double back = wish * pair.F[i] < 0.0 ? std::abs(pair.F[i]) - all_of_one_kind : 0.0;
-            const double longest = std::max(ratios.longest_step, back);
+            // Where all are of one kind the way is free: back to where some are not, and farther on.
+            const double beyond = std::abs(pair.F[i]) - all_of_one_kind;
+            const double longest = wish * pair.F[i] < 0.0 ? std::max(ratios.longest_step, beyond)
+                                   : beyond > 0.0         ? largest_F
+                                                          : ratios.longest_step;
             pair.F[i] += std::clamp(damping * weight * wish, -longest, longest);
             pair.previous[i] = wish;
         }
@@ -192,11 +257,17 @@ std::vector<PlantedDensity> relaxed_densities(const MetaRatios& ratios, const Ca
     std::vector<PlantedDensity> densities;
     for (const MetaPairRatios& pair : ratios.pairs) {
         const MetaStableDefectParameters& record = record_of(set3, pair);
-        for (const int defect : {record.donor_defect, record.acceptor_defect}) {
-            Profile Nt = set3.layer[pair.layer].srh[at(defect)][0].Nt;
-            for (double& value : Nt.table_y) value *= set3.scale.N0[pair.layer];
-            densities.push_back({pair.layer, at(defect), std::move(Nt)});
-        }
+        const auto add = [&](int defect, double (*share_at)(double)) {
+            PlantedDensity& planted = densities.emplace_back(
+                PlantedDensity{pair.layer, at(defect), set3.layer[pair.layer].srh[at(defect)][0].Nt, {}});
+            for (double& value : planted.Nt.table_y) value *= set3.scale.N0[pair.layer];
+            std::vector<double> shares;
+            for (int i = ratios.mesh.first[pair.layer]; i <= ratios.mesh.last[pair.layer]; ++i)
+                shares.push_back(share_at(pair.F[at(i)]));
+            set_table(planted.share, planted.Nt.table_x, std::move(shares));
+        };
+        add(record.donor_defect, donor_share);
+        add(record.acceptor_defect, acceptor_share);
     }
     return densities;
 }
@@ -209,6 +280,15 @@ void plant(const std::vector<PlantedDensity>& densities, CalculationParameters& 
         for (BulkRecombinationParameters& level : set3.layer[planted.layer].srh[planted.defect])
             set_table(level.Nt, planted.Nt.table_x, values);
     }
+}
+
+void mesh_sees_shares(const std::vector<PlantedDensity>& densities, const CellParameters& cell,
+                      CalculationParameters& set3)
+{
+    std::array<std::vector<Profile>, max_layers> shares;
+    for (const PlantedDensity& planted : densities) shares[planted.layer].push_back(planted.share);
+    for (std::size_t j = 0; j < shares.size(); ++j)
+        if (!shares[j].empty()) set3.profile_points[j] = profile_points(cell.layer[j], set3.kT, shares[j]);
 }
 
 }  // namespace kovin

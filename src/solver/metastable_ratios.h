@@ -5,13 +5,14 @@
 // takes any graded density; it knows nothing of the pairs.
 //
 // Steady state is F = F_new(n, p, occupation) of metastable_balance. The Fermi level answers to F and F_new to the
-// Fermi level as exp(2 EF/kT), which makes the plain iteration swing where there are more pairs than dopants. Hence
-// each point has a weight of its own:
+// Fermi level as exp(2 EF/kT): where there are more pairs than dopants, a step of F_new - F overshoots a hundred times.
+// The step that is wished for therefore takes the answer of psi with it: Poisson's equation, linear in psi, with a
+// charge that follows both F and psi. In steps damped where the wish has turned its sign:
 //
-//     F += weight (F_new - F), at most 4;   weight halved where F_new - F has turned its sign, else a fifth larger up
+//     F += weight wish, at most 4;   weight halved where the wish has turned, else half as large again up
 //     to 1
 //
-// Back from where all pairs are of one kind, |F| above 20, a step may be longer.
+// Where all pairs are of one kind, |F| above 20, a step may be longer.
 #pragma once
 
 #include "solver/problem.h"
@@ -26,8 +27,11 @@ struct MetaPairRatios {
     std::size_t layer = 0, transition = 0;
     std::vector<double> F;         ///< ln(acceptors/donors)
     std::vector<double> F_new;     ///< balance of the present state
+    std::vector<double> dF_dpsi;   ///< of F_new, psi [kT], the levels of the carriers held
+    std::vector<double> charge;    ///< mean charge of a centre as donor, less that as acceptor
+    std::vector<double> wish;      ///< step of F that would settle it
     std::vector<double> weight;    ///< of the next step
-    std::vector<double> previous;  ///< F_new - F of the step before
+    std::vector<double> previous;  ///< wish of the step before
 };
 
 /// All pairs of the device.
@@ -59,7 +63,13 @@ void SwitchDefectsToMetaDependence(const MetaRatios& ratios, CalculationParamete
 double Bereken_MetaUpdate_afwijking(const CalculationParameters& set3, const BulkDefects& defects,
                                     const CalculationVariables& cv, MetaRatios& ratios);
 
-/// One step towards F_new. @param damping  further factor of all weights, up to 1
+/// Finds the step of F that would settle all pairs, with the answer of psi to their charge. With the levels of the
+/// carriers held it is Newton's step of Poisson's equation in which the shares follow psi.
+/// @pre Bereken_MetaUpdate_afwijking of this state; problem and work space belong to cv
+/// @return false if the equations could not be solved
+[[nodiscard]] bool find_wishes(const Problem& problem, Workspace& work, CalculationVariables& cv, MetaRatios& ratios);
+
+/// One step along the wishes. @param damping  further factor of all weights, up to 1
 void Update_Meta_Ratios(MetaRatios& ratios, double damping);
 
 /// The next step goes half as far: the one that was tried from here led to no state.
@@ -68,10 +78,15 @@ void halve_next_step(MetaRatios& ratios);
 /// The density of a defect as the relaxation leaves it, to be planted in another calculation of the same cell.
 struct PlantedDensity {
     std::size_t layer = 0, defect = 0;
-    Profile Nt;  ///< table on x [um], density [m^-3]
+    Profile Nt;     ///< table on x [um], density [m^-3]
+    Profile share;  ///< of the pairs
 };
 [[nodiscard]] std::vector<PlantedDensity> relaxed_densities(const MetaRatios& ratios,
                                                             const CalculationParameters& set3);
 void plant(const std::vector<PlantedDensity>& densities, CalculationParameters& set3);
+/// Lets the next mesh see where the shares change: they may do so within some nm in which psi hardly moves.
+/// @param cell  that of the set, in SI units
+void mesh_sees_shares(const std::vector<PlantedDensity>& densities, const CellParameters& cell,
+                      CalculationParameters& set3);
 
 }  // namespace kovin

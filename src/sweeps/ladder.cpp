@@ -118,6 +118,7 @@ bool prepare_problem(Surroundings& surroundings, Simulation& s, RunMode mode)
     // Contacts with flat bands stand against the densities of the cell, however its pairs have settled.
     parameterset1_to_3(set1, s.wp.T, s.set3);
     plant(s.planted, s.set3);
+    mesh_sees_shares(s.planted, set1.cell.cell, s.set3);
     if (take_the_route_of_tunnelling(s.set3))
         surroundings.monitor.post({.text = "tunnel paths are open: classic route, scheme 11"});
     GovernMaxMinMesh(s.set3.convergence);

@@ -71,10 +71,12 @@ bool relax_metastable_pairs(Surroundings& surroundings, Simulation& s, bool& set
             clamp = false;
         }
         if (step >= settings.maxmetaiter_full) break;
+        if (!find_wishes(s.solver_problem(surroundings), s.memory.work, cv, s.metastable)) return false;
         if (!take_step(surroundings, s, clamp ? std::min(settings.clamp_meta, 1.0) : 1.0)) return false;
         // Near the end the mesh is made for the densities as they are now; those of the start are forgotten.
         if (mesh_of_start && deviation < near_the_end) {
             mesh_of_start = false;
+            mesh_sees_shares(relaxed_densities(s.metastable, s.set3), s.problem.input.cell.cell, s.set3);
             renew_mesh(s.solver_problem(surroundings), s.memory.work, cv);
         }
     }
