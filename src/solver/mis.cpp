@@ -102,8 +102,24 @@ void flat_levels(CalculationVariables& cv, const MisStructure& mis)
     }
 }
 
-/// Insulators with fewer carriers than this in equilibrium, where they are most, are empty [m^-3].
+/// Insulators with fewer carriers than this are empty [m^-3].
 constexpr double hardly_any = 1e9;
+
+/// Carriers of either kind that a layer has of its own, where they are most [m^-3]: in neutral material, or in
+/// equilibrium where its surroundings leave it less. What a contact or semiconductor sends in over a low barrier is not
+/// of the layer.
+double carriers_of_layer(const Problem& problem, const CalculationVariables& equilibrium,
+                         const std::vector<double>& neutral, std::size_t j)
+{
+    const OnMesh& on = problem.set3.on;
+    double in_neutral = 0.0, in_equilibrium = 0.0;
+    for (std::size_t i = at(equilibrium.mesh.first[j]); i <= at(equilibrium.mesh.last[j]); ++i) {
+        in_neutral = std::max({in_neutral, on.Wn[i] * std::exp(neutral[i]), on.Wp[i] * std::exp(-neutral[i])});
+        in_equilibrium = std::max({in_equilibrium, equilibrium.n[i], equilibrium.p[i]});
+    }
+    return problem.set3.scale.N0[j] * std::min(in_neutral, in_equilibrium);
+}
+
 /// Levels of an empty layer lie this far behind those of the contact that gives less carriers [kT].
 constexpr double far_behind = 40.0;
 
@@ -189,35 +205,21 @@ bool walk(const Problem& problem, Workspace& work, CalculationVariables& cv, con
 
 }  // namespace
 
-std::optional<MisStructure> mis_structure(const Problem& problem, const CalculationVariables& equilibrium)
+MisStructure mis_structure(const Problem& problem, Workspace& work, const CalculationVariables& equilibrium,
+                           const InsulatorPlace& place)
 {
     const CalculationParameters& set3 = problem.set3;
-    const auto layers = at(set3.layers);
-    if (layers < 2) return std::nullopt;
-    std::size_t first = 0;
-    while (first < layers && !insulates(set3, first)) ++first;
-    if (first == layers) return std::nullopt;
-    std::size_t last = first;
-    while (last + 1 < layers && insulates(set3, last + 1)) ++last;
-    for (std::size_t j = 0; j < layers; ++j)
-        if (insulates(set3, j) && (j < first || j > last)) return std::nullopt;  // nothing gives its level between them
-    // Between the insulator at the left contact and the rest, otherwise in front of the insulator; a cell of insulators
-    // alone has its border behind the first.
-    const std::size_t interface = first > 0 ? first - 1 : last + 1 < layers ? last : 0;
-    MisStructure mis{.interface = interface, .first = first, .last = last, .states = problem.interface_states};
+    MisStructure mis;
+    static_cast<InsulatorPlace&>(mis) = place;
+    mis.states = problem.interface_states;
     for (InterfaceEnergy& level : mis.states.energies) {
         const bool left = insulates(set3, level.interface), right = insulates(set3, level.interface + 1);
         if (left && !right) level.cnL = level.cpL = 0.0;
         if (right && !left) level.cnR = level.cpR = 0.0;
     }
-    const Mesh& mesh = equilibrium.mesh;
-    for (std::size_t j = 0; j < layers; ++j) {
-        const auto most = [&](const std::vector<double>& density) {
-            return set3.scale.N0[j] *
-                   *std::max_element(density.begin() + mesh.first[j], density.begin() + mesh.last[j] + 1);
-        };
-        mis.empty[j] = insulates(set3, j) && most(equilibrium.n) < hardly_any && most(equilibrium.p) < hardly_any;
-    }
+    const std::vector<double> neutral = neutral_psi(problem, work, equilibrium);
+    for (std::size_t j = place.first; j <= place.last; ++j)
+        mis.empty[j] = carriers_of_layer(problem, equilibrium, neutral, j) < hardly_any;
     return mis;
 }
 

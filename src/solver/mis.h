@@ -10,39 +10,34 @@
 // state are those of the ordinary rows with the interface closed (PartedCell): the current is constant
 // along x, and at low frequency C is dQ/dV.
 //
-// Where an insulator holds hardly any carrier in equilibrium it holds none: with a field in it the level of the contact
-// would come into a band, but what stops carriers there is that they cannot get in.
+// An insulator that, neutral or in equilibrium, has hardly any carrier holds none: with a field in it the level of the
+// contact would come into a band, and does so at a low barrier already, but what stops carriers there is that they
+// cannot get in.
 //
 // Deep depletion is what a voltage finds that came too fast for minority carriers to be generated: their level stays
 // so far away that their density nowhere exceeds that of neutral material, and no inversion layer forms.
 // Source: Nicollian, Brews, MOS Physics and Technology (1982), chapters 2, 3 and 9.
 #pragma once
 
+#include "device/insulator_place.h"
 #include "solver/problem.h"
 #include "solver/small_signal.h"
 #include "solver/state.h"
 
 #include <array>
-#include <cstddef>
 #include <optional>
 
 namespace kovin {
 
-/// Where a cell is parted; layers and interfaces from 0.
-struct MisStructure {
-    std::size_t interface = 0;             ///< that no carrier passes, between the layer of this number and the next
-    std::size_t first = 0, last = 0;       ///< layers of the insulator, on one side of that interface
-    std::array<bool, max_layers> empty{};  ///< electrical interlayers without carriers
+/// Where a cell is parted; layers from 0.
+struct MisStructure : InsulatorPlace {
+    std::array<bool, max_layers> empty{};  ///< layers of the insulator without carriers
     InterfaceStates states;                ///< those of the cell, without capture from insulators
 };
 
-/// The insulator is a row of neighbouring electrical interlayers; it belongs to the contact that it lies at, or else to
-/// the right one.
-/// @param equilibrium  the state at V = 0, which tells which insulators are empty
-/// @return nothing if there is none, no second layer, or another insulator behind a semiconductor: no contact gives
-///         what lies between two of them its level
-[[nodiscard]] std::optional<MisStructure> mis_structure(const Problem& problem,
-                                                        const CalculationVariables& equilibrium);
+/// @param equilibrium  the state at V = 0, on the mesh of the problem: it tells which insulators are empty
+[[nodiscard]] MisStructure mis_structure(const Problem& problem, Workspace& work,
+                                         const CalculationVariables& equilibrium, const InsulatorPlace& place);
 
 /// The problem with the interface closed; refers to `mis` and to what `problem` refers to.
 [[nodiscard]] Problem parted(const Problem& problem, const MisStructure& mis);

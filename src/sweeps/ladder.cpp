@@ -4,6 +4,7 @@
 #include "device/contacts.h"
 #include "device/graded_values.h"
 #include "device/grading_file.h"
+#include "device/insulator_place.h"
 #include "device/layer_profiles.h"
 #include "device/metastable.h"
 #include "device/model_table.h"
@@ -34,6 +35,7 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <span>
 #include <utility>
 
 namespace kovin {
@@ -250,22 +252,20 @@ RunOutcome calculate_IV(Surroundings& surroundings, Simulation& s, DataListEleme
 std::optional<MisStructure> take_up_mis_structure(Surroundings& surroundings, Simulation& s)
 {
     if (!s.actie.MIS_CV_calculate) return std::nullopt;
-    const auto tell = [&](const char* text) {
+    const auto tell = [&](const std::string& text) {
         KOVINErrorMessage(surroundings.report, "C(V) of an MIS structure", text);
     };
-    const std::optional<MisStructure> mis = mis_structure(s.solver_problem(), s.evenwichtcv);
-    if (!mis) {
-        tell(
-            "It takes one electrical interlayer (\"functional type\" 2 or 3), or several that touch, beside a layer "
-            "that "
-            "is none: it is an ordinary C(V).");
+    const auto place = place_of_insulator(std::span(s.set3.layer).first(static_cast<std::size_t>(s.set3.layers)));
+    if (!place) {
+        tell(std::string("It is an ordinary C(V): ") + no_place_of_insulator + '.');
         s.failures.mis = true;
         return std::nullopt;
     }
     ReturnToAKnownStartingPoint(s, s.evenwichtcv);
+    const MisStructure mis = mis_structure(s.solver_problem(), s.memory.work, s.currentCalcVars, *place);
     if (!s.wp.dark) tell("The levels are flat on both sides of the insulator: the light has no part in C(V).");
     if (s.actie.minority_carriers_wait &&
-        !has_minority_carriers(s.solver_problem(), s.memory.work, s.currentCalcVars, *mis)) {
+        !has_minority_carriers(s.solver_problem(), s.memory.work, s.currentCalcVars, mis)) {
         tell("No deep depletion: on one side of the insulator the semiconductors are not of one type.");
         s.actie.minority_carriers_wait = false;
         s.failures.mis = true;

@@ -44,10 +44,10 @@ struct MisRun : ShippedRun {
 /// At high frequency the electrons of the inversion layer only redistribute: their number, the integral of
 /// w (e^v - 1)/F dv, stays and w changes. Nicollian, Brews, MOS Physics and Technology (1982), chapters 3 and 4.
 struct IdealCapacitor {
-    double N = 1e22, tox = 20e-9, V_fb = 0.0;  ///< [m^-3], [m], [V]
+    double N = 1e22, tox = 20e-9, eps_ox = 3.9, V_fb = 0.0;  ///< [m^-3], [m], -, [V]
     double kT = kT_at_300K;
     [[nodiscard]] double ni() const { return std::sqrt(2.86e25 * 3.1e25) * std::exp(-0.5 * 1.124 / kT); }
-    [[nodiscard]] double C_ox() const { return 3.9 * vacuum_permittivity / tox; }
+    [[nodiscard]] double C_ox() const { return eps_ox * vacuum_permittivity / tox; }
     [[nodiscard]] double eps() const { return 11.9 * vacuum_permittivity; }
     [[nodiscard]] double lambda() const { return std::sqrt(eps() * kT / (elementary_charge * N)); }
 
@@ -100,6 +100,12 @@ TEST(MisCapacitance, IsThatOfTheExactTheory)
         run.layer(0).material.d = 0.05;
         ideal.tox = 50e-9;
     };
+    const auto low_barrier = [](MisRun& run, IdealCapacitor& ideal) {  // TiO2: 0.05 eV for electrons of the silicon
+        MaterialParameters& m = run.layer(0).material;
+        test::set_uniform(m.chi, 4.0);
+        test::set_uniform(m.Eg, 3.2);
+        test::set_uniform(m.eps, ideal.eps_ox = 40.0);
+    };
     const auto nothing = [](MisRun&, IdealCapacitor&) {};
     const auto doped = [](MisRun& run, IdealCapacitor& ideal, double N) {  // [m^-3]
         ideal.V_fb += ideal.kT * std::log(ideal.N / N);
@@ -128,6 +134,8 @@ TEST(MisCapacitance, IsThatOfTheExactTheory)
         // The currents of the silicon are rounding there.
         {"gate at the right, much doping, lowest frequency", 1e-9, Electrons::follow, much_turned, -1, 3e-3},
         {"acceptors are levels, deep depletion", fast, Electrons::absent, by_levels, 1, 2e-3},
+        {"no barrier, low frequency", slow, Electrons::follow, low_barrier},
+        {"no barrier, deep depletion", fast, Electrons::absent, low_barrier},
         {"50 nm, high frequency", fast, Electrons::redistribute, thick},
         // 100 points a layer are wide at the edge of the depletion layer.
         {"classic route, high frequency", fast, Electrons::redistribute, classic, 1, 2.5e-3},
@@ -242,14 +250,15 @@ TEST(MisSmallSignals, KeepTheCurrentAndFollowTheChargeAtDc)
         row.change(run);
         ASSERT_EQ(run.curve().points(), 2u);
         Simulation& s = *run.s;
-        const auto mis = mis_structure(s.solver_problem(), s.evenwichtcv);
-        ASSERT_TRUE(mis);
         ReturnToAKnownStartingPoint(s, s.evenwichtcv);
-        const Problem problem = parted(s.solver_problem(), *mis);  // the mesh stays
+        const auto place = place_of_insulator(std::span(s.set3.layer).first(static_cast<std::size_t>(s.set3.layers)));
+        ASSERT_TRUE(place);
+        const MisStructure mis = mis_structure(s.solver_problem(), s.memory.work, s.evenwichtcv, *place);
+        const Problem problem = parted(s.solver_problem(), mis);  // the mesh stays
         CalculationVariables& cv = s.currentCalcVars;
         const auto charge = [&](double V) {  // eps E at the gate [C/m2]
-            EXPECT_TRUE(mis_naar_spanning(problem, s.memory.work, cv, *mis, Minority::in_equilibrium, V));
-            const std::size_t last = static_cast<std::size_t>(cv.mesh.first[mis->last + 1 < 3 ? mis->first : 0]);
+            EXPECT_TRUE(mis_naar_spanning(problem, s.memory.work, cv, mis, Minority::in_equilibrium, V));
+            const std::size_t last = static_cast<std::size_t>(cv.mesh.first[mis.last + 1 < 3 ? mis.first : 0]);
             return (cv.psi[last] - cv.psi[last + 1]) * s.set3.kT / (cv.mesh.h[last] * s.set3.scale.x0) *
                    vacuum_permittivity * s.set3.on.eps[last];
         };
