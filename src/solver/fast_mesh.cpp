@@ -88,7 +88,10 @@ double allowed_step(double s)
     return std::clamp(at_interface + (dpsi_max - at_interface) * (s - near) / (far - near), at_interface, dpsi_max);
 }
 
-/// How many times what it may hold the interval (i - 1, i) of layer j holds.
+/// Without carriers the field is uniform, or parabolic: no layer for the mesh to be finer in.
+bool holds_carriers(const Problem& problem, std::size_t j) { return !problem.parted || !problem.parted->empty[j]; }
+
+/// How many times what it may hold the interval (i - 1, i) of layer j, which holds carriers, holds.
 double steepness(const Problem& problem, const CalculationVariables& cv, std::size_t j, std::size_t i)
 {
     const Mesh& mesh = cv.mesh;
@@ -114,12 +117,13 @@ double wished_points(const Problem& problem, const CalculationVariables& cv, std
         const bool states_right = j + 1 < at(mesh.nlayers) && interface_has_states(problem, j);
         const double h_left = (states_left ? h_at_states : h_end) / x0;
         const double h_right = (states_right ? h_at_states : h_end) / x0;
+        const bool by_potential = holds_carriers(problem, j);
         for (std::size_t i = first + 1; i <= last; ++i) {
             const double h = mesh.x[i] - mesh.x[i - 1], middle = 0.5 * (mesh.x[i] + mesh.x[i - 1]);
             const double step =
                 std::min({h_left + growth * (middle - left), h_right + growth * (right - middle), widest});
             const double profiles = profile_steps(problem.set3, j, mesh.x[i - 1] - left, mesh.x[i] - left);
-            wished[i] = std::max({steepness(problem, cv, j, i), h / step, profiles});
+            wished[i] = std::max({by_potential ? steepness(problem, cv, j, i) : 0.0, h / step, profiles});
             total += wished[i];
         }
     }
@@ -225,9 +229,11 @@ bool fast_mesh_wants_change(const Problem& problem, const CalculationVariables& 
 {
     if (!problem.mesh_may_move() || problem.adaption->memory.mesh_settled) return false;
     double largest = 0.0;
-    for (std::size_t j = 0; j < at(cv.mesh.nlayers); ++j)
+    for (std::size_t j = 0; j < at(cv.mesh.nlayers); ++j) {
+        if (!holds_carriers(problem, j)) continue;
         for (std::size_t i = at(cv.mesh.first[j]) + 1; i <= at(cv.mesh.last[j]); ++i)
             largest = std::max(largest, steepness(problem, cv, j, i));
+    }
     if (!(largest > too_much)) return false;
     std::vector<double> wished;
     const double total = wished_points(problem, cv, wished);

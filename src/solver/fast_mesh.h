@@ -7,7 +7,8 @@
 // so that no interval holds more than dpsi_max = 1 kT of potential, at the ends of a layer they grow from h_min by a
 // tenth each, and no layer has less than 25. With graded bands psi stands for the largest change among psi itself and
 // the two band edges, as the fluxes see them. The last term is what graded quantities ask for (profile_mesh): a peak of
-// theirs need not show in psi. Points lie where the integral of rho passes equal parts, four at least.
+// theirs need not show in psi. Layers without carriers of a parted cell (mis.h) ask for no points by their potential.
+// Points lie where the integral of rho passes equal parts, four at least.
 #pragma once
 
 #include "solver/mesh_adapt.h"

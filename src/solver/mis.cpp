@@ -157,6 +157,32 @@ void leave_out_minority(const Problem& problem, CalculationVariables& cv, const 
     }
 }
 
+/// Do majority carriers gather anywhere, in a layer that is thin beside the usual mesh?
+/// @param neutral  of neutral_psi
+bool majority_gathers(const Problem& problem, const CalculationVariables& cv, const MisStructure& mis,
+                      const std::vector<double>& neutral)
+{
+    constexpr double clearly = 1.0;  // [kT]
+    bool any = false;
+    for (const Side& side : sides(cv, mis)) {
+        const int type = semiconductor_type(problem, cv, side, neutral);
+        for_each_semiconductor_point(problem, cv, side, [&](std::size_t i) {
+            any = any || type * (cv.psi[i] + side.level - neutral[i]) > clearly;
+        });
+    }
+    return any;
+}
+
+/// May the mesh be made anew at this point of a sweep? In deep depletion only where carriers gather: the edge of the
+/// depletion layer moves through the silicon, on a mesh that is fine enough for it from the start, and each change of
+/// the mesh is a step in 1/C^2.
+bool mesh_may_change(const Problem& problem, Workspace& work, const CalculationVariables& cv, const MisStructure& mis,
+                     Minority minority)
+{
+    return problem.set3.convergence.route == Route::fast &&
+           (minority == Minority::in_equilibrium || majority_gathers(problem, cv, mis, neutral_psi(problem, work, cv)));
+}
+
 bool solve_psi(const Problem& problem, Workspace& work, CalculationVariables& cv)
 {
     update_psivar(problem.set3, cv);
@@ -274,8 +300,8 @@ bool mis_naar_spanning(const Problem& problem, Workspace& work, CalculationVaria
         shift_to(problem.set3, cv, mis, before);
         cv.psi = psi;
     }
-    if (converged && problem.set3.convergence.route == Route::fast &&
-        fast_mesh_change(problem, work, cv, fast_mesh_too_steep_in_sweep) == MeshChange::changed)
+    if (converged && mesh_may_change(problem, work, cv, mis, minority) &&
+        fast_mesh_change(problem, work, cv, fast_mesh_too_steep / finer) == MeshChange::changed)
         converged = solve(problem, work, cv, mis, minority, 0.0);
     if (!converged) cv.iterations = -1;
     cv.J_median = cv.J_spread = 0.0;  // whatever deep depletion leaves moving in the semiconductor
