@@ -96,7 +96,7 @@ void links(const Problem& problem, const CalculationVariables& cv, const View& c
         const double g = closed ? 0.0 : c.b[l] * problem.grid.interfaces[j].*c.velocity;
         link.left[f] = g * c.w[l];
         link.right[f] = g * c.w[f];
-        link.net[f] = g * c.step[f];
+        link.net[f] = closed ? 0.0 : g * c.step[f];  // the step of levels far apart may be beyond the numbers
         link.slope[f] = 0.0;
     }
 }
@@ -196,8 +196,11 @@ void interface_rows(const Problem& problem, const CalculationVariables& cv, std:
     const InterfaceTerms& t = cv.tunnel_states.energies.empty() ? cv.terms_interface[j] : own;
     const double uL = cv.expFn[l], uR = cv.expFn[f], vL = -cv.expmFp[l], vR = -cv.expmFp[f];
     InterfaceCarriers c = carriers_at_interface(problem, cv, j);
-    c.du /= uL;
-    c.dv /= -vL;
+    // Nothing passes a closed interface: how far apart its levels are means nothing, and may be beyond the numbers.
+    const bool closed_n = problem.parted && is_closed(*problem.parted, j, c.du);
+    const bool closed_p = problem.parted && is_closed(*problem.parted, j, c.dv);
+    c.du = closed_n ? 0.0 : c.du / uL;
+    c.dv = closed_p ? 0.0 : c.dv / -vL;
     c.bnL = c.nL, c.bnR = c.nR, c.bpL = c.pL, c.bpR = c.pR;
     InterfaceTransferSums sums;
     for (const InterfaceEnergy& level : interface_energies(problem, cv))

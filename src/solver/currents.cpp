@@ -78,6 +78,7 @@ void extraheer_stroom(const Problem& problem, CalculationVariables& cv, CurrentP
 
 ContactCurrents contact_currents(const Problem& problem, const CalculationVariables& cv)
 {
+    if (problem.parted) return {};
     const CalculationParameters& set3 = problem.set3;
     const double left = 0.1 * set3.scale.current(0);
     const double right = 0.1 * set3.scale.current(set3.layers - 1);

@@ -12,7 +12,7 @@ namespace kovin {
 void extraheer_stroom(const Problem& problem, CalculationVariables& cv, CurrentProfile& profile);
 
 /// Currents at the two contacts, from the surface velocity times the excess of the carrier and what tunnels from the
-/// metal.
+/// metal. None in a parted cell, where each is in balance with the level beside it.
 [[nodiscard]] ContactCurrents contact_currents(const Problem& problem, const CalculationVariables& cv);
 
 /// What passes through the states of one interface and over it [mA/cm2]. The current on its left is

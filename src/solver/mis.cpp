@@ -27,6 +27,11 @@ std::size_t first_on_the_right(const CalculationVariables& cv, const MisStructur
     return at(cv.mesh.first[mis.interface + 1]);
 }
 
+// Levels of the contacts [kT]: V is parted between them, so that the exponentials of either are numbers up to twice the
+// voltage.
+double left_level(const CalculationVariables& cv) { return -0.5 * cv.V_kT; }
+double right_level(const CalculationVariables& cv) { return 0.5 * cv.V_kT; }
+
 /// Layers on one side of the closed interface.
 struct Side {
     std::size_t begin, end;  ///< layers
@@ -34,7 +39,7 @@ struct Side {
 };
 std::array<Side, 2> sides(const CalculationVariables& cv, const MisStructure& mis)
 {
-    return {{{0, mis.interface + 1, 0.0}, {mis.interface + 1, at(cv.mesh.nlayers), cv.V_kT}}};
+    return {{{0, mis.interface + 1, left_level(cv)}, {mis.interface + 1, at(cv.mesh.nlayers), right_level(cv)}}};
 }
 
 /// Points of the semiconductors of a side.
@@ -86,19 +91,19 @@ void shift_to(const CalculationParameters& set3, CalculationVariables& cv, const
     const auto& x = cv.mesh.x;
     const double left = x[at(cv.mesh.first[mis.first])], right = x[at(cv.mesh.last[mis.last])];
     for (std::size_t i = 0; i < x.size(); ++i)
-        cv.psi[i] -= dV_kT * std::clamp((x[i] - left) / (right - left), 0.0, 1.0);
+        cv.psi[i] -= dV_kT * (std::clamp((x[i] - left) / (right - left), 0.0, 1.0) - 0.5);
     cv.V = V;
     cv.V_kT = V / set3.kT;
-    cv.psi.front() = 0.0;
-    cv.psi.back() = (set3.phi_left - set3.phi_right - V) / set3.kT;
+    cv.psi.front() = -left_level(cv);
+    cv.psi.back() = (set3.phi_left - set3.phi_right) / set3.kT - right_level(cv);
 }
 
 void flat_levels(CalculationVariables& cv, const MisStructure& mis)
 {
     const auto border = static_cast<std::ptrdiff_t>(first_on_the_right(cv, mis));
     for (auto* level : {&cv.Fn, &cv.Fp}) {
-        std::fill(level->begin(), level->begin() + border, 0.0);
-        std::fill(level->begin() + border, level->end(), cv.V_kT);
+        std::fill(level->begin(), level->begin() + border, left_level(cv));
+        std::fill(level->begin() + border, level->end(), right_level(cv));
     }
 }
 
@@ -130,8 +135,8 @@ void no_carriers_in_insulators(CalculationVariables& cv, const MisStructure& mis
         const auto fill = [&](std::vector<double>& level, double value) {
             std::fill(level.begin() + cv.mesh.first[j], level.begin() + cv.mesh.last[j] + 1, value);
         };
-        fill(cv.Fn, std::min(0.0, cv.V_kT) - far_behind);
-        fill(cv.Fp, std::max(0.0, cv.V_kT) + far_behind);
+        fill(cv.Fn, std::min(left_level(cv), right_level(cv)) - far_behind);
+        fill(cv.Fp, std::max(left_level(cv), right_level(cv)) + far_behind);
     }
 }
 

@@ -4,11 +4,11 @@
 // An insulator that no carrier passes parts the cell at one interface. On its left both quasi-Fermi levels are that of
 // the left contact, on its right that of the right contact,
 //
-//     Fn = Fp = 0        Fn = Fp = V/kT
+//     Fn = Fp = -V/2kT        Fn = Fp = V/2kT
 //
-// which in the dark is the exact steady state of all equations with that interface closed. The small signals of such a
-// state are those of the ordinary rows with the interface closed (PartedCell): the current is constant
-// along x, and at low frequency C is dQ/dV.
+// (against that of the left contact elsewhere: only the difference counts), which in the dark is the exact steady state
+// of all equations with that interface closed. The small signals of such a state are those of the ordinary rows with
+// the interface closed (PartedCell): the current is constant along x, and at low frequency C is dQ/dV.
 //
 // An insulator that, neutral or in equilibrium, has hardly any carrier holds none: with a field in it the level of the
 // contact would come into a band, and does so at a low barrier already, but what stops carriers there is that they
@@ -58,11 +58,11 @@ enum class Minority {
 /// The mesh wishes keep it so.
 void refine_mesh_for_mis(const Problem& problem, Workspace& work, CalculationVariables& cv);
 
-/// exp(V/kT) and its products must be numbers.
-inline constexpr double mis_largest_V_kT = 700.0;
+/// exp(V/2kT) and its products must be numbers.
+inline constexpr double mis_largest_V_kT = 1400.0;
 
-/// From the present voltage to V [V, internal sign]; any state will do. @pre the problem is parted. Fills terms and
-/// currents. @return converged; otherwise psi and V are what they were
+/// From the present voltage to V [V, internal sign]; the state is one of this function, or any at V = 0. @pre the
+/// problem is parted. Fills terms and currents. @return converged; otherwise psi and V are what they were
 bool mis_naar_spanning(const Problem& problem, Workspace& work, CalculationVariables& cv, const MisStructure& mis,
                        Minority minority, double V);
 

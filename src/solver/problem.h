@@ -149,7 +149,7 @@ struct Problem {
     double voltage_sign = 1.0;                  ///< of the user's voltage against the internal one, for messages
     std::optional<MeshAdaption> adaption{};     ///< lets the mesh follow the solution, where the settings want it
     std::optional<OpticalExchange> exchange{};  ///< where levels absorb light
-    std::optional<PartedCell> parted{};         ///< in MIS mode; read by the small signals alone
+    std::optional<PartedCell> parted{};         ///< in MIS mode
     [[nodiscard]] bool mesh_may_move() const { return adaption && set3.convergence.recalculate_mesh != 0; }
 };
 

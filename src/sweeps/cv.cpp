@@ -29,7 +29,7 @@ bool is_near_the_end(double V, double kT) { return std::fabs(V) > 0.8 * mis_larg
 std::string no_mis_state(double V, double kT)
 {
     if (is_near_the_end(V, kT))
-        return "So far away exp(qV/kT), or a density, is beyond the numbers: at 300 K from some 15 V on.";
+        return "So far away exp(qV/kT), or a density, is beyond the numbers: at 300 K from some 30 V on.";
     return "Newton's method did not find the solution of Poisson's equation from the point before.";
 }
 
@@ -74,7 +74,7 @@ SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecisi
             mis ? mis_admittance(s.currentCalcVars, *mis, minority, answer) : answer.median;
         if (!cell) return AfterPoint::failed;
         const Admittance Y = at_terminals(*cell, omega_us, circuit);
-        add_dc_point(s, v_cell, recombination, curve.dc);
+        add_dc_point(s, problem, v_cell, recombination, curve.dc);
         curve.v_cell.push_back(v_cell);
         curve.cvcap.push_back(Y.C * nF_cm2_per_F_m2);
         curve.cvcon.push_back(Y.G * S_cm2_per_S_m2);

@@ -8,9 +8,9 @@
 
 namespace kovin {
 
-void add_dc_point(const Simulation& s, double v_cell, RecombinationProfile& recombination, IvCurve& curve)
+void add_dc_point(const Simulation& s, const Problem& problem, double v_cell, RecombinationProfile& recombination,
+                  IvCurve& curve)
 {
-    const Problem problem = s.solver_problem();
     const CalculationVariables& cv = s.currentCalcVars;
     const ContactCurrents contact = contact_currents(problem, cv);
     const TerminalPoint seen = at_terminals(v_cell, cv.J_median, outer_circuit(s.wp));

@@ -7,9 +7,11 @@
 namespace kovin {
 
 /// Adds the columns of the point that has just been solved; everything in internal sign.
+/// @param problem        that was solved
 /// @param v_cell         voltage over the device [V]
 /// @param recombination  work space
-void add_dc_point(const Simulation& simulation, double v_cell, RecombinationProfile& recombination, IvCurve& curve);
+void add_dc_point(const Simulation& simulation, const Problem& problem, double v_cell,
+                  RecombinationProfile& recombination, IvCurve& curve);
 
 /// Rows of a curve in rising order of its voltage.
 [[nodiscard]] std::vector<std::size_t> rising_voltage(const IvCurve& curve);

@@ -13,7 +13,7 @@ SweepOutcome calciv(Surroundings& surroundings, Simulation& simulation, const St
     IvCurve curve;
     RecombinationProfile recombination;
     const auto measure = [&](double v_cell, bool continues_leg) {
-        add_dc_point(simulation, v_cell, recombination, curve);
+        add_dc_point(simulation, simulation.solver_problem(), v_cell, recombination, curve);
         const std::size_t i = curve.points() - 1;
         const bool behind_Voc = continues_leg && curve.ivcurrent[i] * curve.ivcurrent[i - 1] < 0.0;
         return asked.stopAfterVoc && behind_Voc ? AfterPoint::leave_leg : AfterPoint::go_on;
