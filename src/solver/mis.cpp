@@ -249,8 +249,10 @@ MisStructure mis_structure(const Problem& problem, Workspace& work, const Calcul
         if (right && !left) level.cnR = level.cpR = 0.0;
     }
     const std::vector<double> neutral = neutral_psi(problem, work, equilibrium);
-    for (std::size_t j = place.first; j <= place.last; ++j)
-        mis.empty[j] = carriers_of_layer(problem, equilibrium, neutral, j) < hardly_any;
+    for (std::size_t j = place.first; j <= place.last; ++j) {
+        mis.carriers[j] = carriers_of_layer(problem, equilibrium, neutral, j);
+        mis.empty[j] = mis.carriers[j] < hardly_any;
+    }
     return mis;
 }
 

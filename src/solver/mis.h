@@ -31,8 +31,12 @@ namespace kovin {
 
 /// Where a cell is parted; layers from 0.
 struct MisStructure : InsulatorPlace {
-    std::array<bool, max_layers> empty{};  ///< layers of the insulator without carriers
-    InterfaceStates states;                ///< those of the cell, without capture from insulators
+    std::array<double, max_layers> carriers{};  ///< of either kind that a layer of the insulator has of its own [m^-3]
+    std::array<bool, max_layers> empty{};       ///< these are so few that there are none
+    InterfaceStates states;                     ///< those of the cell, without capture from insulators
+
+    /// A layer of the insulator that carriers pass, up to the closed interface: without bound they gather there.
+    [[nodiscard]] bool conducts(std::size_t j) const { return j >= first && j <= last && !empty[j]; }
 };
 
 /// @param equilibrium  the state at V = 0, on the mesh of the problem: it tells which insulators are empty

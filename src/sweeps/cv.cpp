@@ -42,19 +42,36 @@ std::string no_mis_signal(double V, double kT, Minority minority)
                                            : "");
 }
 
+std::string layer_text(const CalculationParameters& set3, std::size_t j)
+{
+    return "layer " + integer(static_cast<long>(j) + 1) + " (" + set3.layer[j].name + ')';
+}
+
 /// How the curve of an MIS structure came about.
 std::string remark_on_mis(const Simulation& s, const MisStructure& mis, Minority minority)
 {
-    const auto layer = [&](std::size_t j) {
-        return "layer " + integer(static_cast<long>(j) + 1) + " (" + s.set3.layer[j].name + ')';
-    };
+    const std::string conducting = conducting_insulators(s.set3, mis);
     return "MIS structure: both quasi-Fermi levels are flat on either side of the border between " +
-           layer(mis.interface) + " and " + layer(mis.interface + 1) + ", which no carrier passes" +
+           layer_text(s.set3, mis.interface) + " and " + layer_text(s.set3, mis.interface + 1) +
+           ", which no carrier passes" +
            (minority == Minority::left_out ? "; deep depletion: no minority carriers are generated" : "") +
-           (s.wp.dark ? "" : "; light has no part in it");
+           (s.wp.dark ? "" : "; light has no part in it") + (conducting.empty() ? "" : "; " + conducting);
 }
 
 }  // namespace
+
+std::string conducting_insulators(const CalculationParameters& set3, const MisStructure& mis)
+{
+    constexpr double cm3 = 1e-6;  // [m3]
+    std::string text;
+    for (std::size_t j = mis.first; j <= mis.last; ++j)
+        if (mis.conducts(j))
+            text += (text.empty() ? "" : "; ") + layer_text(set3, j) + " holds " +
+                    scientific(cm3 * mis.carriers[j], 0, 1) +
+                    " carriers per cm3: it conducts up to the closed border, and C has no bound where they gather on "
+                    "both of its sides";
+    return text;
+}
 
 SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecision& decision, DataListElement& element,
                     const std::optional<MisStructure>& mis)

@@ -5,8 +5,12 @@
 #include "sweeps/voltage_sweep.h"
 
 #include <optional>
+#include <string>
 
 namespace kovin {
+
+/// What there is to say of the layers of an insulator that conduct, a sentence each; empty if none does.
+[[nodiscard]] std::string conducting_insulators(const CalculationParameters& set3, const MisStructure& mis);
 
 /// Runs the sweep of the running record from the state that CalculateStartingPoint left, into `element`, with the
 /// depletion width and apparent doping of the settings in the problem. What the terminals show counts: with series

@@ -263,6 +263,10 @@ std::optional<MisStructure> take_up_mis_structure(Surroundings& surroundings, Si
     }
     ReturnToAKnownStartingPoint(s, s.evenwichtcv);
     const MisStructure mis = mis_structure(s.solver_problem(), s.memory.work, s.currentCalcVars, *place);
+    if (const std::string conducting = conducting_insulators(s.set3, mis); !conducting.empty()) {
+        tell(conducting + '.');
+        s.failures.mis = true;
+    }
     if (!s.wp.dark) tell("The levels are flat on both sides of the insulator: the light has no part in C(V).");
     if (s.actie.minority_carriers_wait &&
         !has_minority_carriers(s.solver_problem(), s.memory.work, s.currentCalcVars, mis)) {

@@ -22,7 +22,7 @@ struct Failures {
     bool first_IV_point = true, IV = true;
     bool CV = true, Cf = true, QE = true;
     bool admittance = false;  ///< of the working point, where a capacitance is asked for
-    bool mis = false;         ///< the C-V is not in the mode that was asked for
+    bool mis = false;         ///< the C-V is not in the mode that was asked for, or its insulator conducts
     bool metastable = false;  ///< the pairs have not settled at the second working point
 };
 

@@ -28,6 +28,14 @@ struct MisRun : ShippedRun {
         actions().CV_points = points;
     }
     LayerParameters& layer(std::size_t j) { return s->zonnecel.cell.layer[j]; }
+    void dope_the_insulator()
+    {
+        MaterialParameters& m = layer(0).material;
+        test::set_uniform(m.Eg, 2.0);
+        test::set_uniform(m.chi, 4.0);
+        test::set_uniform(m.Nd, 1e17);
+        s->zonnecel.cell.left.Fi_m = 4.2;
+    }
     const CvCurve& curve() { return calculated().cv; }
     bool told(const char* text)
     {
@@ -239,15 +247,7 @@ TEST(MisSmallSignals, KeepTheCurrentAndFollowTheChargeAtDc)
         {"turned, with states", [&](MisRun& run) { states(run), run.turn(); }},
         {"deep donors",
          [](MisRun& run) { testing::add_defect(run.layer(1), DefectType::donor, 5e15, 0.7, 1e-15, 1e-15).layer = 1; }},
-        {"a doped interlayer that conducts",
-         [](MisRun& run) {
-             MaterialParameters& m = run.layer(0).material;
-             test::set_uniform(m.Eg, 2.0);
-             test::set_uniform(m.chi, 4.0);
-             test::set_uniform(m.Nd, 1e17);
-             run.s->zonnecel.cell.left.Fi_m = 4.2;
-         },
-         false},
+        {"a doped interlayer that conducts", &MisRun::dope_the_insulator, false},
         {"insulator inside",
          [](MisRun& run) {
              CellParameters& cell = run.s->zonnecel.cell;
@@ -395,6 +395,7 @@ TEST(MisMode, TellsWhatItCannotDoAndDoesTheRest)
              run.actions().minority_carriers_wait = true;
          },
          7, "not of one type", true},
+        {"its insulator is doped", &MisRun::dope_the_insulator, 6, "carriers per cm3: it conducts", true},
         {"cold", [](MisRun& run) { run.wp().T = 150.0; }, 7, nullptr},
         {"1 nm of oxide", [](MisRun& run) { run.layer(0).material.d = 1e-3; }, 7, nullptr},
         {"its first points are beyond the numbers", [](MisRun& run) { run.actions().CV_startV = -42.0; }, 4,
