@@ -287,7 +287,7 @@ bool analyse(Session& session, const AnalysisChoices& choices)
     AnalysisSettings settings;
     settings.NW = settings_of_cell(s.problem.input.cell.cell, s.problem.NW, choices);
     RecalculateNW(element.cv, settings.NW);
-    element.cv.layer_name = s.set3.layer[static_cast<std::size_t>(settings.NW.layer)].name;
+    element.cv.layer_name = s.set3.layer[static_cast<std::size_t>(element.cv.NW.layer)].name;
     if (element.cf.points() == 0 || short_Cf) return !short_CV && !short_Cf;
     if (const std::string complaint = missing_level(s.zonnecel.cell, settings.NW, choices); !complaint.empty())
         return tell("Analysis", complaint);

@@ -3,6 +3,7 @@
 // All columns of a curve have one value a calculated point.
 #pragma once
 
+#include "device/insulator_place.h"
 #include "device/mesh.h"
 #include "device/numerical_settings.h"
 
@@ -62,8 +63,10 @@ struct CvCurve {
     std::string layer_name;                          ///< of NW.layer
     CellOnMesh cell;
     double frequency = 0.0;  ///< [Hz]; 0: not known
-    bool mis = false;        ///< of an MIS structure: the DC columns are those of its flat levels, 1/C^2 has no Vbi
-    std::string remark;      ///< on how it was calculated, for its file; empty: in the usual way
+    /// Of an MIS structure: the DC columns are those of its flat levels, the insulator lies in series with the
+    /// depletion layer, and 1/C^2 has no Vbi.
+    std::optional<InsulatorPlace> insulator;
+    std::string remark;  ///< on how it was calculated, for its file; empty: in the usual way
 
     bool failed = false;  ///< the sweep ended with a point that did not converge; false behind a stop
 

@@ -132,7 +132,7 @@ SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecisi
         to_user_sign(curve.dc, s.polarity);
         curve.cv_as = curve.dc.iv_as;
         if (mis) {
-            curve.mis = true;
+            curve.insulator = *mis;
             curve.remark = remark_on_mis(s, *mis, minority);
         } else {
             join_iv(s, curve.dc, element);
@@ -141,7 +141,7 @@ SweepOutcome calccv(Surroundings& surroundings, Simulation& s, const StartDecisi
         const CellParameters& cell = s.problem.input.cell.cell;
         curve.cell = cell_on_mesh(s.set3, s.currentCalcVars.mesh);
         curve.frequency = s.wp.frequency;
-        mott_schottky_columns(curve, with_junction(cell, s.problem.NW));
+        mott_schottky_columns(curve, mis ? s.problem.NW : with_junction(cell, s.problem.NW));
         if (!says_permittivity(s.problem.NW)) {
             curve.NW_of_line = with_lighter_side(cell, s.problem.NW);
             curve.NW_of_line->epsilon_mode = epsilon_of_position;

@@ -22,13 +22,50 @@ double doping_of_slope(double slope, double epsilon)
     return std::isfinite(N) ? N : 0.0;
 }
 
+/// The insulator of an MIS structure between two plates: 1/C = integral of dx/(eps eps0) [m2/F].
+double series_of_insulator(const CellOnMesh& cell, const InsulatorPlace& insulator)
+{
+    double sum = 0.0;
+    for (std::size_t j = insulator.first; j <= insulator.last; ++j)
+        for (auto i = static_cast<std::size_t>(cell.mesh.first[j]) + 1;
+             i <= static_cast<std::size_t>(cell.mesh.last[j]); ++i)
+            sum += (cell.mesh.x_m[i] - cell.mesh.x_m[i - 1]) / (0.5 * (cell.cvepsilon[i - 1] + cell.cvepsilon[i]));
+    return sum / vacuum_permittivity;
+}
+
+/// The settings for an MIS structure: without a semiconductor given, that beside the insulator, of two the one with the
+/// lower doping there. So W and its edge count from the inner end of the insulator.
+MottSchottkySettings beside_insulator(const CvCurve& curve, MottSchottkySettings NW)
+{
+    const Mesh& mesh = curve.cell.mesh;
+    const int first = static_cast<int>(curve.insulator->first), last = static_cast<int>(curve.insulator->last);
+    const bool given = NW.layer >= 0 && NW.layer < mesh.nlayers && (NW.layer < first || NW.layer > last);
+    if (given) return NW;
+    const auto doping = [&](int i) { return std::abs(curve.cell.cvnet_doping[static_cast<std::size_t>(i)]); };
+    const bool left = first > 0, right = last + 1 < mesh.nlayers;
+    const auto l = static_cast<std::size_t>(first - 1), r = static_cast<std::size_t>(last + 1);
+    if (right && (!left || doping(mesh.first[r]) <= doping(mesh.last[l]))) {
+        NW.layer = last + 1;
+        NW.side = -1;
+    } else {
+        NW.layer = std::max(first - 1, 0);  // 0 in a cell of insulators alone
+        NW.side = 1;
+    }
+    return NW;
+}
+
 /// Width, edge, doping and permittivities of each point from capacitance and slope; without a slope the last alone.
 void width_and_doping(CvCurve& curve)
 {
     const double x0 = junction_position(curve.NW, curve.cell.mesh);
     const PermittivityTable table = SetNW_Epsilon_x(curve.NW, curve.cell);
+    const double insulator = curve.insulator ? series_of_insulator(curve.cell, *curve.insulator) : 0.0;
     for (std::size_t i = 0; i < curve.points(); ++i) {
-        const DepletionWidth layer = SCL_WidthFrom1_C(curve.cvcap[i] * F_m2_of_nF_cm2, curve.NW, table, x0);
+        double C = curve.cvcap[i] * F_m2_of_nF_cm2;
+        if (curve.insulator) C = 1.0 / (1.0 / C - insulator);
+        const bool has_width = !curve.insulator || (C > 0.0 && std::isfinite(C));
+        const DepletionWidth layer =
+            has_width ? SCL_WidthFrom1_C(C, curve.NW, table, x0) : DepletionWidth{0.0, 0.0, table.epsilon.front()};
         curve.cvW[i] = layer.W;
         curve.cvx[i] = layer.edge;
         curve.cveps_eff_W[i] = layer.epsilon;
@@ -140,7 +177,7 @@ double ApparentDopingFromMottSchottkySlope(double slope, const MottSchottkySetti
 void mott_schottky_columns(CvCurve& curve, const MottSchottkySettings& NW)
 {
     const std::size_t n = curve.points();
-    curve.NW = NW;
+    curve.NW = curve.insulator ? beside_insulator(curve, NW) : NW;
     for (auto* column : {&curve.cvslopeMottSchottky, &curve.cvW, &curve.cvx, &curve.cvN}) column->assign(n, 0.0);
     for (auto* column : {&curve.cveps_eff_W, &curve.cveps_eff_N}) column->assign(n, NW.constant_epsilon);
     curve.cvMott.resize(n);
@@ -159,7 +196,7 @@ bool RecalculateNW(CvCurve& curve, const MottSchottkySettings& NW)
 {
     curve.NW_of_line.reset();
     if (curve.has_doping()) {
-        curve.NW = NW;
+        curve.NW = curve.insulator ? beside_insulator(curve, NW) : NW;
         width_and_doping(curve);
     } else {
         mott_schottky_columns(curve, NW);  // it has no slope yet
@@ -171,7 +208,7 @@ std::optional<MottSchottkyLine> mott_schottky_line(const CvCurve& curve)
 {
     constexpr double margin = 0.1;  // of what may be called a built-in voltage over the gap [V]
     constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
-    if (curve.mis) return std::nullopt;
+    if (curve.insulator) return std::nullopt;
     if (curve.NW_of_line) {
         CvCurve other = curve;
         RecalculateNW(other, *curve.NW_of_line);

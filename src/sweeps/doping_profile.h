@@ -2,8 +2,9 @@
 //
 //     W = eps0 eps/C,    N(W) = -2/(q eps0 eps d(1/C^2)/dV)
 //
-// Source: Sze and Ng, Physics of Semiconductor Devices, chapter 2.2. N is positive where C grows with the voltage in
-// internal sign: p-type at the left. A mirrored cell has the same figures with the other sign.
+// The insulator of an MIS structure is in series: W is that of C_s = 1/(1/C - 1/C_ins), and N is the same with and
+// without it. Source: Sze and Ng, Physics of Semiconductor Devices, chapters 2.2 and 4.3. N is positive where C grows
+// with the voltage in internal sign: p-type at the left. A mirrored cell has the same figures with the other sign.
 #pragma once
 
 #include "device/cell.h"
@@ -41,7 +42,8 @@ void KOVINSearchOfJunctionAndSCLSide(const CellParameters& cell, MottSchottkySet
                                                          double& epsilon_used);
 
 /// Fills all columns of the analysis from v_cell, cvcap and cell, and keeps the settings with them. With fewer points
-/// than the slope needs, W, x, N and the slope are 0.
+/// than the slope needs, W, x, N and the slope are 0; in an MIS structure W and x are where C is not below that of the
+/// insulator, and its layer is the semiconductor beside the insulator if the settings give none.
 void mott_schottky_columns(CvCurve& curve, const MottSchottkySettings& NW);
 
 /// The same for other settings of width and doping; a slope that was calculated stays. The line takes its doping with

@@ -5,6 +5,7 @@
 #include "results/capacitance_files.h"
 #include "solver/small_signal.h"
 #include "sweeps/cv.h"
+#include "sweeps/effective_permittivity.h"
 #include "sweeps/shipped_run.h"
 #include "sweeps/starting_point.h"
 
@@ -205,6 +206,20 @@ TEST(MisCapacitance, HasTheFiguresOfTextbooks)
         EXPECT_NEAR(std::fabs(dd.cvN[i]) / 1e16, 1.0, 0.01) << "1/C^2 goes on " << dd.cv_as[i];
     }
     EXPECT_LT(dd.cvcap.back(), 0.55 * hf.cvcap.back());
+    // The width is that of the silicon alone, 1/C = 1/C_ox + W/eps, counted from the oxide at either end of the cell.
+    for (const bool turned : {false, true}) {
+        MisRun run(fast, 13);
+        if (turned) run.turn();
+        run.actions().minority_carriers_wait = true;
+        run.s->problem.NW.epsilon_mode = epsilon_of_position;
+        const CvCurve& curve = run.curve();
+        EXPECT_EQ(curve.layer_name, "p silicon");
+        for (std::size_t i = 0; i < curve.points(); ++i) {
+            const double W = 1e6 * ideal.eps() * (1e5 / curve.cvcap[i] - 1.0 / ideal.C_ox());
+            EXPECT_NEAR(curve.cvW[i], W, 1e-4 * W + 1e-6) << curve.cv_as[i];
+            EXPECT_NEAR(curve.cvx[i], turned ? 5.0 - W : 0.02 + W, 1e-4 * W + 1e-6) << curve.cv_as[i];
+        }
+    }
     MisRun far(fast, 61);
     far.actions().CV_startV = 0.0;
     far.actions().CV_stopV = 12.0;
@@ -409,7 +424,7 @@ TEST(MisMode, TellsWhatItCannotDoAndDoesTheRest)
             row.change(run);
             const CvCurve& curve = run.curve();
             ASSERT_GE(curve.points(), row.points);
-            EXPECT_TRUE(std::ranges::all_of(curve.cvcap, [&](double C) { return C > 0.0 || !curve.mis; }));
+            EXPECT_TRUE(std::ranges::all_of(curve.cvcap, [&](double C) { return C > 0.0 || !curve.insulator; }));
             if (row.C > 0.0) {
                 EXPECT_NEAR(curve.cvcap.back() / row.C, 1.0, 1e-6);
             }
