@@ -15,10 +15,13 @@
 #include "device/graded_values.h"
 #include "device/grading.h"
 #include "device/grading_file.h"
+#include "device/insulator_place.h"
 #include "device/line_check.h"
 #include "device/unit_systems.h"
 
 #include <algorithm>
+#include <optional>
+#include <span>
 
 namespace kovin {
 
@@ -139,22 +142,46 @@ void check_grading(Look& look, SiCell& cell)
     for (const Message& message : quiet.report.messages) look.find(0, message.text);
 }
 
-/// Pairs settle at the second working point, which only an action list gives; the one beside the cell is taken if none
-/// is named.
-void check_second_working_point(Look& look, const CellParameters& cell)
+/// The action list that is taken with a cell if none is named: the one beside it.
+struct ActionListBeside {
+    std::string name;                  ///< without folder
+    std::optional<ActionPanel> panel;  ///< what it says, if it is there
+};
+ActionListBeside action_list_beside(const Look& look)
 {
-    if (!CheckMETAMode(cell)) return;
-    const auto pair =
-        std::ranges::find(look.watch.known, "Metastable properties", [](const auto& line) { return line.text; });
-    std::filesystem::path beside = look.file;
-    const auto text = read_whole_file(beside.replace_extension(".act"));
+    std::filesystem::path file = look.file;
+    const auto text = read_whole_file(file.replace_extension(".act"));
+    ActionListBeside beside{file.filename().string(), std::nullopt};
     LineWatch lines;
     Surroundings quiet;
-    if (text && watch_action_list(quiet, *text, beside.string(), lines).second_is_given) return;
-    const std::string why = text ? "has no lines of it" : "is not there";
-    look.find(pair == look.watch.known.end() ? 0 : pair->line,
-              "metastable pairs settle at the second working point; " + beside.filename().string() + ' ' + why +
+    if (text) beside.panel = watch_action_list(quiet, *text, file.string(), lines);
+    return beside;
+}
+
+/// First line of the cell with this keyword, 0 if there is none.
+int line_of(const Look& look, std::string_view keyword)
+{
+    const auto found = std::ranges::find(look.watch.known, keyword, [](const auto& line) { return line.text; });
+    return found == look.watch.known.end() ? 0 : found->line;
+}
+
+/// Pairs settle at the second working point, which only an action list gives.
+void check_second_working_point(Look& look, const CellParameters& cell, const ActionListBeside& beside)
+{
+    if (!CheckMETAMode(cell) || (beside.panel && beside.panel->second_is_given)) return;
+    const std::string why = beside.panel ? "has no lines of it" : "is not there";
+    look.find(line_of(look, "Metastable properties"),
+              "metastable pairs settle at the second working point; " + beside.name + ' ' + why +
                   ": without another action list they settle in the dark at 0 V and 300 K");
+}
+
+/// The C-V of an MIS structure asks for an insulator.
+void check_insulator(Look& look, const CellParameters& cell, const ActionListBeside& beside)
+{
+    if (!beside.panel || !beside.panel->actions.MIS_CV_calculate) return;
+    if (place_of_insulator(std::span(cell.layer).first(static_cast<std::size_t>(cell.layers)))) return;
+    look.find(line_of(look, "functional type"), beside.name + " asks for the C-V of an MIS structure: " +
+                                                    no_place_of_insulator + "; without it the C-V is the ordinary one");
 }
 
 /// @return false if there is nothing of the kind in the text
@@ -168,7 +195,9 @@ bool check_text(Look& look, const std::string& text, FileKind kind)
             Definition definition = watch_definition(quiet, text, look.file, look.watch);
             check_grading(look, definition.input.cell);
             check_physical_sense(definition, look.watch);
-            check_second_working_point(look, definition.input.cell.cell);
+            const ActionListBeside beside = action_list_beside(look);
+            check_second_working_point(look, definition.input.cell.cell, beside);
+            check_insulator(look, definition.input.cell.cell, beside);
             check_repeats(look.watch);
             check_reflection(look.watch);
             check_units(look.watch);

@@ -101,6 +101,12 @@ std::string explanation(const CvCurve& curve)
 
 }  // namespace
 
+std::string points_left_out(std::size_t done, std::size_t asked)
+{
+    return integer(static_cast<long>(asked - done)) + " of " + integer(static_cast<long>(asked)) +
+           " points have no solution and are left out";
+}
+
 std::string cv_naar_file(const std::string& version, std::span<const DataListElement> results, CutCurves ActionListMode)
 {
     constexpr std::span<const Column<CvCurve>> all(with_doping);
@@ -109,15 +115,20 @@ std::string cv_naar_file(const std::string& version, std::span<const DataListEle
         const CvCurve& curve = element.cv;
         const std::size_t done = curve.points();
         if (done == 0) continue;
+        const bool has_gaps = curve.has_gaps();
+        const std::size_t rows = has_gaps ? done : element.CV_points;
         out += WriteOutputHeader(version, element.run, OutputKind::cv);
         if (curve.has_doping()) {
             out += explanation(curve);
             const auto columns = curve.NW.epsilon_mode == 0 ? all.first(all.size() - 1) : all;
-            write_rows<CvCurve>(out, columns, curve, done, element.CV_points, ActionListMode);
+            write_rows<CvCurve>(out, columns, curve, done, rows, ActionListMode);
         } else {
-            write_rows<CvCurve>(out, without_doping, curve, done, element.CV_points, ActionListMode);
+            write_rows<CvCurve>(out, without_doping, curve, done, rows, ActionListMode);
         }
-        write_cut(out, curve.failed, done, element.CV_points);
+        if (has_gaps)
+            write_remark(out, points_left_out(done, element.CV_points));
+        else
+            write_cut(out, curve.failed, done, element.CV_points);
         write_remark(out, curve.remark);
         write_tunnelling(out, element.run);
     }

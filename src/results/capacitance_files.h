@@ -12,8 +12,12 @@
 
 namespace kovin {
 
-/// Text of a .cv file. A curve with an apparent doping tells first how the doping was found and, where that took the
-/// permittivity of the stack, has the position of the depletion edge as last column.
+/// What is told of a curve with gaps.
+[[nodiscard]] std::string points_left_out(std::size_t done, std::size_t asked);
+
+/// Text of a .cv file. A curve with gaps has no rows for them, in any mode. A curve with an apparent doping tells first
+/// how the doping was found and, where that took the permittivity of the stack, has the position of the depletion edge
+/// as last column.
 [[nodiscard]] std::string cv_naar_file(const std::string& version, std::span<const DataListElement> results,
                                        CutCurves ActionListMode = CutCurves::truncate);
 

@@ -71,6 +71,8 @@ struct CvCurve {
     bool failed = false;  ///< the sweep ended with a point that did not converge; false behind a stop
 
     [[nodiscard]] std::size_t points() const { return v_cell.size(); }
+    /// Points without a solution are left out in the middle too: those of an MIS structure do not need each other.
+    [[nodiscard]] bool has_gaps() const { return insulator && failed; }
     /// Enough points for the window of the slope: the curve has an apparent doping.
     [[nodiscard]] bool has_doping() const { return NW.points >= 2 && static_cast<std::size_t>(NW.points) < points(); }
 };

@@ -18,6 +18,7 @@
 #include "optics/incoming_flux.h"
 #include "optics/optical_capture.h"
 #include "optics/spectrum.h"
+#include "results/capacitance_files.h"
 #include "results/header.h"
 #include "solver/mesh_first.h"
 #include "solver/outer_iteration.h"
@@ -247,6 +248,11 @@ RunOutcome calculate_IV(Surroundings& surroundings, Simulation& s, DataListEleme
     return sweep == SweepOutcome::stopped ? RunOutcome::stopped : RunOutcome::done;
 }
 
+std::optional<InsulatorPlace> insulator_of(const Simulation& s)
+{
+    return place_of_insulator(std::span(s.set3.layer).first(static_cast<std::size_t>(s.set3.layers)));
+}
+
 /// The structure of a C-V in MIS mode, with the state at equilibrium taken up; nothing for an ordinary C-V. Tells what
 /// the mode cannot do.
 std::optional<MisStructure> take_up_mis_structure(Surroundings& surroundings, Simulation& s)
@@ -255,7 +261,7 @@ std::optional<MisStructure> take_up_mis_structure(Surroundings& surroundings, Si
     const auto tell = [&](const std::string& text) {
         KOVINErrorMessage(surroundings.report, "C(V) of an MIS structure", text);
     };
-    const auto place = place_of_insulator(std::span(s.set3.layer).first(static_cast<std::size_t>(s.set3.layers)));
+    const auto place = insulator_of(s);
     if (!place) {
         tell(std::string("It is an ordinary C(V): ") + no_place_of_insulator + '.');
         s.failures.mis = true;
@@ -293,14 +299,16 @@ RunOutcome calculate_CV(Surroundings& surroundings, Simulation& s, DataListEleme
     const SweepOutcome sweep = calccv(surroundings, s, decision, element, mis);
     const std::string volt = " V = " + fixed(s.currentCalcVars.V * s.polarity.V, 0, 3) + " Volt";
     const std::string at_frequency = "; f = " + scientific(s.wp.frequency, 8, 2) + " Hz";
-    surroundings.monitor.post(
-        {.text = element.cv.failed ? "C(V) stopped at" + volt : "C(V) done;" + volt + at_frequency,
-         .done = static_cast<int>(element.cv.points()),
-         .total = static_cast<int>(element.cv.points())});
+    surroundings.monitor.post({.text = element.cv.has_gaps()
+                                           ? "C(V) done; " + points_left_out(element.cv.points(), element.CV_points)
+                                       : element.cv.failed ? "C(V) stopped at" + volt
+                                                           : "C(V) done;" + volt + at_frequency,
+                               .done = static_cast<int>(element.cv.points()),
+                               .total = static_cast<int>(element.cv.points())});
     // Flat levels are no state that another measurement could go on from.
     if (mis) {
         s.memory.mesh_wishes = wishes;
-        ReturnToAKnownStartingPoint(s, s.werkpuntcv);
+        ReturnToAKnownStartingPoint(s, s.failures.work_point ? s.evenwichtcv : s.werkpuntcv);
     }
     return sweep == SweepOutcome::stopped ? RunOutcome::stopped : RunOutcome::done;
 }
@@ -369,17 +377,20 @@ RunOutcome calculate(Surroundings& surroundings, Simulation& s, RunMode mode)
         return RunOutcome::failed;
     }
     if (!calculate_equilibrium(surroundings, s)) return failed_or_stopped(surroundings);
-    if (!calculate_short_circuit(surroundings, s, mode)) return failed_or_stopped(surroundings);
-    if (!calculate_work_point(surroundings, s, mode)) return failed_or_stopped(surroundings);
+    const bool has_work_point =
+        calculate_short_circuit(surroundings, s, mode) && calculate_work_point(surroundings, s, mode);
+    // The C-V of an MIS structure begins at equilibrium and needs neither.
+    const bool mis_alone = !has_work_point && s.actie.MIS_CV_calculate && insulator_of(s);
+    if (surroundings.monitor.stopRequested() || !(has_work_point || mis_alone)) return failed_or_stopped(surroundings);
 
     const struct {
         bool asked;
         RunOutcome (*calculate)(Surroundings&, Simulation&, DataListElement&);
     } measurements[] = {
-        {s.actie.IV_calculate, calculate_IV},
+        {s.actie.IV_calculate && has_work_point, calculate_IV},
         {s.actie.asks_for_CV(), calculate_CV},
-        {s.actie.Cf_calculate, calculate_Cf},
-        {s.actie.QE_calculate, calculate_QE},
+        {s.actie.Cf_calculate && has_work_point, calculate_Cf},
+        {s.actie.QE_calculate && has_work_point, calculate_QE},
     };
     if (std::none_of(std::begin(measurements), std::end(measurements), [](const auto& m) { return m.asked; }))
         return RunOutcome::done;
@@ -392,12 +403,13 @@ RunOutcome calculate(Surroundings& surroundings, Simulation& s, RunMode mode)
     element.IV_points = asked(s.actie.IV_calculate, s.actie.IV_points);
     element.CV_points = asked(s.actie.asks_for_CV(), s.actie.CV_points);
     element.Cf_points = asked(s.actie.Cf_calculate, s.actie.Cf_points);
-    if (s.actie.asks_for_CV() || s.actie.Cf_calculate) element.work_point = work_point_admittance(surroundings, s);
+    if (has_work_point && (s.actie.asks_for_CV() || s.actie.Cf_calculate))
+        element.work_point = work_point_admittance(surroundings, s);
     // What one of them does not reach is no matter to the next, which begins at a state of its own.
     for (const auto& measurement : measurements)
         if (measurement.asked && measurement.calculate(surroundings, s, element) == RunOutcome::stopped)
             return RunOutcome::stopped;
-    return RunOutcome::done;
+    return has_work_point || element.cv.points() > 0 ? RunOutcome::done : RunOutcome::failed;
 }
 
 RunOutcome calculate_withMeta(Surroundings& surroundings, Simulation& s)

@@ -362,6 +362,36 @@ TEST(CheckFile, TellsModelsOfOpticalCaptureThatGiveNothing)
     }
 }
 
+TEST(CheckFile, TellsTypesOfLayersThatAreNoneAndAnMisStructureWithoutInsulator)
+{
+    const ScratchFolder scratch;
+    const auto s = session();
+    const std::string text = read_whole_file(KOVIN_SOURCE_DIR "/home/def/mis-silicon.def").value_or("");
+    const std::string key = "functional type :  ";
+    const auto at = text.find(key + '2');
+    ASSERT_NE(at, std::string::npos);
+    const auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n') + 1;
+    const std::string place = ':' + std::to_string(line) + ": ";
+    const std::string none = place + "x.act asks for the C-V of an MIS structure: it takes one electrical interlayer";
+    const struct {
+        const char* type;
+        bool insulates, known;
+    } rows[] = {{"2", true, true},    {"3", true, true},     {"1", false, true},
+                {"11", false, true},  {"13", false, true},   {"4", false, false},
+                {"-1", false, false}, {"2.5", false, false}, {"x", false, false}};
+    for (const char* asks : {"0", "1"})
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.type);
+            scratch.put("x.act", std::string("MIS CV_calculate : ") + asks + '\n');
+            std::string changed = text;
+            changed.replace(at, key.size() + 1, key + row.type);
+            Expected expected;
+            if (!row.known) expected.push_back(place + "functional type");
+            if (!row.insulates && *asks == '1') expected.push_back(none);
+            expect_findings(check_file(*s, scratch.put("x.def", changed).string()), expected);
+        }
+}
+
 TEST(CheckFile, TellsPairsThatAreCountedWrongAndWhereTheySettle)
 {
     const ScratchFolder scratch;

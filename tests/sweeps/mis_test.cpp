@@ -454,6 +454,21 @@ TEST(MisMode, LeavesOtherMeasurementsAlone)
     EXPECT_EQ(with.iv.iv_as, without.iv.iv_as);
     EXPECT_EQ(with.iv.ivcurrent, without.iv.ivcurrent);
     EXPECT_EQ(with.cf.cfcap, without.cf.cfcap);
+    // What comes before the C-V may fail.
+    MisRun dark(fast, 5), failing(fast, 5);
+    failing.wp().V = 60.0;
+    EXPECT_EQ(failing.curve().cvcap, dark.curve().cvcap);
+    EXPECT_TRUE(failing.s->failures.work_point);
+    // A curve with gaps has no rows for them.
+    MisRun far(fast, 7);
+    far.actions().CV_startV = -42.0;
+    const DataListElement gaps = far.calculated();
+    for (const CutCurves mode : {CutCurves::truncate, CutCurves::zeros, CutCurves::blanks}) {
+        const std::string text = cv_naar_file("", std::span(&gaps, 1), mode);
+        EXPECT_NE(text.find("remark: 1 of 7 points have no solution and are left out\n"), std::string::npos) << text;
+        EXPECT_EQ(text.find("cut"), std::string::npos);
+        EXPECT_EQ(text.find(" 0.000000\t"), std::string::npos);
+    }
     const std::string file = cv_naar_file("", std::span(&with, 1));
     EXPECT_NE(file.find("remark: MIS structure: "), std::string::npos);
     EXPECT_NE(file.find("layer 1 (oxide) and layer 2 (p silicon)"), std::string::npos);

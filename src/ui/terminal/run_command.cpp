@@ -183,7 +183,7 @@ ExitStatus status_of(const Session& session, SimulateOutcome outcome)
     const bool cut = (asked.IV_calculate && (s.failures.first_IV_point || s.failures.IV)) ||
                      (asked.asks_for_CV() && s.failures.CV) || (asked.Cf_calculate && s.failures.Cf) ||
                      (asked.QE_calculate && s.failures.QE) || s.failures.admittance || s.failures.mis ||
-                     s.failures.metastable;
+                     s.failures.metastable || s.failures.work_point;
     const bool complete = outcome == SimulateOutcome::done && !cut && session.unsupported.empty();
     return complete ? ExitStatus::good : ExitStatus::incomplete;
 }
