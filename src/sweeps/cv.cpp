@@ -6,6 +6,7 @@
 #include "sweeps/doping_profile.h"
 #include "sweeps/outer_circuit.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -51,11 +52,13 @@ std::string layer_text(const CalculationParameters& set3, std::size_t j)
 std::string remark_on_mis(const Simulation& s, const MisStructure& mis, Minority minority)
 {
     const std::string conducting = conducting_insulators(s.set3, mis);
+    const std::string charged = charged_insulators(s.solver_problem(), mis);
     return "MIS structure: both quasi-Fermi levels are flat on either side of the border between " +
            layer_text(s.set3, mis.interface) + " and " + layer_text(s.set3, mis.interface + 1) +
            ", which no carrier passes" +
            (minority == Minority::left_out ? "; deep depletion: no minority carriers are generated" : "") +
-           (s.wp.dark ? "" : "; light has no part in it") + (conducting.empty() ? "" : "; " + conducting);
+           (s.wp.dark ? "" : "; light has no part in it") + (conducting.empty() ? "" : "; " + conducting) +
+           (charged.empty() ? "" : "; " + charged);
 }
 
 }  // namespace
@@ -70,6 +73,22 @@ std::string conducting_insulators(const CalculationParameters& set3, const MisSt
                     scientific(cm3 * mis.carriers[j], 0, 1) +
                     " carriers per cm3: it conducts up to the closed border, and C has no bound where they gather on "
                     "both of its sides";
+    return text;
+}
+
+std::string charged_insulators(const Problem& problem, const MisStructure& mis)
+{
+    std::string text;
+    for (std::size_t j = mis.first; j <= mis.last; ++j) {
+        const auto is_charged = [&](const auto& defect) {
+            return static_cast<std::size_t>(defect.layer) == j && defect.charged != 0.0;
+        };
+        if (mis.empty[j] && (std::ranges::any_of(problem.defects.energies, is_charged) ||
+                             std::ranges::any_of(problem.defects.chains, is_charged)))
+            text += (text.empty() ? "" : "; ") + layer_text(problem.set3, j) +
+                    " has charged levels that no carrier reaches: emission fills those below the middle of the gap, "
+                    "wherever the Fermi level is";
+    }
     return text;
 }
 

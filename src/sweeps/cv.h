@@ -12,6 +12,9 @@ namespace kovin {
 /// What there is to say of the layers of an insulator that conduct, a sentence each; empty if none does.
 [[nodiscard]] std::string conducting_insulators(const CalculationParameters& set3, const MisStructure& mis);
 
+/// The same of those without carriers whose levels have a charge.
+[[nodiscard]] std::string charged_insulators(const Problem& problem, const MisStructure& mis);
+
 /// Runs the sweep of the running record from the state that CalculateStartingPoint left, into `element`, with the
 /// depletion width and apparent doping of the settings in the problem. What the terminals show counts: with series
 /// resistance and shunt. The states of the sweep join the I-V curve of the element, whose characteristics are read

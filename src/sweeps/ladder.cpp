@@ -273,6 +273,7 @@ std::optional<MisStructure> take_up_mis_structure(Surroundings& surroundings, Si
         tell(conducting + '.');
         s.failures.mis = true;
     }
+    if (const std::string charged = charged_insulators(s.solver_problem(), mis); !charged.empty()) tell(charged + '.');
     if (!s.wp.dark) tell("The levels are flat on both sides of the insulator: the light has no part in C(V).");
     if (s.actie.minority_carriers_wait &&
         !has_minority_carriers(s.solver_problem(), s.memory.work, s.currentCalcVars, mis)) {
