@@ -2,6 +2,7 @@
 
 #include "base/constants.h"
 #include "base/text_format.h"
+#include "base/unit_text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,6 +29,22 @@ const char* largest_lift(const OpticalCaptureProperties& capture)
 
 }  // namespace
 
+std::string heading_against_m2(std::string_view line)
+{
+    constexpr std::string_view between = " \t\r()[]{}<>,;:=\"'";
+    const Unit m2 = *unit_of_text("m2");
+    std::string other;
+    for (std::size_t at = line.find_first_not_of(between); at < line.size(); at = line.find_first_not_of(between, at)) {
+        const std::string_view word = line.substr(at, line.find_first_of(between, at) - at);
+        at += word.size();
+        const std::optional<Unit> unit = unit_of_text(word);
+        if (!unit || !unit->same_kind(m2)) continue;
+        if (*unit == m2) return {};
+        if (other.empty()) other = "the heading says " + std::string(word) + "; files hold m2";
+    }
+    return other;
+}
+
 CrossSections ReadOpticalCaptureParametersFromModel(const OpticalCaptureProperties& capture, double E0)
 {
     CrossSections table;
@@ -47,6 +64,13 @@ CrossSections ReadOpticalCaptureParametersFromModel(const OpticalCaptureProperti
 std::vector<CaptureFinding> capture_findings(const OpticalCaptureProperties& capture, double E0)
 {
     std::vector<CaptureFinding> found;
+    if (!capture.from_model) return found;
+    if (!capture.present) {
+        found.push_back({", data from model",
+                         "it is to absorb by the model, but no line 'optical capture data' names it: it absorbs "
+                         "nothing"});
+        return found;
+    }
     if (!(capture.n > 0.0)) found.push_back({", n", "the model divides by n, which must be above 0", true});
     if (!(capture.m_over_m0 > 0.0))
         found.push_back({", m*/m0", "the model divides by m*/m0, which must be above 0", true});
@@ -59,7 +83,11 @@ std::vector<CaptureFinding> capture_findings(const OpticalCaptureProperties& cap
                                             "is absorbed"});
     if (!found.empty()) return found;
     const CrossSections table = ReadOpticalCaptureParametersFromModel(capture, E0);
-    if (!std::ranges::all_of(table.sigma, [](double sigma) { return sigma <= largest_cross_section; }))
+    const auto all = [&](auto holds) { return std::ranges::all_of(table.sigma, holds); };
+    if (std::isfinite(scale_of(capture, E0)) && !all([](double sigma) { return std::isfinite(sigma); }))
+        found.push_back(
+            {", Emax (eV)", "no cross section can be calculated up to Emax, " + shortest(capture.Emax) + " eV", true});
+    else if (!all([](double sigma) { return sigma <= largest_cross_section; }))
         found.push_back({largest_lift(capture),
                          "the model gives more than " + scientific(largest_cross_section, 0, 0) +
                              " m2, the cross section of no defect, with n of " + shortest(capture.n) + ", m*/m0 of " +

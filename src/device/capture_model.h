@@ -4,6 +4,7 @@
 #include "device/cell.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kovin {
@@ -15,6 +16,10 @@ inline constexpr double largest_cross_section = 1e-12;
 struct CrossSections {
     std::vector<double> wavelength, sigma;  ///< [nm], [m2]
 };
+
+/// "the heading says cm2; files hold m2": what a line above the rows of a file says against the unit of its cross
+/// sections. Empty if no word of it is another area than m2, or if it names m2 as well.
+[[nodiscard]] std::string heading_against_m2(std::string_view line);
 
 /// The model of a level that is bound by a short-range potential, at 50 wavelengths from 1239.977/Emax to 1239.977/E0:
 ///
@@ -30,7 +35,7 @@ struct CaptureFinding {
     std::string text;      ///< without the level
     bool refused = false;  ///< it cannot be calculated; else it absorbs nothing
 };
-/// What is to be said of a model with the threshold E0 [eV]; empty if it absorbs.
+/// What is to be said of a model with the threshold E0 [eV]; empty if it absorbs, or if no model is asked for.
 [[nodiscard]] std::vector<CaptureFinding> capture_findings(const OpticalCaptureProperties& capture, double E0);
 
 }  // namespace kovin

@@ -102,6 +102,7 @@ int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
     if (rule == std::end(rules)) return 0;
     LineReader reader(text, two_column_line_limit);
     std::vector<std::string> heading;
+    std::string against_m2;  ///< what a heading says
     const auto find = [&](const std::string& what) { watch.find(reader.line_number(), what); };
     // Of each kind of disorder the first line is named; the rest follows from it.
     bool told_order = false, told_limit = false;
@@ -112,7 +113,13 @@ int check_columns(const std::string& text, FileKind kind, LineWatch& watch)
         if (!is_row(line, kind, x, y)) {
             if (kind == FileKind::grading) check_settings(line, rows == 0, reader.line_number(), watch);
             const bool remark = trimmed(line).empty() || is_comment(line) || (rows == 0 && !looks_like_row(line));
-            if (rows == 0 && heading.size() < most_heading && !trimmed(line).empty()) heading.push_back(line);
+            if (rows == 0 && heading.size() < most_heading && !trimmed(line).empty()) {
+                heading.push_back(line);
+                if (kind == FileKind::optical_capture && against_m2.empty()) {
+                    against_m2 = heading_against_m2(line);
+                    if (!against_m2.empty()) find(against_m2);
+                }
+            }
             if (!remark) find("is no row of two numbers and is passed over");
             continue;
         }

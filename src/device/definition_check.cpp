@@ -144,7 +144,7 @@ void check_levels(PhysicsCheck& check, const LayerParameters& layer, int number,
     }
 }
 
-/// Models of optical capture that give none or more than any defect has, by their figures at the left end of the layer.
+/// Models of optical capture that give nothing or what no defect has, by their figures at the left end of the layer.
 void check_capture_models(PhysicsCheck& check, const LayerParameters& layer, int number, const std::string& name)
 {
     const MaterialParameters& m = layer.material;
@@ -156,7 +156,6 @@ void check_capture_models(PhysicsCheck& check, const LayerParameters& layer, int
             optical_thresholds(level.reference, level.Et, m.Eg.left, kT_at_300K, m.Nv.left / m.Nc.left);
         for (const definition_tables::Carrier& carrier : definition_tables::carriers) {
             const OpticalCaptureProperties& capture = level.*carrier.capture;
-            if (!capture.present || !capture.from_model) continue;
             const std::string key = "optical capture of " + std::string(carrier.word);
             const double threshold =
                 carrier.capture == &BulkRecombinationParameters::electrons ? E0.electrons : E0.holes;

@@ -1,6 +1,7 @@
 // The section on bulk defects of a definition file.
 #include "base/text_format.h"
 #include "base/text_scan.h"
+#include "device/charge_states.h"
 #include "device/defect_levels.h"
 #include "device/definition_sections.h"
 #include "device/definition_tables.h"
@@ -17,8 +18,16 @@ namespace {
 
 using Levels = std::array<BulkRecombinationParameters, max_levels>;
 
+/// A line that gives a level optical capture; which levels there are is known at the end of the defect.
+struct CaptureLine {
+    std::size_t level;  ///< from 0
+    int line;
+    std::string text;  ///< for a message
+};
+
 /// What has been met of one defect.
 struct DefectReading {
+    std::vector<CaptureLine> capture;
     bool has_profile = false, has_Nleft = false, has_Nright = false;
     bool empty = true;
     [[nodiscard]] bool old_form() const { return !has_profile && (has_Nleft || has_Nright); }
@@ -83,7 +92,7 @@ void read_type(KeyedSource& source, Levels& levels)
     }
 }
 
-/// The first transition names all.
+/// The first transition names all; without one the defect is neutral.
 void read_level_type(KeyedSource& source, Levels& levels)
 {
     const std::string_view text = source.value("leveltype");
@@ -100,6 +109,8 @@ void read_level_type(KeyedSource& source, Levels& levels)
         first = 5;
     else if (text.starts_with('3'))
         first = 6;
+    else if (!starts_with_ignoring_case(text, level_type_words[0]))
+        source.tell(source.quoted("leveltype") + ": these charge states are not known; the defect counts as neutral");
     if (first != 0 && first < levels[0].levels) {
         source.refuse("leveltype", "there are fewer charge states than levels");
         return;
@@ -107,24 +118,28 @@ void read_level_type(KeyedSource& source, Levels& levels)
     set_level_types(levels, static_cast<LevelType>(first), max_levels);
 }
 
+constexpr const char* no_such_level = "there is no such level";
+
 /// "optical capture data (electrons): file", "optical capture data [electrons]: level 2, file" or "..., none".
-void read_capture_file(Reading& reading, Levels& levels)
+void read_capture_file(Reading& reading, Levels& levels, DefectReading& met)
 {
     KeyedSource& source = reading.source;
     const std::string_view all = source.line();
     for (const Carrier& carrier : carriers) {
         const std::string in_round = "optical capture data (" + std::string(carrier.word) + ")";
         const std::string in_square = "optical capture data [" + std::string(carrier.word) + "]";
+        const std::string* key = &in_round;
         std::size_t level = 0;
         std::string name;
         if (source.starts(in_round)) {
             if (source.anywhere("level 1, none")) return;
             name = source.file_name(in_round);
         } else if (source.starts(in_square)) {
+            key = &in_square;
             if (source.anywhere(", none")) return;
             const NumberScan number = next_number(source.value(in_square));
             if (!number.found || number.value < 1.0 || number.value > max_levels) {
-                source.refuse(in_square, "there is no such level");
+                source.refuse(in_square, no_such_level);
                 return;
             }
             level = static_cast<std::size_t>(number.value) - 1;
@@ -138,9 +153,11 @@ void read_capture_file(Reading& reading, Levels& levels)
         OpticalCaptureProperties& capture = levels[level].*carrier.capture;
         capture.file = name;
         capture.present = true;
+        met.capture.push_back({level, source.line_number(), source.quoted(*key)});
         reading.definition.IPV_Mode = true;
         return;
     }
+    source.not_known();
 }
 
 /// "optical capture of electrons, n: 3.42" and its neighbours.
@@ -163,8 +180,8 @@ void read_capture_values(KeyedSource& source, Levels& levels)
             for (std::size_t k = 0; k < values.size(); ++k) levels[k].*carrier.capture.*key.field = values[k];
             return;
         }
-        source.not_known();
     }
+    source.not_known();
 }
 
 void read_spatial_distribution(KeyedSource& source, Levels& levels)
@@ -228,7 +245,7 @@ void read_defect_line(Reading& reading, Levels& levels, DefectReading& met)
     } else if (source.starts("leveltype")) {
         read_level_type(source, levels);
     } else if (source.starts("optical capture data")) {
-        read_capture_file(reading, levels);
+        read_capture_file(reading, levels, met);
     } else if (source.starts("optical capture of")) {
         read_capture_values(source, levels);
     } else {
@@ -249,6 +266,9 @@ void finish_defect(KeyedSource& source, Levels& levels, const DefectReading& met
         source.refuse({}, "Ekar: the defect needs a characteristic energy above 0");
         return;
     }
+    for (const CaptureLine& capture : met.capture)
+        if (capture.level >= static_cast<std::size_t>(level_count(levels)))
+            source.tell(capture.text + ": " + no_such_level, capture.line);
     for (auto& level : levels) {
         if (level.spatial == SpatialDistribution::homogenous && met.has_Nleft != met.has_Nright)
             (met.has_Nleft ? level.Nright : level.Nleft) = met.has_Nleft ? level.Nleft : level.Nright;

@@ -259,14 +259,18 @@ bool KeyedSource::fail(std::string_view key, const std::string& why)
 {
     if (failed_) return false;
     failed_ = true;
-    std::string text(key);
-    if (!key.empty() && !value(key).empty()) text += " = \"" + printable(value(key)) + "\"";
-    if (!key.empty()) text += ": ";
+    const std::string text = key.empty() ? std::string() : quoted(key) + ": ";
     if (watch_)
         watch_->find(reader_.line_number(), text + why);
     else
         KOVINErrorMessage(report_, title_, name_ + ", line " + integer(reader_.line_number()) + ": " + text + why);
     return false;
+}
+
+std::string KeyedSource::quoted(std::string_view key) const
+{
+    const std::string_view text = value(key);
+    return std::string(key) + (text.empty() ? "" : " = \"" + printable(text) + '"');
 }
 
 void KeyedSource::tell(const std::string& what, int line)

@@ -93,6 +93,8 @@ public:
     bool refuse(std::string_view key, const std::string& why);
     /// A text that cannot be read further: reported (the first fault only), no more lines. @return false
     bool fail(std::string_view key, const std::string& why);
+    /// The line as messages name it: `key = "value"`, the key alone if there is no value.
+    [[nodiscard]] std::string quoted(std::string_view key) const;
     /// Something that the user should know of a text that is read all the same. @param line  0: the present one
     void tell(const std::string& what, int line = 0);
 

@@ -239,6 +239,11 @@ std::vector<PairFinding> metastable_remarks(const LayerParameters& layer)
             tell("UserDefined Activation Energies",
                  "the flags must leave three activation energies of which the other two follow; Eact_EE and Eact_HE "
                  "are taken to follow");
+        const std::pair<const char*, int> processes[] = {{"Electron process", pair.electron_process},
+                                                         {"Hole process", pair.hole_process}};
+        for (const auto& [key, process] : processes)
+            if (process != 0 && process != 1)
+                tell(key, std::string(key) + ' ' + integer(process) + " is none; it counts as 1");
         MetaStableDefectParameters used = pair;
         UpdateActivationEnergies(used, Eg);
         const auto rate = [&](int process, double sigma) { return process == 0 ? pair.phonon_frequency : sigma; };

@@ -69,8 +69,9 @@ struct PairFinding {
 };
 /// Why the pairs of a layer cannot be calculated; empty if they can.
 [[nodiscard]] std::vector<PairFinding> metastable_faults(const LayerParameters& layer);
-/// What can be calculated and is hardly meant: flags without a code, energies that disagree with what follows from the
-/// others, negative barriers, no way that is open. @param layer  its Eg with the values at the left end
+/// What can be calculated and is hardly meant: flags without a code, processes that are none, energies that disagree
+/// with what follows from the others, negative barriers, no way that is open. @param layer  its Eg with the values at
+/// the left end
 [[nodiscard]] std::vector<PairFinding> metastable_remarks(const LayerParameters& layer);
 /// The pair in one line: its defects with their charges, processes and energies as they are used.
 /// @param layer  in the user's units

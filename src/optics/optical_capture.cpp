@@ -20,6 +20,13 @@ namespace {
 
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
+/// "Layer 2, defect 1, level 1", from numbers that begin at 0.
+std::string name_of_level(std::size_t layer, std::size_t defect, std::size_t level)
+{
+    const auto number = [](std::size_t i) { return integer(static_cast<long>(i) + 1); };
+    return "Layer " + number(layer) + ", defect " + number(defect) + ", level " + number(level);
+}
+
 /// One carrier of one level, `who` for messages. @param told  true: remarks are not repeated
 /// @return false if it cannot be used (reported)
 bool read_cross_sections(Surroundings& surroundings, const OpticalCaptureProperties& capture, double E0,
@@ -33,22 +40,25 @@ bool read_cross_sections(Surroundings& surroundings, const OpticalCapturePropert
         return false;
     };
     found = {};
-    if (!capture.present) return true;
     if (capture.from_model) {
         bool refused = false;
         for (const CaptureFinding& finding : capture_findings(capture, E0)) {
             if (finding.refused || !told) tell(finding.text);
             refused = refused || finding.refused;
         }
-        if (!refused) found = ReadOpticalCaptureParametersFromModel(capture, E0);
+        if (capture.present && !refused) found = ReadOpticalCaptureParametersFromModel(capture, E0);
         return !refused;
     }
+    if (!capture.present) return true;
     if (capture.file.empty()) return refuse("no file with the cross section is named");
     const std::string file = "the file '" + capture.file + "' ";
     TwoColumns rows;
     if (ReadKOVINFile(surroundings, capture.file, FileKind::optical_capture, 1, false, rows) < 1)
         return refuse(file + "gives no cross section");
     MakeNonNegative(rows.y);
+    std::string against_m2;
+    for (std::size_t i = 0; i < rows.heading.size() && against_m2.empty(); ++i)
+        against_m2 = heading_against_m2(rows.heading[i]);
     found = {std::move(rows.x), std::move(rows.y)};
     const auto largest = std::max_element(found.sigma.begin(), found.sigma.end());
     const double wavelength = found.wavelength[static_cast<std::size_t>(largest - found.sigma.begin())];
@@ -56,6 +66,7 @@ bool read_cross_sections(Surroundings& surroundings, const OpticalCapturePropert
         return refuse("a cross section of " + scientific(*largest, 0, 1) + " m2 at " + plain(wavelength, 1) +
                       " nm is that of no defect; files hold m2");
     if (told) return true;
+    if (!against_m2.empty()) tell(file + "is read in m2: " + against_m2);
     if (*largest == 0.0)
         tell(file + "has no cross section above 0: nothing is absorbed");
     else if (found.sigma.size() == 1)
@@ -71,6 +82,20 @@ std::vector<double> at_wavelengths(const CrossSections& table, const std::vector
     for (std::size_t k = 0; k < lambda.size(); ++k)
         if (lambda[k] < table.wavelength.front() || lambda[k] > table.wavelength.back()) sigma[k] = 0.0;
     return sigma;
+}
+
+/// Tables that hold cross sections of which no wavelength of the light meets any; one row is told where it is read.
+void tell_what_the_light_misses(Report& report, const std::string& who, const CrossSections& table,
+                                const std::vector<double>& at_light)
+{
+    const auto absorbs = [](const std::vector<double>& sigma) {
+        return std::ranges::any_of(sigma, [](double s) { return s > 0.0; });
+    };
+    if (table.sigma.size() < 2 || !absorbs(table.sigma) || absorbs(at_light)) return;
+    KOVINErrorMessage(report, "Optical capture",
+                      who + ": no wavelength of the light meets its cross sections, from " +
+                          plain(table.wavelength.front(), 1) + " to " + plain(table.wavelength.back(), 1) +
+                          " nm: nothing is absorbed.");
 }
 
 /// Wavelengths side by side.
@@ -243,12 +268,11 @@ bool ReadOpticalCaptureParameters(Surroundings& surroundings, const CalculationP
     for (std::size_t j = 0; j < at(set3.layers); ++j) {
         const LayerParameters& layer = set3.layer[j];
         for (std::size_t d = 0; d < at(layer.srhteller); ++d) {
-            if (!absorbs_light(layer.srh[d])) continue;
             for (std::size_t s = 0; s < at(level_count(layer.srh[d])); ++s) {
                 const BulkRecombinationParameters& level = layer.srh[d][s];
-                const std::string who = "Layer " + integer(static_cast<long>(j) + 1) + ", defect " +
-                                        integer(static_cast<long>(d) + 1) + ", level " +
-                                        integer(static_cast<long>(s) + 1);
+                const auto is_asked_for = [](const OpticalCaptureProperties& c) { return c.present || c.from_model; };
+                if (!is_asked_for(level.electrons) && !is_asked_for(level.holes)) continue;
+                const std::string who = name_of_level(j, d, s);
                 const MaterialParameters& m = layer.material;
                 const OpticalThresholds E0 =
                     optical_thresholds(level.reference, level.Et, m.Eg.left, set3.kT, m.Nv.left / m.Nc.left);
@@ -264,6 +288,12 @@ bool ReadOpticalCaptureParameters(Surroundings& surroundings, const CalculationP
         }
     }
     InterpolateOpticalCaptureProperties(gp);
+    for (const OpticalCapture& level : gp.capture) {
+        if (told) break;
+        const std::string who = name_of_level(level.layer, level.defect, level.level);
+        tell_what_the_light_misses(surroundings.report, who + ", electrons", level.electrons, level.sigma_n);
+        tell_what_the_light_misses(surroundings.report, who + ", holes", level.holes, level.sigma_p);
+    }
     told = true;
     return true;
 }

@@ -182,7 +182,7 @@ int first_coupled_pass(const ConvergenceParameters& settings)
 
 }  // namespace
 
-bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, CalculationVariables& cv)
+bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, CalculationVariables& cv, SolveStart start)
 {
     const ConvergenceParameters& settings = problem.set3.convergence;
     assert(problem.G.size() == cv.psi.size());
@@ -191,7 +191,7 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
     nothing_known_of_the_error(cv);
     keep_for_averaging(work, cv);
     CurrentTest test;
-    work.relaxation.start();
+    if (start == SolveStart::anew) work.relaxation.start();
     work.beyond_exponentials = false;
     int mesh_alone = 0;  // passes in a row in which nothing but the mesh moved
     int coupled_from = first_coupled_pass(settings);
@@ -206,7 +206,7 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
         if (it < coupled_from) {
             work.relaxation.before_pass(cv);
             if (!decoupled_pass(problem, work, cv, moved)) return classic_failed(work, cv);
-            if (moved) relax_pass(problem.set3, work.relaxation, cv);
+            if (moved || start == SolveStart::goes_on) relax_pass(problem.set3, work.relaxation, cv);
         }
         if (it >= settings.maxiter) return classic_failed(work, cv);
         // A solve ends when nothing moves; the test of the current is for long fights. It comes before the mesh moves,
@@ -248,8 +248,9 @@ bool with_light_of_levels(const Problem& problem, Workspace& work, CalculationVa
             cv.iterations = passes;
             return true;
         }
-        if (!(on_fast_route(problem) ? fast_settle(problem, work, cv) : dc_Gummel_iteration_all(problem, work, cv)))
-            return false;
+        const bool settled = on_fast_route(problem) ? fast_settle(problem, work, cv)
+                                                    : dc_Gummel_iteration_all(problem, work, cv, SolveStart::goes_on);
+        if (!settled) return false;
         passes += cv.iterations;
     }
     work.fast.failure = {.V = cv.V};

@@ -10,9 +10,18 @@
 
 namespace kovin {
 
+/// How a solve begins.
+enum class SolveStart {
+    anew,
+    goes_on,  ///< behind a solve of the same point after which a little of the problem has changed: what its passes
+              ///< told of a swing holds. Such a solve is often one pass that moves next to nothing, and left to
+              ///< themselves these passes would build up the swing again.
+};
+
 /// The outer iteration of Poisson's and the two continuity equations at the present bias, from the state as it stands.
 /// @return converged
-bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, CalculationVariables& cv);
+bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, CalculationVariables& cv,
+                             SolveStart start = SolveStart::anew);
 
 /// Equilibrium: first estimate, then Poisson's equation alone. @return converged
 bool equilibrium(const Problem& problem, Workspace& work, CalculationVariables& cv);

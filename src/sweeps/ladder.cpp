@@ -441,10 +441,13 @@ RunOutcome calculate_withMeta(Surroundings& surroundings, Simulation& s)
     }
 
     const WorkPoint& second = s.panel.secondWorkPoint;
-    surroundings.monitor.post({.text = std::string("metastable pairs settle ") +
-                                       (second.dark ? "in the dark" : "in the light") + " at " + fixed(second.V, 0, 3) +
-                                       " V and " + fixed(second.T, 0, 2) + " K" +
-                                       (s.panel.second_is_given ? "" : ": no second working point is given")});
+    const std::string where = std::string(second.dark ? "in the dark" : "in the light") + " at " +
+                              fixed(second.V, 0, 3) + " V and " + fixed(second.T, 0, 2) + " K";
+    if (s.panel.second_is_given)
+        surroundings.monitor.post({.text = "metastable pairs settle " + where});
+    else
+        KOVINErrorMessage(surroundings.report, "Metastable defects",
+                          "No second working point is given: the pairs settle " + where + '.');
     const RunOutcome settled = calculate(surroundings, s, RunMode::settle);
     if (settled != RunOutcome::done) {
         s.failures.work_point = true;  // that of the second working point is not the one that was asked for

@@ -231,6 +231,10 @@ TEST(CheckFile, OtherKinds)
         {"x.spe", "4 1\n0.3 1\n", {":1: the largest wavelength is 4", ":2: wavelength falls"}},
         {"x.opt", "300 1e-20\n", {":1: a single row: it counts at its own wavelength alone"}},
         {"x.opt", "300 1e-12\n400 1e-10\n", {":2: the largest cross section is 1.0e-10 m2"}},
+        {"x.opt",
+         "> by Smith\nwavelength (nm)\tsigma [cm^2]\n300 1e-17\n400 1e-17\n",
+         {":2: the heading says cm^2; files hold m2"}},
+        {"x.opt", "nm, m2 (1e4 cm2)\n300 1e-20\n400 1e-20\n", {}},
         {"x.opt", "300 0\n400 0\n", {":1: no cross section is above 0"}},
         {"x.abs", "300 1e5\n", {":1: a single row: its value counts everywhere"}},
         {"x.grad", "0 1\n", {":1: a single row"}},
@@ -332,33 +336,55 @@ TEST(CheckFile, TellsEachMentionOfAMissingFileAtItsLine)
                     {":2: Spectrum file (initial wp): 'gone.spe'", ":4: Spectrum file: 'gone.spe' is not there"});
 }
 
-TEST(CheckFile, TellsModelsOfOpticalCaptureThatGiveNothing)
+TEST(CheckFile, TellsOpticalCaptureThatGivesNothing)
 {
     const ScratchFolder scratch;
     const auto s = session();
     const std::string text = read_whole_file(KOVIN_SOURCE_DIR "/home/def/impurity-photovoltaic.def").value_or("");
+    const char* const unnamed =
+        "layer 2, defect 1: level 1, optical capture of holes: it is to absorb by the model, but no line 'optical "
+        "capture data' names it";
     const struct {
-        const char *line, *changed, *expected;
+        const char *line, *changed;
+        Expected expected;
     } rows[] = {
-        {"holes, Emax (eV): 1.1", "holes, Emax (eV): 0.15",
-         ":127: layer 2, defect 1: level 1, optical capture of holes: the model ends at Emax, 0.150 eV, and begins at "
-         "0.157 eV: nothing is absorbed"},
-        {"electrons, Emax (eV): 1.1", "electrons, Emax (eV): 0.5", ""},  // from a file
-        {"electrons, data from model: 0", "electrons, data from model: 1", ""},
-        {"Emax (eV): 1.1", "Emax (eV): 0.9", ""},
-        {"holes, m*/m0: 1.0", "holes, m*/m0: 0.0",
-         ":125: layer 2, defect 1: level 1, optical capture of holes: the model"},
-        {"holes, m*/m0: 1.0", "holes, m*/m0: 1e-12 ",
-         ":125: layer 2, defect 1: level 1, optical capture of holes: the model gives more than 1e-12 m2, the cross "
-         "section of no defect, with n of 3.42, m*/m0 of 1e-12, Eeff/E0 of "},
+        {"holes, Emax (eV): 1.1",
+         "holes, Emax (eV): 0.15",
+         {":127: layer 2, defect 1: level 1, optical capture of holes: the model ends at Emax, 0.150 eV, and begins at "
+          "0.157 eV: nothing is absorbed"}},
+        {"electrons, Emax (eV): 1.1", "electrons, Emax (eV): 0.5", {}},  // from a file
+        {"electrons, data from model: 0", "electrons, data from model: 1", {}},
+        {"Emax (eV): 1.1", "Emax (eV): 0.9", {}},
+        {"holes, m*/m0: 1.0",
+         "holes, m*/m0: 0.0",
+         {":125: layer 2, defect 1: level 1, optical capture of holes: the model"}},
+        {"holes, m*/m0: 1.0",
+         "holes, m*/m0: 1e-12 ",
+         {":125: layer 2, defect 1: level 1, optical capture of holes: the model gives more than 1e-12 m2, the cross "
+          "section of no defect, with n of 3.42, m*/m0 of 1e-12, Eeff/E0 of "}},
+        {"holes, Emax (eV): 1.100000",
+         "holes, Emax (eV): 1e300",
+         {":127: layer 2, defect 1: level 1, optical capture of holes: no cross section can be calculated up to Emax"}},
+        {"data (holes)",
+         "data (hole)",
+         {":122: unknown line \"optical capture data (hole)\"; did you mean \"optical capture data (holes)\"?",
+          unnamed}},
+        {"optical capture of electrons, n",
+         "optical capture of electron, n",
+         {":118: unknown line \"optical capture of electron, n\""}},
+        {"(holes): Si",
+         "[holes]: level 2, Si",
+         {":122: optical capture data [holes] = \"level 2, Si_In_holes.opt\": there is no such level", unnamed}},
+        {"(holes): Si", "[holes]: level 1, Si", {}},
+        {"(holes): Si_In_holes.opt", "[holes]: level 1, none", {unnamed}},
+        {"0/-\t\nsigma_n : 2.000e-26", "charged\nsigma_n : 2.000e-26", {":112: leveltype = \"charged\": these charge"}},
     };
     for (const auto& row : rows) {
         std::string changed = text;
         const auto at = changed.find(row.line);
         ASSERT_NE(at, std::string::npos) << row.line;
         changed.replace(at, std::string(row.line).size(), row.changed);
-        expect_findings(check_file(*s, scratch.put("x.def", changed).string()),
-                        *row.expected == '\0' ? Expected{} : Expected{row.expected});
+        expect_findings(check_file(*s, scratch.put("x.def", changed).string()), row.expected);
     }
 }
 
@@ -416,6 +442,9 @@ TEST(CheckFile, TellsPairsThatAreCountedWrongAndWhereTheySettle)
          {":120: Metastable properties = \"transition 2\": the pairs of a layer have the numbers 0 to 1; it is read as "
           "0",
           ":120: Metastable properties = \"transition 2\": pair 0 stands already in line 97"}},
+        {std::string(text).replace(text.find("Electron process :  1"), 21, "Electron process :  2"),
+         "Secondworkpoint dark : 1\n",
+         {":105: layer 1, metastable transition 1: Electron process 2 is none; it counts as 1"}},
         {number(" 1"),
          "Secondworkpoint dark : 1\n",
          {":123: layer 1, metastable transition 2: defect 1 takes part twice",

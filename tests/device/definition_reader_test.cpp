@@ -369,6 +369,7 @@ TEST(DefinitionReader, LevelTypesFollowFromTheFirst)
         {"custom multilevel ( 3 level(s) )", "leveltype : 3+/2+\n", LevelType::three_plus_two_plus,
          LevelType::two_plus_plus},
         {"neutral ( 2 level(s) )", "leveltype : neutral\n", LevelType::neutral, LevelType::neutral},
+        {"donor", "leveltype : charged\n", LevelType::neutral, LevelType::neutral},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.type);

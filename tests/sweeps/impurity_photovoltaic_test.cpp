@@ -273,10 +273,14 @@ TEST(ImpurityPhotovoltaic, WhatCannotBeUsedIsTold)
         {"cross sections of no defect", "900 1e-20\n1100 1e250\n", 3.0, false, "no defect; files hold m2."},
         {"negative cross sections count as none", "900 -1e-20\n1100 -1\n", 3.0, true, "has no cross section above 0"},
         {"one row", "900 1e-20\n", 3.0, true, "it counts at 900.0 nm alone"},
+        {"a heading in cm2", "nm\tcm2\n900 1e-18\n1100 1e-18\n", 3.0, true, "the heading says cm2; files hold m2."},
+        {"wavelengths in um", "0.9 1e-20\n1.1 1e-20\n", 3.0, true, "its cross sections, from 0.9 to 1.1 nm"},
         {"two rows", "900 1e-20\n1100 1e-20\n", 3.0, true, ""},
         {"a model that divides by zero", "model", 0.0, false, "must be above 0"},
         {"a model beyond all defects", "model", 1e-300, false, "m2, the cross section of no defect, with n of 1e-300"},
         {"a model that no photon reaches", "model of few", 3.0, true, "the model ends at Emax, 0.100 eV"},
+        {"a model of all energies", "model of all", 3.0, false, "can be calculated up to Emax, 1e+300 eV"},
+        {"a model without a line that names its level", "model of none", 3.0, true, "it absorbs nothing"},
     };
     for (const Row& r : rows) {
         IndiumCell run;
@@ -284,6 +288,8 @@ TEST(ImpurityPhotovoltaic, WhatCannotBeUsedIsTold)
         const std::string text = r.text == nullptr ? "" : r.text, file = (run.scratch.path() / "table.opt").string();
         capture.from_model = text.starts_with("model");
         if (text == "model of few") capture.Emax = 0.1;
+        if (text == "model of all") capture.Emax = 1e300;
+        if (text == "model of none") capture.present = false;
         run.actions().QE_calculate = r.runs;  // it reads them again
         run.actions().QE_points = 2;
         capture.file = text.empty() && r.text != nullptr ? "" : file;

@@ -352,6 +352,8 @@ TEST(MetastableCell, TheCellIsAsItWasWhateverHappens)
                  "No convergence in update metastable defects\nRemaining error:"},
              Row{"energies that disagree", [](MetaRun& m) { m.pair().Eact_EE = 0.5; }, RunOutcome::done,
                  "Eact_EE follows from the others"},
+             Row{"no second working point", [](MetaRun& m) { m.s->panel.second_is_given = false; }, RunOutcome::done,
+                 "No second working point is given: the pairs settle in the dark at 0.000 V and 300.00 K"},
              Row{"clamped", [](MetaRun& m) { m.convergence().usemetaclamping = 1, m.convergence().clamp_meta = 0.3; },
                  RunOutcome::done, ""},
              Row{"clamped too much", [](MetaRun& m) { m.convergence().usemetaclamping = 1; }, RunOutcome::done,
