@@ -125,6 +125,14 @@ TEST(ImpurityPhotovoltaic, EveryPhotonIsAbsorbedOnceOrEscapes)
              }
          }},
         {"strong light on few levels, classic route", Route::classic, 1200.0, 1e22, 3e16, 0.0},
+        // One pass a round, each 1.6 times beyond the other: rounds of light must not build this up.
+        {"passes that swing, classic route", Route::classic, 1200.0, 1e19, 1e17, 0.8,
+         [](IndiumCell& run) {
+             DefectLevels& levels =
+                 test::add_chain(run.s->zonnecel.cell.layer[1], LevelType::two_plus_plus, {0.3, 0.6}, 3e16);
+             levels[0].sigma_n = 1e-16, levels[0].sigma_p = 3e-16;
+             levels[1].sigma_n = 2e-16, levels[1].sigma_p = 1e-17;
+         }},
     };
     for (const Row& r : rows) {
         IndiumCell run;
