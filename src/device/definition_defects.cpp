@@ -16,18 +16,11 @@ using namespace definition_tables;
 
 namespace {
 
-using Levels = std::array<BulkRecombinationParameters, max_levels>;
-
-/// A line that gives a level optical capture; which levels there are is known at the end of the defect.
-struct CaptureLine {
-    std::size_t level;  ///< from 0
-    int line;
-    std::string text;  ///< for a message
-};
+using Levels = DefectLevels;
 
 /// What has been met of one defect.
 struct DefectReading {
-    std::vector<CaptureLine> capture;
+    CaptureLines capture;
     bool has_profile = false, has_Nleft = false, has_Nright = false;
     bool empty = true;
     [[nodiscard]] bool old_form() const { return !has_profile && (has_Nleft || has_Nright); }
@@ -118,72 +111,6 @@ void read_level_type(KeyedSource& source, Levels& levels)
     set_level_types(levels, static_cast<LevelType>(first), max_levels);
 }
 
-constexpr const char* no_such_level = "there is no such level";
-
-/// "optical capture data (electrons): file", "optical capture data [electrons]: level 2, file" or "..., none".
-void read_capture_file(Reading& reading, Levels& levels, DefectReading& met)
-{
-    KeyedSource& source = reading.source;
-    const std::string_view all = source.line();
-    for (const Carrier& carrier : carriers) {
-        const std::string in_round = "optical capture data (" + std::string(carrier.word) + ")";
-        const std::string in_square = "optical capture data [" + std::string(carrier.word) + "]";
-        const std::string* key = &in_round;
-        std::size_t level = 0;
-        std::string name;
-        if (source.starts(in_round)) {
-            if (source.anywhere("level 1, none")) return;
-            name = source.file_name(in_round);
-        } else if (source.starts(in_square)) {
-            key = &in_square;
-            if (source.anywhere(", none")) return;
-            const NumberScan number = next_number(source.value(in_square));
-            if (!number.found || number.value < 1.0 || number.value > max_levels) {
-                source.refuse(in_square, no_such_level);
-                return;
-            }
-            level = static_cast<std::size_t>(number.value) - 1;
-            const auto comma = all.find(',');
-            if (comma != std::string_view::npos) name = std::string(trimmed(all.substr(comma + 1)));
-            std::replace(name.begin(), name.end(), '\\', '/');
-            source.note_file(name);
-        } else {
-            continue;
-        }
-        OpticalCaptureProperties& capture = levels[level].*carrier.capture;
-        capture.file = name;
-        capture.present = true;
-        met.capture.push_back({level, source.line_number(), source.quoted(*key)});
-        reading.definition.IPV_Mode = true;
-        return;
-    }
-    source.not_known();
-}
-
-/// "optical capture of electrons, n: 3.42" and its neighbours.
-void read_capture_values(KeyedSource& source, Levels& levels)
-{
-    std::vector<double> values;
-    for (const Carrier& carrier : carriers) {
-        const std::string start = "optical capture of " + std::string(carrier.word);
-        if (!source.starts(start)) continue;
-        const std::string model = start + ", data from model";
-        if (source.starts(model)) {
-            if (!read_per_level(source, model, levels[0].levels, a_fraction, values)) return;
-            for (std::size_t k = 0; k < values.size(); ++k) (levels[k].*carrier.capture).from_model = values[k] != 0.0;
-            return;
-        }
-        for (const OpticalKey& key : optical_keys) {
-            const std::string word = start + std::string(key.word);
-            if (!source.starts(word)) continue;
-            if (!read_per_level(source, word, levels[0].levels, not_negative, values)) return;
-            for (std::size_t k = 0; k < values.size(); ++k) levels[k].*carrier.capture.*key.field = values[k];
-            return;
-        }
-    }
-    source.not_known();
-}
-
 void read_spatial_distribution(KeyedSource& source, Levels& levels)
 {
     int spatial = 0;
@@ -244,11 +171,7 @@ void read_defect_line(Reading& reading, Levels& levels, DefectReading& met)
         for (auto& level : levels) read_tail_type(source, level.energy_distribution);
     } else if (source.starts("leveltype")) {
         read_level_type(source, levels);
-    } else if (source.starts("optical capture data")) {
-        read_capture_file(reading, levels, met);
-    } else if (source.starts("optical capture of")) {
-        read_capture_values(source, levels);
-    } else {
+    } else if (!read_optical_capture(reading, levels, met.capture)) {
         std::vector<double> values;
         for (const LevelKey& key : level_keys) {
             if (!source.starts(key.word)) continue;
@@ -266,9 +189,7 @@ void finish_defect(KeyedSource& source, Levels& levels, const DefectReading& met
         source.refuse({}, "Ekar: the defect needs a characteristic energy above 0");
         return;
     }
-    for (const CaptureLine& capture : met.capture)
-        if (capture.level >= static_cast<std::size_t>(level_count(levels)))
-            source.tell(capture.text + ": " + no_such_level, capture.line);
+    tell_capture_of_no_level(source, levels, met.capture);
     for (auto& level : levels) {
         if (level.spatial == SpatialDistribution::homogenous && met.has_Nleft != met.has_Nright)
             (met.has_Nleft ? level.Nright : level.Nleft) = met.has_Nleft ? level.Nleft : level.Nright;

@@ -4,8 +4,12 @@
 // present one. After a fault the source gives no more lines and `failed()` tells so.
 #pragma once
 
+#include "device/charge_states.h"
 #include "device/definition.h"
 #include "device/keyed_source.h"
+
+#include <string>
+#include <vector>
 
 namespace kovin::definition_sections {
 
@@ -41,6 +45,18 @@ bool read_per_level(KeyedSource& source, std::string_view key, int levels, const
 void read_energy_distribution(KeyedSource& source, EnergyDistribution& distribution);
 /// The band of a tail as the oldest files name it: "tailtype : valenceband".
 void read_tail_type(const KeyedSource& source, EnergyDistribution& distribution);
+
+/// A line that gives a level optical capture.
+struct CaptureLine {
+    std::size_t level;  ///< from 0
+    int line;
+    std::string text;  ///< for a message
+};
+using CaptureLines = std::vector<CaptureLine>;
+/// The present line if it is about optical capture. @return it was
+bool read_optical_capture(Reading& reading, DefectLevels& levels, CaptureLines& met);
+/// Tells the lines of levels that the defect does not have, which is known at its end.
+void tell_capture_of_no_level(KeyedSource& source, const DefectLevels& levels, const CaptureLines& met);
 
 void read_layer(Reading& reading);
 void read_bulk_defects(Reading& reading);

@@ -375,6 +375,7 @@ TEST(CheckFile, TellsOpticalCaptureThatGivesNothing)
         {"(holes): Si",
          "[holes]: level 2, Si",
          {":122: optical capture data [holes] = \"level 2, Si_In_holes.opt\": there is no such level", unnamed}},
+        {"(holes): Si", "[holes]: level 1.5, Si", {":122: optical capture data [holes]", unnamed}},
         {"(holes): Si", "[holes]: level 1, Si", {}},
         {"(holes): Si_In_holes.opt", "[holes]: level 1, none", {unnamed}},
         {"0/-\t\nsigma_n : 2.000e-26", "charged\nsigma_n : 2.000e-26", {":112: leveltype = \"charged\": these charge"}},
