@@ -56,11 +56,6 @@ constexpr double of_interface(const Profiles& s, std::size_t k)
 {
     return s.interfaces[k].*quantity;
 }
-template <double InterfaceCurrents::*whole, double InterfaceCurrents::*tunnelling>
-constexpr double without_tunnelling(const Profiles& s, std::size_t k)
-{
-    return s.interfaces[k].*whole - s.interfaces[k].*tunnelling;
-}
 double sheet_density(const Profiles& s, std::size_t k) { return s.interfaces[k].charge / elementary_charge; }
 
 using IF = InterfaceCurrents;
@@ -70,10 +65,10 @@ constexpr Column<Profiles> interface_columns[] = {
      {NumberFormat::whole, 1, 0},
      [](const Profiles&, std::size_t k) { return static_cast<double>(k + 1); }},
     {"       x(um)", "  ", position, [](const Profiles& s, std::size_t k) { return s.x_um[s.interface_left[k]]; }},
-    {" jn1(mA/cm2)", "  ", density, without_tunnelling<&IF::n_left, &IF::n_left_tunnel>},
-    {" jn2(mA/cm2)", "  ", density, without_tunnelling<&IF::n_right, &IF::n_right_tunnel>},
-    {" jp1(mA/cm2)", "  ", density, without_tunnelling<&IF::p_left, &IF::p_left_tunnel>},
-    {" jp2(mA/cm2)", "  ", density, without_tunnelling<&IF::p_right, &IF::p_right_tunnel>},
+    {" jn1(mA/cm2)", "  ", density, of_interface<&IF::n_left_direct>},
+    {" jn2(mA/cm2)", "  ", density, of_interface<&IF::n_right_direct>},
+    {" jp1(mA/cm2)", "  ", density, of_interface<&IF::p_left_direct>},
+    {" jp2(mA/cm2)", "  ", density, of_interface<&IF::p_right_direct>},
     {" jn1[with tunnel](mA/cm2)", "  ", density, of_interface<&IF::n_left>},
     {" jn2[with tunnel](mA/cm2)", "  ", density, of_interface<&IF::n_right>},
     {" jp1[with tunnel](mA/cm2)", "  ", density, of_interface<&IF::p_left>},

@@ -109,20 +109,20 @@ InterfaceCurrents interface_currents(const Problem& problem, const CalculationVa
                         .p_right = right * states.Ip_right,
                         .thermionic = left * (cv.bn[l] * row.vn * cv.du[f] - cv.bp[l] * row.vp * cv.dv[f]),
                         .charge = 1e-4 * states.rho_if};
-    const auto tunnelling = [&](Carrier carrier, const TunnelStates::Carriers& paths, double& at_left,
-                                double& at_right) {
-        const std::vector<double>& F = carrier == Carrier::electrons ? cv.Fn : cv.Fp;
-        for (const TunnelStates::Group& group : paths.groups) {
-            if (group.b != l && group.b != f) continue;
+    const auto direct = [&](Carrier carrier, bool at_right) {
+        const TunnelStates& all = cv.tunnel_states;
+        double sum = current_beside_interface(cv, carrier, interface, at_right).I;
+        for (const TunnelStates::Group& group : (carrier == Carrier::electrons ? all.n : all.p).groups) {
+            if (group.b != (at_right ? f : l)) continue;
             const GroupCurrent current = current_of_group(cv, carrier, group);
-            double sum = (group.share_b - 1.0 / (1.0 + group.gain)) * current.flux(current.F_b);
-            for (std::size_t k = group.first_path; k < group.end_path; ++k)
-                sum += paths.paths[k].share * current.flux(F[paths.paths[k].point]);
-            (group.right ? at_right : at_left) += (group.right ? right : left) * sum;
+            sum += current.flux(current.F_b) / (1.0 + group.gain);
         }
+        return (at_right ? right : left) * sum;
     };
-    tunnelling(Carrier::electrons, cv.tunnel_states.n, c.n_left_tunnel, c.n_right_tunnel);
-    tunnelling(Carrier::holes, cv.tunnel_states.p, c.p_left_tunnel, c.p_right_tunnel);
+    c.n_left_direct = direct(Carrier::electrons, false);
+    c.n_right_direct = direct(Carrier::electrons, true);
+    c.p_left_direct = direct(Carrier::holes, false);
+    c.p_right_direct = direct(Carrier::holes, true);
     return c;
 }
 

@@ -20,8 +20,8 @@ void extraheer_stroom(const Problem& problem, CalculationVariables& cv, CurrentP
 struct InterfaceCurrents {
     double n_left = 0.0, n_right = 0.0;  ///< electrons that the states take from the left and the right layer
     double p_left = 0.0, p_right = 0.0;  ///< the same for holes
-    double n_left_tunnel = 0.0, n_right_tunnel = 0.0;  ///< part of them that comes by tunnelling
-    double p_left_tunnel = 0.0, p_right_tunnel = 0.0;
+    double n_left_direct = 0.0, n_right_direct = 0.0;  ///< part of them that comes without tunnelling
+    double p_left_direct = 0.0, p_right_direct = 0.0;
     double thermionic = 0.0;  ///< both carriers over the band steps, positive to the right
     double charge = 0.0;      ///< held by the states [C/cm2]
     /// As many electrons as holes end in the states: each pair is counted once, by the mean of the two.

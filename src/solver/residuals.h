@@ -42,7 +42,7 @@ void calculate_dc_residue(const Problem& problem, const CalculationVariables& cv
 void calculate_dc_jacobian(const Problem& problem, const CalculationVariables& cv, Carrier carrier,
                            const Tridiagonal& jac);
 /// Sums of the rows of that Jacobian, without the fluxes, which cancel in them: what recombination, interface states
-/// and contacts take. Formed from the elements they would drown in rounding.
+/// (by tunnelling as well) and contacts take. Formed from the elements they would drown in rounding.
 void dc_jacobian_row_sums(const Problem& problem, const CalculationVariables& cv, Carrier carrier,
                           std::span<double> sums);
 

@@ -1,5 +1,6 @@
 // Electrons and holes obey the same rows with exchanged signs of psi: one set of functions serves both.
 #include "solver/residuals.h"
+#include "solver/tunnel_states.h"
 
 #include <cmath>
 
@@ -21,10 +22,6 @@ struct View {
     double Discretisation::Interface::*velocity;
     double Discretisation::Interface::*ratio;
     const std::vector<double>& b;  ///< density over w
-    /// Currents into the states of an interface from the left and the right layer, with their derivatives to w.
-    double InterfaceTerms::*I_left, InterfaceTerms::*I_right;
-    double InterfaceTerms::*dI_left_left, InterfaceTerms::*dI_left_right;
-    double InterfaceTerms::*dI_right_left, InterfaceTerms::*dI_right_right;
 };
 
 View view_of(const Problem& problem, const CalculationVariables& cv, Carrier carrier)
@@ -47,13 +44,7 @@ View view_of(const Problem& problem, const CalculationVariables& cv, Carrier car
                 std::exp(cv.V_kT) * std::expm1(cv.Fn.back() - cv.V_kT),
                 &Discretisation::Interface::vn,
                 &Discretisation::Interface::n_ratio,
-                cv.bn,
-                &InterfaceTerms::In_left,
-                &InterfaceTerms::In_right,
-                &InterfaceTerms::dIn_left_du_left,
-                &InterfaceTerms::dIn_left_du_right,
-                &InterfaceTerms::dIn_right_du_left,
-                &InterfaceTerms::dIn_right_du_right};
+                cv.bn};
     return {g.p_source,
             g.p_left,
             g.p_right,
@@ -69,13 +60,7 @@ View view_of(const Problem& problem, const CalculationVariables& cv, Carrier car
             std::exp(-cv.V_kT) * std::expm1(cv.V_kT - cv.Fp.back()),
             &Discretisation::Interface::vp,
             &Discretisation::Interface::p_ratio,
-            cv.bp,
-            &InterfaceTerms::Ip_left,
-            &InterfaceTerms::Ip_right,
-            &InterfaceTerms::dIp_left_dv_left,
-            &InterfaceTerms::dIp_left_dv_right,
-            &InterfaceTerms::dIp_right_dv_left,
-            &InterfaceTerms::dIp_right_dv_right};
+            cv.bp};
 }
 
 }  // namespace
@@ -100,9 +85,10 @@ void calculate_dc_residue(const Problem& problem, const CalculationVariables& cv
     for (std::size_t j = 0; j < problem.grid.interfaces.size(); ++j) {
         const auto& r = problem.grid.interfaces[j];
         const std::size_t l = at(cv.mesh.last[j]), f = l + 1;
-        const InterfaceTerms& states = cv.terms_interface[j];
-        res[l] += w.C[l] * (r.*w.velocity * w.step[f] - states.*w.I_left / w.b[l]);
-        res[f] -= w.C[f] * (r.*w.ratio * r.*w.velocity * w.step[f] + states.*w.I_right / w.b[f]);
+        const StateCurrent left = current_beside_interface(cv, carrier, j, false);
+        const StateCurrent right = current_beside_interface(cv, carrier, j, true);
+        res[l] += w.C[l] * (r.*w.velocity * w.step[f] - left.I / w.b[l]);
+        res[f] -= w.C[f] * (r.*w.ratio * r.*w.velocity * w.step[f] + right.I / w.b[f]);
     }
     res.front() -= w.C.front() * w.S_left * w.excess_left;
     res.back() -= w.C.back() * w.S_right * w.excess_right;
@@ -132,12 +118,13 @@ void calculate_dc_jacobian(const Problem& problem, const CalculationVariables& c
         const auto& r = problem.grid.interfaces[j];
         const std::size_t l = at(cv.mesh.last[j]), f = l + 1;
         const double at_left = w.C[l] * r.*w.velocity, at_right = r.*w.ratio * w.C[f] * r.*w.velocity;
-        const InterfaceTerms& states = cv.terms_interface[j];
+        const StateCurrent left = current_beside_interface(cv, carrier, j, false);
+        const StateCurrent right = current_beside_interface(cv, carrier, j, true);
         const double per_left = w.C[l] / w.b[l], per_right = w.C[f] / w.b[f];
-        jac.main[l] += at_left + per_left * states.*w.dI_left_left;
-        jac.super[l] = -at_left + per_left * states.*w.dI_left_right;
-        jac.main[f] += at_right + per_right * states.*w.dI_right_right;
-        jac.sub[f] = -at_right + per_right * states.*w.dI_right_left;
+        jac.main[l] += at_left + per_left * left.dI_dleft;
+        jac.super[l] = -at_left + per_left * left.dI_dright;
+        jac.main[f] += at_right + per_right * right.dI_dright;
+        jac.sub[f] = -at_right + per_right * right.dI_dleft;
     }
     jac.main.front() += w.C.front() * w.S_left;
     jac.main.back() += w.C.back() * w.S_right;
@@ -158,10 +145,12 @@ void dc_jacobian_row_sums(const Problem& problem, const CalculationVariables& cv
     }
     for (std::size_t j = 0; j < problem.grid.interfaces.size(); ++j) {
         const std::size_t l = at(cv.mesh.last[j]), f = l + 1;
-        const InterfaceTerms& states = cv.terms_interface[j];
-        sums[l] += w.C[l] / w.b[l] * (states.*w.dI_left_left + states.*w.dI_left_right);
-        sums[f] += w.C[f] / w.b[f] * (states.*w.dI_right_left + states.*w.dI_right_right);
+        const StateCurrent left = current_beside_interface(cv, carrier, j, false);
+        const StateCurrent right = current_beside_interface(cv, carrier, j, true);
+        sums[l] += w.C[l] / w.b[l] * (left.dI_dleft + left.dI_dright);
+        sums[f] += w.C[f] / w.b[f] * (right.dI_dleft + right.dI_dright);
     }
+    add_states_row_sums(cv, carrier, sums);
     sums.front() += w.C.front() * w.S_left;
     sums.back() += w.C.back() * w.S_right;
 }

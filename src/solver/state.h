@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <vector>
 
@@ -52,26 +53,35 @@ struct InterfaceTerms {
 /// States at interfaces that carriers reach by tunnelling as well, see tunnel_states; empty without. One element for
 /// each discrete energy of all interfaces, in their order.
 struct TunnelStates {
-    /// Numbers of an energy for both carriers and sides.
-    struct Sides {
-        double nL = 0.0, nR = 0.0, pL = 0.0, pR = 0.0;
+    /// A mean of u or v over the points of paths against its value at b. Close to that the excess has its digits, far
+    /// below it the ratio, a sum of positive parts.
+    struct Mean {
+        double excess = 0.0, ratio = 1.0;  ///< ratio = 1 + excess
+        [[nodiscard]] bool is_low() const { return excess < -0.5; }
+        [[nodiscard]] double over_b() const { return is_low() ? ratio : 1.0 + excess; }
+        [[nodiscard]] double log_over_b() const { return is_low() ? std::log(ratio) : std::log1p(excess); }
     };
-    /// From a point of a flank to the states.
+    /// Those of an energy for both carriers and sides.
+    struct Sides {
+        Mean nL, nR, pL, pR;
+    };
+    /// From a point to the states.
     struct Path {
         std::size_t point;
         double share;  ///< of all that the states capture from their side
-        double loss;   ///< what one unit of current does to the row of the point
+        double row;    ///< what one unit of current does to the row of the point
     };
-    /// Energies of one defect, one after the other, that a carrier reaches from one side by the same paths.
+    /// Energies, one after the other, that a carrier reaches from one side by the same paths.
     struct Group {
         bool right;             ///< the side
         std::size_t b, beyond;  ///< points at the interface: on this side, on the other one
-        std::size_t first_energy, end_energy, first_path, end_path;
-        double gain;               ///< gamma
-        double share_b;            ///< the share of b, what ends there by tunnelling included
-        double row_b, row_beyond;  ///< what one unit of current does to their rows
-        double N0;                 ///< of the side [m^-3]
-        double excess = 0.0;       ///< mean of u or v over the paths and b, against b, less 1
+        std::size_t first_energy, end_energy;
+        std::size_t first_path, end_path;  ///< the first one is that of b, what ends there by tunnelling included
+        std::size_t largest;               ///< path of the largest share
+        double gain;                       ///< gamma
+        double row_beyond;                 ///< what one unit of current does to the row of `beyond`
+        double N0;                         ///< of the side [m^-3]
+        Mean mean;                         ///< of u or v over the paths
     };
     struct Carriers {
         std::vector<Group> groups;
@@ -84,7 +94,7 @@ struct TunnelStates {
     };
     Carriers n, p;
     std::vector<InterfaceEnergy> energies;        ///< capture coefficients with tunnelling: c (1 + gamma)
-    std::vector<Sides> excess;                    ///< of the group of each energy
+    std::vector<Sides> means;                     ///< of the group of each energy
     std::vector<InterfaceTerms> terms;            ///< of each energy alone, to the means of u and v
     std::vector<std::array<Supply, 4>> supplies;  ///< nL, nR, pL, pR
     void clear() { *this = {}; }

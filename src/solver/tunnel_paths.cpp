@@ -180,9 +180,6 @@ void BandToBandTunneling(const TunnelView& n, const TunnelView& p, std::vector<B
     }
 }
 
-/// Share of the states that are filled, at an energy x above the Fermi level [kT].
-double fermi(double x) { return 1.0 / (1.0 + std::exp(x)); }
-
 /// The same at x = level - Fn (level - Fp), differentiated by u = exp(Fn) (by -v = -exp(-Fp)), with ln_X the logarithm
 /// of u (of v): f (1 - f)/X, which is finite where X is too small for a number.
 double fermi_slope(double x, double ln_X)
@@ -319,7 +316,7 @@ void add_tunnel_jacobian(TunnelWork& work, const CalculationVariables& cv, Carri
     add_states_jacobian(cv, carrier, jac, work.outside);
     work.sizes = electrons ? cv.expFn : cv.expmFp;
     for (const TunnelStates::Group& group : (electrons ? cv.tunnel_states.n : cv.tunnel_states.p).groups)
-        work.sizes.push_back(work.sizes[group.b] * (1.0 + std::fabs(group.excess)));
+        work.sizes.push_back(work.sizes[group.b] * (1.0 + std::fabs(group.mean.excess)));
     for (const BandToBandPath& t : work.band_to_band) {
         if (electrons)
             jac.main[at(t.from)] += t.loss_n * fermi_slope(t.level - cv.Fn[at(t.from)], cv.Fn[at(t.from)]);
@@ -383,16 +380,12 @@ void store_tunnel_currents(const Problem& problem, TunnelWork& work, Calculation
             j.add(source, t.target, J);
         }
         const Carrier carrier = sign < 0.0 ? Carrier::electrons : Carrier::holes;
-        const std::vector<double>& F = sign < 0.0 ? cv.Fn : cv.Fp;
         const TunnelStates::Carriers& states = sign < 0.0 ? cv.tunnel_states.n : cv.tunnel_states.p;
-        for (const TunnelStates::Group& group : states.groups) {
-            const GroupCurrent c = current_of_group(cv, carrier, group);
-            for (std::size_t k = group.first_path; k < group.end_path; ++k) {
-                const TunnelStates::Path& path = states.paths[k];
-                j.add(static_cast<int>(path.point), static_cast<int>(group.b),
-                      sign * unit * group.N0 * path.share * c.flux(F[path.point]));
-            }
-        }
+        for (const TunnelStates::Group& group : states.groups)
+            share_out(cv, carrier, group, [&](const TunnelStates::Path& path, double flux) {
+                if (path.point != group.b)
+                    j.add(static_cast<int>(path.point), static_cast<int>(group.b), sign * unit * group.N0 * flux);
+            });
     };
     cv.contact_tunnel = {};
     ContactCurrents& contact = cv.contact_tunnel;

@@ -13,14 +13,35 @@ namespace {
 
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
-/// The energies of one defect at one interface.
-struct OneDefect {
-    std::size_t first, count;  ///< in the list of all energies
-    std::size_t l;             ///< last point of the left layer
+/// Energies of defects with one mass, one after the other, at one interface.
+struct EnergiesOfOneMass {
+    std::size_t first, end;  ///< in the list of all energies
+    std::size_t l;           ///< last point of the left layer
 };
 
+/// Levels of one carrier, as logarithms of u or v.
+struct Levels {
+    const std::vector<double>& F;
+    double sign;
+    double operator()(std::size_t i) const { return sign * F[i]; }
+};
+
+/// A slice whose carriers end between k and the point before it, over a step of the band at its foot k alone. Capture
+/// counts the carriers of a state that holds one at most, a/(1 + a), emission the room that is left, 1/(1 + a), with a
+/// = X exp(-E) at the point: both by 1/(1 + a) less than in Boltzmann's statistics.
+FlankSlice slice_of(const TunnelWalk& walk, const Levels& level, std::size_t k, double upper, double lower)
+{
+    const TunnelWalk::Energies e = walk.energies_of(k, upper, lower);
+    const std::size_t near = walk.is_step(k) ? k : walk.before(k);
+    const auto weight = [&](std::size_t point) {
+        return 0.25 * (upper - lower) *
+               (e.density[0] * fermi(level(point) - e.level[0]) + e.density[1] * fermi(level(point) - e.level[1]));
+    };
+    return {near, k, upper, lower, weight(near), weight(k)};
+}
+
 /// The slices from the interface down to the energy `floor`.
-void walk_down(TunnelWalk& walk, std::vector<FlankSlice>& slices)
+void walk_down(TunnelWalk& walk, const Levels& level, std::vector<FlankSlice>& slices)
 {
     const std::vector<double>& E = walk.view.E;
     slices.clear();
@@ -32,10 +53,10 @@ void walk_down(TunnelWalk& walk, std::vector<FlankSlice>& slices)
         const int count = slices_of(range, walk.is_step(k));
         for (int n = 0; n < count; ++n) {
             const double upper = begin - range * n / count, lower = begin - range * (n + 1) / count;
-            const double density = walk.energies_of(k, upper, lower).mean();
-            slices.push_back({k, upper, lower, (upper - lower) * density});
+            slices.push_back(slice_of(walk, level, k, upper, lower));
             walk.last = lower;
-            if (walk.count(upper, lower, density)) return;
+            if (walk.count(upper, lower, (slices.back().weight_near + slices.back().weight_far) / (upper - lower)))
+                return;
         }
     }
 }
@@ -43,13 +64,13 @@ void walk_down(TunnelWalk& walk, std::vector<FlankSlice>& slices)
 /// One carrier and one side: the slices are those of the state that lies deepest, the others end within them.
 /// @param level  of a state, counted as the barrier is [kT]
 template <class Level>
-void interfaceTrapTunneling(const TunnelView& v, const OneDefect& defect, bool right, double m, const Level& level,
-                            double InterfaceEnergy::*c, TunnelWork& work, TunnelStates& states,
-                            TunnelStates::Carriers& found)
+void interfaceTrapTunneling(const TunnelView& v, const Levels& carriers, const EnergiesOfOneMass& all, bool right,
+                            double m, const Level& level, double InterfaceEnergy::*c, TunnelWork& work,
+                            TunnelStates& states, TunnelStates::Carriers& found)
 {
-    const std::size_t b = right ? defect.l + 1 : defect.l, end = defect.first + defect.count;
+    const std::size_t b = right ? all.l + 1 : all.l;
     double deepest = v.E[b];
-    for (std::size_t e = defect.first; e < end; ++e) deepest = std::min(deepest, level(e));
+    for (std::size_t e = all.first; e < all.end; ++e) deepest = std::min(deepest, level(e));
     const auto side = v.E.begin() + static_cast<std::ptrdiff_t>(b);
     const double lowest = right ? *std::min_element(side, v.E.end()) : *std::min_element(v.E.begin(), side + 1);
     TunnelWalk walk{.view = v,
@@ -59,10 +80,10 @@ void interfaceTrapTunneling(const TunnelView& v, const OneDefect& defect, bool r
                     .floor = std::max(deepest, lowest),
                     .mass = m,
                     .sum = 1.0};  // what arrives without tunnelling
-    walk_down(walk, work.slices);
-    for (std::size_t e = defect.first; e < end; ++e) {
+    walk_down(walk, carriers, work.slices);
+    for (std::size_t e = all.first; e < all.end; ++e) {
         const double bottom = std::max(level(e), walk.last);
-        if (e > defect.first && found.group_of[e - 1][right] >= 0 &&
+        if (e > all.first && found.group_of[e - 1][right] >= 0 &&
             bottom == std::max(level(e - 1), walk.last)) {  // by the same paths as the energy before
             TunnelStates::Group& same = found.groups.back();
             same.end_energy = e + 1;
@@ -77,35 +98,35 @@ void interfaceTrapTunneling(const TunnelView& v, const OneDefect& defect, bool r
                                   .end_energy = e + 1,
                                   .first_path = found.paths.size(),
                                   .end_path = 0,
+                                  .largest = found.paths.size(),
                                   .gain = 0.0,
-                                  .share_b = 1.0,
-                                  .row_b = v.N0(b) * v.row(b),
                                   .row_beyond = 0.0,
-                                  .N0 = v.N0(b)};
+                                  .N0 = v.N0(b),
+                                  .mean = {}};
         group.row_beyond = v.N0(group.beyond) * v.row(group.beyond);
-        for (const FlankSlice& s : work.slices) {
-            if (s.upper <= bottom) break;
-            double w = s.weight;
-            if (s.lower < bottom) w = (s.upper - bottom) * walk.energies_of(s.k, s.upper, bottom).mean();
-            if (!(w > 0.0)) continue;
-            group.gain += w;
-            // As all slices do these end half at either point, at the foot alone over a step of the band.
-            for (const std::size_t point : {walk.is_step(s.k) ? s.k : walk.before(s.k), s.k}) {
-                if (point == b)
-                    group.share_b += 0.5 * w;
-                else if (found.paths.size() > group.first_path && found.paths.back().point == point)
-                    found.paths.back().share += 0.5 * w;
-                else
-                    found.paths.push_back({point, 0.5 * w, 0.0});
-            }
+        const auto add_path = [&](std::size_t point, double share) {
+            if (found.paths.size() > group.first_path && found.paths.back().point == point)
+                found.paths.back().share += share;
+            else
+                found.paths.push_back({point, share, group.N0 * v.row(point)});
+        };
+        add_path(b, 1.0);
+        for (const FlankSlice& whole : work.slices) {
+            if (whole.upper <= bottom) break;
+            const FlankSlice s = whole.lower < bottom ? slice_of(walk, carriers, whole.k, whole.upper, bottom) : whole;
+            if (!(s.weight_near + s.weight_far > 0.0)) continue;
+            group.gain += s.weight_near + s.weight_far;
+            add_path(s.near, s.weight_near);
+            add_path(s.k, s.weight_far);
         }
         group.end_path = found.paths.size();
-        if (group.end_path == group.first_path) continue;
-        group.share_b /= 1.0 + group.gain;
+        if (!(group.gain > 0.0)) {
+            found.paths.resize(group.first_path);
+            continue;
+        }
         for (std::size_t k = group.first_path; k < group.end_path; ++k) {
-            TunnelStates::Path& path = found.paths[k];
-            path.share /= 1.0 + group.gain;
-            path.loss = path.share * group.N0 * v.row(path.point);
+            found.paths[k].share /= 1.0 + group.gain;
+            if (found.paths[k].share > found.paths[group.largest].share) group.largest = k;
         }
         found.group_of[e][right] = static_cast<int>(found.groups.size());
         found.groups.push_back(group);
@@ -125,10 +146,7 @@ const TunnelStates::Carriers& paths_of(const CalculationVariables& cv, Carrier c
     return carrier == Carrier::electrons ? cv.tunnel_states.n : cv.tunnel_states.p;
 }
 
-/// The current into one energy from one side, with its derivatives to the means of both sides.
-struct StateCurrent {
-    double I, dI_dleft, dI_dright;
-};
+/// That into one energy, or into all of an interface, with derivatives to the means.
 StateCurrent current_into_state(const InterfaceTerms& t, Carrier carrier, bool right)
 {
     if (carrier == Carrier::electrons)
@@ -143,37 +161,47 @@ const TunnelStates::Supply& supply_of(const TunnelStates& states, std::size_t e,
     return states.supplies[e][(carrier == Carrier::electrons ? 0u : 2u) + (right ? 1u : 0u)];
 }
 
-/// The means of u and v into the states' excess.
-void find_means(CalculationVariables& cv, Carrier carrier, double TunnelStates::Sides::*left,
-                double TunnelStates::Sides::*right)
+/// The means of u and v into the groups and the states.
+void find_means(CalculationVariables& cv, Carrier carrier, TunnelStates::Mean TunnelStates::Sides::*left,
+                TunnelStates::Mean TunnelStates::Sides::*right)
 {
     TunnelStates& states = cv.tunnel_states;
     TunnelStates::Carriers& found = carrier == Carrier::electrons ? states.n : states.p;
     const std::vector<double>& F = levels_of(cv, carrier);
     const double sign = sign_of(carrier);
     for (TunnelStates::Group& group : found.groups) {
-        group.excess = 0.0;
-        for (std::size_t k = group.first_path; k < group.end_path; ++k)
-            group.excess += found.paths[k].share * bounded_expm1(sign * (F[found.paths[k].point] - F[group.b]));
+        group.mean = {0.0, 0.0};
+        for (std::size_t k = group.first_path; k < group.end_path; ++k) {
+            const TunnelStates::Path& path = found.paths[k];
+            const double above_b = sign * (F[path.point] - F[group.b]);
+            group.mean.excess += path.share * bounded_expm1(above_b);
+            group.mean.ratio += path.share * std::exp(std::min(above_b, exponent_limit));
+        }
         for (std::size_t e = group.first_energy; e < group.end_energy; ++e)
-            states.excess[e].*(group.right ? right : left) = group.excess;
+            states.means[e].*(group.right ? right : left) = group.mean;
     }
 }
 
 /// The carriers as a state meets them, with the means in the part of u and v.
-InterfaceCarriers carriers_of_state(const InterfaceCarriers& beside, const TunnelStates::Sides& excess,
+InterfaceCarriers carriers_of_state(const InterfaceCarriers& beside, const TunnelStates::Sides& mean,
                                     const CalculationVariables& cv, std::size_t l)
 {
     const std::size_t f = l + 1;
     InterfaceCarriers c = beside;
-    c.nL *= 1.0 + excess.nL;
-    c.nR *= 1.0 + excess.nR;
-    c.pL *= 1.0 + excess.pL;
-    c.pR *= 1.0 + excess.pR;
-    c.du += cv.expFn[f] * excess.nR - cv.expFn[l] * excess.nL;
-    c.dv += cv.expmFp[f] * excess.pR - cv.expmFp[l] * excess.pL;
-    const double nL = cv.Fn[l] + std::log1p(excess.nL), nR = cv.Fn[f] + std::log1p(excess.nR);
-    const double pL = cv.Fp[l] - std::log1p(excess.pL), pR = cv.Fp[f] - std::log1p(excess.pR);
+    c.nL *= mean.nL.over_b();
+    c.nR *= mean.nR.over_b();
+    c.pL *= mean.pL.over_b();
+    c.pR *= mean.pR.over_b();
+    const auto step = [&](double beside_it, double X_left, const TunnelStates::Mean& at_left, double X_right,
+                          const TunnelStates::Mean& at_right) {
+        return at_left.is_low() || at_right.is_low()
+                   ? X_right * at_right.over_b() - X_left * at_left.over_b()
+                   : beside_it + (X_right * at_right.excess - X_left * at_left.excess);
+    };
+    c.du = step(c.du, cv.expFn[l], mean.nL, cv.expFn[f], mean.nR);
+    c.dv = step(c.dv, cv.expmFp[l], mean.pL, cv.expmFp[f], mean.pR);
+    const double nL = cv.Fn[l] + mean.nL.log_over_b(), nR = cv.Fn[f] + mean.nR.log_over_b();
+    const double pL = cv.Fp[l] - mean.pL.log_over_b(), pR = cv.Fp[f] - mean.pR.log_over_b();
     c.P_LL = bounded_expm1(nL - pL);
     c.P_RR = bounded_expm1(nR - pR);
     c.P_LR = bounded_expm1(nL - pR);
@@ -204,7 +232,7 @@ void find_paths_into_states(const Problem& problem, CalculationVariables& cv, Tu
     TunnelStates& states = cv.tunnel_states;
     const std::vector<InterfaceEnergy>& energies = problem.interface_states.energies;
     states.energies = energies;
-    states.excess.assign(energies.size(), {});
+    states.means.assign(energies.size(), {});
     states.terms.resize(energies.size());
     states.supplies.resize(energies.size());
     for (TunnelStates::Carriers* carrier : {&states.n, &states.p}) {
@@ -214,21 +242,30 @@ void find_paths_into_states(const Problem& problem, CalculationVariables& cv, Tu
     }
     const TunnelView n = tunnel_view(problem, cv, Carrier::electrons, work);
     const TunnelView p = tunnel_view(problem, cv, Carrier::holes, work);
+    const Levels Fn{cv.Fn, 1.0}, Fp{cv.Fp, -1.0};
+    const auto record_of = [&](std::size_t e) -> const InterfaceRecombinationParameters& {
+        return set3.interface_defects[energies[e].interface][at(energies[e].defect)];
+    };
     for (std::size_t first = 0, next = 0; first < energies.size(); first = next) {
-        const std::size_t j = energies[first].interface;
-        const int number = energies[first].defect;
-        while (next < energies.size() && energies[next].interface == j && energies[next].defect == number) ++next;
-        const OneDefect defect{first, next - first, at(cv.mesh.last[j])};
-        const InterfaceRecombinationParameters& record = set3.interface_defects[j][at(number)];
-        if (!tunnels_into(record, set3.convergence)) continue;
-        const double EV = -work.Ev[defect.l];
+        const InterfaceRecombinationParameters& record = record_of(first);
+        const bool open = tunnels_into(record, set3.convergence);
+        const auto goes_along = [&](std::size_t e) {
+            const InterfaceRecombinationParameters& other = record_of(e);
+            return energies[e].interface == energies[first].interface &&
+                   tunnels_into(other, set3.convergence) == open && other.m_e == record.m_e && other.m_h == record.m_h;
+        };
+        next = first + 1;
+        while (next < energies.size() && goes_along(next)) ++next;
+        if (!open) continue;
+        const EnergiesOfOneMass all{first, next, at(cv.mesh.last[energies[first].interface])};
+        const double EV = -work.Ev[all.l];
         const auto level_n = [&](std::size_t e) { return EV + energies[e].above_EV_left / set3.kT; };
         const auto level_p = [&](std::size_t e) { return -level_n(e); };
         using E = InterfaceEnergy;
-        interfaceTrapTunneling(n, defect, true, record.m_e, level_n, &E::cnR, work, states, states.n);
-        interfaceTrapTunneling(n, defect, false, record.m_e, level_n, &E::cnL, work, states, states.n);
-        interfaceTrapTunneling(p, defect, true, record.m_h, level_p, &E::cpR, work, states, states.p);
-        interfaceTrapTunneling(p, defect, false, record.m_h, level_p, &E::cpL, work, states, states.p);
+        interfaceTrapTunneling(n, Fn, all, true, record.m_e, level_n, &E::cnR, work, states, states.n);
+        interfaceTrapTunneling(n, Fn, all, false, record.m_e, level_n, &E::cnL, work, states, states.n);
+        interfaceTrapTunneling(p, Fp, all, true, record.m_h, level_p, &E::cpR, work, states, states.p);
+        interfaceTrapTunneling(p, Fp, all, false, record.m_h, level_p, &E::cpL, work, states, states.p);
     }
     for (const auto& [found, paths] : {std::pair(&states.n, &work.n), {&states.p, &work.p}}) {
         paths->means = found->groups.size();
@@ -248,7 +285,7 @@ void terms_with_tunnelling(const Problem& problem, CalculationVariables& cv)
         const InterfaceCarriers beside = carriers_at_interface(problem, cv, j);
         for (; k < states.energies.size() && states.energies[k].interface == j; ++k) {
             const InterfaceEnergy& level = states.energies[k];
-            const InterfaceCarriers c = carriers_of_state(beside, states.excess[k], cv, at(cv.mesh.last[j]));
+            const InterfaceCarriers c = carriers_of_state(beside, states.means[k], cv, at(cv.mesh.last[j]));
             ifrdcbijdrage_een_niveau(level, c, cv.terms_interface[j]);
             states.terms[k] = {};
             ifrdcbijdrage_een_niveau(level, c, states.terms[k]);
@@ -257,13 +294,35 @@ void terms_with_tunnelling(const Problem& problem, CalculationVariables& cv)
     }
 }
 
-double GroupCurrent::beyond_mean(double F) const { return X_b * (bounded_expm1(sign * (F - F_b)) - excess); }
+StateCurrent current_beside_interface(const CalculationVariables& cv, Carrier carrier, std::size_t interface,
+                                      bool right)
+{
+    const TunnelStates& states = cv.tunnel_states;
+    if (states.energies.empty()) return current_into_state(cv.terms_interface[interface], carrier, right);
+    const TunnelStates::Carriers& found = paths_of(cv, carrier);
+    StateCurrent sum;
+    for (std::size_t e = 0; e < states.energies.size(); ++e) {
+        if (states.energies[e].interface != interface || found.group_of[e][right] >= 0) continue;
+        const StateCurrent c = current_into_state(states.terms[e], carrier, right);
+        sum.I += c.I;
+        sum.dI_dleft += c.dI_dleft;
+        sum.dI_dright += c.dI_dright;
+    }
+    return sum;
+}
+
+double GroupCurrent::beyond_mean(double F) const
+{
+    const double above_b = sign * (F - F_b);
+    return X_b * (mean.is_low() ? std::exp(std::min(above_b, exponent_limit)) - mean.ratio
+                                : bounded_expm1(above_b) - mean.excess);
+}
 
 GroupCurrent current_of_group(const CalculationVariables& cv, Carrier carrier, const TunnelStates::Group& group)
 {
     const std::vector<double>& X = carrier == Carrier::electrons ? cv.expFn : cv.expmFp;
     GroupCurrent c{
-        .X_b = X[group.b], .sign = sign_of(carrier), .F_b = levels_of(cv, carrier)[group.b], .excess = group.excess};
+        .X_b = X[group.b], .sign = sign_of(carrier), .F_b = levels_of(cv, carrier)[group.b], .mean = group.mean};
     for (std::size_t e = group.first_energy; e < group.end_energy; ++e) {
         c.I += current_into_state(cv.tunnel_states.terms[e], carrier, group.right).I;
         c.K += supply_of(cv.tunnel_states, e, carrier, group.right).K;
@@ -273,17 +332,9 @@ GroupCurrent current_of_group(const CalculationVariables& cv, Carrier carrier, c
 
 void add_states_residue(const CalculationVariables& cv, Carrier carrier, std::span<double> res)
 {
-    const TunnelStates::Carriers& found = paths_of(cv, carrier);
-    const std::vector<double>& F = levels_of(cv, carrier);
-    for (const TunnelStates::Group& group : found.groups) {
-        const GroupCurrent c = current_of_group(cv, carrier, group);
-        for (std::size_t k = group.first_path; k < group.end_path; ++k) {
-            const TunnelStates::Path& path = found.paths[k];
-            const double flux = c.flux(F[path.point]);
-            res[path.point] -= path.loss * flux;
-            res[group.b] += path.share * group.row_b * flux;
-        }
-    }
+    for (const TunnelStates::Group& group : paths_of(cv, carrier).groups)
+        share_out(cv, carrier, group,
+                  [&](const TunnelStates::Path& path, double flux) { res[path.point] -= path.row * flux; });
 }
 
 void add_states_jacobian(const CalculationVariables& cv, Carrier carrier, const Tridiagonal& jac,
@@ -301,39 +352,60 @@ void add_states_jacobian(const CalculationVariables& cv, Carrier carrier, const 
         const auto dK_own = [&](const auto& x) { return group.right ? x.dK_dright : x.dK_dleft; };
         const auto dK_other = [&](const auto& x) { return group.right ? x.dK_dleft : x.dK_dright; };
         const GroupCurrent c = current_of_group(cv, carrier, group);
-        // The unknown is the mean less the value at b, to which the rows of the interface have their derivatives.
+        // The unknown is the mean less the value at b. States that the other side reaches without paths have their
+        // derivatives to that value in the row there.
         double dI = 0.0, dI_beyond = 0.0, dK = 0.0;
         for (std::size_t e = group.first_energy; e < group.end_energy; ++e) {
             dI += own(current_into_state(states.terms[e], carrier, group.right));
-            dI_beyond += own(current_into_state(states.terms[e], carrier, !group.right));
+            if (found.group_of[e][!group.right] < 0)
+                dI_beyond += own(current_into_state(states.terms[e], carrier, !group.right));
             dK += dK_own(supply_of(states, e, carrier, group.right));
         }
-        outside.push_back({b, mean, group.row_b * dI});
         outside.push_back({group.beyond, mean, group.row_beyond * dI_beyond});
         outside.push_back({mean, mean, -1.0});
-        outside.push_back({mean, b, group.share_b - 1.0});
         for (std::size_t k = group.first_path; k < group.end_path; ++k) {
             const TunnelStates::Path& path = found.paths[k];
-            const double gain = path.share * group.row_b, beyond_mean = c.beyond_mean(F[path.point]);
-            outside.push_back({mean, path.point, path.share});
-            jac.main[path.point] += path.loss * c.K;
-            outside.push_back({b, path.point, -gain * c.K});
-            const double slope = dI - c.K + dK * beyond_mean;
-            for (const std::size_t column : {mean, b}) outside.push_back({path.point, column, path.loss * slope});
-            outside.push_back({b, mean, -gain * slope});
-            jac.main[b] -= gain * slope;
+            const std::size_t row = path.point;
+            const double gain = path.share * path.row, beyond_mean = c.beyond_mean(F[row]);
+            const double by_mean = dI + dK * beyond_mean;
+            outside.push_back({row, mean, gain * (by_mean - c.K)});
+            if (row == b) {
+                jac.main[row] += gain * by_mean;
+                outside.push_back({mean, row, path.share - 1.0});
+            } else {
+                jac.main[row] += gain * c.K;
+                outside.push_back({row, b, gain * (by_mean - c.K)});
+                outside.push_back({mean, row, path.share});
+            }
             for (std::size_t e = group.first_energy; e < group.end_energy;) {
                 const int there = found.group_of[e][!group.right];
                 double value = 0.0;
                 for (; e < group.end_energy && found.group_of[e][!group.right] == there; ++e)
                     value += other(current_into_state(states.terms[e], carrier, group.right)) +
                              dK_other(supply_of(states, e, carrier, group.right)) * beyond_mean;
-                outside.push_back({path.point, group.beyond, path.loss * value});
-                outside.push_back({b, group.beyond, -gain * value});
-                if (there < 0) continue;
-                outside.push_back({path.point, N + at(there), path.loss * value});
-                outside.push_back({b, N + at(there), -gain * value});
+                outside.push_back({row, group.beyond, gain * value});
+                if (there >= 0) outside.push_back({row, N + at(there), gain * value});
             }
+        }
+    }
+}
+
+void add_states_row_sums(const CalculationVariables& cv, Carrier carrier, std::span<double> sums)
+{
+    const TunnelStates& states = cv.tunnel_states;
+    const TunnelStates::Carriers& found = paths_of(cv, carrier);
+    for (const TunnelStates::Group& group : found.groups) {
+        const GroupCurrent c = current_of_group(cv, carrier, group);
+        double dI = 0.0, dK = 0.0;
+        for (std::size_t e = group.first_energy; e < group.end_energy; ++e) {
+            const StateCurrent current = current_into_state(states.terms[e], carrier, group.right);
+            const TunnelStates::Supply& supply = supply_of(states, e, carrier, group.right);
+            dI += current.dI_dleft + current.dI_dright;
+            dK += supply.dK_dleft + supply.dK_dright;
+        }
+        for (std::size_t k = group.first_path; k < group.end_path; ++k) {
+            const TunnelStates::Path& path = found.paths[k];
+            sums[path.point] += path.share * path.row * (dI + dK * c.beyond_mean(levels_of(cv, carrier)[path.point]));
         }
     }
 }

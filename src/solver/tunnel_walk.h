@@ -6,6 +6,7 @@
 #include "solver/residuals.h"
 #include "solver/state.h"
 
+#include <cmath>
 #include <cstddef>
 #include <vector>
 
@@ -22,6 +23,9 @@ void tunnel_barriers(const CalculationParameters& set3, const CalculationVariabl
 /// @return at most 1; 1 where that is off by less than 1e-6
 /// Source: Tsu, Esaki, Appl. Phys. Lett. 22 (1973) 562.
 [[nodiscard]] double supply_limit(double a, double b);
+
+/// Share of the states that are filled, at an energy x above the level of the carriers [kT].
+[[nodiscard]] inline double fermi(double x) { return 1.0 / (1.0 + std::exp(x)); }
 
 /// What the paths of one carrier are made from.
 struct TunnelView {

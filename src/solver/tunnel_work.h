@@ -33,11 +33,11 @@ struct BandToBandPath {
     double loss_n = 0.0, loss_p = 0;  ///< what one unit of flux does to the rows of electrons and holes
 };
 
-/// Energies of a flank in the order of descent, whose carriers end between point k and the one before it.
+/// Energies of a flank in the order of descent, whose carriers end half at `near`, half at k beyond it.
 struct FlankSlice {
-    std::size_t k;
-    double upper, lower;  ///< [kT]
-    double weight;        ///< (upper - lower) exp(top - E - T)
+    std::size_t near, k;
+    double upper, lower;             ///< [kT]
+    double weight_near, weight_far;  ///< of the halves: (upper - lower)/2 exp(top - E - T) limit
 };
 
 /// The paths of one carrier.
