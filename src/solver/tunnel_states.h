@@ -1,12 +1,13 @@
 // Tunnelling into the states at an interface. Beside the carriers at the interface itself, a state captures those of
 // the flank at its side, out of all energies of the band that lie above the state (for holes below it):
 //
-//     capture = c (1 + gamma) b X,   gamma = sum of w,   w = (E1 - E2) exp(E_b - E - T),   E = (E1 + E2)/2
+//     capture = c (1 + gamma) b X,   gamma = sum of w,   w = (E1 - E2) exp(E_b - E - T)/(1 + a),   a = X exp(-E)
 //
 // with E_b and b = n/u (p/v) at the point b beside the interface, one slice w for each step of the mesh, and X the mean
-// of u (v), each point with its share: w/(1 + gamma) of a path, the rest of b. Where the level of the carriers is flat,
-// X is that of b and c (1 + gamma) stands for c in every rate; detailed balance holds in any case. The current of one
-// path,
+// of u (v), each point with its share: w/(1 + gamma) of a path, the rest of b. 1/(1 + a) is the limit that states of
+// the band have which hold one carrier each, for capture and emission alike; a is that of the pass. Where the level of
+// the carriers is flat, X is that of b and c (1 + gamma) stands for c in every rate; detailed balance holds in any
+// case. The current of one path,
 //
 //     flux = share (I + K (X[point] - X)),   I the whole current from this side, K = dI/dX at a given filling,
 //

@@ -357,6 +357,38 @@ TEST(Tunnelling, StatesTakeNoMoreThanTheFlanksHold)
     EXPECT_NEAR(J(2), shut, 0.05 * std::fabs(shut));
 }
 
+// The same in the cold, where what the flank holds is lost in the digits of what the interface does.
+TEST(Tunnelling, InColdLightStatesTakeTheMeanOfTheirPaths)
+{
+    for (const double T : {150.0, 110.0, 100.0}) {
+        Device device(junction_with_states(), T, fixed_mesh);
+        device.illuminate_exponentially(30.0, 3e-7);
+        ASSERT_TRUE(device.solve_equilibrium() && device.solve()) << T;
+        const CalculationVariables& cv = device.cv;
+        const std::size_t l = device.last(0), f = l + 1;
+        const auto mean = [&](const TunnelStates::Carriers& found, const std::vector<double>& X, bool right) {
+            const int number = found.group_of[0][right];
+            if (number < 0) return X[right ? f : l];
+            const TunnelStates::Group& group = found.groups[static_cast<std::size_t>(number)];
+            double sum = 0.0;
+            for (std::size_t k = group.first_path; k < group.end_path; ++k)
+                sum += found.paths[k].share * X[found.paths[k].point];
+            return sum;
+        };
+        const TunnelStates& states = cv.tunnel_states;
+        const double u = mean(states.n, cv.expFn, true);
+        EXPECT_TRUE(T > 110.0 || u < 1e-12 * cv.expFn[f]) << u / cv.expFn[f];
+        const double nL = cv.bn[l] * mean(states.n, cv.expFn, false), nR = cv.bn[f] * u;
+        const double pL = cv.bp[l] * mean(states.p, cv.expmFp, false), pR = cv.bp[f] * mean(states.p, cv.expmFp, true);
+        const InterfaceEnergy& s = states.energies[0];
+        const double fills = s.cnL * nL + s.cnR * nR + s.cpL * s.epL + s.cpR * s.epR;
+        const double empties = s.cpL * pL + s.cpR * pR + s.cnL * s.enL + s.cnR * s.enR;
+        const double taken = s.Nt / (device.set3.scale.N0[1] * device.set3.scale.x0) * s.cnR *
+                             (nR * empties - s.enR * fills) / (fills + empties);
+        EXPECT_NEAR(states.terms[0].In_right / taken, 1.0, 1e-6) << T;
+    }
+}
+
 TEST(Tunnelling, IntoStatesFollowsTheirSwitchAndConvergesForAnyNumber)
 {
     const auto allow = [](int paths, int allowed) {
