@@ -56,7 +56,7 @@ struct TunnelStates {
     /// A mean of u or v over the points of paths against its value at b. Close to that the excess has its digits, far
     /// below it the ratio, a sum of positive parts.
     struct Mean {
-        double excess = 0.0, ratio = 1.0;  ///< ratio = 1 + excess
+        double excess = 0.0, ratio = 1.0;  ///< ratio: 1 + excess, formed where that is low
         [[nodiscard]] bool is_low() const { return excess < -0.5; }
         [[nodiscard]] double over_b() const { return is_low() ? ratio : 1.0 + excess; }
         [[nodiscard]] double log_over_b() const { return is_low() ? std::log(ratio) : std::log1p(excess); }

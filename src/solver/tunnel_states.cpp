@@ -170,12 +170,14 @@ void find_means(CalculationVariables& cv, Carrier carrier, TunnelStates::Mean Tu
     const std::vector<double>& F = levels_of(cv, carrier);
     const double sign = sign_of(carrier);
     for (TunnelStates::Group& group : found.groups) {
-        group.mean = {0.0, 0.0};
-        for (std::size_t k = group.first_path; k < group.end_path; ++k) {
-            const TunnelStates::Path& path = found.paths[k];
-            const double above_b = sign * (F[path.point] - F[group.b]);
-            group.mean.excess += path.share * bounded_expm1(above_b);
-            group.mean.ratio += path.share * std::exp(std::min(above_b, exponent_limit));
+        const auto above_b = [&](const TunnelStates::Path& path) { return sign * (F[path.point] - F[group.b]); };
+        group.mean = {};
+        for (std::size_t k = group.first_path; k < group.end_path; ++k)
+            group.mean.excess += found.paths[k].share * bounded_expm1(above_b(found.paths[k]));
+        if (group.mean.is_low()) {
+            group.mean.ratio = 0.0;
+            for (std::size_t k = group.first_path; k < group.end_path; ++k)
+                group.mean.ratio += found.paths[k].share * std::exp(std::min(above_b(found.paths[k]), exponent_limit));
         }
         for (std::size_t e = group.first_energy; e < group.end_energy; ++e)
             states.means[e].*(group.right ? right : left) = group.mean;
