@@ -98,7 +98,8 @@ struct JunctionWithStates : SampleCell {
         }
         interface.defect_count = defects;
         ConvergenceParameters& settings = simulation->problem.input.convergence;
-        settings.tunnel_paths = open ? 0 : 1;
+        settings.tunnel_paths = 2;
+        settings.Tunneliface_allowed = open ? 1 : 0;
         simulation->panel.workPoint.dark = true;
         ActionList& actions = simulation->panel.actions;
         actions.IV_startV = 0.0;

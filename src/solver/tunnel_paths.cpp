@@ -316,7 +316,8 @@ void add_tunnel_jacobian(TunnelWork& work, const CalculationVariables& cv, Carri
     add_states_jacobian(cv, carrier, jac, work.outside);
     work.sizes = electrons ? cv.expFn : cv.expmFp;
     for (const TunnelStates::Group& group : (electrons ? cv.tunnel_states.n : cv.tunnel_states.p).groups)
-        work.sizes.push_back(work.sizes[group.b] * (1.0 + std::fabs(group.mean.excess)));
+        work.sizes.push_back(work.sizes[group.b] *
+                             (group.mean.is_low() ? group.mean.ratio : 1.0 + std::fabs(group.mean.excess)));
     for (const BandToBandPath& t : work.band_to_band) {
         if (electrons)
             jac.main[at(t.from)] += t.loss_n * fermi_slope(t.level - cv.Fn[at(t.from)], cv.Fn[at(t.from)]);

@@ -306,9 +306,11 @@ StateCurrent current_beside_interface(const CalculationVariables& cv, Carrier ca
     for (std::size_t e = 0; e < states.energies.size(); ++e) {
         if (states.energies[e].interface != interface || found.group_of[e][right] >= 0) continue;
         const StateCurrent c = current_into_state(states.terms[e], carrier, right);
+        // To a mean on the other side its group has the derivative.
+        const bool other_beside = found.group_of[e][!right] < 0;
         sum.I += c.I;
-        sum.dI_dleft += c.dI_dleft;
-        sum.dI_dright += c.dI_dright;
+        if (!right || other_beside) sum.dI_dleft += c.dI_dleft;
+        if (right || other_beside) sum.dI_dright += c.dI_dright;
     }
     return sum;
 }
@@ -354,8 +356,6 @@ void add_states_jacobian(const CalculationVariables& cv, Carrier carrier, const 
         const auto dK_own = [&](const auto& x) { return group.right ? x.dK_dright : x.dK_dleft; };
         const auto dK_other = [&](const auto& x) { return group.right ? x.dK_dleft : x.dK_dright; };
         const GroupCurrent c = current_of_group(cv, carrier, group);
-        // The unknown is the mean less the value at b. States that the other side reaches without paths have their
-        // derivatives to that value in the row there.
         double dI = 0.0, dI_beyond = 0.0, dK = 0.0;
         for (std::size_t e = group.first_energy; e < group.end_energy; ++e) {
             dI += own(current_into_state(states.terms[e], carrier, group.right));
@@ -363,20 +363,30 @@ void add_states_jacobian(const CalculationVariables& cv, Carrier carrier, const 
                 dI_beyond += own(current_into_state(states.terms[e], carrier, !group.right));
             dK += dK_own(supply_of(states, e, carrier, group.right));
         }
-        outside.push_back({group.beyond, mean, group.row_beyond * dI_beyond});
+        // The unknown is the mean less the value at b, or a low mean itself, which would be lost in that.
+        const auto add_by_mean = [&](std::size_t row, std::size_t number, double value) {
+            outside.push_back({row, N + number, value});
+            const TunnelStates::Group& of = found.groups[number];
+            if (of.mean.is_low()) return;
+            if (row == of.b)
+                jac.main[row] += value;
+            else
+                outside.push_back({row, of.b, value});
+        };
+        add_by_mean(group.beyond, m, group.row_beyond * dI_beyond);
         outside.push_back({mean, mean, -1.0});
         for (std::size_t k = group.first_path; k < group.end_path; ++k) {
             const TunnelStates::Path& path = found.paths[k];
             const std::size_t row = path.point;
             const double gain = path.share * path.row, beyond_mean = c.beyond_mean(F[row]);
             const double by_mean = dI + dK * beyond_mean;
-            outside.push_back({row, mean, gain * (by_mean - c.K)});
-            if (row == b) {
+            if (row == b && !group.mean.is_low()) {
+                outside.push_back({row, mean, gain * (by_mean - c.K)});
                 jac.main[row] += gain * by_mean;
                 outside.push_back({mean, row, path.share - 1.0});
             } else {
+                add_by_mean(row, m, gain * (by_mean - c.K));
                 jac.main[row] += gain * c.K;
-                outside.push_back({row, b, gain * (by_mean - c.K)});
                 outside.push_back({mean, row, path.share});
             }
             for (std::size_t e = group.first_energy; e < group.end_energy;) {
@@ -385,8 +395,10 @@ void add_states_jacobian(const CalculationVariables& cv, Carrier carrier, const 
                 for (; e < group.end_energy && found.group_of[e][!group.right] == there; ++e)
                     value += other(current_into_state(states.terms[e], carrier, group.right)) +
                              dK_other(supply_of(states, e, carrier, group.right)) * beyond_mean;
-                outside.push_back({row, group.beyond, gain * value});
-                if (there >= 0) outside.push_back({row, N + at(there), gain * value});
+                if (there >= 0)
+                    add_by_mean(row, at(there), gain * value);
+                else
+                    outside.push_back({row, group.beyond, gain * value});
             }
         }
     }
@@ -401,6 +413,10 @@ void add_states_row_sums(const CalculationVariables& cv, Carrier carrier, std::s
         double dI = 0.0, dK = 0.0;
         for (std::size_t e = group.first_energy; e < group.end_energy; ++e) {
             const StateCurrent current = current_into_state(states.terms[e], carrier, group.right);
+            if (found.group_of[e][!group.right] < 0) {
+                const StateCurrent beyond = current_into_state(states.terms[e], carrier, !group.right);
+                sums[group.beyond] += group.row_beyond * (group.right ? beyond.dI_dright : beyond.dI_dleft);
+            }
             const TunnelStates::Supply& supply = supply_of(states, e, carrier, group.right);
             dI += current.dI_dleft + current.dI_dright;
             dK += supply.dK_dleft + supply.dK_dright;

@@ -35,7 +35,8 @@ void terms_with_tunnelling(const Problem& problem, CalculationVariables& cv);
 struct StateCurrent {
     double I = 0.0, dI_dleft = 0.0, dI_dright = 0.0;
 };
-/// What the states of an interface take from its point at one side, but for those that are reached by paths.
+/// What the states of an interface take from its point at one side, but for those that are reached by paths; of the
+/// derivative to the other side alike.
 [[nodiscard]] StateCurrent current_beside_interface(const CalculationVariables& cv, Carrier carrier,
                                                     std::size_t interface, bool right);
 
@@ -73,7 +74,8 @@ void share_out(const CalculationVariables& cv, Carrier carrier, const TunnelStat
 
 /// Adds what leaves the points of the paths to the residual of a carrier.
 void add_states_residue(const CalculationVariables& cv, Carrier carrier, std::span<double> res);
-/// Adds its derivatives, with what the mean of each group exceeds its point b by as an unknown more.
+/// Adds its derivatives, with one unknown more for each group: its mean where that is low, else what the mean exceeds
+/// the value at b by.
 void add_states_jacobian(const CalculationVariables& cv, Carrier carrier, const Tridiagonal& jac,
                          std::vector<TunnelElement>& outside);
 /// Adds the sums of its rows: the answer to u or v that rise alike everywhere.

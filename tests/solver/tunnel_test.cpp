@@ -360,7 +360,7 @@ TEST(Tunnelling, StatesTakeNoMoreThanTheFlanksHold)
 // The same in the cold, where what the flank holds is lost in the digits of what the interface does.
 TEST(Tunnelling, InColdLightStatesTakeTheMeanOfTheirPaths)
 {
-    for (const double T : {150.0, 110.0, 100.0}) {
+    for (const double T : {150.0, 110.0, 77.0}) {
         Device device(junction_with_states(), T, fixed_mesh);
         device.illuminate_exponentially(30.0, 3e-7);
         ASSERT_TRUE(device.solve_equilibrium() && device.solve()) << T;
