@@ -11,7 +11,7 @@
 //
 //     flux = share (I + K (X[point] - X)),   I the whole current from this side, K = dI/dX at a given filling,
 //
-// leaves its point; b is the point of a path too. In the dark gamma reaches 1e14 and more, so that nothing is put at b
+// leaves its point; b is the point of a path too. In the cold gamma reaches 1e14 and more, so that nothing is put at b
 // to be taken back from there, and the path of the largest share takes what the others leave of I: as many electrons
 // as holes, to the last bits.
 // Source: Hurkx, Klaassen, Knuvers, IEEE Trans. Electron Devices 39 (1992) 331, for the field-enhanced capture.
@@ -35,8 +35,8 @@ void terms_with_tunnelling(const Problem& problem, CalculationVariables& cv);
 struct StateCurrent {
     double I = 0.0, dI_dleft = 0.0, dI_dright = 0.0;
 };
-/// What the states of an interface take from its point at one side, but for those that are reached by paths; of the
-/// derivative to the other side alike.
+/// What the states of an interface take from its point at one side, but for those that are reached by paths from there.
+/// Derivatives to the other side leave out those that are reached by paths from that one.
 [[nodiscard]] StateCurrent current_beside_interface(const CalculationVariables& cv, Carrier carrier,
                                                     std::size_t interface, bool right);
 
