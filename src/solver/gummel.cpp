@@ -102,7 +102,8 @@ bool dc_Gummel_iteration_u_or_v(const Problem& problem, Workspace& work, Calcula
         if (tunnel.active) {
             add_tunnel_residue(tunnel, cv, carrier, work.res);
             add_tunnel_jacobian(tunnel, cv, carrier, jac);
-            if (!use_outside) tunnel.outside.clear();
+            find_row_sums(problem, cv, carrier, tunnel);
+            if (!use_outside) drop_elements_outside(tunnel);
         }
         if (tunnel.active ? !solve_with_tunnel_paths(carrier, work) : !calculate_dc_delta_u_or_v(work)) {
             its = -1;

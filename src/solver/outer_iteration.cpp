@@ -63,14 +63,9 @@ void AverageDynamicVariables(const Problem& problem, const Workspace& work, Calc
 
 bool has_junctions(const Workspace& work) { return work.tunnel.active && !work.tunnel.band_to_band.empty(); }
 
-bool reaches_far_within_a_band(const Workspace& work, const CalculationVariables& cv)
+bool tunnels_into_states(const CalculationVariables& cv)
 {
-    const auto is_far = [](const TunnelPath& t) { return t.source >= 0 && std::abs(t.source - t.target) > 1; };
-    const auto any = [&](const TunnelPaths& found) {
-        return std::any_of(found.paths.begin(), found.paths.end(), is_far);
-    };
-    return any(work.tunnel.n) || any(work.tunnel.p) || !cv.tunnel_states.n.groups.empty() ||
-           !cv.tunnel_states.p.groups.empty();
+    return !cv.tunnel_states.n.groups.empty() || !cv.tunnel_states.p.groups.empty();
 }
 
 /// Nothing moves: has what is left on one side of a tunnel junction no part in the current?
@@ -132,8 +127,8 @@ bool decoupled_pass(const Problem& problem, Workspace& work, CalculationVariable
     }
     moved = cv.its_psi >= 1 || cv.its_u >= 1 || cv.its_v >= 1;
     if (!has_junctions(work)) return true;
-    // Steps without paths that reach far within a band lead astray while these still move the state.
-    if (reaches_far_within_a_band(work, cv) && (moved || junctions_agree(problem, work, cv))) return true;
+    // The common steps do not know paths into states: they lead astray while these still move the state.
+    if (tunnels_into_states(cv) && (moved || junctions_agree(problem, work, cv))) return true;
     return couple_junctions(problem, work, cv, moved);
 }
 
@@ -192,6 +187,7 @@ bool dc_Gummel_iteration_all(const Problem& problem, Workspace& work, Calculatio
     keep_for_averaging(work, cv);
     CurrentTest test;
     if (start == SolveStart::anew) work.relaxation.start();
+    work.tunnel.junctions.start_solve();
     work.beyond_exponentials = false;
     int mesh_alone = 0;  // passes in a row in which nothing but the mesh moved
     int coupled_from = first_coupled_pass(settings);

@@ -4,10 +4,12 @@
 #include "solver/estimates.h"
 #include "solver/newton_steps.h"
 #include "solver/residuals.h"
+#include "solver/tunnel_ends.h"
 #include "solver/tunnel_paths.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 
 namespace kovin {
@@ -45,7 +47,9 @@ double rounding_of_interval(const Problem& problem, const CalculationVariables& 
 
 /// More steps than these in one pass lead too far from the potential.
 constexpr int most_steps = 2;
-constexpr double largest_step = 2.0;  ///< [kT]
+
+/// A path within a band whose ends no chain couples.
+bool is_far(const TunnelPath& t) { return t.source >= 0 && std::abs(t.source - t.target) > 1; }
 
 /// Rows of one carrier without paths from band to band, for steps of its level; `res` with them.
 void assemble_chain(const Problem& problem, Workspace& work, const CalculationVariables& cv, Carrier carrier,
@@ -71,111 +75,72 @@ void assemble_chain(const Problem& problem, Workspace& work, const CalculationVa
         c.right[i] = i + 1 < N ? -c.right[i] * X[i + 1] : 0.0;
         if (!electrons) c.res[i] = -c.res[i];  // v falls where Fp rises
     }
-}
-
-/// Eliminates the points between the ends: what is left couples each end to the next ones.
-void eliminate_between_ends(JunctionWork::Chain& c)
-{
-    const std::size_t N = c.res.size();
-    std::size_t next_end = 0;
-    constexpr std::size_t none = static_cast<std::size_t>(-1);
-    std::size_t end = none;  // the last one that was passed
-    for (std::size_t i = 0; i < N; ++i) {
-        if (next_end < c.ends.size() && c.ends[next_end] == i) {
-            end = i;
-            ++next_end;
-            continue;
-        }
-        // left couples to `end` by now, if there is one.
-        const double r = 1.0 / (c.left[i] + c.right[i] + c.sum[i]);
-        c.pivot[i] = r;
-        const auto pass_on = [&](std::size_t row, double coupling) {
-            c.sum[row] += coupling * r * c.sum[i];
-            c.res[row] += coupling * r * c.res[i];
-        };
-        if (end != none) {
-            pass_on(end, c.right[end]);
-            c.right[end] *= r * c.right[i];
-        }
-        if (i + 1 < N) {
-            pass_on(i + 1, c.left[i + 1]);
-            c.left[i + 1] *= r * c.left[i];
-        }
+    for (const TunnelPath& t : found.paths) {
+        if (t.source < 0) continue;
+        const std::size_t source = at(t.source), target = at(t.target);
+        const double driven = X[source] - X[target];
+        c.sum[source] += t.loss * driven;
+        c.sum[target] -= t.gain * driven;
+        if (is_far(t)) continue;  // the ends are coupled apart
+        (target > source ? c.right : c.left)[source] += t.loss * X[target];
+        (target > source ? c.left : c.right)[target] += t.gain * X[source];
     }
 }
 
-/// From the steps of the ends to those of all points.
-void steps_between_ends(JunctionWork::Chain& c, const double* at_ends)
+/// The limit of the step after j.both. The potential answers between two steps: where the largest one changes its sign,
+/// as a level does that such answers drive back each time, the limit is halved, else it recovers [kT].
+double next_limit(JunctionWork& j)
 {
-    for (std::size_t k = 0; k < c.ends.size(); ++k) c.step[c.ends[k]] = at_ends[k];
-    std::size_t ahead = c.ends.size();  // ends[ahead - 1] is the next one to the left
-    for (std::size_t i = c.res.size(); i-- > 0;) {
-        if (ahead > 0 && c.ends[ahead - 1] == i) {
-            --ahead;
-            continue;
-        }
-        double from_neighbours = c.res[i];
-        if (ahead > 0) from_neighbours += c.left[i] * c.step[c.ends[ahead - 1]];
-        if (i + 1 < c.res.size()) from_neighbours += c.right[i] * c.step[i + 1];
-        c.step[i] = c.pivot[i] * from_neighbours;
-    }
+    double largest = 0.0;
+    for (const double step : j.both)
+        if (std::fabs(step) > std::fabs(largest)) largest = step;
+    const bool turned = largest * j.largest_before < 0.0;
+    j.largest_before = largest;
+    return turned ? std::max(0.5 * j.limit, JunctionWork::smallest_limit)
+                  : std::min(1.2 * j.limit, JunctionWork::largest_limit);
 }
 
-void collect_ends(const std::vector<BandToBandPath>& paths, int BandToBandPath::*end, std::vector<std::size_t>& ends)
+void collect_ends(const TunnelWork& tunnel, int BandToBandPath::*end, const TunnelPaths& found,
+                  std::vector<std::size_t>& ends)
 {
     ends.clear();
-    for (const BandToBandPath& t : paths) ends.push_back(at(t.*end));
+    for (const BandToBandPath& t : tunnel.band_to_band) ends.push_back(at(t.*end));
+    for (const TunnelPath& t : found.paths)
+        if (is_far(t)) ends.insert(ends.end(), {at(t.source), at(t.target)});
     std::sort(ends.begin(), ends.end());
     ends.erase(std::unique(ends.begin(), ends.end()), ends.end());
 }
 
-/// The dense system of the ends; solution in j.steps.
-void solve_ends(const std::vector<BandToBandPath>& paths, const CalculationVariables& cv, JunctionWork& j)
+std::size_t place_in(const std::vector<std::size_t>& ends, int i)
 {
-    const std::size_t n_ends = j.n.ends.size(), n = n_ends + j.p.ends.size();
-    j.couplings.assign(n * n, 0.0);
-    j.sums.resize(n);
-    j.steps.resize(n);
-    double* W = j.couplings.data();
-    const auto take_chain = [&](const JunctionWork::Chain& c, std::size_t offset) {
-        for (std::size_t k = 0; k < c.ends.size(); ++k) {
-            const std::size_t row = offset + k, i = c.ends[k];
-            if (k > 0) W[row * n + row - 1] = c.left[i];
-            if (k + 1 < c.ends.size()) W[row * n + row + 1] = c.right[i];
-            j.sums[row] = c.sum[i];
-            j.steps[row] = c.res[i];
-        }
-    };
-    take_chain(j.n, 0);
-    take_chain(j.p, n_ends);
-    const auto place = [](const std::vector<std::size_t>& ends, int i) {
-        return static_cast<std::size_t>(std::lower_bound(ends.begin(), ends.end(), at(i)) - ends.begin());
-    };
-    for (const BandToBandPath& t : paths) {
-        const std::size_t from = place(j.n.ends, t.from), to = n_ends + place(j.p.ends, t.to);
+    return static_cast<std::size_t>(std::lower_bound(ends.begin(), ends.end(), at(i)) - ends.begin());
+}
+
+/// What paths that no chain has add to the system of the ends.
+void couple_by_paths(const TunnelWork& tunnel, const CalculationVariables& cv, JunctionWork& j)
+{
+    const std::size_t n_ends = j.n.ends.size();
+    j.couplings.clear();
+    j.sums.assign(n_ends + j.p.ends.size(), 0.0);
+    for (const BandToBandPath& t : tunnel.band_to_band) {
+        const std::size_t from = place_in(j.n.ends, t.from), to = n_ends + place_in(j.p.ends, t.to);
         const BandToBandOccupation o = occupation_of(t, cv);
-        W[from * n + to] += t.loss_n * o.per_Fp;
-        W[to * n + from] += t.loss_p * o.per_Fn;
+        j.couplings.push_back({from, to, t.loss_n * o.per_Fp});
+        j.couplings.push_back({to, from, t.loss_p * o.per_Fn});
         j.sums[from] += t.loss_n * o.difference;
         j.sums[to] -= t.loss_p * o.difference;
     }
-    for (std::size_t k = 0; k < n; ++k) {
-        double pivot = j.sums[k];
-        for (std::size_t c = k + 1; c < n; ++c) pivot += W[k * n + c];
-        const double r = W[k * n + k] = 1.0 / pivot;
-        for (std::size_t i = k + 1; i < n; ++i) {
-            const double share = W[i * n + k] * r;
-            if (share == 0.0) continue;
-            for (std::size_t c = k + 1; c < n; ++c) W[i * n + c] += share * W[k * n + c];
-            W[i * n + i] = 0.0;
-            j.sums[i] += share * j.sums[k];
-            j.steps[i] += share * j.steps[k];
+    const auto couple_within = [&](const TunnelPaths& found, const std::vector<double>& X,
+                                   const std::vector<std::size_t>& ends, std::size_t offset) {
+        for (const TunnelPath& t : found.paths) {
+            if (!is_far(t)) continue;
+            const std::size_t source = offset + place_in(ends, t.source), target = offset + place_in(ends, t.target);
+            j.couplings.push_back({source, target, t.loss * X[at(t.target)]});
+            j.couplings.push_back({target, source, t.gain * X[at(t.source)]});
         }
-    }
-    for (std::size_t k = n; k-- > 0;) {
-        for (std::size_t c = k + 1; c < n; ++c) j.steps[k] += W[k * n + c] * j.steps[c];
-        j.steps[k] *= W[k * n + k];
-    }
+    };
+    couple_within(tunnel.n, cv.expFn, j.n.ends, 0);
+    couple_within(tunnel.p, cv.expmFp, j.p.ends, n_ends);
 }
 
 }  // namespace
@@ -232,8 +197,8 @@ bool couple_junctions(const Problem& problem, Workspace& work, CalculationVariab
     const ConvergenceParameters& settings = problem.set3.convergence;
     TunnelWork& tunnel = work.tunnel;
     JunctionWork& j = tunnel.junctions;
-    collect_ends(tunnel.band_to_band, &BandToBandPath::from, j.n.ends);
-    collect_ends(tunnel.band_to_band, &BandToBandPath::to, j.p.ends);
+    collect_ends(tunnel, &BandToBandPath::from, tunnel.n, j.n.ends);
+    collect_ends(tunnel, &BandToBandPath::to, tunnel.p, j.p.ends);
     const std::size_t N = cv.psi.size();
     const double termination = std::min(settings.termination_Fn, settings.termination_Fp);
     bool was_small = false;
@@ -243,7 +208,8 @@ bool couple_junctions(const Problem& problem, Workspace& work, CalculationVariab
         assemble_chain(problem, work, cv, Carrier::holes, j.p);
         eliminate_between_ends(j.n);
         eliminate_between_ends(j.p);
-        solve_ends(tunnel.band_to_band, cv, j);
+        couple_by_paths(tunnel, cv, j);
+        solve_ends(j);
         steps_between_ends(j.n, j.steps.data());
         steps_between_ends(j.p, j.steps.data() + j.n.ends.size());
         // One limit for both carriers: levels that a path holds together stay together.
@@ -252,15 +218,17 @@ bool couple_junctions(const Problem& problem, Workspace& work, CalculationVariab
             j.both[i] = settings.relax_n * damped_step(j.n.step[i]);
             j.both[N + i] = settings.relax_p * damped_step(j.p.step[i]);
         }
-        const double largest = ApplyClamping(j.both, settings, largest_step);
-        if (std::isnan(largest)) return false;
+        const double before_limit = MaximumAbsoluteValue(j.both);
+        ApplyClamping(j.both, settings, j.limit);
+        if (std::isnan(before_limit)) return false;
+        j.limit = next_limit(j);
         for (std::size_t i = 0; i < N; ++i) {
             cv.Fn[i] += j.both[i];
             cv.Fp[i] += j.both[N + i];
         }
         update_Fn(cv);
         update_Fp(cv);
-        const bool is_small = largest <= termination;
+        const bool is_small = before_limit <= termination;
         moved |= !is_small;
         // Currents hang on differences of levels that are far smaller than the last step that counts.
         if (is_small && was_small) break;

@@ -188,6 +188,18 @@ double fermi_slope(double x, double ln_X)
     return std::exp(-ln_X - std::fabs(x)) / ((1.0 + falls) * (1.0 + falls));
 }
 
+/// Where a path from band to band meets the rows of a carrier, and what it adds to their diagonal.
+std::size_t row_of(const BandToBandPath& t, Carrier carrier)
+{
+    return at(carrier == Carrier::electrons ? t.from : t.to);
+}
+
+double own_slope(const BandToBandPath& t, const CalculationVariables& cv, Carrier carrier)
+{
+    if (carrier == Carrier::electrons) return t.loss_n * fermi_slope(t.level - cv.Fn[at(t.from)], cv.Fn[at(t.from)]);
+    return t.loss_p * fermi_slope(t.level - cv.Fp[at(t.to)], -cv.Fp[at(t.to)]);
+}
+
 /// What drives a path: X of its source less X where it arrives.
 struct Drive {
     const std::vector<double>& X;
@@ -318,12 +330,26 @@ void add_tunnel_jacobian(TunnelWork& work, const CalculationVariables& cv, Carri
     for (const TunnelStates::Group& group : (electrons ? cv.tunnel_states.n : cv.tunnel_states.p).groups)
         work.sizes.push_back(work.sizes[group.b] *
                              (group.mean.is_low() ? group.mean.ratio : 1.0 + std::fabs(group.mean.excess)));
-    for (const BandToBandPath& t : work.band_to_band) {
-        if (electrons)
-            jac.main[at(t.from)] += t.loss_n * fermi_slope(t.level - cv.Fn[at(t.from)], cv.Fn[at(t.from)]);
-        else
-            jac.main[at(t.to)] += t.loss_p * fermi_slope(t.level - cv.Fp[at(t.to)], -cv.Fp[at(t.to)]);
-    }
+    for (const BandToBandPath& t : work.band_to_band) jac.main[row_of(t, carrier)] += own_slope(t, cv, carrier);
+}
+
+void find_row_sums(const Problem& problem, const CalculationVariables& cv, Carrier carrier, TunnelWork& work)
+{
+    const TunnelPaths& found = carrier == Carrier::electrons ? work.n : work.p;
+    work.row_sums.clear();
+    if (found.means > 0) return;
+    work.row_sums.resize(cv.psi.size());
+    dc_jacobian_row_sums(problem, cv, carrier, work.row_sums);
+    for (const TunnelPath& t : found.paths)
+        if (t.source < 0) work.row_sums[at(t.target)] += t.gain;
+    for (const BandToBandPath& t : work.band_to_band) work.row_sums[row_of(t, carrier)] += own_slope(t, cv, carrier);
+}
+
+void drop_elements_outside(TunnelWork& work)
+{
+    if (!work.row_sums.empty())
+        for (const TunnelElement& e : work.outside) work.row_sums[e.row] -= e.value;
+    work.outside.clear();
 }
 
 namespace {

@@ -44,6 +44,12 @@ void add_tunnel_residue(const TunnelWork& work, const CalculationVariables& cv, 
 /// Adds their derivatives: to the band, and into work.outside what does not lie in it.
 void add_tunnel_jacobian(TunnelWork& work, const CalculationVariables& cv, Carrier carrier, const Tridiagonal& jac);
 
+/// Sums of the rows of the Jacobian with these into work.row_sums, elements outside the band included; formed from the
+/// elements they would drown in rounding. Empty where there are paths into states, which hang on means.
+void find_row_sums(const Problem& problem, const CalculationVariables& cv, Carrier carrier, TunnelWork& work);
+/// Leaves the band alone of that Jacobian.
+void drop_elements_outside(TunnelWork& work);
+
 /// Tunnel currents of the intervals into cv.jn_tunnel and cv.jp_tunnel.
 /// @pre the paths of both carriers are those of the present potential
 void store_tunnel_currents(const Problem& problem, TunnelWork& work, CalculationVariables& cv);

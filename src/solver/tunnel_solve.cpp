@@ -1,6 +1,7 @@
 #include "solver/tunnel_solve.h"
 
 #include "solver/band_solve.h"
+#include "solver/row_sum_solve.h"
 
 #include <algorithm>
 #include <cmath>
@@ -52,6 +53,28 @@ bool solve_small(std::span<double> A, std::span<double> b)
     return true;
 }
 
+/// The small system of the border with unknowns relative to their present values and rows to their largest element: u
+/// and v of the interfaces may lie 1e50 apart.
+bool solve_relative(const TunnelWork& t, std::span<double> A, std::span<double> b)
+{
+    const std::size_t n = b.size();
+    const auto size = [&](std::size_t c) { return t.sizes.empty() ? 1.0 : t.sizes[t.border[c]]; };
+    for (std::size_t r = 0; r < n; ++r) {
+        double largest = 0.0;
+        for (std::size_t c = 0; c < n; ++c) {
+            double& e = A[r * n + c];
+            e *= size(c);
+            largest = std::max(largest, std::fabs(e));
+        }
+        if (!(largest > 0.0)) return false;
+        for (std::size_t c = 0; c < n; ++c) A[r * n + c] /= largest;
+        b[r] /= largest;
+    }
+    if (!solve_small(A, b)) return false;
+    for (std::size_t k = 0; k < n; ++k) b[k] *= size(k);
+    return true;
+}
+
 double dot(const double* a, const double* b, std::size_t n)
 {
     double sum = 0.0;
@@ -59,26 +82,40 @@ double dot(const double* a, const double* b, std::size_t n)
     return sum;
 }
 
-/// The band with work.res and one right-hand side more for each border column, by Thomas.
+/// The band with work.res and one right-hand side more for each border column, by Thomas. Where the row sums are known
+/// the pivots come from them, and they are replaced by their solution.
 bool solve_band(Workspace& w, std::size_t columns)
 {
     TunnelWork& t = w.tunnel;
     const std::size_t N = w.res.size();
+    const bool by_sums = !t.row_sums.empty();
+    const auto pass_on = [](double* x, std::size_t i, double sub) {
+        if (i > 0) x[i] -= x[i - 1] * sub;
+    };
+    w.delta = w.res;
     for (std::size_t i = 0; i < N; ++i) {
-        const double sub = i > 0 ? w.sub[i] : 0.0;
-        const double pivot = w.main[i] - (i > 0 ? w.t[i - 1] * sub : 0.0);
+        const double sub = i > 0 ? w.sub[i] : 0.0, super = i + 1 < N ? w.super[i] : 0.0;
+        pass_on(w.delta.data(), i, sub);
+        for (std::size_t k = 0; k < columns; ++k) pass_on(t.columns.data() + k * N, i, sub);
+        double pivot;
+        if (by_sums) {
+            pass_on(t.row_sums.data(), i, sub);
+            pivot = t.row_sums[i] - super;
+            for (std::size_t k = 0; k < columns; ++k) pivot -= t.columns[k * N + i];
+        } else {
+            pivot = w.main[i] - (i > 0 ? w.t[i - 1] * sub : 0.0);
+        }
         if (pivot == 0.0) return false;
         const double r = 1.0 / pivot;
-        w.t[i] = w.super[i] * r;
-        w.delta[i] = (w.res[i] - (i > 0 ? w.delta[i - 1] * sub : 0.0)) * r;
-        for (std::size_t k = 0; k < columns; ++k) {
-            double* column = t.columns.data() + k * N;
-            column[i] = (column[i] - (i > 0 ? column[i - 1] * sub : 0.0)) * r;
-        }
+        w.t[i] = super * r;
+        w.delta[i] *= r;
+        for (std::size_t k = 0; k < columns; ++k) t.columns[k * N + i] *= r;
+        if (by_sums) t.row_sums[i] *= r;
     }
     for (std::size_t i = N - 1; i-- > 0;) {
         w.delta[i] -= w.t[i] * w.delta[i + 1];
         for (std::size_t k = 0; k < columns; ++k) t.columns[k * N + i] -= w.t[i] * t.columns[k * N + i + 1];
+        if (by_sums) t.row_sums[i] -= w.t[i] * t.row_sums[i + 1];
     }
     return true;
 }
@@ -143,6 +180,8 @@ void solve_envelope(const TunnelWork& t, double* x)
     }
 }
 
+bool is_finite(const std::vector<double>& x) { return std::isfinite(x.front()) && std::isfinite(x.back()); }
+
 }  // namespace
 
 bool solve_bordered(Workspace& w, const TunnelPaths& found)
@@ -153,7 +192,7 @@ bool solve_bordered(Workspace& w, const TunnelPaths& found)
     const std::size_t n = t.border.size();
     t.columns.assign(N * n, 0.0);
     t.rows.clear();
-    t.small.assign(n * n + n, 0.0);
+    t.small.assign(n * n + 2 * n, 0.0);
     const auto place = [&](std::size_t i) {
         return static_cast<std::size_t>(std::lower_bound(t.border.begin(), t.border.end(), i) - t.border.begin());
     };
@@ -184,6 +223,10 @@ bool solve_bordered(Workspace& w, const TunnelPaths& found)
         move(s, s, std::exchange(w.main[s], 1.0));
         t.small[n * n + place(s)] = std::exchange(w.res[s], 0.0);
     }
+    const bool by_sums = t.inside.empty() && !t.row_sums.empty();
+    // Behind the right-hand sides of the small system the sums of its rows; in the band a border row is x = 0.
+    if (by_sums)
+        for (std::size_t k = 0; k < n; ++k) t.small[n * n + n + k] = std::exchange(t.row_sums[t.border[k]], 1.0);
     if (t.inside.empty()) {
         if (!solve_band(w, n)) return false;
     } else {
@@ -193,32 +236,24 @@ bool solve_bordered(Workspace& w, const TunnelPaths& found)
         for (std::size_t k = 0; k < n; ++k) solve_envelope(t, t.columns.data() + k * N);
     }
     const std::span<double> small(t.small.data(), n * n), x(t.small.data() + n * n, n);
-    // Unknowns relative to their present values, rows to their largest element: u and v of the interfaces may lie 1e50
-    // apart.
-    const auto size = [&](std::size_t c) { return t.sizes.empty() ? 1.0 : t.sizes[t.border[c]]; };
     for (const TunnelElement& e : t.rows) {
         x[e.row] -= e.value * w.delta[e.column];
         for (std::size_t c = 0; c < n; ++c) small[e.row * n + c] -= e.value * t.columns[c * N + e.column];
     }
-    for (std::size_t r = 0; r < n; ++r) {
-        double largest = 0.0;
-        for (std::size_t c = 0; c < n; ++c) {
-            double& e = small[r * n + c];
-            e *= size(c);
-            largest = std::max(largest, std::fabs(e));
-        }
-        if (!(largest > 0.0)) return false;
-        for (std::size_t c = 0; c < n; ++c) small[r * n + c] /= largest;
-        x[r] /= largest;
+    if (by_sums) {
+        double* sums = t.small.data() + n * n + n;
+        for (const TunnelElement& e : t.rows) sums[e.row] -= e.value * t.row_sums[e.column];
+        for (double& e : small) e = -e;  // elements beside the diagonal into couplings
+        solve_by_row_sums({n, n - 1, small.data(), n, sums, x.data()});
+    } else if (!solve_relative(t, small, x)) {
+        return false;
     }
-    if (!solve_small(small, x)) return false;
-    for (std::size_t k = 0; k < n; ++k) x[k] *= size(k);
     for (std::size_t k = 0; k < n; ++k) {
         const double* column = t.columns.data() + k * N;
         for (std::size_t i = 0; i < N; ++i) w.delta[i] -= x[k] * column[i];
     }
     for (std::size_t k = 0; k < n && t.border[k] < N; ++k) w.delta[t.border[k]] = x[k];
-    return std::isfinite(w.delta.front()) && std::isfinite(w.delta.back());
+    return is_finite(w.delta);
 }
 
 bool calculate_dc_delta_u_or_v_sparse(Workspace& w)
@@ -226,12 +261,14 @@ bool calculate_dc_delta_u_or_v_sparse(Workspace& w)
     if (!decompose_envelope(w, w.tunnel.outside)) return false;
     w.delta = w.res;
     solve_envelope(w.tunnel, w.delta.data());
-    return std::isfinite(w.delta.front()) && std::isfinite(w.delta.back());
+    return is_finite(w.delta);
 }
 
 bool solve_with_tunnel_paths(Carrier carrier, Workspace& work)
 {
-    if (work.tunnel.outside.empty()) return calculate_dc_delta_u_or_v(work);
+    if (work.tunnel.outside.empty())
+        return work.tunnel.row_sums.empty() ? calculate_dc_delta_u_or_v(work)
+                                            : solve_band(work, 0) && is_finite(work.delta);
     return solve_bordered(work, carrier == Carrier::electrons ? work.tunnel.n : work.tunnel.p);
 }
 

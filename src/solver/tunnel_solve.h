@@ -3,7 +3,8 @@
 // Paths of contacts stay in the band. Those of interfaces begin at two points an interface at most: these are taken
 // out as border columns and rows, and what is left is tridiagonal, so that the cost is linear in the mesh. Paths from
 // point to point through the bulk form nested pairs; with them what is left is decomposed within its envelope.
-// Source: Duff, Erisman, Reid, Direct Methods for Sparse Matrices (1986), chapters 8 and 11.
+// Without pairs the pivots come from the row sums (row_sum_solve): a junction from band to band leaves a stack to
+// leaks. Source: Duff, Erisman, Reid, Direct Methods for Sparse Matrices (1986), chapters 8 and 11.
 #pragma once
 
 #include "solver/problem.h"
@@ -11,7 +12,8 @@
 
 namespace kovin {
 
-/// Solves work.sub, main, super and work.tunnel.outside with right-hand side work.res into work.delta.
+/// Solves work.sub, main, super and work.tunnel.outside with right-hand side work.res into work.delta. Where
+/// work.tunnel.row_sums are known these take the place of work.main.
 /// @return false if singular or not finite
 [[nodiscard]] bool solve_with_tunnel_paths(Carrier carrier, Workspace& work);
 

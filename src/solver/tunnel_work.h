@@ -66,8 +66,21 @@ struct JunctionWork {
         std::vector<std::size_t> ends;  ///< points that paths begin or end at, in order
     };
     Chain n, p;
-    std::vector<double> couplings, sums, steps;  ///< between the ends of both carriers, electrons first
-    std::vector<double> both;                    ///< steps of both carriers, one after the other
+    std::vector<TunnelElement> couplings;  ///< between the ends of both carriers, electrons first, all positive
+    std::vector<double> sums, steps;       ///< of their rows
+    std::vector<double> both;              ///< steps of all points of both carriers, one after the other
+    // numbering of the ends, and their rows in it
+    std::vector<std::size_t> begin, coupled, queue, order;
+    std::vector<double> band, ordered;
+
+    static constexpr double largest_limit = 2.0, smallest_limit = 1e-6;  ///< [kT]
+    double limit = largest_limit;                                        ///< of the next step of a solve
+    double largest_before = 0.0;                                         ///< step at the point that moved most
+    void start_solve()
+    {
+        limit = largest_limit;
+        largest_before = 0.0;
+    }
 };
 
 /// Everything of tunnelling that a calculation keeps; without tunnel paths in the cell it stays empty.
@@ -79,6 +92,8 @@ struct TunnelWork {
     std::vector<BandToBandPath> band_to_band;
     std::vector<FlankSlice> slices;
     std::vector<TunnelElement> outside;
+    /// Sums of the rows of the equation at hand, elements outside the band included; empty with paths into states.
+    std::vector<double> row_sums;
     std::vector<double> change;  ///< of the tunnel current from the interval before
     std::vector<int> paths;      ///< that begin in an interval less those that have ended
     std::vector<double> sizes;   ///< of the unknowns: u or v at the points, behind them the means
