@@ -108,6 +108,7 @@ constexpr double largest_exponent = 690.0;
 bool classic_failed(Workspace& work, CalculationVariables& cv)
 {
     const auto beyond = [](double factor) { return std::fabs(std::log(factor)) >= largest_exponent; };
+    work.failed_at = cv.V;
     work.beyond_exponentials = false;
     for (const auto* factor : {&cv.bn, &cv.bp, &cv.expFn, &cv.expmFp})
         work.beyond_exponentials |= std::any_of(factor->begin(), factor->end(), beyond);
@@ -324,9 +325,15 @@ std::string failure_advice(const Problem& problem, const Workspace& work)
                std::string(work.tunnel.active ? ", which open tunnel paths need," : "") +
                " out of the range of numbers. " +
                (work.tunnel.active ? "With all tunnel paths closed the fast route goes on." : "--route fast goes on.");
+    // At 0 V there was no step of the voltage.
+    const bool stepped = work.failed_at != 0.0;
     if (work.tunnel.active)
-        return "Smaller steps of the voltage may help, or all tunnel paths closed: the fast route takes over then.";
-    if (!on_fast_route(problem)) return "Smaller steps of the voltage or --route fast may help.";
+        return std::string(stepped ? "Smaller steps of the voltage may help"
+                                   : "Less light or less extreme values may help") +
+               ", or all tunnel paths closed: the fast route takes over then.";
+    if (!on_fast_route(problem))
+        return stepped ? "Smaller steps of the voltage or --route fast may help."
+                       : "Less extreme values or --route fast may help.";
     const FastFailure& failure = work.fast.failure;
     if (!failure.known) return "Look at the units of the cell; less extreme values may help.";
     constexpr const char* names[] = {"The potential", "The electron density", "The hole density"};
@@ -341,6 +348,12 @@ bool volgende_iv_punt(const Problem& problem, Workspace& work, CalculationVariab
 {
     if (cv.failed()) return false;
     if (std::fabs(Vto - Vfrom) < 1e-9) return true;
+    // With paths the fast route does not take over: passes until maxiter lead nowhere.
+    if (work.tunnel.active && std::fabs(Vto) >= largest_exponent * problem.set3.kT) {
+        cv.V = work.failed_at = Vto;
+        work.beyond_exponentials = true;
+        return failed(cv);
+    }
     const int steps = std::max(npoints, 2) - 1;  // a count below two acts as one step
     const double dV = (Vto - Vfrom) / steps;
     for (int k = 1; k <= steps; ++k) {

@@ -109,6 +109,7 @@ struct Workspace {
     FastWork fast;
     TunnelWork tunnel;
     bool beyond_exponentials = false;  ///< the classic route has failed where exp(psi) leaves the range of numbers
+    double failed_at = 0.0;            ///< voltage of its last failure, internal sign [V]
     /// @param coupled  what the coupled schemes need as well; it stays empty without
     void resize(std::size_t points, std::size_t layers, bool coupled);
 };

@@ -1,6 +1,7 @@
 #include "solver/tunnel_junctions.h"
 
 #include "solver/bulk_terms.h"
+#include "solver/currents.h"
 #include "solver/estimates.h"
 #include "solver/newton_steps.h"
 #include "solver/residuals.h"
@@ -43,6 +44,15 @@ double rounding_of_interval(const Problem& problem, const CalculationVariables& 
     const double n = g.n_current[k] / on.Wn[k] * cv.n[k] * cv.Bn_plus[k] * std::max(std::fabs(cv.Fn[k]), 1.0);
     const double p = g.p_current[k] / on.Wp[k] * cv.p[k] * cv.Bp_min[k] * std::max(std::fabs(cv.Fp[k]), 1.0);
     return std::numeric_limits<double>::epsilon() * (std::fabs(n) + std::fabs(p));
+}
+
+/// The same in the current of a contact, at point i.
+double rounding_at_contact(const CalculationParameters& set3, const CalculationVariables& cv, std::size_t i, double Sn,
+                           double Sp)
+{
+    const double size = std::max({std::fabs(cv.Fn[i]), std::fabs(cv.Fp[i]), 1.0});
+    const double unit = 0.1 * set3.scale.current(i == 0 ? 0 : set3.layers - 1);
+    return std::numeric_limits<double>::epsilon() * size * unit * (Sn * cv.n[i] + Sp * cv.p[i]);
 }
 
 /// More steps than these in one pass lead too far from the potential.
@@ -163,9 +173,14 @@ bool current_passes_junctions(const Problem& problem, Workspace& work, const Cal
     values.clear();
     for (std::size_t i = 0; i < J.size(); ++i) values.push_back(std::fabs(jn[i]) + std::fabs(jp[i]));
     const double size = median_of(values);
-    // The median of a stretch lies between the smallest of the upper ends and the largest of the lower ends of all.
-    double lowest_upper = 0.0, highest_lower = 0.0;
-    bool first_stretch = true;
+    // The current of a stretch lies between the smallest of the upper ends and the largest of the lower ends of all.
+    constexpr double infinite = std::numeric_limits<double>::infinity();
+    double lowest_upper = infinite, highest_lower = -infinite;
+    const auto take = [&](double current, double rounding) {
+        lowest_upper = std::min(lowest_upper, current + rounding_margin * rounding);
+        highest_lower = std::max(highest_lower, current - rounding_margin * rounding);
+    };
+    std::size_t first_free = J.size(), last_free = 0;  // of the points in stretches
     for (std::size_t j = 0; j < at(cv.mesh.nlayers); ++j) {
         const std::size_t first = at(cv.mesh.first[j]), last = at(cv.mesh.last[j]);
         const auto is_free = [&](std::size_t i) {
@@ -176,17 +191,26 @@ bool current_passes_junctions(const Problem& problem, Workspace& work, const Cal
             const std::size_t begin = i;
             while (is_free(i)) ++i;
             if (i - begin < least_points) continue;
+            first_free = std::min(first_free, begin);
+            last_free = i - 1;
             values.clear();
             for (std::size_t k = begin + 1; k < i; ++k)
                 values.push_back(std::max(std::fabs(J[k] - J[k - 1]), rounding_of_interval(problem, cv, k)));
-            const double rounding = rounding_margin * median_of(values);
+            const double rounding = median_of(values);
             values.assign(J.begin() + static_cast<std::ptrdiff_t>(begin), J.begin() + static_cast<std::ptrdiff_t>(i));
-            const double median = median_of(values);
-            lowest_upper = first_stretch ? median + rounding : std::min(lowest_upper, median + rounding);
-            highest_lower = first_stretch ? median - rounding : std::max(highest_lower, median - rounding);
-            first_stretch = false;
+            take(median_of(values), rounding);
         }
     }
+    // Paths that leave no stretch between them and a contact: its own current stands for one.
+    const auto passed = [](int paths) { return paths > 0; };
+    const auto first_passed = std::find_if(passing.begin(), passing.end(), passed) - passing.begin();
+    const auto last_passed = passing.rend() - std::find_if(passing.rbegin(), passing.rend(), passed);
+    const ContactCurrents c = contact_currents(problem, cv);
+    const CalculationParameters& set3 = problem.set3;
+    if (first_free >= at(static_cast<int>(first_passed)))
+        take(c.j_n_left + c.j_p_left, rounding_at_contact(set3, cv, 0, set3.Sn_left, set3.Sp_left));
+    if (last_free < at(static_cast<int>(last_passed)))
+        take(c.j_n_right + c.j_p_right, rounding_at_contact(set3, cv, J.size() - 1, set3.Sn_right, set3.Sp_right));
     const double tolerance =
         std::max(smallest_difference, tolerated_difference * std::max(size, std::fabs(cv.J_median)));
     return highest_lower - lowest_upper <= tolerance;

@@ -157,29 +157,73 @@ inline CellParameters tunnel_diode(double N = 3e25)
     return cell;
 }
 
-/// The left and the right subcell of silicon, p on n each, with the half of a tunnel junction that belongs to it.
-inline void add_subcell(CellParameters& cell, bool left)
+/// The left (0) and the right (1) subcell of silicon, p on n each, with the half of a tunnel junction of doping N that
+/// belongs to it.
+inline void add_subcell(CellParameters& cell, int k, double N)
 {
-    const auto part = [&](double d, double Nd, double Na) {
+    const auto part = [&](double d, double Nd, double Na, bool heavy) {
         LayerParameters& layer = add(cell, silicon, d, Nd, Na, 0.1);
-        layer.material.tunneling = std::max(Nd, Na) > 1e25;
+        layer.material.tunneling = heavy;
         add_defect(layer, DefectType::neutral, 1e22, 0.56, 1e-19, 1e-19);
     };
-    if (!left) part(2e-8, 0.0, 1e26);
-    part(left ? 1e-6 : 5e-7, 0.0, 1e22);
-    part(1e-7, 1e24, 0.0);
-    if (left) part(2e-8, 1e26, 0.0);
+    if (k > 0) part(2e-8, 0.0, N, true);
+    part(std::ldexp(1e-6, -k), 0.0, 1e22, false);
+    part(1e-7, 1e24, 0.0, false);
+    if (k == 0) part(2e-8, N, 0.0, true);
 }
-inline CellParameters subcell(bool left)
+inline CellParameters subcell(int k)
 {
     CellParameters cell = empty_cell();
-    add_subcell(cell, left);
+    add_subcell(cell, k, 1e26);
     return cell;
 }
-inline CellParameters tandem()
+inline CellParameters tandem(double N = 1e26)
 {
     CellParameters cell = empty_cell();
-    for (const bool left : {true, false}) add_subcell(cell, left);
+    for (const int k : {0, 1}) add_subcell(cell, k, N);
+    return cell;
+}
+
+/// Subcells whose doping rises towards the junctions between them.
+inline void add_graded_subcell(CellParameters& cell, int k)
+{
+    const auto part = [&](double d, Profile MaterialParameters::*doping, double left, double right) {
+        LayerParameters& layer = add(cell, silicon, d, 0.0, 0.0, 0.1);
+        layer.material.tunneling = true;
+        Profile& p = layer.material.*doping;
+        p.law = Law::exponential;
+        p.dependence = Dependence::on_x;
+        p.pure_A = p.left = left;
+        p.pure_B = p.right = right;
+        add_defect(layer, DefectType::neutral, 1e22, 0.56, 1e-19, 1e-19);
+    };
+    part(std::ldexp(1e-6, -k), &MaterialParameters::Na, k > 0 ? 1e26 : 1e22, 1e22);
+    part(1e-7, &MaterialParameters::Nd, 1e23, 1e26);
+}
+inline CellParameters graded_subcell(int k)
+{
+    CellParameters cell = empty_cell();
+    add_graded_subcell(cell, k);
+    cell.left.Sn = cell.right.Sp = 1e8;  // the other half of a junction takes all minority carriers that reach it
+    return cell;
+}
+/// Three of them, and a third junction at the right contact.
+inline CellParameters three_junctions()
+{
+    CellParameters cell = empty_cell();
+    for (const int k : {0, 1, 2}) add_graded_subcell(cell, k);
+    add(cell, silicon, 2e-8, 0.0, 1e26, 0.1).material.tunneling = true;
+    return cell;
+}
+
+/// A stack whose electrons leave through a spike of 0.3 eV, open or shut.
+inline CellParameters stack_with_spike(double N, bool open_spike)
+{
+    CellParameters cell = tandem(N);
+    LayerSketch window = silicon;
+    window.chi -= 0.3, window.Eg += 0.3;
+    add(cell, window, 5e-8, 3e24, 0.0, 0.1);
+    if (open_spike) open(cell.interfaces[static_cast<std::size_t>(cell.layers) - 2], 0.1);
     return cell;
 }
 

@@ -5,6 +5,8 @@
 #include "solver/interface_terms.h"
 #include "solver/newton_steps.h"
 #include "solver/small_signal.h"
+#include "solver/tunnel_ends.h"
+#include "solver/tunnel_junctions.h"
 #include "solver/tunnel_paths.h"
 #include "solver/tunnel_solve.h"
 #include "solver/tunnel_states.h"
@@ -446,10 +448,22 @@ TEST(Tunnelling, BeyondTheRangeOfExponentialsTheAdviceIsToCloseThePaths)
         cell.right.tunneling = open;
         Device device(cell, 300.0, fixed_mesh);
         ASSERT_TRUE(device.solve_equilibrium() && device.go_to(-16.0, 32));
+        const double Fn = device.cv.Fn.back();
         EXPECT_FALSE(device.go_to(-20.0, 8));
+        EXPECT_EQ(device.cv.Fn.back() == Fn, open) << "with paths it is told at once";
+        EXPECT_EQ(device.cv.V == -20.0, open);
         const std::string advice = failure_advice(device.problem(), device.memory.work);
         EXPECT_NE(advice.find("out of the range of numbers"), std::string::npos) << advice;
         EXPECT_EQ(advice.find("all tunnel paths closed") != std::string::npos, open) << advice;
+        // In light at 0 V there was no step of the voltage.
+        Device lit(cell, 300.0, [](ConvergenceParameters& c) {
+            fixed_mesh(c);
+            c.maxiter = 1;
+        });
+        lit.illuminate_exponentially(30.0, 2e-7);
+        ASSERT_TRUE(lit.solve_equilibrium());
+        EXPECT_FALSE(lit.solve());
+        EXPECT_EQ(failure_advice(lit.problem(), lit.memory.work).find("Smaller steps"), std::string::npos);
     }
 }
 
@@ -546,12 +560,19 @@ TEST(Tunnelling, FromBandToBandGrowsWithTheFieldAndNeedsCrossedBands)
     EXPECT_NEAR(slope(1, 2) / slope(0, 1), 1.0, 0.15);
 }
 
-// One current along a stack: two subcells in series share its voltage, and the one with less light sets the current.
+void allow_band_to_band(ConvergenceParameters& c) { c.TunnelBtoB_allowed = c.Tunnelintraband_allowed = 1; }
+
+void expect_one_current(const Device& device, double tolerance)
+{
+    EXPECT_NEAR(device.memory.work.currents.j_tot.front(), device.cv.J_median, tolerance);
+    EXPECT_NEAR(device.memory.work.currents.j_tot.back(), device.cv.J_median, tolerance);
+}
+
+// One current along a stack: subcells in series share its voltage, and the one with least light sets the current.
 TEST(Tunnelling, AJunctionInsideAStackPutsSubcellsInSeries)
 {
-    const auto allow = [](ConvergenceParameters& c) { c.TunnelBtoB_allowed = 1; };
-    const auto voltage = [&](bool left, double J) {  // of a subcell alone
-        Device device(subcell(left), 300.0, allow);
+    const auto voltage = [](const CellParameters& subcell, double J) {  // of a subcell alone
+        Device device(subcell, 300.0, allow_band_to_band);
         EXPECT_TRUE(device.solve_equilibrium());
         double before = 0.0;
         for (double V = 0.02; V < 0.9; V += 0.02) {
@@ -562,27 +583,142 @@ TEST(Tunnelling, AJunctionInsideAStackPutsSubcellsInSeries)
         }
         return 0.0;
     };
-    const auto expect_one_current = [](const Device& device, double tolerance) {
-        EXPECT_NEAR(device.memory.work.currents.j_tot.front(), device.cv.J_median, tolerance);
-        EXPECT_NEAR(device.memory.work.currents.j_tot.back(), device.cv.J_median, tolerance);
+    struct Stack {
+        CellParameters cell;
+        std::vector<CellParameters> subcells;
+        std::vector<double> voltages;
     };
-    Device dark(tandem(), 300.0, allow);
-    ASSERT_TRUE(dark.solve_equilibrium());
-    for (const double V : {0.4, 0.8, 1.1}) {
-        ASSERT_TRUE(dark.go_to(V, 2)) << V;
-        EXPECT_LT(dark.cv.iterations, 20) << V;
-        const double J = dark.cv.J_median;
-        expect_one_current(dark, 1e-3 * J + 5e-3);
-        EXPECT_NEAR(voltage(true, J) + voltage(false, J), V, 3e-3) << V;
+    const Stack stacks[] = {{tandem(), {subcell(0), subcell(1)}, {0.4, 0.8, 1.1}},
+                            {three_junctions(), {graded_subcell(0), graded_subcell(1), graded_subcell(2)}, {1.0, 1.6}}};
+    for (const Stack& stack : stacks) {
+        Device dark(stack.cell, 300.0, allow_band_to_band);
+        ASSERT_TRUE(dark.solve_equilibrium());
+        for (const double V : stack.voltages) {
+            ASSERT_TRUE(dark.go_to(V, 4)) << V;
+            EXPECT_LT(dark.cv.iterations, 20) << V;
+            const double J = dark.cv.J_median;
+            // In a heavily doped layer at a contact single currents drown in rounding.
+            if (stack.subcells.size() == 2) expect_one_current(dark, 1e-3 * J + 5e-3);
+            double sum = 0.0;
+            for (const CellParameters& subcell : stack.subcells) sum += voltage(subcell, J);
+            EXPECT_NEAR(sum, V, 3e-3) << stack.subcells.size();
+        }
     }
     // 30 mA/cm2 from the right, of which the left subcell absorbs those that pass 0.64 um.
-    Device lit(tandem(), 300.0, allow);
+    Device lit(tandem(), 300.0, allow_band_to_band);
     lit.illuminate_exponentially(30.0, 2e-7);
     ASSERT_TRUE(lit.solve_equilibrium() && lit.solve());
     expect_one_current(lit, 5e-3);
     const double left = 30.0 * std::exp(-0.62 / 0.2);
     EXPECT_LT(std::fabs(lit.cv.J_median), left + 0.02);
     EXPECT_GT(std::fabs(lit.cv.J_median), 0.5 * left);
+}
+
+// Through a spike behind a junction the current is that of the stack, point for point, however little the spike holds.
+TEST(Tunnelling, ASpikeBehindAJunctionLeavesTheCurveSmooth)
+{
+    std::vector<double> ln_J[2];
+    for (const bool open_spike : {false, true}) {
+        const CellParameters cell = stack_with_spike(1e26, open_spike);
+        Device dark(cell, 300.0, allow_band_to_band);
+        ASSERT_TRUE(dark.solve_equilibrium() && dark.go_to(0.9, 3));
+        for (double V = 0.9; V < 1.0; V += 0.01) {
+            ASSERT_TRUE(dark.go_to(V)) << V;
+            EXPECT_LT(dark.cv.iterations, 20) << V;
+            ln_J[open_spike].push_back(std::log(dark.cv.J_median));
+        }
+        Device lit(cell, 300.0, allow_band_to_band);
+        lit.illuminate_exponentially(30.0, 2e-7);
+        ASSERT_TRUE(lit.solve_equilibrium() && lit.solve()) << open_spike;
+        EXPECT_LT(lit.cv.iterations, 60);
+    }
+    for (std::size_t k = 0; k < ln_J[0].size(); ++k) EXPECT_NEAR(ln_J[0][k], ln_J[1][k], 1e-4) << k;
+}
+
+// A junction whose bands do not cross in light passes nothing: the stack is what it is without paths.
+TEST(Tunnelling, AJunctionThatDoesNotConductConvergesInLight)
+{
+    for (const double N : {1e25, 2e25}) {
+        double J[2];
+        for (const int paths : {1, 2}) {
+            Device lit(stack_with_spike(N, true), 300.0, [=](ConvergenceParameters& c) {
+                allow_band_to_band(c);
+                c.tunnel_paths = paths;
+                c.route = Route::fast;  // not with paths
+            });
+            lit.illuminate_exponentially(30.0, 3e-7);
+            ASSERT_TRUE(lit.solve_equilibrium() && lit.solve()) << N << ' ' << paths;
+            J[paths - 1] = lit.cv.J_median;
+        }
+        EXPECT_NEAR(J[1] / J[0], 1.0, 1e-3) << N;
+    }
+}
+
+// Rows that nothing but a leak of 1e-22 at one point holds: the sum of all rows tells what stands there.
+TEST(Tunnelling, LeaksAreNotLostInTheCouplings)
+{
+    constexpr std::size_t N = 40;
+    constexpr double leak = 1e-22;
+    const auto coupling = [](std::size_t i) { return std::pow(10.0, 4.0 * std::sin(static_cast<double>(i))); };
+    for (const std::size_t paths : {0U, 8U}) {
+        Workspace w;
+        w.resize(N, 1, false);
+        for (std::size_t i = 0; i < N; ++i) {
+            w.sub[i] = i > 0 ? -coupling(i) : 0.0;
+            w.super[i] = i + 1 < N ? -coupling(i + 1) : 0.0;
+            w.main[i] = -w.sub[i] - w.super[i] + (i == 0 ? leak : 0.0);
+            w.res[i] = i == N - 1 ? 1.0 : 0.0;
+        }
+        for (const std::size_t source : {N / 3, N / 2})
+            for (std::size_t target = source + 2; target < source + 2 + paths; ++target) {
+                const double c = coupling(3 * target);
+                w.main[source] += c;
+                w.main[target] += c;
+                w.tunnel.n.paths.push_back({static_cast<int>(source), static_cast<int>(target), 0.0, 0.0, 0.0});
+                w.tunnel.outside.push_back({source, target, -c});
+                w.tunnel.outside.push_back({target, source, -c});
+            }
+        w.tunnel.row_sums.assign(N, 0.0);
+        w.tunnel.row_sums[0] = leak;
+        ASSERT_TRUE(solve_with_tunnel_paths(Carrier::electrons, w));
+        for (const double x : w.delta) EXPECT_NEAR(x * leak, 1.0, 1e-12) << paths;
+    }
+    // Two chains that paths link in the middle; one within the first chain passes a point by.
+    JunctionWork j;
+    for (JunctionWork::Chain* c : {&j.n, &j.p}) {
+        for (auto* v : {&c->left, &c->right, &c->sum, &c->res, &c->pivot, &c->step}) v->assign(N, 0.0);
+        for (std::size_t i = 1; i < N; ++i) c->left[i] = c->right[i - 1] = coupling(i);
+        for (std::size_t k = 0; k < 9; ++k) c->ends.push_back(N / 3 + k + (c == &j.p ? 2 * k : 0));
+    }
+    const auto link = [&](std::size_t a, std::size_t b) {
+        j.couplings.push_back({a, b, coupling(a + b)});
+        j.couplings.push_back({b, a, coupling(a + b)});
+    };
+    for (std::size_t k = 0; k < 9; ++k) link(k, 17 - k);
+    link(2, 4);
+    j.n.sum[0] = leak;
+    j.p.res[N - 1] = 1.0;
+    j.sums.assign(18, 0.0);
+    eliminate_between_ends(j.n);
+    eliminate_between_ends(j.p);
+    solve_ends(j);
+    steps_between_ends(j.n, j.steps.data());
+    steps_between_ends(j.p, j.steps.data() + 9);
+    for (const auto* c : {&j.n, &j.p})
+        for (const double x : c->step) EXPECT_NEAR(x * leak, 1.0, 1e-12);
+}
+
+// Where paths leave no stretch between them and a contact, the current of the contact counts.
+TEST(Tunnelling, AJunctionAtAContactIsComparedWithIt)
+{
+    CellParameters cell = subcell(0);
+    add(cell, silicon, 2e-9, 0.0, 1e26, 0.1).material.tunneling = true;
+    Device device(cell, 300.0, allow_band_to_band);
+    ASSERT_TRUE(device.solve_equilibrium() && device.go_to(0.6, 3));
+    EXPECT_TRUE(current_passes_junctions(device.problem(), device.memory.work, device.cv));
+    for (std::size_t i = device.last(2) + 1; i < device.cv.Fp.size(); ++i) device.cv.Fp[i] -= 1e-3;
+    update_Fp(device.cv);
+    EXPECT_FALSE(current_passes_junctions(device.problem(), device.memory.work, device.cv));
 }
 
 }  // namespace
