@@ -3,6 +3,7 @@
 #include "device/charge_states.h"
 #include "device/defect_levels.h"
 #include "device/on_mesh.h"
+#include "solver/emission.h"
 
 #include <cmath>
 #include <utility>
@@ -33,8 +34,8 @@ void set_rates(const CalculationParameters& set3, const Mesh& mesh, const BulkRe
             level_above_EV(level.reference, level.Et, on.Eg[i], set3.kT, on.Nv[i] / on.Nc[i]) + offset;
         to.cn[k] = on.vth_n[i] * level.sigma_n;
         to.cp[k] = on.vth_p[i] * level.sigma_p;
-        to.en[k] = on.Nc[i] * (to.cn[k] / g) * std::exp(-(on.Eg[i] - above_EV) / set3.kT);
-        to.ep[k] = on.Nv[i] * (g * to.cp[k]) * std::exp(-above_EV / set3.kT);
+        to.en[k] = on.Nc[i] * (to.cn[k] / g) * emission_factor((on.Eg[i] - above_EV) / set3.kT);
+        to.ep[k] = on.Nv[i] * (g * to.cp[k]) * emission_factor(above_EV / set3.kT);
     }
 }
 

@@ -1,6 +1,7 @@
 #include "solver/interface_states.h"
 
 #include "device/defect_levels.h"
+#include "solver/emission.h"
 
 #include <cmath>
 
@@ -50,10 +51,10 @@ void ifr_input_energie(const CalculationParameters& set3, const Sides& at, const
     r.cnR = on.vth_n[at.f] * defect.sigma_nright;
     r.cpL = on.vth_p[at.l] * defect.sigma_pleft;
     r.cpR = on.vth_p[at.f] * defect.sigma_pright;
-    r.enL = on.Nc[at.l] * std::exp(-(bands.Eg_left - above) / kT);
-    r.enR = on.Nc[at.f] * std::exp(-(bands.Eg_left - bands.dEc - above) / kT);
-    r.epL = on.Nv[at.l] * std::exp(-above / kT);
-    r.epR = on.Nv[at.f] * std::exp(-(above - bands.dEv) / kT);
+    r.enL = on.Nc[at.l] * emission_factor((bands.Eg_left - above) / kT);
+    r.enR = on.Nc[at.f] * emission_factor((bands.Eg_left - bands.dEc - above) / kT);
+    r.epL = on.Nv[at.l] * emission_factor(above / kT);
+    r.epR = on.Nv[at.f] * emission_factor((above - bands.dEv) / kT);
     r.charged = defect.defectType == DefectType::neutral ? 0.0 : 1.0;
     r.charge = defect.defectType == DefectType::donor ? 1.0 : 0.0;
 }

@@ -116,6 +116,14 @@ TEST(ShippedCells, StrangeConditionsGiveFiniteFigures)
              s.panel.workPoint.lambdaLong = 400.0;
          }},
         {"a single point", [](Simulation& s) { s.panel.actions.IV_points = 1; }},
+        {"levels in eV typed as meV, in the bulk and at an interface",
+         [](Simulation& s) {
+             s.zonnecel.cell.layer[0].srh[0][0].Et = 575.0;
+             InterfaceParameters& interface = s.zonnecel.cell.interfaces[0];
+             interface.defect_count = 1;
+             interface.defects[0].N = interface.defects[0].N_peak = 1e12;
+             interface.defects[0].Et = -600.0;
+         }},
     };
     for (const Row& row : rows) {
         AtHome surroundings;
