@@ -286,7 +286,12 @@ bool analyse(Session& session, const AnalysisChoices& choices)
 
     AnalysisSettings settings;
     settings.NW = settings_of_cell(s.problem.input.cell.cell, s.problem.NW, choices);
-    RecalculateNW(element.cv, settings.NW);
+    MottSchottkySettings of_cv = settings.NW;
+    if (element.cv.insulator) {  // its layer is that beside the insulator, wherever the cell has a junction
+        of_cv.layer = s.problem.NW.layer;
+        of_cv.side = s.problem.NW.side;
+    }
+    RecalculateNW(element.cv, of_cv);
     element.cv.layer_name = s.set3.layer[static_cast<std::size_t>(element.cv.NW.layer)].name;
     if (element.cf.points() == 0 || short_Cf) return !short_CV && !short_Cf;
     if (const std::string complaint = missing_level(s.zonnecel.cell, settings.NW, choices); !complaint.empty())

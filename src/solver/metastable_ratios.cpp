@@ -102,7 +102,8 @@ void find_balance(const CalculationParameters& set3, const std::vector<DefectTra
         pair.charge[i] = donor.charge[k] - acceptor.charge[k];
         // More electrons in a configuration: its share in a state of charge q grows by the mean charge less q.
         const double in_states = pair.charge[i] - (charge_of_type(donor_type) - charge_of_type(acceptor_type));
-        if (open) pair.dF_dpsi[i] = (balance(dpsi) - F) / dpsi + in_states;
+        const double slope = (balance(dpsi) - F) / dpsi + in_states;
+        if (std::isfinite(slope)) pair.dF_dpsi[i] = slope;  // not where a share is below the numbers
     }
     pair.F_new[first] = first + 1 < last ? pair.F_new[first + 1] : pair.F[first];
     pair.F_new[last] = first + 1 < last ? pair.F_new[last - 1] : pair.F[last];

@@ -251,6 +251,7 @@ bool with_light_of_levels(const Problem& problem, Workspace& work, CalculationVa
         passes += cv.iterations;
     }
     work.fast.failure = {.V = cv.V};
+    work.failed_at = cv.V;
     return failed(cv);
 }
 
@@ -277,6 +278,8 @@ bool equilibrium(const Problem& problem, Workspace& work, CalculationVariables& 
 {
     nothing_known_of_the_error(cv);
     work.fast.failure = {};
+    work.failed_at = 0.0;
+    work.beyond_exponentials = false;
     if (on_fast_route(problem) && fast_equilibrium_with_mesh(problem, work, cv)) return true;
     eerste_schatting(problem.set3, cv);
     const bool converged = dc_Gummel_iteration_psi(problem, work, cv, problem.set3.convergence.maxiter_psi_equilibrium);
@@ -320,7 +323,7 @@ double failed_voltage(const Problem& problem, const Workspace& work, const Calcu
 
 std::string failure_advice(const Problem& problem, const Workspace& work)
 {
-    if (work.beyond_exponentials)
+    if (work.beyond_exponentials && !on_fast_route(problem))
         return "Some 700 kT/q (15 V to 18 V at 300 K) take the exponentials of the classic route" +
                std::string(work.tunnel.active ? ", which open tunnel paths need," : "") +
                " out of the range of numbers. " +

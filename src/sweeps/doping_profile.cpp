@@ -65,7 +65,8 @@ void width_and_doping(CvCurve& curve)
         if (curve.insulator) C = 1.0 / (1.0 / C - insulator);
         const bool has_width = !curve.insulator || (C > 0.0 && std::isfinite(C));
         const DepletionWidth layer =
-            has_width ? SCL_WidthFrom1_C(C, curve.NW, table, x0) : DepletionWidth{0.0, 0.0, table.epsilon.front()};
+            has_width ? SCL_WidthFrom1_C(C, curve.NW, table, x0)
+                      : DepletionWidth{0.0, depletion_edge(curve.NW, 0.0, x0), table.epsilon.front()};
         curve.cvW[i] = layer.W;
         curve.cvx[i] = layer.edge;
         curve.cveps_eff_W[i] = layer.epsilon;

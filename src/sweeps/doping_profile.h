@@ -42,8 +42,9 @@ void KOVINSearchOfJunctionAndSCLSide(const CellParameters& cell, MottSchottkySet
                                                          double& epsilon_used);
 
 /// Fills all columns of the analysis from v_cell, cvcap and cell, and keeps the settings with them. With fewer points
-/// than the slope needs, W, x, N and the slope are 0; in an MIS structure W and x are where C is not below that of the
-/// insulator, and its layer is the semiconductor beside the insulator if the settings give none.
+/// than the slope needs, W, x, N and the slope are 0; in an MIS structure W is 0 and x that of
+/// the inner end of the insulator where C is not below the insulator's, and its layer is the semiconductor beside the
+/// insulator if the settings give none.
 void mott_schottky_columns(CvCurve& curve, const MottSchottkySettings& NW);
 
 /// The same for other settings of width and doping; a slope that was calculated stays. The line takes its doping with

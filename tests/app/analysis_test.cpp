@@ -152,6 +152,26 @@ struct DarkRun {
     std::unique_ptr<Session> session = std::make_unique<Session>();
 };
 
+// The C-V of an MIS structure is that of the semiconductor beside the insulator, also with a junction behind it.
+TEST(Analysis, InsulatorOutweighsTheJunctionOfTheCell)
+{
+    test::LayerFigures oxide, p, n;
+    oxide.d = 2e-8;
+    p.Na = 1e22, n.Nd = 1e22, n.d = 2e-6;
+    DarkRun run({oxide, p, n});
+    LayerParameters& layer = run.cell().layer[0];
+    layer.srhteller = 0;
+    layer.functional_type = electrical_interlayer;
+    test::set_uniform(layer.material.chi, 0.9);
+    test::set_uniform(layer.material.Eg, 9.0);
+    run.measure_CV(1.0);
+    run.actions().CV_calculate = false;
+    run.actions().MIS_CV_calculate = true;
+    const CvCurve& curve = run.analysed().cv;
+    EXPECT_EQ(curve.NW.layer, 1);
+    EXPECT_EQ(curve.NW.side, -1);
+}
+
 // A calculated C-V of a uniform junction: straight, with the slope of the two dopings in series and the intercept of
 // the built-in voltage; whichever side p is at.
 TEST(Analysis, UniformJunctionHasItsDopingAndBuiltInVoltage)
